@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Geometry/foundations/progresslistener.h"
+
+#include <cstdint>
+
+namespace QELT {
+
+/// Passes percentages on to a listener that may be null, leaving out those equal to the last one sent. Like
+/// a listener that has heard nothing yet, it starts at 0.
+class PercentageReporter {
+public:
+    explicit PercentageReporter(ProgressListener* progressListener) : listener(progressListener) {}
+
+    void report(std::uint64_t percentage) {
+        if (listener != nullptr && percentage != last) {
+            last = percentage;
+            listener->setPercentage(static_cast<unsigned long>(percentage));
+        }
+    }
+
+    /// floor(100 * done / total) + 1. The product is wide enough for any 32-bit count.
+    void reportShare(std::uint64_t done, std::uint64_t total) {
+        if (listener != nullptr) {
+            report(done * 100 / total + 1);
+        }
+    }
+
+    /// Forgets the last percentage, as at the start of a stage.
+    void restart() { last = 0; }
+
+private:
+    ProgressListener* listener;
+    std::uint64_t last = 0;
+};
+
+/// Sends a status text to a listener that may be null.
+inline void reportMessage(ProgressListener* listener, char const* text) {
+    if (listener != nullptr) {
+        listener->setMessage(text);
+    }
+}
+
+} // namespace QELT
