@@ -1,0 +1,20 @@
+#include "Geometry/search/quadintersectiondata.h"
+
+#include "Geometry/fitting/utility.h"
+
+namespace QELT::Geometry::ThreeDimensional::QuadMesh {
+
+bool QuadIntersectionData::isEnableFlipAngle = false;
+
+QuadIntersectionData::QuadIntersectionData(double newDistanceToObject, double newAngleToObjectNormal,
+                                           double newDistanceSqrToQuadCentre)
+    : distanceToObject(newDistanceToObject),
+      angleToObjectNormal(isEnableFlipAngle ? 3.141592653589793 - newAngleToObjectNormal
+                                            : newAngleToObjectNormal),
+      distanceSqrToQuadCentre(newDistanceSqrToQuadCentre) {}
+
+double QuadIntersectionData::getAngleError() const {
+    return Utility::twopi() * 0.5 - angleToObjectNormal;
+}
+
+} // namespace QELT::Geometry::ThreeDimensional::QuadMesh

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Geometry/foundations/element.h"
+
+namespace QELT::Geometry::ThreeDimensional::TriMesh {
+
+/// Something `s` with a rank `t`: the record of heaps and searches. Order looks at `t` alone, by the plain
+/// comparison, so that a NaN is neither greater nor less.
+template <class K, class V>
+class Map {
+public:
+    using Key = ElementType<K>;
+    using Value = ElementType<V>;
+
+    Map() = default;
+
+    Map(Key const& key, Value const& value) : s(key), t(value) {}
+
+    bool operator>(Map const& other) const { return t > other.t; }
+
+    bool operator<(Map const& other) const { return t < other.t; }
+
+    Key const& gets() const { return s; }
+
+    Value const& gett() const { return t; }
+
+private:
+    Key s{};
+    Value t{};
+};
+
+} // namespace QELT::Geometry::ThreeDimensional::TriMesh

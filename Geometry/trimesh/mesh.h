@@ -1,0 +1,221 @@
+#pragma once
+
+#include "Geometry/foundations/export.h"
+#include "Geometry/foundations/point.h"
+#include "Geometry/foundations/progresslistener.h"
+#include "Geometry/foundations/progressterminator.h"
+#include "Geometry/linearalgebra/vector.h"
+#include "Geometry/trimesh/edge.h"
+#include "Geometry/trimesh/map.h"
+#include "Geometry/trimesh/triangle.h"
+#include "Geometry/trimesh/vertex.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace QELT::Geometry::ThreeDimensional::TriMesh {
+
+class TriangleArena;
+
+/// One entry of a cut: a vertex on one of its lips.
+struct CutEdgeIndex {
+    std::uint32_t index = 0;
+};
+
+/// The two lips of a cut, of equal length: entry k of `second` is the vertex that was split off from entry k
+/// of `first`.
+using CutEdgeIndices = std::pair<std::vector<CutEdgeIndex>, std::vector<CutEdgeIndex>>;
+
+/// What a mesh file held.
+class QELT_EXPORT FileContents {
+public:
+    FileContents() = default;
+
+    FileContents(bool newContains3D, bool newContains2D)
+        : contains3D(newContains3D), contains2D(newContains2D) {}
+
+    bool getDoesContain3D() const { return contains3D; }
+
+    bool getDoesContain2D() const { return contains2D; }
+
+private:
+    bool contains3D = false;
+    bool contains2D = false;
+};
+
+/// The triangulated surface of a part, with boundary. It is built one triangle at a time, is flattened by
+/// `conformalMap`, and is then resampled by `QuadMesh::RectMesh::construct`.
+///
+/// Edges are values, not stored objects: from a vertex the mesh knows some of the triangles that touch it,
+/// and all else is navigation (see `Edge`). A boundary is where a triangle has no neighbour.
+///
+/// The mesh owns vertices and triangles. Pointers to triangles stay valid until the mesh is destroyed, also
+/// over `load`, which starts a new surface and keeps the old triangles' memory. A mesh is neither copied nor
+/// moved, since its triangles know it. One mesh serves one thread at a time.
+class QELT_EXPORT Mesh {
+public:
+    Mesh();
+    Mesh(Mesh const&) = delete;
+    Mesh& operator=(Mesh const&) = delete;
+    virtual ~Mesh();
+
+    /// Replaces the mesh by the contents of an OBJ text file: "v x y z" and "vt u v" records, one of the
+    /// latter for each vertex or none, and faces "f a b c" of indices from 1. Anything else is skipped. The
+    /// surface grows from the first face over shared sides, so all faces must hang together with consistent
+    /// winding. Vertices without a face are dropped, normals are computed, and the pairs of vertices along a
+    /// cut are appended from the file `<directory>\<stem>_cut_indices.txt` if there is one. Only a backslash
+    /// separates directories. Face indices too large for 32 bits count as out of range.
+    /// \throws std::runtime_error "Invalid file extension" if the path holds no ".obj", "Cannot open file",
+    /// "File does not contain 3D data", "Invalid number of 2D coordinates" if some but not all vertices have
+    /// one, "Invalid vertex index", or "Mesh construction failure" if there is no face or the faces cannot
+    /// be joined. The mesh then holds what was built until then.
+    FileContents load(char const* path);
+
+    /// Writes the mesh as `load` reads it, numbers with six decimals: 3D vertices and faces; with `saveFlat`
+    /// the flat coordinates as well; with both flags the flat map in place of the surface, as a plane that
+    /// any program shows. `saveFlatAs3D` alone writes faces only. The cut, if there is one, goes to a file
+    /// beside it.
+    /// \throws std::runtime_error "Invalid file extension" or "Cannot open file".
+    void save(char const* path, bool saveFlat, bool saveFlatAs3D) const;
+
+    /// Gives every vertex its place in the plane by a least-squares conformal map: the discrete harmonic map
+    /// with cotangent weights and a conformal boundary term, solved by conjugate gradients (Lévy et al.,
+    /// "Least Squares Conformal Maps", 2002; Desbrun et al., "Intrinsic Parameterizations of Surface Meshes",
+    /// 2002). With `doPinExtremeCorners` two far corners of the longest boundary loop are fixed and the
+    /// outline finds its own shape; without, that loop is first rolled out so that edge lengths and boundary
+    /// angles keep their proportions, and only the inside is solved for. The map is turned so that its
+    /// bounding box is small and lies along u, with its low corner at (0, 0).
+    ///
+    /// The vertices are renumbered for good: interior first, the longest loop last. `pSolution` (may be null)
+    /// receives the solver's solution, and is its start value if `doUseSolutionAsStart`, which must then have
+    /// the length of the system. A solve that does not converge is noted on standard output and its last
+    /// iterate is used. A loop of fewer than 128 vertices that is rolled out is pinned at its first two.
+    /// \throws std::runtime_error "Mesh has no boundary", "Mesh boundary is not manifold" (a vertex at which
+    /// the boundary meets itself; the mesh is unchanged in both cases), or "Boundary flattening internal
+    /// failure" if a loop of fewer than five vertices is to be rolled out;
+    /// SparseMatrix::SparseMatrixInvalidDimensionsException* for a start value of the wrong length. Both of
+    /// these come after the renumbering.
+    void conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSolution, bool doUseSolutionAsStart);
+
+    /// Builds a hexagonal cone of seven vertices in this empty mesh and flattens it, as a trial.
+    void conformalMapTest();
+
+    unsigned long getNumberOfVertices() const { return toUInt32(vertices.size()); }
+
+    /// The index wraps modulo the number of vertices, of which there must be one.
+    Vertex const& getVertex(unsigned long i) const { return vertices[wrappedIndex(i)]; }
+
+    Vertex& getVertex(unsigned long i) { return vertices[wrappedIndex(i)]; }
+
+    /// Gathers the triangles in ascending order of their addresses, which is the order in which they were
+    /// made as far as they lie in one run of memory. They stand from `first` to `last`; what lies behind
+    /// `last` in `list` is left over from the work. Costs a walk around every vertex and a sort.
+    void getTriangles(std::vector<Triangle*>& list, std::vector<Triangle*>::iterator& first,
+                      std::vector<Triangle*>::iterator& last) const;
+
+    /// The name that `load` took last, without directory and extension.
+    std::string const& getFileName() const { return fileName; }
+
+    CutEdgeIndices const& getCutEdgeIndices() const { return cutEdgeIndices; }
+
+    /// Neither is owned; null means none. The terminator is kept but not asked.
+    void setProgressListener(ProgressListener* listener) { progressListener = listener; }
+
+    void setProgressTerminator(ProgressTerminator* terminator) { progressTerminator = terminator; }
+
+private:
+    struct BoundaryLoops;
+    class FaceStitcher;
+
+    /// Appends a vertex that no triangle touches yet. Always true.
+    bool addVertex(Vertex const& vertex);
+
+    /// Adds a triangle of three floating vertices. False only if there are not three indices: if one of the
+    /// vertices is attached, nothing is added and the result is true.
+    bool addFloatingTriangle(std::vector<unsigned long> const& indices);
+
+    /// Adds a triangle across boundary edge `e` with apex `w`, and stitches its other sides to listed
+    /// triangles that lie against them. False if `e` is not on the boundary or a stitch is taken; what was
+    /// stitched until then stays.
+    bool addBoundaryTriangle(Edge const& e, int w);
+    bool addTriangleWithFloatingApex(Edge const& e, unsigned long w);
+    bool addTriangleWithAttachedApex(Edge const& e, unsigned long w);
+    bool stitchSide(Triangle* triangle, std::uint32_t side, unsigned long v);
+
+    /// Whether no triangle touches the vertex. The index wraps.
+    bool getIsVertexFloating(unsigned long v) const;
+
+    /// False for an index out of range.
+    bool getIsVertexAttached(unsigned long v) const;
+
+    /// Whether the first listed fan of the vertex is open. True for a floating vertex.
+    bool getIsBoundaryVertex(unsigned long v) const;
+
+    /// Whether the directed edge a to b exists; `out` (may be null) receives it.
+    bool getDoesEdgeExist(unsigned long a, unsigned long b, Edge* out) const;
+    static bool findSpoke(Edge start, bool isBoundaryVertex, unsigned long b, Edge* out);
+
+    /// An edge out of the vertex, or one without a triangle if the vertex is floating.
+    Edge getVertexArbitraryEdge(unsigned long v) const;
+
+    /// Whether a triangle with apex `w` across `e` would not fold back over the triangle of `e`.
+    bool getIsVertexAdmissable(Edge const& e, unsigned long w) const;
+
+    /// The normal of the surface at an attached vertex: the gradient of the fan's area, turned over as a
+    /// whole if any of the fan's triangles faces away from it. Flat fans around an inner vertex have no
+    /// gradient and give what rounding leaves, or NaN.
+    Vector getVertexNormal(unsigned long v) const;
+    Vector getFanAreaGradientNormal(bool isBoundaryVertex, Edge const& start) const;
+    void calculateVertexNormals();
+
+    /// Drops the vertices that no triangle touches and renumbers the others in their order.
+    void clean();
+
+    /// Empties the mesh. The file name, the cut and the listener stay, and so do triangles' addresses.
+    void clear();
+
+    /// The nearest whole number, a half going upward.
+    static double round(double value);
+
+    std::uint32_t wrappedIndex(unsigned long i) const { return toUInt32(i) % toUInt32(vertices.size()); }
+
+    std::string getCutEdgeIndicesFileName(std::string const& stem) const;
+    void saveCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices) const;
+
+    /// Appends the pairs of the file; none if it cannot be opened. The read that meets the end of the file
+    /// appends a pair (0, 0).
+    void loadCutEdgeIndices(std::string const& path, CutEdgeIndices& indices) const;
+
+    /// Renumbers the mesh: interior vertices first, then the boundary loops in walking order, the longest
+    /// last; with `doPinExtremeCorners` its two most distant corners are the last two vertices of all.
+    /// `numberOfBoundaryVertices` is the length of the longest loop alone.
+    void promoteInterior(bool doPinExtremeCorners, unsigned long& numberOfInteriorVertices,
+                         unsigned long& numberOfBoundaryVertices);
+    BoundaryLoops classifyVertices() const;
+    std::vector<std::uint32_t> getBoundaryLoop(std::uint32_t start) const;
+    void pinExtremeCorners(std::vector<std::uint32_t>& loop) const;
+    void renumberVertices(std::vector<std::uint32_t> const& newIndex);
+
+    /// Rolls the longest loop out into the plane: `boundaryPoints` has room for one point for each of its
+    /// vertices, which must be the last of the mesh, in walking order.
+    void getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVertices,
+                                            TwoDimensional::Point<double>* boundaryPoints);
+
+    /// Turns the flat map to the smallest of 4096 bounding boxes over a quarter turn, with its long side
+    /// along u and its low corner at (0, 0). Always true.
+    bool transformMinBBArea2D();
+    void moveFlatMapToOrigin();
+
+    std::vector<std::vector<Triangle*>> vertexTriangles;
+    std::vector<Vertex> vertices;
+    std::string fileName;
+    CutEdgeIndices cutEdgeIndices;
+    ProgressListener* progressListener = nullptr;
+    ProgressTerminator* progressTerminator = nullptr;
+    std::unique_ptr<TriangleArena> triangles;
+};
+
+} // namespace QELT::Geometry::ThreeDimensional::TriMesh
