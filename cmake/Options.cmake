@@ -1,0 +1,27 @@
+# What is built. Everything but the library itself is left out when another project includes this one.
+
+include(CMakeDependentOption)
+
+option(BUILD_SHARED_LIBS "Build a shared library" ON)
+option(QELT_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(QELT_BUILD_APPS "Build the applications" ${PROJECT_IS_TOP_LEVEL})
+option(QELT_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
+option(QELT_BUILD_FUZZERS "Build the fuzz harnesses as programs that replay files" ${PROJECT_IS_TOP_LEVEL})
+cmake_dependent_option(QELT_FUZZ_WITH_LIBFUZZER "Build the fuzz harnesses as libFuzzer programs (Clang)" OFF
+                       QELT_BUILD_FUZZERS OFF)
+option(QELT_WARNINGS_AS_ERRORS "Treat warnings in this project's own code as errors" OFF)
+
+# Benchmarks need a package that nothing else needs: without it they are off by default, not an error.
+set(qelt_benchmarks_default OFF)
+if(PROJECT_IS_TOP_LEVEL AND NOT DEFINED QELT_BUILD_BENCHMARKS)
+    find_package(benchmark QUIET)
+    if(benchmark_FOUND)
+        set(qelt_benchmarks_default ON)
+    endif()
+endif()
+option(QELT_BUILD_BENCHMARKS "Build the benchmarks" ${qelt_benchmarks_default})
+
+get_property(qelt_is_multi_config GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+if(PROJECT_IS_TOP_LEVEL AND NOT qelt_is_multi_config AND NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release, RelWithDebInfo or MinSizeRel" FORCE)
+endif()

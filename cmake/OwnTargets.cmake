@@ -1,0 +1,21 @@
+# Flags of this project's own targets. Nothing here reaches a user of the library.
+
+# Warnings, and the rule of arithmetic that concerns our own sources: GCC's straight-line vectoriser drops the
+# rounding of double(float(x)) where two such conversions stand side by side.
+function(qelt_configure_own_target target)
+    set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
+    if(MSVC)
+        target_compile_options(${target} PRIVATE /W4 $<$<BOOL:${QELT_WARNINGS_AS_ERRORS}>:/WX>)
+        return()
+    endif()
+    target_compile_options(
+        ${target}
+        PRIVATE -Wall
+                -Wextra
+                -Wpedantic
+                -Wshadow
+                -Wconversion
+                -Wsign-conversion
+                $<$<BOOL:${QELT_WARNINGS_AS_ERRORS}>:-Werror>
+                $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
+endfunction()
