@@ -1,0 +1,64 @@
+#pragma once
+
+#include "Geometry/foundations/export.h"
+#include "Geometry/foundations/point.h"
+#include "Geometry/foundations/vector.h"
+
+#include <cmath>
+
+namespace QELT::Geometry::ThreeDimensional {
+
+/// Measures of triangles, weighted sums of points and conversions of angles. It has no state and no objects.
+class QELT_EXPORT Utility {
+public:
+    Utility() = delete;
+
+    /// The normal (b - a) x (c - b) of a triangle. Its length is twice the area, and the corners run counter-
+    /// clockwise when it points at the viewer.
+    static Vector twoATN(Point const& a, Point const& b, Point const& c) { return (b - a).cross(c - b); }
+
+    /// Twice the area of a triangle.
+    static double twoAT(Point const& a, Point const& b, Point const& c) {
+        return std::sqrt(twoATN(a, b, c).lSqr());
+    }
+
+    /// The squared area of a triangle.
+    static double ATSqr(Point const& a, Point const& b, Point const& c);
+
+    /// A quarter of the squared circumradius of a triangle: a measure to compare triangles by, on the scale
+    /// that limits elsewhere are tuned to. A triangle without area gives an infinity or a NaN.
+    static double rTSqr(Point const& a, Point const& b, Point const& c);
+
+    /// Half the circumradius of a triangle, the square root of `rTSqr`.
+    static double rT(Point const& a, Point const& b, Point const& c);
+
+    /// The radius of the inscribed circle of a triangle. NaN when all corners coincide.
+    static double riT(Point const& a, Point const& b, Point const& c);
+
+    /// The weighted sum of two or three points, in double precision up to the coordinates of the result. The
+    /// weights need not add up to 1.
+    static Point bary(Point const& a, Point const& b, double wa, double wb) {
+        return {weightedSum(a.getX(), b.getX(), wa, wb), weightedSum(a.getY(), b.getY(), wa, wb),
+                weightedSum(a.getZ(), b.getZ(), wa, wb)};
+    }
+
+    static Point bary(Point const& a, Point const& b, Point const& c, double wa, double wb, double wc) {
+        return {weightedSum(a.getX(), b.getX(), wa, wb) + wc * double{c.getX()},
+                weightedSum(a.getY(), b.getY(), wa, wb) + wc * double{c.getY()},
+                weightedSum(a.getZ(), b.getZ(), wa, wb) + wc * double{c.getZ()}};
+    }
+
+    /// p lies strictly on the side of the plane through q that the normal n points to.
+    static bool isAbove(Point const& p, Point const& q, Vector const& n) { return (p - q).dot(n) > 0.0; }
+
+    static double degToRad(double degrees);
+    static double radToDeg(double radians);
+
+    /// A full turn in radians.
+    static constexpr double twopi() { return 6.283185307179586; }
+
+private:
+    static double weightedSum(double a, double b, double wa, double wb) { return wa * a + wb * b; }
+};
+
+} // namespace QELT::Geometry::ThreeDimensional
