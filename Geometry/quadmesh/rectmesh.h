@@ -1,0 +1,418 @@
+#pragma once
+
+#include "Geometry/foundations/boundingbox.h"
+#include "Geometry/foundations/export.h"
+#include "Geometry/foundations/point.h"
+#include "Geometry/foundations/progresslistener.h"
+#include "Geometry/foundations/vector.h"
+#include "Geometry/quadmesh/edge.h"
+#include "Geometry/quadmesh/quadvaliditygenerator.h"
+#include "Geometry/search/quadindicesintersectionstatus.h"
+#include "Geometry/search/quadintersectiondata.h"
+
+#include <array>
+#include <cstdint>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace QELT {
+class PercentageReporter;
+}
+
+namespace QELT::Geometry::ThreeDimensional {
+
+namespace TriMesh {
+class Mesh;
+class Triangle;
+} // namespace TriMesh
+
+namespace QuadMesh {
+
+struct QuadFileHeader;
+
+/// A surface as a grid of points: node (u, v), 0 <= u <= `extents.u`, 0 <= v <= `extents.v`, each with a flag
+/// byte. A node without the flag `Valid` has no surface under it, so a part of any outline is held in a
+/// rectangle with holes. A quad is named by its low corner and exists when its four corners are valid. The
+/// indices of the quads are the pixels of a scan image.
+///
+/// A grid comes from a flattened triangle mesh (`construct`), a formula (`setAs...`) or a file (`load`); a
+/// beam is located on it by `getIntersection`, which remembers where the last beam hit: even a query changes
+/// the grid, so one grid serves one thread at a time. Every reader of geometry goes through the virtual
+/// `getPoint`, so that a derived grid can show other points than it stores.
+///
+/// The copy constructor shares rows with its source, and writing through one shows in the other; assignment
+/// copies them. Rows live as long as the last grid that holds them.
+class QELT_EXPORT RectMesh {
+public:
+    /// Numbers of the bits in a node's flag byte.
+    enum PointFlagID : int {
+        /// The node holds a surface point. The others have a meaning only with it.
+        Valid = 0,
+        /// Resampled node off the walked boundary.
+        Interior = 1,
+        /// Node on the walked boundary of the resampled grid.
+        Boundary = 2,
+        /// Boundary node beside a cut of the source mesh.
+        CutBoundary = 4,
+    };
+
+    /// An empty grid named "Unnamed<n>.quads", n counting the grids made by this constructor.
+    RectMesh();
+    RectMesh(RectMesh const&) = default;
+
+    /// The point of a node, by value: the stored one, unless a derived grid shows another. No range check.
+    virtual ThreeDimensional::Point getPoint(TwoDimensional::Point<int> const& p) const;
+
+    virtual ~RectMesh();
+
+    /// A deep copy of points, flags, areas, search memory and file name. Offset, position, listener, source
+    /// name and the area settings of the target stay as they are. From an empty grid: an empty grid.
+    RectMesh& operator=(RectMesh const& other);
+
+    /// \name Nodes
+    ///@{
+
+    /// Stores the point and makes the node valid. No range check.
+    void setPoint(TwoDimensional::Point<int> const& p, ThreeDimensional::Point const& point);
+
+    /// Whether the node lies in the grid, compared as signed numbers. An empty grid admits (0, 0) although
+    /// it has no node there; flags of that node read as 0.
+    bool getIsPointInBounds(TwoDimensional::Point<int> const& p) const;
+
+    /// Flags out of range read as 0, and writing them is ignored.
+    bool getPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id) const;
+    char getPointFlags(TwoDimensional::Point<int> const& p) const;
+
+    bool getIsPointValid(TwoDimensional::Point<int> const& p) const { return getPointFlag(p, Valid); }
+
+    void setPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id, bool value);
+    void setPointFlags(TwoDimensional::Point<int> const& p, char newFlags);
+
+    void setPointValidity(TwoDimensional::Point<int> const& p, bool value) { setPointFlag(p, Valid, value); }
+
+    /// The same on a byte in hand.
+    bool getFlag(char flagByte, PointFlagID id) const;
+    char setFlag(char flagByte, PointFlagID id, bool value) const;
+
+    /// Whether the four corners of the quad are in the grid and valid.
+    bool getIsQuadValid(TwoDimensional::Point<int> const& p) const;
+
+    /// Whether the node is valid and one of its four neighbours lies in the grid and is not. The grid's own
+    /// rim does not count.
+    bool getIsBoundaryPoint(TwoDimensional::Point<int> const& p) const;
+
+    /// Whether the node is a resampled one, not one added by an extension of the boundary.
+    bool getIsInteriorNonExtendedPoint(TwoDimensional::Point<int> const& p) const;
+
+    ///@}
+    /// \name Settings
+    ///@{
+
+    /// The highest index in each direction, which is also the number of quads.
+    TwoDimensional::Vector<unsigned long> getExtents() const;
+
+    /// Added to reported indices to place the grid in the scan plane; nothing is moved.
+    TwoDimensional::Vector<int> getOffset() const { return offset; }
+
+    void setOffset(TwoDimensional::Vector<int> const& newOffset) { offset = newOffset; }
+
+    /// Turns the normal over in the search. The normal queries below do not heed it.
+    void setDoFlipNormals(bool value) { doFlipNormals = value; }
+
+    /// Reported indices in that direction count from the far end.
+    void setAxisFlipFlags(bool u, bool v);
+
+    /// Stored and copied; the search does not heed it.
+    void setDoUseDoubleSided(bool value) { doUseDoubleSided = value; }
+
+    /// The grid answers only while bit `position` modulo 32 of the flags is set.
+    void setActivePositionFlags(unsigned long newFlags) { activePositionFlags = toUInt32(newFlags); }
+
+    void setPosition(unsigned long newPosition) { position = toUInt32(newPosition); }
+
+    /// Not owned; null means silence.
+    void setProgressListener(ProgressListener* listener) { progressListener = listener; }
+
+    /// Stores the two counts and rebuilds the search points, whose number does not depend on them.
+    void setNumberOfSearchPoints(unsigned long u, unsigned long v);
+
+    /// The part of the file name from the last backslash on, which it keeps.
+    std::string getShortFileName() const;
+
+    /// Empties the grid.
+    void clear() { uninit(); }
+
+    ///@}
+    /// \name Geometry of quads, read through `getPoint`
+    /// None of these heeds flips or offset. The forms that say so have no range check: ask them only of quads
+    /// and nodes inside the grid.
+    ///@{
+
+    /// The corners p, p + (1, 0), p + (1, 1), p + (0, 1) into `out`; stops at the first that is not valid.
+    void getQuadPoints(TwoDimensional::Point<int> const& p, ThreeDimensional::Point* out) const;
+
+    /// The lower (p, +u, +u+v) or upper (p, +u+v, +v) triangle of the quad. No range check.
+    void getQuadTrianglePoints(TwoDimensional::Point<int> const& p, ThreeDimensional::Point* out,
+                               bool lower) const;
+
+    /// Triangle `index` (0 to 7, counter-clockwise from +u) of the fan around node p at distance `step`. No
+    /// range check; nothing is written for an index past 7.
+    void getQuadTrianglePoints(TwoDimensional::Point<int> const& p, ThreeDimensional::Point* out,
+                               unsigned long index, int step) const;
+
+    /// The normal of a triangle of the quad, or of the fan with step 1 (zero for an index past 7), as long as
+    /// twice the triangle's area. It points to where u turned into v is counter-clockwise. No range check.
+    ThreeDimensional::Vector getQuadNormalVector(TwoDimensional::Point<int> const& p, bool lower) const;
+    ThreeDimensional::Vector getQuadNormalVector(TwoDimensional::Point<int> const& p,
+                                                 unsigned long index) const;
+    ThreeDimensional::Vector getQuadUnitNormalVector(TwoDimensional::Point<int> const& p, bool lower) const;
+
+    /// The unit sum of the normals of quads p, p + (1, 0), p + (0, 1), p + (1, 1), the ones up and right; if
+    /// none exists, of p - (1, 0), p - (0, 1), p - (1, 1); else (0, 0, 1).
+    ThreeDimensional::Vector getPointUnitNormalVector(TwoDimensional::Point<int> const& p) const;
+
+    /// The edges of the quad from its low corner, along u and along v. No range check.
+    std::pair<ThreeDimensional::Vector, ThreeDimensional::Vector>
+    getQuadBasis(TwoDimensional::Point<int> const& p) const;
+
+    /// The mean of the four corners, or (0, 0, 0) if the quad does not exist.
+    ThreeDimensional::Point getMeanQuadPoint(TwoDimensional::Point<int> const& p) const;
+
+    /// The box around all valid nodes.
+    ThreeDimensional::BoundingBoxAA getBoundingBoxAA() const;
+
+    /// Areas of the quads as settled when the grid was made or loaded. Without quads: mean and maximum 0,
+    /// minimum 1e11.
+    double getMeanQuadArea() const { return meanQuadArea; }
+
+    double getMinQuadArea() const { return minQuadArea; }
+
+    double getMaxQuadArea() const { return maxQuadArea; }
+
+    ///@}
+    /// \name Resampling
+    ///@{
+
+    /// Replaces the grid by a regular sampling of a flattened mesh: nodes stand in the flat map at one
+    /// spacing, chosen so that quads have the area `quadArea` on the surface on average, and each node inside
+    /// a flat triangle takes its place on the surface by barycentric interpolation. A triangle that is turned
+    /// over in the flat map covers no node, and a map that does not start at (0, 0) is cut at the grid.
+    /// The outline gets the flag `Boundary` (the loop of the first boundary edge found), beside a cut also
+    /// `CutBoundary`, all other valid nodes `Interior`. Cost: the lattice points of the triangles' boxes.
+    /// \throws std::runtime_error "Insufficient memory to initialise quad-mesh." (an area of zero asks for
+    /// infinitely many nodes), or "No boundary found" if no quad comes out; the nodes then stay.
+    void construct(TriMesh::Mesh const& mesh, double quadArea);
+
+    ///@}
+    /// \name Files
+    /// A file that cannot be opened gives std::ios_base::failure with std::io_errc::stream and the text
+    /// "Quad-mesh file open failure.".
+    ///@{
+
+    /// Writes a `.quads` file if the path holds ".quads" anywhere, else OBJ text if it holds ".obj"; then the
+    /// path becomes the file name. Files are the same on every machine, little-endian.
+    /// \throws std::runtime_error "Unsupported file extension".
+    void save(char const* path);
+
+    /// Writes the grid as OBJ text: every node, valid or not, and a face of four vertices for every quad.
+    void saveAsOBJ(char const* path) const;
+
+    /// Reads a `.quads` file of version 0 or 1. Settings that the file does not hold stay. The file name
+    /// becomes the path without directory (up to the last backslash) and extension. A file that ends early is
+    /// no error: what is missing reads as zero.
+    /// \throws std::runtime_error "Invalid .quads file.", "Unsupported .quad file version.", "Unsupported
+    /// coordinate data-type" or "Insufficient memory to initialise quad-mesh.".
+    void load(char const* path);
+
+    /// Reads the header alone, of any version. A field that the file is too short for reads as zero.
+    /// \throws std::runtime_error "Invalid .quads file.".
+    static void getFileHeaderItems(char const* path, unsigned long& extentU, unsigned long& extentV,
+                                   double& meanArea, double& minArea, double& maxArea);
+
+    /// Writes 1024 lines: relative area and share of the quads, in bins of equal width from the smallest to
+    /// the largest area. Where these are equal, all quads stand in the first bin.
+    /// \throws std::ios_base::failure "Quad area distribution file open failure.".
+    void saveQuadAreaDistribution(std::string const& path) const;
+
+    ///@}
+    /// \name Analytic surfaces
+    /// Each replaces the grid; nodes get the flag `Valid` alone. They answer false, with the grid unchanged,
+    /// if the grid would take more than `maxMB` megabytes, and true otherwise. \throws std::runtime_error
+    /// "Insufficient memory to initialise quad-mesh.".
+    ///@{
+
+    /// A rectangle in the plane z = 0 of whole steps of `spacing`, from (0, 0) or centred on it. False also
+    /// for a negative size or spacing. The limit counts one row and column more than the grid gets.
+    bool setAsPlane(TwoDimensional::Vector<double> const& size, double spacing, bool centred,
+                    unsigned long maxMB);
+
+    /// Node (u, v) at `origin` + `spacing` (u `stepU` + v `stepV`); quads exist where the generator says so.
+    /// No limit; always true.
+    bool setAsPlane(TwoDimensional::Vector<unsigned long> const& newExtents, double spacing,
+                    ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& stepU,
+                    ThreeDimensional::Vector const& stepV, QuadValidityGenerator& generator);
+
+    /// An arc of a cylinder around z, centred on the x axis: u runs along the axis, v around the arc against
+    /// its angle, so that the normal points outward. Angles in radians.
+    bool setAsCylinderArc(double radius, double arcAngle, double length, double spacing, unsigned long maxMB);
+
+    /// An elliptic paraboloid over two orthonormal axes, cut off at `height` above the apex, sampled by a
+    /// central projection from a point on its axis. Highest row and column stay invalid, and so does the
+    /// node right under the projection's centre, where the intersection's quadratic term vanishes.
+    bool setAsParaboloid(ThreeDimensional::Point const& apex, ThreeDimensional::Vector const& axisU,
+                         ThreeDimensional::Vector const& axisV, double const& curvatureU,
+                         double const& curvatureV, double const& height, double spacing, unsigned long maxMB);
+
+    /// A cap of a sphere around the origin at its +z pole, by stereographic projection.
+    bool setAsSphereArcStereographic(double radius, double const& halfAngle, double const& spacing,
+                                     unsigned long maxMB);
+
+    /// Kept for its callers: leaves the grid as it is and answers true.
+    bool setAsSphereArcAreaPreserving(double radius, double const& halfAngle, double const& spacing,
+                                      unsigned long maxMB);
+
+    /// A fixed wavy field of 129 by 129 nodes for tests. Always true.
+    bool setAsHeightField();
+
+    ///@}
+    /// \name Beam search
+    ///@{
+
+    /// Which quad the beam from `origin` along `direction` meets: a search from where the last beam hit and,
+    /// unless that gives a hit within a quarter turn of head-on, a second one from a fresh start.
+    QuadIndicesIntersectionStatus getIntersection(ThreeDimensional::Point const& origin,
+                                                  ThreeDimensional::Vector const& direction);
+
+    /// One search. It walks from the quad remembered, or with `doReset` or nothing remembered from a start
+    /// found by sampling the grid for nodes near `origin`, by projecting the beam onto the current quad's
+    /// plane, for at most 32 steps. A start outside the grid is walked from the nearest quad inside. Beams
+    /// that meet an edge of a triangle exactly miss. Not valid if nothing was hit or the position is not
+    /// active.
+    QuadIndicesIntersectionStatus getIntersectionStatus(ThreeDimensional::Point const& origin,
+                                                        ThreeDimensional::Vector const& direction,
+                                                        bool doReset);
+
+    /// Whether the beam's line meets the quad, and where. `data` (may be null) is written for hits nearer
+    /// than 10000. `hitPoint` is written also when the answer is false, if the quad exists.
+    bool getDoesIntersectQuad(TwoDimensional::Point<int> const& quad, ThreeDimensional::Point const& origin,
+                              ThreeDimensional::Vector const& direction, ThreeDimensional::Point& hitPoint,
+                              QuadIntersectionData* data) const;
+
+    /// The existing quad whose low corner is nearest, by looking at all of them, and its distance. Without
+    /// quads (0, 0) and the root of the largest double.
+    TwoDimensional::Point<int> getNearestPoint2D(ThreeDimensional::Point const& target,
+                                                 double& distance) const;
+
+    /// Lets the next search start afresh.
+    void resetQuadIndicesSearch() { doResetSearch = true; }
+
+    /// How often the search for a start may go on without coming nearer, while it is more than 20 length
+    /// units off. For all grids.
+    static void setMaxDoNMoreTimes(unsigned long value) { maxDoNMoreTimes = toUInt32(value); }
+
+    static std::uint32_t maxDoNMoreTimes;
+
+    /// How many samples a pass of the search for a start takes. For all grids.
+    static std::uint32_t searchDivideByNTimes;
+
+    ///@}
+
+protected:
+    /// Makes a grid of these extents with every node invalid, and forgets where the last beam hit.
+    /// \throws std::runtime_error "Insufficient memory to initialise quad-mesh.", leaving an empty grid.
+    void init(TwoDimensional::Vector<unsigned long> const& newExtents);
+
+    static void readFileHeader(std::ifstream& stream, QuadFileHeader& header);
+
+private:
+    struct Extents {
+        std::uint32_t u = 0;
+        std::uint32_t v = 0;
+    };
+    class Resampler;
+    struct FlatProjection;
+    struct Walk;
+
+    void uninit();
+
+    bool getPointValidity(TwoDimensional::Point<int> const& p) const { return getPointFlag(p, Valid); }
+
+    bool getHasRows() const { return points != nullptr; }
+
+    void setFileName(std::string const& name) { fileName = name; }
+
+    static std::uint32_t getNumberOfMBs(unsigned long u, unsigned long v);
+
+    /// Rebuilds the lattice of search points: one existing quad for about every `quadsPerPoint`, the nearest
+    /// along v to its place on a lattice of the grid's aspect. The counts are outputs.
+    void calculateSearchPoints(std::uint32_t const& quadsPerPoint, std::uint32_t& pointsU,
+                               std::uint32_t& pointsV);
+    bool findValidQuadInColumn(TwoDimensional::Point<int> const& base,
+                               TwoDimensional::Point<int>& quad) const;
+
+    Edge getVertexArbitraryEdge(TwoDimensional::Point<int> const& p) { return {this, p, Edge::PositiveU}; }
+
+    /// \throws std::runtime_error "No boundary found".
+    Edge getBoundaryEdge();
+    static Edge getNextBoundaryEdge(Edge edge);
+
+    void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;
+    double getQuadArea(TwoDimensional::Point<int> const& p) const;
+
+    void updateQuadAreas() { getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea); }
+
+    void markBoundary();
+    void markCut(TriMesh::Mesh const& mesh, double spacing);
+    void markCutSegment(TwoDimensional::Point<double> const& p, TwoDimensional::Point<double> const& q,
+                        double spacing);
+    void markInterior();
+
+    void saveAsQuads(char const* path);
+    void snapQuadAreas();
+    void writeFlags(std::ofstream& stream, PercentageReporter& progress) const;
+    void writePoints(std::ofstream& stream, PercentageReporter& progress) const;
+    void loadv0(QuadFileHeader const& header, std::ifstream& stream);
+    void loadv1(QuadFileHeader const& header, std::ifstream& stream);
+    void getQuadAreaDistribution(double min, double max, std::uint32_t binCount, std::uint32_t* bins,
+                                 std::uint32_t* count) const;
+
+    TwoDimensional::Point<int> getStartSearchPoint(ThreeDimensional::Point const& target) const;
+    bool getIsAnyQuadPointCloser(TwoDimensional::Point<int> const* samples,
+                                 ThreeDimensional::Point const& target, TwoDimensional::Point<int>& best,
+                                 double& bestDistanceSqr, bool& hasInvalidQuad, unsigned long doNMoreCount,
+                                 unsigned long sampleCount) const;
+
+    std::shared_ptr<std::unique_ptr<ThreeDimensional::Point[]>[]> points;
+    std::shared_ptr<std::unique_ptr<char[]>[]> flags;
+    Extents extents;
+    double meanQuadArea = 0.0;
+    double minQuadArea = 0.0;
+    double maxQuadArea = 0.0;
+    bool doResetSearch = true;
+    bool doFlipNormals = false;
+    TwoDimensional::Point<int> lastQuadIndices;
+    std::uint32_t numberOfSearchPointsU = 1;
+    std::uint32_t numberOfSearchPointsV = 1;
+    std::uint32_t quadsPerSearchPoint = 4096;
+    std::vector<TwoDimensional::Point<int>> searchPoints;
+    TwoDimensional::Vector<int> offset;
+    bool doFlipUAxis = false;
+    bool doFlipVAxis = false;
+    bool doUseDoubleSided = false;
+    std::string fileName;
+    std::string sourceName;
+    std::uint32_t activePositionFlags = 0xFFFFFFFFU;
+    std::uint32_t position = 0;
+    ProgressListener* progressListener = nullptr;
+    double targetQuadArea = 0.0;
+    double quadAreaTolerance = 0.1;
+    bool doSnapQuadAreas = false;
+
+    static std::uint32_t creationCount;
+};
+
+} // namespace QuadMesh
+} // namespace QELT::Geometry::ThreeDimensional
