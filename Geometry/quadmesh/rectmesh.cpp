@@ -1,0 +1,293 @@
+#include "Geometry/quadmesh/rectmesh.h"
+
+#include "Geometry/foundations/rounding.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <stdexcept>
+
+namespace QELT::Geometry::ThreeDimensional::QuadMesh {
+
+namespace {
+
+/// What a node takes: its point and its flag byte.
+constexpr std::uint64_t bytesPerNode = sizeof(ThreeDimensional::Point) + sizeof(char);
+
+/// What a row takes beside its nodes: two pointers and the allocator's share of two blocks.
+constexpr std::uint64_t bytesPerRow = 2 * sizeof(void*) + 64;
+
+/// Nodes in a megabyte at 25 bytes each.
+constexpr std::uint32_t nodesPerMB = 41943;
+
+constexpr std::uint32_t fewestSearchPoints = 8;
+
+/// Whether the memory for a grid could be had at once. Rows are allocated one by one and would fill the
+/// memory before the first of them failed; asking for the whole beforehand refuses absurd sizes without
+/// touching it.
+bool getIsMemoryAvailable(std::uint64_t nodesU, std::uint64_t nodesV) {
+    constexpr std::uint64_t mostBytes = PTRDIFF_MAX;
+    std::uint64_t const rowBytes = nodesU * bytesPerNode + bytesPerRow;
+    if (nodesV > mostBytes / rowBytes) {
+        return false;
+    }
+    void* const block = ::operator new(static_cast<std::size_t>(nodesV * rowBytes), std::nothrow);
+    ::operator delete(block);
+    return block != nullptr;
+}
+
+[[noreturn]] void throwInsufficientMemory() {
+    throw std::runtime_error("Insufficient memory to initialise quad-mesh.");
+}
+
+} // namespace
+
+std::uint32_t RectMesh::creationCount = 0;
+std::uint32_t RectMesh::maxDoNMoreTimes = 0;
+std::uint32_t RectMesh::searchDivideByNTimes = 4;
+
+RectMesh::RectMesh() : fileName("Unnamed" + std::to_string(creationCount + 1U) + ".quads") {
+    ++creationCount;
+}
+
+RectMesh::~RectMesh() = default;
+
+RectMesh& RectMesh::operator=(RectMesh const& other) {
+    if (this == &other) {
+        return *this;
+    }
+    uninit();
+    if (other.getHasRows()) {
+        init(other.getExtents());
+        for (std::uint32_t v = 0; v <= extents.v; ++v) {
+            std::copy_n(other.points[v].get(), extents.u + std::size_t{1}, points[v].get());
+            std::copy_n(other.flags[v].get(), extents.u + std::size_t{1}, flags[v].get());
+        }
+    }
+    meanQuadArea = other.meanQuadArea;
+    minQuadArea = other.minQuadArea;
+    maxQuadArea = other.maxQuadArea;
+    doResetSearch = other.doResetSearch;
+    doFlipNormals = other.doFlipNormals;
+    doFlipUAxis = other.doFlipUAxis;
+    doFlipVAxis = other.doFlipVAxis;
+    lastQuadIndices = other.lastQuadIndices;
+    numberOfSearchPointsU = other.numberOfSearchPointsU;
+    numberOfSearchPointsV = other.numberOfSearchPointsV;
+    fileName = other.fileName;
+    calculateSearchPoints(quadsPerSearchPoint, numberOfSearchPointsU, numberOfSearchPointsV);
+    return *this;
+}
+
+void RectMesh::init(TwoDimensional::Vector<unsigned long> const& newExtents) {
+    uninit();
+    numberOfSearchPointsU = 1;
+    numberOfSearchPointsV = 1;
+    std::uint64_t const nodesU = std::uint64_t{toUInt32(newExtents.getdU())} + 1;
+    std::uint64_t const nodesV = std::uint64_t{toUInt32(newExtents.getdV())} + 1;
+    bool const doesCountWrap = toUInt32(nodesU) == 0 || toUInt32(nodesV) == 0;
+    if (doesCountWrap || !getIsMemoryAvailable(nodesU, nodesV)) {
+        throwInsufficientMemory();
+    }
+    try {
+        points.reset(new std::unique_ptr<ThreeDimensional::Point[]>[nodesV]);
+        flags.reset(new std::unique_ptr<char[]>[nodesV]);
+        for (std::size_t v = 0; v < nodesV; ++v) {
+            points.get()[v] = std::make_unique<ThreeDimensional::Point[]>(nodesU);
+            flags.get()[v] = std::make_unique<char[]>(nodesU);
+        }
+    } catch (std::bad_alloc const&) {
+        uninit();
+        throwInsufficientMemory();
+    }
+    extents = {toUInt32(newExtents.getdU()), toUInt32(newExtents.getdV())};
+}
+
+void RectMesh::uninit() {
+    points.reset();
+    flags.reset();
+    extents = {};
+    meanQuadArea = 0.0;
+    minQuadArea = 0.0;
+    maxQuadArea = 0.0;
+    doResetSearch = true;
+    lastQuadIndices = {};
+}
+
+ThreeDimensional::Point RectMesh::getPoint(TwoDimensional::Point<int> const& p) const {
+    return points[p.getV()][static_cast<std::size_t>(p.getU())];
+}
+
+void RectMesh::setPoint(TwoDimensional::Point<int> const& p, ThreeDimensional::Point const& point) {
+    points[p.getV()][static_cast<std::size_t>(p.getU())] = point;
+    setPointFlag(p, Valid, true);
+}
+
+bool RectMesh::getIsPointInBounds(TwoDimensional::Point<int> const& p) const {
+    return p.getU() >= 0 && p.getU() <= static_cast<int>(extents.u) && p.getV() >= 0 &&
+           p.getV() <= static_cast<int>(extents.v);
+}
+
+bool RectMesh::getPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id) const {
+    return getFlag(getPointFlags(p), id);
+}
+
+char RectMesh::getPointFlags(TwoDimensional::Point<int> const& p) const {
+    if (!getIsPointInBounds(p) || !getHasRows()) {
+        return 0;
+    }
+    return flags[p.getV()][static_cast<std::size_t>(p.getU())];
+}
+
+void RectMesh::setPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id, bool value) {
+    setPointFlags(p, setFlag(getPointFlags(p), id, value));
+}
+
+void RectMesh::setPointFlags(TwoDimensional::Point<int> const& p, char newFlags) {
+    if (getIsPointInBounds(p) && getHasRows()) {
+        flags[p.getV()][static_cast<std::size_t>(p.getU())] = newFlags;
+    }
+}
+
+bool RectMesh::getFlag(char flagByte, PointFlagID id) const {
+    return ((static_cast<unsigned char>(flagByte) >> id) & 1U) != 0;
+}
+
+char RectMesh::setFlag(char flagByte, PointFlagID id, bool value) const {
+    unsigned const bit = 1U << id;
+    unsigned const byte = static_cast<unsigned char>(flagByte);
+    return static_cast<char>(value ? byte | bit : byte & ~bit);
+}
+
+bool RectMesh::getIsQuadValid(TwoDimensional::Point<int> const& p) const {
+    int const u = p.getU();
+    int const v = p.getV();
+    if (u < 0 || v < 0 || u >= static_cast<int>(extents.u) || v >= static_cast<int>(extents.v)) {
+        return false;
+    }
+    constexpr unsigned validBit = 1U << Valid;
+    char const* const low = flags[v].get() + u;
+    char const* const high = flags[v + 1].get() + u;
+    return (static_cast<unsigned>(low[0] & low[1] & high[0] & high[1]) & validBit) != 0;
+}
+
+bool RectMesh::getIsBoundaryPoint(TwoDimensional::Point<int> const& p) const {
+    if (!getIsPointValid(p)) {
+        return false;
+    }
+    std::array<TwoDimensional::Vector<int>, 4> const steps{{{1, 0}, {-1, 0}, {0, 1}, {0, -1}}};
+    return std::any_of(steps.begin(), steps.end(), [&](TwoDimensional::Vector<int> const& step) {
+        return getIsPointInBounds(p + step) && !getIsPointValid(p + step);
+    });
+}
+
+bool RectMesh::getIsInteriorNonExtendedPoint(TwoDimensional::Point<int> const& p) const {
+    return getIsPointValid(p) && (getPointFlag(p, Interior) || getPointFlag(p, Boundary));
+}
+
+TwoDimensional::Vector<unsigned long> RectMesh::getExtents() const {
+    return {extents.u, extents.v};
+}
+
+void RectMesh::setAxisFlipFlags(bool u, bool v) {
+    doFlipUAxis = u;
+    doFlipVAxis = v;
+}
+
+std::string RectMesh::getShortFileName() const {
+    std::size_t const separator = fileName.rfind('\\');
+    return separator == std::string::npos ? fileName : fileName.substr(separator);
+}
+
+std::uint32_t RectMesh::getNumberOfMBs(unsigned long u, unsigned long v) {
+    return (toUInt32(u) + 1U) * (toUInt32(v) + 1U) / nodesPerMB;
+}
+
+void RectMesh::setNumberOfSearchPoints(unsigned long u, unsigned long v) {
+    numberOfSearchPointsU = toUInt32(u);
+    numberOfSearchPointsV = toUInt32(v);
+    std::uint32_t latticeU = numberOfSearchPointsU;
+    std::uint32_t latticeV = numberOfSearchPointsV;
+    calculateSearchPoints(quadsPerSearchPoint, latticeU, latticeV);
+}
+
+void RectMesh::calculateSearchPoints(std::uint32_t const& quadsPerPoint, std::uint32_t& pointsU,
+                                     std::uint32_t& pointsV) {
+    searchPoints.clear();
+    pointsU = 1;
+    pointsV = 1;
+    if (extents.u == 0 || extents.v == 0) {
+        return;
+    }
+    double const u = extents.u;
+    double const v = extents.v;
+    std::uint32_t const count = std::max(extents.u * extents.v / quadsPerPoint, fewestSearchPoints);
+    double const root = std::sqrt(static_cast<double>(count) * u / v);
+    pointsU = std::max(truncateToUInt32(root), 1U);
+    pointsV = std::max(truncateToUInt32(root * v / u), 1U);
+    for (std::uint32_t j = 0; j < pointsV; ++j) {
+        for (std::uint32_t i = 0; i < pointsU; ++i) {
+            TwoDimensional::Point<int> const base(static_cast<int>((i + 1U) * extents.u / (pointsU + 1U)),
+                                                  static_cast<int>((j + 1U) * extents.v / (pointsV + 1U)));
+            TwoDimensional::Point<int> quad;
+            if (findValidQuadInColumn(base, quad)) {
+                searchPoints.push_back(quad);
+            }
+        }
+    }
+}
+
+bool RectMesh::findValidQuadInColumn(TwoDimensional::Point<int> const& base,
+                                     TwoDimensional::Point<int>& quad) const {
+    bool isFound = false;
+    bool isTopReached = false;
+    bool isBottomReached = false;
+    for (int k = 0; !isFound && !(isTopReached && isBottomReached); ++k) {
+        TwoDimensional::Point<int> const upper = base + TwoDimensional::Vector<int>(0, k);
+        TwoDimensional::Point<int> const lower = base - TwoDimensional::Vector<int>(0, k);
+        if (getIsQuadValid(upper)) {
+            quad = upper;
+            isFound = true;
+        } else if (upper.getV() >= static_cast<int>(extents.v)) {
+            isTopReached = true;
+        }
+        if (getIsQuadValid(lower)) {
+            quad = lower;
+            isFound = true;
+        } else if (lower.getV() < 0) {
+            isBottomReached = true;
+        }
+    }
+    return isFound;
+}
+
+Edge RectMesh::getBoundaryEdge() {
+    // The scan goes up to the u extent in both directions; rows past the grid have no quads to offer.
+    std::uint32_t const rows = std::min(extents.u, extents.v);
+    for (std::uint32_t v = 0; v <= rows; ++v) {
+        for (std::uint32_t u = 0; u <= extents.u; ++u) {
+            TwoDimensional::Point<int> const node(static_cast<int>(u), static_cast<int>(v));
+            if (!getIsQuadValid(node)) {
+                continue; // all four edges of the walk have this quad on their left
+            }
+            Edge edge = getVertexArbitraryEdge(node);
+            for (int side = 0; side < 4; ++side) {
+                edge = edge.rot();
+                if (edge.isBoundary()) {
+                    return edge;
+                }
+            }
+        }
+    }
+    throw std::runtime_error("No boundary found");
+}
+
+Edge RectMesh::getNextBoundaryEdge(Edge edge) {
+    edge = edge.sym();
+    do {
+        edge = edge.oprev();
+    } while (!edge.isBoundary());
+    return edge;
+}
+
+} // namespace QELT::Geometry::ThreeDimensional::QuadMesh
