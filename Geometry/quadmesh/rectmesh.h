@@ -332,8 +332,6 @@ private:
         std::uint32_t u = 0;
         std::uint32_t v = 0;
     };
-    class Resampler;
-    struct FlatProjection;
     struct Walk;
 
     void uninit();
@@ -379,6 +377,19 @@ private:
     void getQuadAreaDistribution(double min, double max, std::uint32_t binCount, std::uint32_t* bins,
                                  std::uint32_t* count) const;
 
+    bool walkToHit(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& direction,
+                   Walk& walk) const;
+    void step(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& direction,
+              Walk& walk) const;
+    TwoDimensional::Point<int> retreat(TwoDimensional::Point<int> good, TwoDimensional::Point<int> bad) const;
+    TwoDimensional::Point<int> getNearestQuadInside(TwoDimensional::Point<int> const& quad) const;
+    void remember(Walk const& walk, bool isFound);
+    QuadIndicesIntersectionStatus report(Walk const& walk, bool isFound);
+
+    /// A quad from which to walk to `target`, by a coarse-to-fine descent over samples of the grid. It looks
+    /// at distances of low corners alone, so it may answer with a local minimum, and with extra passes also
+    /// with a place outside the grid. The passes are capped far above what a descent that ends by itself
+    /// takes, since extra passes over holes can repeat themselves for ever.
     TwoDimensional::Point<int> getStartSearchPoint(ThreeDimensional::Point const& target) const;
     bool getIsAnyQuadPointCloser(TwoDimensional::Point<int> const* samples,
                                  ThreeDimensional::Point const& target, TwoDimensional::Point<int>& best,
