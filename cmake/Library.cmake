@@ -4,8 +4,11 @@ file(GLOB_RECURSE qelt_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Geometry/
 file(GLOB_RECURSE qelt_public_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Geometry/*.h)
 
 # Headers that only the library's own sources include: neither installed nor reached by Geometry/geometry.h.
-set(qelt_internal_headers #
-    Geometry/foundations/percentage.h)
+set(qelt_internal_headers
+    Geometry/foundations/percentage.h
+    Geometry/quadmesh/quadfileheader.h
+    Geometry/search/dualbasis.h
+    Geometry/trimesh/trianglearena.h)
 list(TRANSFORM qelt_internal_headers PREPEND ${PROJECT_SOURCE_DIR}/)
 list(REMOVE_ITEM qelt_public_headers ${qelt_internal_headers})
 

@@ -1,0 +1,271 @@
+// The layers of the library, read off the #include lines of its files: an arrow upward fails a test here.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Names = std::set<std::string>;
+
+/// What a file includes, as written between the quotes or brackets.
+struct Includes {
+    Names quoted;
+    Names angled;
+};
+
+/// File names relative to the repository's root, with what each includes.
+using IncludeTable = std::map<std::string, Includes>;
+
+/// The folders whose headers a folder's files may include, besides those of its own.
+std::map<std::string, Names> const allowedFolders{
+    {"foundations", {}},
+    {"linearalgebra", {"foundations"}},
+    {"spatial", {"foundations"}},
+    {"fitting", {"foundations", "linearalgebra"}},
+    {"trimesh", {"foundations", "linearalgebra", "spatial", "fitting"}},
+    {"flattening", {"foundations", "linearalgebra", "fitting", "trimesh"}},
+    {"quadmesh", {"foundations", "linearalgebra", "fitting", "trimesh", "search"}},
+    {"search", {"foundations", "linearalgebra", "fitting", "trimesh", "quadmesh"}},
+    {"groups", {"foundations", "fitting", "trimesh", "quadmesh", "search"}},
+};
+
+/// Files that may include one header of a layer above: a point of space is an element of the partition tree.
+std::map<std::string, std::string> const permittedExceptions{
+    {"Geometry/foundations/point.h", "Geometry/spatial/object.h"},
+};
+
+/// The element of the partition tree lies below everything, so it may not pull anything in.
+std::string const treeElementHeader = "Geometry/spatial/object.h";
+std::string const exportHeader = "Geometry/foundations/export.h";
+std::string const umbrellaHeader = "Geometry/geometry.h";
+
+std::filesystem::path repository() {
+    return QELT_SOURCE_DIR;
+}
+
+Names internalHeaders() {
+    std::istringstream list(QELT_INTERNAL_HEADERS);
+    Names names;
+    for (std::string name; std::getline(list, name, ':');) {
+        names.insert(name);
+    }
+    return names;
+}
+
+Includes parseIncludes(std::istream& text) {
+    static std::regex const pattern(R"(^\s*#\s*include\s*(?:"([^"]+)\"|<([^>]+)>).*$)");
+    Includes result;
+    for (std::string line; std::getline(text, line);) {
+        std::smatch match;
+        if (std::regex_match(line, match, pattern)) {
+            (match[1].matched ? result.quoted : result.angled).insert(match[1].matched ? match[1] : match[2]);
+        }
+    }
+    return result;
+}
+
+bool isSource(std::filesystem::path const& path) {
+    return path.extension() == ".h" || path.extension() == ".cpp";
+}
+
+bool isHeader(std::string const& name) {
+    return name.ends_with(".h");
+}
+
+IncludeTable readTree(std::string const& folder) {
+    IncludeTable table;
+    if (!std::filesystem::exists(repository() / folder)) {
+        return table;
+    }
+    for (auto const& entry : std::filesystem::recursive_directory_iterator(repository() / folder)) {
+        if (entry.is_regular_file() && isSource(entry.path())) {
+            std::ifstream text(entry.path());
+            table[entry.path().lexically_relative(repository()).generic_string()] = parseIncludes(text);
+        }
+    }
+    return table;
+}
+
+/// "trimesh" of "Geometry/trimesh/mesh.h"; empty for a file directly below Geometry and for any other name.
+std::string folderOf(std::string const& name) {
+    static std::regex const pattern(R"(Geometry/([^/]+)/.*)");
+    std::smatch match;
+    return std::regex_match(name, match, pattern) ? match[1].str() : std::string();
+}
+
+bool isPermitted(std::string const& file, std::string const& included) {
+    auto const exception = permittedExceptions.find(file);
+    if (exception != permittedExceptions.end() && exception->second == included) {
+        return true;
+    }
+    if (file == treeElementHeader) {
+        return included == exportHeader;
+    }
+    std::string const from = folderOf(file);
+    std::string const to = folderOf(included);
+    if (from == to && !to.empty()) {
+        return true;
+    }
+    // The records name the grid that answered by forward declaration only.
+    if (from == "search" && to == "quadmesh" && isHeader(file)) {
+        return false;
+    }
+    auto const allowed = allowedFolders.find(from);
+    return allowed != allowedFolders.end() && allowed->second.contains(to);
+}
+
+/// One line for each include that the layers forbid.
+std::vector<std::string> findArrowsUpward(IncludeTable const& table) {
+    std::vector<std::string> found;
+    for (auto const& [file, includes] : table) {
+        if (file == umbrellaHeader) {
+            continue;
+        }
+        for (std::string const& included : includes.quoted) {
+            if (!isPermitted(file, included)) {
+                found.push_back(file + " includes " + included);
+            }
+        }
+    }
+    return found;
+}
+
+/// All headers reached from `start`, itself included.
+Names reachableFrom(std::string const& start, IncludeTable const& table) {
+    Names reached;
+    std::vector<std::string> waiting{start};
+    while (!waiting.empty()) {
+        std::string const name = waiting.back();
+        waiting.pop_back();
+        auto const entry = table.find(name);
+        if (entry != table.end() && reached.insert(name).second) {
+            waiting.insert(waiting.end(), entry->second.quoted.begin(), entry->second.quoted.end());
+        }
+    }
+    return reached;
+}
+
+Names publicHeaders(IncludeTable const& table) {
+    Names headers;
+    for (auto const& [file, includes] : table) {
+        if (isHeader(file) && !internalHeaders().contains(file)) {
+            headers.insert(file);
+        }
+    }
+    return headers;
+}
+
+IncludeTable tableOf(std::string const& file, std::string const& included) {
+    return {{file, Includes{{included}, {}}}};
+}
+
+} // namespace
+
+TEST(ArchitectureCheck, SeesAnArrowUpward) {
+    EXPECT_EQ(1u,
+              findArrowsUpward(tableOf("Geometry/foundations/point.h", "Geometry/trimesh/mesh.h")).size());
+    EXPECT_EQ(1u, findArrowsUpward(tableOf("Geometry/trimesh/mesh.cpp", "Geometry/quadmesh/edge.h")).size());
+    EXPECT_EQ(1u, findArrowsUpward(tableOf("Geometry/foundations/plane.h", treeElementHeader)).size());
+    EXPECT_EQ(1u, findArrowsUpward(tableOf(treeElementHeader, "Geometry/foundations/plane.h")).size());
+    EXPECT_EQ(1u, findArrowsUpward(tableOf("Geometry/search/status.h", "Geometry/quadmesh/edge.h")).size());
+    EXPECT_EQ(1u, findArrowsUpward(tableOf("Geometry/unheardof/file.h", "Geometry/quadmesh/edge.h")).size());
+    EXPECT_EQ(1u, findArrowsUpward(tableOf("Geometry/trimesh/mesh.h", "mesh.h")).size());
+}
+
+TEST(ArchitectureCheck, AcceptsArrowsDownwardAndThePermittedException) {
+    EXPECT_TRUE(findArrowsUpward(tableOf("Geometry/foundations/point.h", treeElementHeader)).empty());
+    EXPECT_TRUE(findArrowsUpward(tableOf("Geometry/trimesh/mesh.h", "Geometry/trimesh/edge.h")).empty());
+    EXPECT_TRUE(findArrowsUpward(tableOf("Geometry/search/ray.cpp", "Geometry/quadmesh/edge.h")).empty());
+    EXPECT_TRUE(findArrowsUpward(tableOf(treeElementHeader, exportHeader)).empty());
+}
+
+TEST(ArchitectureCheck, ReadsIncludeLinesOfBothForms) {
+    std::istringstream text("#include \"Geometry/a.h\"\n  #  include <vector> // why\n// #include \"b.h\"\n");
+
+    Includes const includes = parseIncludes(text);
+
+    EXPECT_EQ(Names{"Geometry/a.h"}, includes.quoted);
+    EXPECT_EQ(Names{"vector"}, includes.angled);
+}
+
+TEST(Architecture, NoFileIncludesALayerAboveItsOwn) {
+    IncludeTable const table = readTree("Geometry");
+    ASSERT_FALSE(table.empty());
+
+    for (std::string const& arrow : findArrowsUpward(table)) {
+        ADD_FAILURE() << arrow;
+    }
+}
+
+TEST(Architecture, HeadersDoNotIncludeEachOtherInACircle) {
+    IncludeTable const table = readTree("Geometry");
+
+    for (auto const& [file, includes] : table) {
+        for (std::string const& included : includes.quoted) {
+            EXPECT_FALSE(reachableFrom(included, table).contains(file)) << file << " through " << included;
+        }
+    }
+}
+
+TEST(Architecture, QuotedIncludesNameFilesThatExist) {
+    for (auto const& [file, includes] : readTree("Geometry")) {
+        for (std::string const& included : includes.quoted) {
+            EXPECT_TRUE(std::filesystem::exists(repository() / included)) << file << " includes " << included;
+        }
+    }
+}
+
+TEST(Architecture, TheLibraryNeedsTheStandardLibraryOnly) {
+    for (auto const& [file, includes] : readTree("Geometry")) {
+        for (std::string const& included : includes.angled) {
+            EXPECT_EQ(std::string::npos, included.find('/')) << file << " includes <" << included << '>';
+        }
+    }
+}
+
+TEST(Architecture, PublicHeadersDoNotIncludeInternalOnes) {
+    IncludeTable const table = readTree("Geometry");
+
+    for (std::string const& header : publicHeaders(table)) {
+        for (std::string const& included : table.at(header).quoted) {
+            EXPECT_FALSE(internalHeaders().contains(included)) << header << " includes " << included;
+        }
+    }
+}
+
+TEST(Architecture, EveryInternalHeaderOfTheListExists) {
+    ASSERT_FALSE(internalHeaders().empty());
+    for (std::string const& header : internalHeaders()) {
+        EXPECT_TRUE(std::filesystem::exists(repository() / header)) << header;
+    }
+}
+
+TEST(Architecture, TheUmbrellaHeaderReachesEveryPublicHeader) {
+    IncludeTable const table = readTree("Geometry");
+    Names const reached = reachableFrom(umbrellaHeader, table);
+
+    for (std::string const& header : publicHeaders(table)) {
+        EXPECT_TRUE(reached.contains(header)) << header;
+    }
+}
+
+TEST(Architecture, ClientsIncludePublicHeadersAlone) {
+    for (char const* folder : {"apps", "examples", "benchmarks", "fuzz"}) {
+        for (auto const& [file, includes] : readTree(folder)) {
+            for (std::string const& included : includes.quoted) {
+                EXPECT_FALSE(internalHeaders().contains(included)) << file << " includes " << included;
+                EXPECT_FALSE(included.ends_with(".cpp")) << file << " includes " << included;
+            }
+        }
+    }
+}

@@ -1,0 +1,12 @@
+# Installs a built tree into an empty folder, so that no file of an earlier run is taken for an installed one.
+
+file(REMOVE_RECURSE ${prefix})
+execute_process(COMMAND ${CMAKE_COMMAND} --install ${build} --prefix ${prefix} OUTPUT_QUIET
+                                                                               COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB_RECURSE headers RELATIVE ${prefix}/include ${prefix}/include/*)
+if(NOT "QELTGeometry/Geometry/geometry.h" IN_LIST headers)
+    message(FATAL_ERROR "The installed headers lack Geometry/geometry.h: ${headers}")
+endif()
+if("QELTGeometry/Geometry/foundations/percentage.h" IN_LIST headers)
+    message(FATAL_ERROR "An internal header is installed")
+endif()

@@ -1,0 +1,56 @@
+# Shell code that ./test, ./demo and .ci/run share; to be sourced. Sets the working directory to the
+# repository's root.
+
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+build_packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libcli11-dev libpng-dev locales)
+check_packages=(clang clang-format clang-tidy)
+build_jobs=${QELT_JOBS:-$(nproc)}
+
+is_installed() {
+    [ "$(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# Runs apt-get without questions, as root or through sudo.
+run_apt_get() {
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null; then
+            echo "These packages are missing and installing them needs root or sudo: ${missing[*]}" >&2
+            exit 1
+        fi
+        as_root=(sudo)
+    fi
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get --quiet --quiet "$@"
+}
+
+# install_packages NAME...: installs those Debian packages that are missing; does nothing when all are there.
+install_packages() {
+    if ! command -v dpkg-query >/dev/null; then
+        echo "No Debian package manager here; expecting the equivalents of: $*" >&2
+        return
+    fi
+    local name missing=()
+    for name in "$@"; do
+        is_installed "$name" || missing+=("$name")
+    done
+    if [ "${#missing[@]}" -eq 0 ]; then
+        return
+    fi
+    echo "Installing ${missing[*]}"
+    run_apt_get update
+    run_apt_get install --yes --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# build_preset PRESET [TARGET...]: configures and builds one preset in build/PRESET.
+build_preset() {
+    local preset=$1
+    shift
+    local targets=()
+    if [ "$#" -gt 0 ]; then
+        targets=(--target "$@")
+    fi
+    cmake --preset "$preset" --log-level=NOTICE
+    cmake --build --preset "$preset" --parallel "$build_jobs" "${targets[@]}"
+}
