@@ -4,7 +4,6 @@
 #include "Geometry/foundations/point.h"
 #include "Geometry/foundations/progresslistener.h"
 #include "Geometry/foundations/progressterminator.h"
-#include "Geometry/linearalgebra/vector.h"
 #include "Geometry/trimesh/edge.h"
 #include "Geometry/trimesh/map.h"
 #include "Geometry/trimesh/triangle.h"
@@ -15,6 +14,10 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+namespace QELT::LinearAlgebra {
+class Vector;
+}
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 

@@ -90,11 +90,20 @@ bool Triangle::connect(unsigned long i, Triangle* other, unsigned long j) {
     if (other->adjacentTriangles[theirs] != nullptr && other->adjacentTriangles[theirs] != this) {
         return false;
     }
+    release(mine);
+    other->release(theirs);
     adjacentTriangles[mine] = other;
     adjacentTriangleEdgeIndices[mine] = theirs;
     other->adjacentTriangles[theirs] = this;
     other->adjacentTriangleEdgeIndices[theirs] = mine;
     return true;
+}
+
+void Triangle::release(std::uint32_t side) {
+    if (adjacentTriangles[side] != nullptr) {
+        adjacentTriangles[side]->makeBoundary(adjacentTriangleEdgeIndices[side]);
+        makeBoundary(side);
+    }
 }
 
 void Triangle::makeBoundary(unsigned long i) {
