@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Geometry/foundations/export.h"
+#include "Geometry/foundations/progresslistener.h"
+#include "Geometry/foundations/progressterminator.h"
+#include "Geometry/linearalgebra/sparsematrix.h"
+#include "Geometry/linearalgebra/vector.h"
+
+namespace QELT::LinearAlgebra {
+
+/// The iterative solver, and two questions about the processor.
+class QELT_EXPORT Utility {
+public:
+    Utility() = delete;
+
+    /// Solves A x = b for a symmetric positive definite A by conjugate gradients (Hestenes and Stiefel,
+    /// "Methods of Conjugate Gradients for Solving Linear Systems", 1952), without preconditioning.
+    ///
+    /// `x` holds the start value and receives the last iterate, converged or not; `*pIterations`, if not
+    /// null, the number of iterations. The answer is whether the Euclidean norm of the residual came down to
+    /// 1e-20, an absolute tolerance; the run ends there, after 262144 iterations, or as soon as the norm is
+    /// NaN, which is how a system that breaks down ends. An iteration costs one product with A.
+    ///
+    /// A listener, which may be null, gets the message "Solving linear system...", and with one each
+    /// iteration writes a progress line to standard output. The terminator is never asked.
+    ///
+    /// Dimensions that do not fit throw, with `x` and `*pIterations` as they were:
+    /// `SparseMatrix::SparseMatrixInvalidDimensionsException*` if the columns of A are not as many as the
+    /// values of x, or if A is not square and an iteration is needed, and
+    /// `Vector::VectorInvalidDimensionsException*` if its rows are not as many as the values of b.
+    static bool solve(SparseMatrix const& A, Vector& x, Vector const& b, unsigned long* pIterations,
+                      ProgressListener* listener, ProgressTerminator* terminator);
+
+    /// Writes the residual norm and the number of iterations to standard output, after a carriage return and
+    /// without a newline, so that a terminal shows the lines in one place. The format of the numbers is the
+    /// same whatever format or locale standard output has been set to.
+    static void setSolveProgress(double residual, int iterations);
+
+    /// Whether vectors and matrices are stored in aligned blocks: false on every processor.
+    static bool isSSE2Present();
+
+    /// Whether the processor has SSE2, by its own statement.
+    static bool isSSEPresent();
+};
+
+} // namespace QELT::LinearAlgebra
