@@ -6,7 +6,7 @@
 
 using namespace QELT::Geometry::ThreeDimensional;
 
-/// Builds a flat strip, resamples nothing, and asks a small grid for a beam: enough to need the library's
+/// Uses a little of everything: enough to need the library's code, and to see that it answers.
 /// code.
 int main() {
     std::string const failed = checkTypeIdentity();

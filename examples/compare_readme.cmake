@@ -1,0 +1,8 @@
+# Fails unless the readme shows the program word for word.
+
+file(READ "${readme}" text)
+file(READ "${program}" code)
+string(FIND "${text}" "```cpp\n${code}```" position)
+if(position EQUAL -1)
+    message(FATAL_ERROR "The program in ${readme} differs from ${program}")
+endif()
