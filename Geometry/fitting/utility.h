@@ -13,8 +13,8 @@ class QELT_EXPORT Utility {
 public:
     Utility() = delete;
 
-    /// The normal (b - a) x (c - b) of a triangle. Its length is twice the area, and the corners run counter-
-    /// clockwise when it points at the viewer.
+    /// The normal (b - a) x (c - b) of a triangle. Its length is twice the area; seen from the side
+    /// it points to, the corners run counter-clockwise.
     static Vector twoATN(Point const& a, Point const& b, Point const& c) { return (b - a).cross(c - b); }
 
     /// Twice the area of a triangle.

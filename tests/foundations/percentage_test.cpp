@@ -1,0 +1,97 @@
+#include "Geometry/foundations/percentage.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace QELT {
+namespace {
+
+class Recorder : public ProgressListener {
+public:
+    void setMessage(char const* text) override { messages.emplace_back(text); }
+
+    void setPercentage(unsigned long percent) override { percentages.push_back(percent); }
+
+    void reserved3() override { ++reservedCalls; }
+
+    void reserved4() override { ++reservedCalls; }
+
+    std::vector<std::string> messages;
+    std::vector<unsigned long> percentages;
+    int reservedCalls = 0;
+};
+
+using Percentages = std::vector<unsigned long>;
+
+TEST(Percentage, OnlyChangesAreSent) {
+    Recorder recorder;
+    PercentageReporter reporter(&recorder);
+    for (std::uint64_t percentage : {1U, 1U, 2U, 2U, 1U, 1U, 100U}) {
+        reporter.report(percentage);
+    }
+    EXPECT_EQ(recorder.percentages, (Percentages{1, 2, 1, 100}));
+    EXPECT_EQ(recorder.reservedCalls, 0);
+}
+
+TEST(Percentage, ZeroAtTheStartIsNoChange) {
+    Recorder recorder;
+    PercentageReporter reporter(&recorder);
+    reporter.report(0);
+    EXPECT_TRUE(recorder.percentages.empty());
+    reporter.report(3);
+    reporter.report(0);
+    EXPECT_EQ(recorder.percentages, (Percentages{3, 0}));
+}
+
+TEST(Percentage, AShareIsTheWholePercentagePlusOne) {
+    Recorder recorder;
+    PercentageReporter reporter(&recorder);
+    for (std::uint64_t done = 0; done < 3; ++done) {
+        reporter.reportShare(done, 3);
+    }
+    EXPECT_EQ(recorder.percentages, (Percentages{1, 34, 67}));
+}
+
+TEST(Percentage, ALongLoopSendsEachNumberFromOneToAHundredOnce) {
+    Recorder recorder;
+    PercentageReporter reporter(&recorder);
+    for (std::uint64_t done = 0; done < 12345; ++done) {
+        reporter.reportShare(done, 12345);
+    }
+    ASSERT_EQ(recorder.percentages.size(), 100U);
+    for (unsigned long i = 0; i < 100; ++i) {
+        EXPECT_EQ(recorder.percentages[i], i + 1);
+    }
+}
+
+TEST(Percentage, TheShareOfThe32BitRangeDoesNotOverflow) {
+    Recorder recorder;
+    PercentageReporter reporter(&recorder);
+    reporter.reportShare(0xFFFFFFFEU, 0xFFFFFFFFU);
+    reporter.reportShare(0xFFFFFFFFU, 0xFFFFFFFFU);
+    EXPECT_EQ(recorder.percentages, (Percentages{100, 101}));
+}
+
+TEST(Percentage, AfterARestartTheSameNumberIsSentAgain) {
+    Recorder recorder;
+    PercentageReporter reporter(&recorder);
+    reporter.report(1);
+    reporter.restart();
+    reporter.report(1);
+    EXPECT_EQ(recorder.percentages, (Percentages{1, 1}));
+}
+
+TEST(Percentage, ANullListenerMeansSilence) {
+    PercentageReporter reporter(nullptr);
+    reporter.report(5);
+    reporter.reportShare(1, 0);
+    reportMessage(nullptr, "nobody hears this");
+    Recorder recorder;
+    reportMessage(&recorder, "heard");
+    EXPECT_EQ(recorder.messages, std::vector<std::string>{"heard"});
+}
+
+} // namespace
+} // namespace QELT
