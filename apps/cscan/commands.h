@@ -1,0 +1,17 @@
+#pragma once
+
+#include "apps/cscan/options.h"
+#include "apps/cscan/progressdisplay.h"
+
+#include <iosfwd>
+
+/// The commands. Each prints its findings to `output` and shows how far it has come on `display`; what goes
+/// wrong is thrown.
+namespace cscan {
+
+void runDemo(DemoOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runScan(ScanOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runInfo(InfoOptions const& options, std::ostream& output, ProgressDisplay& display);
+
+} // namespace cscan

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <exception>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace cscan {
+
+/// A failure whose text is fit for the user: one line that says what went wrong with which file or option.
+class Failure : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Runs `action` and puts `subject`, usually a file's name, in front of the text of what it throws. A
+/// `Failure` already names its subject and passes unchanged.
+template <class Action>
+auto naming(std::string const& subject, Action&& action) -> decltype(action()) {
+    try {
+        return std::forward<Action>(action)();
+    } catch (Failure const&) {
+        throw;
+    } catch (std::bad_alloc const&) {
+        throw Failure(subject + ": not enough memory");
+    } catch (std::exception const& error) {
+        throw Failure(subject + ": " + error.what());
+    }
+}
+
+} // namespace cscan

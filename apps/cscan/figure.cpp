@@ -1,0 +1,152 @@
+#include "apps/cscan/figure.h"
+
+#include "apps/cscan/colourmap.h"
+#include "apps/cscan/font.h"
+
+#include <algorithm>
+
+namespace cscan {
+
+namespace {
+
+constexpr int margin = 24;
+constexpr int gap = 12;
+constexpr int titleScale = 3;
+constexpr int labelScale = 2;
+constexpr int lineHeight = glyphHeight * labelScale + 4;
+constexpr int barWidth = 28;
+constexpr int tickLength = 6;
+constexpr int leastBarHeight = 200;
+constexpr Colour inkColour{40, 40, 40};
+
+int labelWidth(std::string const& text) {
+    return widthOfText(text) * labelScale;
+}
+
+std::size_t reductionOf(QuadMap const& map) {
+    std::size_t const side = std::max(map.getWidth(), map.getHeight());
+    return std::max<std::size_t>((side + longestSide - 1) / longestSide, 1);
+}
+
+int magnificationOf(QuadMap const& map) {
+    std::size_t const side = std::max<std::size_t>({map.getWidth(), map.getHeight(), 1});
+    return static_cast<int>(std::clamp<std::size_t>(magnifiedSide / side, 1, 64));
+}
+
+Colour colourOf(Cell const& cell, Scale const& scale) {
+    switch (cell.kind) {
+    case Cell::NoSurface:
+        return noSurfaceColour;
+    case Cell::NoValue:
+        return noValueColour;
+    case Cell::Measured:
+        break;
+    }
+    return colourOfShare(scale.shareOf(cell.value));
+}
+
+Image pixelsOf(QuadMap const& map, Scale const& scale) {
+    int const magnification = magnificationOf(map);
+    auto const width = static_cast<int>(map.getWidth());
+    auto const height = static_cast<int>(map.getHeight());
+    Image image(width * magnification, height * magnification);
+    for (int v = 0; v < height; ++v) {
+        for (int u = 0; u < width; ++u) {
+            Cell const& cell = map.at(static_cast<std::size_t>(u), static_cast<std::size_t>(v));
+            image.fillRectangle(u * magnification, (height - 1 - v) * magnification, magnification,
+                                magnification, colourOf(cell, scale));
+        }
+    }
+    return image;
+}
+
+/// Where the parts of the picture go, in pixels.
+struct Layout {
+    int mapLeft = 0;
+    int mapTop = 0;
+    int mapWidth = 0;
+    int mapHeight = 0;
+    int barLeft = 0;
+    int barHeight = 0;
+    int noteTop = 0;
+    int width = 0;
+    int height = 0;
+};
+
+int widestTickLabel(Scale const& scale) {
+    int widest = 0;
+    for (double const tick : scale.ticks()) {
+        widest = std::max(widest, labelWidth(scale.labelOf(tick)));
+    }
+    return widest;
+}
+
+char const* const legend = "grey: no surface  white: no value";
+
+Layout layoutOf(Image const& map, QuadMap const& quads, FigureStyle const& style) {
+    Layout layout;
+    layout.mapLeft = margin + labelWidth(std::to_string(quads.getHeight())) + gap;
+    layout.mapTop = margin + glyphHeight * titleScale + gap;
+    layout.mapWidth = map.getWidth();
+    layout.mapHeight = map.getHeight();
+    layout.barLeft = layout.mapLeft + layout.mapWidth + 2 * gap;
+    layout.barHeight = std::max(layout.mapHeight, leastBarHeight);
+    layout.noteTop = layout.mapTop + layout.barHeight + gap + lineHeight;
+    int const barRight = layout.barLeft + barWidth + tickLength + gap + widestTickLabel(style.scale);
+    int const textRight = margin + std::max({widthOfText(style.title) * titleScale, labelWidth(style.note),
+                                             labelWidth(legend)});
+    layout.width = std::max(barRight, textRight) + margin;
+    layout.height = layout.noteTop + 2 * lineHeight + margin;
+    return layout;
+}
+
+void drawBar(Image& image, Layout const& layout, Scale const& scale) {
+    int const height = layout.barHeight;
+    for (int y = 0; y < height; ++y) {
+        double const share = 1.0 - (y + 0.5) / height;
+        image.fillRectangle(layout.barLeft, layout.mapTop + y, barWidth, 1, colourOfShare(share));
+    }
+    image.drawFrame(layout.barLeft, layout.mapTop, barWidth, height, inkColour);
+    int const right = layout.barLeft + barWidth;
+    for (double const tick : scale.ticks()) {
+        int const y = layout.mapTop + static_cast<int>((1.0 - scale.shareOf(tick)) * (height - 1) + 0.5);
+        image.fillRectangle(right, y, tickLength, 1, inkColour);
+        image.drawText(right + tickLength + gap / 2, y - 7 * labelScale / 2, scale.labelOf(tick), labelScale,
+                       inkColour);
+    }
+}
+
+/// The names of the axes and the number of quads along them.
+void drawAxes(Image& image, Layout const& layout, QuadMap const& quads) {
+    int const bottom = layout.mapTop + layout.mapHeight;
+    int const below = bottom + gap / 2;
+    std::string const uCount = std::to_string(quads.getWidth());
+    std::string const vCount = std::to_string(quads.getHeight());
+    int const leftOfMap = layout.mapLeft - gap / 2;
+    image.drawText(layout.mapLeft, below, "0", labelScale, inkColour);
+    image.drawText(layout.mapLeft + layout.mapWidth / 2, below, "u", labelScale, inkColour);
+    image.drawText(layout.mapLeft + layout.mapWidth - labelWidth(uCount), below, uCount, labelScale,
+                   inkColour);
+    image.drawText(leftOfMap - labelWidth("0"), bottom - 7 * labelScale, "0", labelScale, inkColour);
+    image.drawText(leftOfMap - labelWidth("v"), layout.mapTop + layout.mapHeight / 2, "v", labelScale,
+                   inkColour);
+    image.drawText(leftOfMap - labelWidth(vCount), layout.mapTop, vCount, labelScale, inkColour);
+}
+
+} // namespace
+
+Image figureOf(QuadMap const& quads, FigureStyle const& style) {
+    Image const map = pixelsOf(quads.averaged(reductionOf(quads)), style.scale);
+    Layout const layout = layoutOf(map, quads, style);
+    Image image(layout.width, layout.height);
+    image.drawText(margin, margin, style.title, titleScale, black);
+    image.paste(map, layout.mapLeft, layout.mapTop);
+    image.drawFrame(layout.mapLeft, layout.mapTop, layout.mapWidth, layout.mapHeight, inkColour);
+    drawBar(image, layout, style.scale);
+    drawAxes(image, layout, quads);
+    image.drawText(margin, layout.noteTop, style.note, labelScale, inkColour);
+    image.drawText(margin, layout.noteTop + lineHeight, legend, labelScale, inkColour);
+    return image;
+}
+
+} // namespace cscan

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "apps/cscan/names.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace cscan {
+
+/// The header of a `.quads` file.
+struct GridFileHeader {
+    std::uint32_t version = 0;
+    std::string name;
+    std::uint32_t extentU = 0;
+    std::uint32_t extentV = 0;
+    double meanQuadArea = 0.0;
+    double minQuadArea = 0.0;
+    double maxQuadArea = 0.0;
+    std::uint32_t coordinateDataType = 1; ///< version 0 files hold doubles
+};
+
+/// Whether the file begins as a `.quads` file does.
+bool isGridFile(std::filesystem::path const& path);
+
+GridFileHeader readGridFileHeader(std::filesystem::path const& path);
+
+/// Loads the file into the grid. The library reads what there is and takes a file that was cut short for
+/// whole; here it is a failure, found by the file's size before the grid is sized and again, once the
+/// number of valid nodes is known, after it is loaded. Failures name the file.
+void loadGrid(Grid& grid, std::filesystem::path const& path);
+
+/// Saves the grid. The name must end in ".quads". Failures name the file.
+void saveGrid(Grid& grid, std::filesystem::path const& path);
+
+/// The usual words for a coordinate data type of the format.
+std::string nameOfDataType(std::uint32_t coordinateDataType);
+
+} // namespace cscan

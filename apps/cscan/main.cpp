@@ -1,0 +1,7 @@
+#include "apps/cscan/application.h"
+
+#include <iostream>
+
+int main(int argumentCount, char** arguments) {
+    return cscan::runApplication(argumentCount, arguments, std::cout, std::cerr);
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "apps/cscan/names.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace cscan {
+
+/// The triangles of a mesh, each once.
+std::vector<Triangle*> trianglesOf(Mesh const& mesh);
+
+/// A closed walk along the rim of a mesh, with the surface on its left.
+struct BoundaryLoop {
+    std::vector<unsigned long> vertices; ///< in walking order; as many as edges
+    double length = 0.0;                 ///< on the surface, in the part's unit
+};
+
+/// The rims of the outline and of the holes, the longest first.
+std::vector<BoundaryLoop> boundaryLoopsOf(std::vector<Triangle*> const& triangles);
+
+/// Twice the signed area of a triangle in the flat map; negative where the map has turned it over.
+double twiceFlatArea(Triangle const& triangle);
+
+struct FlatSummary {
+    FlatPoint low;
+    double width = 0.0;
+    double height = 0.0;
+    std::size_t flippedCount = 0;    ///< triangles with a negative flat area
+    std::size_t degenerateCount = 0; ///< triangles whose flat area is zero or no number
+};
+
+FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<Triangle*> const& triangles);
+
+} // namespace cscan

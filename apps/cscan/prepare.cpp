@@ -1,0 +1,87 @@
+#include "apps/cscan/commands.h"
+#include "apps/cscan/failure.h"
+#include "apps/cscan/files.h"
+#include "apps/cscan/gridfile.h"
+#include "apps/cscan/numbers.h"
+#include "apps/cscan/objfile.h"
+#include "apps/cscan/report.h"
+#include "apps/cscan/stopwatch.h"
+
+#include <ostream>
+
+namespace cscan {
+
+namespace {
+
+/// Finds out before the long work that a result would have no place to go.
+void requireOutputs(PrepareOptions const& options) {
+    if (options.grid.extension() != ".quads") {
+        throw Failure(options.grid.string() + ": the name of a grid file must end in .quads");
+    }
+    requireWritable(options.grid);
+    if (!options.flat) {
+        return;
+    }
+    if (options.flat->extension() != ".obj") {
+        throw Failure(options.flat->string() + ": the name of a mesh file must end in .obj");
+    }
+    requireWritable(*options.flat);
+}
+
+void loadPart(Mesh& mesh, std::filesystem::path const& path, std::ostream& output, ProgressDisplay& display) {
+    Stopwatch const watch;
+    loadObj(mesh, path);
+    double const seconds = watch.seconds();
+    display.clear();
+    auto const triangles = trianglesOf(mesh);
+    auto const loops = boundaryLoopsOf(triangles);
+    output << path.string() << '\n';
+    printItem(output, "load time", secondsText(seconds));
+    printMesh(output, mesh, triangles, loops);
+    output << std::flush;
+    if (loops.empty()) {
+        throw Failure(path.string() + ": the mesh is closed; it needs a rim to be flattened");
+    }
+}
+
+void flattenPart(Mesh& mesh, PrepareOptions const& options, std::ostream& output, ProgressDisplay& display) {
+    auto const report = naming(options.part.string(), [&] { return flatten(mesh, options.mode, display); });
+    output << (options.mode == FlatteningMode::Pinned ? "\nFlattened, pinned\n"
+                                                      : "\nFlattened, developable\n");
+    printItem(output, "flatten time", secondsText(report.seconds));
+    for (std::string const& line : linesOf(report)) {
+        printItem(output, "solver", line);
+    }
+    printFlat(output, flatSummaryOf(mesh, trianglesOf(mesh)));
+    output << std::flush;
+    if (options.flat) {
+        saveFlatObj(mesh, *options.flat);
+        display.clear();
+        printItem(output, "flat map", options.flat->string());
+    }
+}
+
+} // namespace
+
+void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDisplay& display) {
+    requireReadable(options.part);
+    requireOutputs(options);
+    Mesh mesh;
+    mesh.setProgressListener(&display);
+    loadPart(mesh, options.part, output, display);
+    flattenPart(mesh, options, output, display);
+
+    Grid grid;
+    grid.setProgressListener(&display);
+    display.setMessage("Resampling...");
+    Stopwatch const watch;
+    naming(options.part.string(), [&] { grid.construct(mesh, options.quadArea); });
+    double const seconds = watch.seconds();
+    saveGrid(grid, options.grid);
+    display.clear();
+    output << '\n' << options.grid.string() << '\n';
+    printItem(output, "resample time", secondsText(seconds));
+    printGrid(output, grid, gridSummaryOf(grid));
+}
+
+} // namespace cscan

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "apps/cscan/gridsummary.h"
+#include "apps/cscan/meshsummary.h"
+#include "apps/cscan/scanner.h"
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+/// What the commands print.
+namespace cscan {
+
+/// A line of a name and what is to be said about it, the latter in a column.
+void printItem(std::ostream& output, std::string const& name, std::string const& text);
+
+/// "0.123 s"
+std::string secondsText(double seconds);
+
+/// "1 hole", "2 holes"
+std::string counted(std::size_t count, std::string const& singular, std::string const& plural);
+
+void printMesh(std::ostream& output, Mesh const& mesh, std::vector<Triangle*> const& triangles,
+               std::vector<BoundaryLoop> const& loops);
+void printFlat(std::ostream& output, FlatSummary const& flat);
+void printGrid(std::ostream& output, Grid const& grid, GridSummary const& summary);
+void printScan(std::ostream& output, ScanResult const& result);
+
+/// A table whose columns are as wide as their widest cell; the first row is the heading.
+void printTable(std::ostream& output, std::vector<std::vector<std::string>> const& rows);
+
+} // namespace cscan

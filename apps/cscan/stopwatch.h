@@ -1,0 +1,17 @@
+#pragma once
+
+#include <chrono>
+
+namespace cscan {
+
+/// The seconds since its making.
+class Stopwatch {
+public:
+    double seconds() const { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point start = Clock::now();
+};
+
+} // namespace cscan
