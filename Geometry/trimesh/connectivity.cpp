@@ -58,8 +58,8 @@ bool Mesh::addTriangleWithAttachedApex(Edge const& e, unsigned long w) {
     return true;
 }
 
-/// Stitches the side of `triangle` that runs from its vertex number `side` to the next to the triangles listed
-/// at vertex `v` that have it the other way round. If there is none, `triangle` joins the list.
+/// Stitches the side of `triangle` that runs from its vertex number `side` to the next to the triangles
+/// listed at vertex `v` that have it the other way round. If there is none, `triangle` joins the list.
 bool Mesh::stitchSide(Triangle* triangle, std::uint32_t side, unsigned long v) {
     std::uint32_t const a = triangle->vertexIndices[side];
     std::uint32_t const b = triangle->vertexIndices[side + 1];
@@ -137,8 +137,9 @@ bool Mesh::getDoesEdgeExist(unsigned long a, unsigned long b, Edge* out) const {
     });
 }
 
-/// Looks through the fan of `start` for the spoke that ends at `b`. An open fan is rewound to its first spoke;
-/// the rewind also ends where it set out, since this fan may be closed although the vertex counts as boundary.
+/// Looks through the fan of `start` for the spoke that ends at `b`. An open fan is rewound to its first
+/// spoke; the rewind also ends where it set out, since this fan may be closed although the vertex counts as
+/// boundary.
 bool Mesh::findSpoke(Edge start, bool isBoundaryVertex, unsigned long b, Edge* out) {
     if (isBoundaryVertex) {
         Edge const rewindStart = start;
