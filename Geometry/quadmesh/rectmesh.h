@@ -368,14 +368,49 @@ private:
                         double spacing);
     void markInterior();
 
+    /// \throws std::ios_base::failure with this text, which must be a literal.
+    static std::ofstream openForWriting(char const* path, std::ios_base::openmode mode,
+                                        char const* failureText);
+    static std::ifstream openForReading(char const* path);
+
     void saveAsQuads(char const* path);
+    /// Replaces each stored area that is off the target area by more than the tolerance, if asked to.
     void snapQuadAreas();
+    void writeFileHeader(std::ofstream& stream, std::uint32_t coordinateDataType) const;
     void writeFlags(std::ofstream& stream, PercentageReporter& progress) const;
-    void writePoints(std::ofstream& stream, PercentageReporter& progress) const;
+    /// \throws std::runtime_error "Unsupported coordinate data-type.".
+    void writePoints(std::ofstream& stream, std::uint32_t coordinateDataType,
+                     PercentageReporter& progress) const;
+    template <class Stored>
+    void writePointsAs(std::ofstream& stream, PercentageReporter& progress) const;
+
+    void initFromHeader(QuadFileHeader const& header);
+    void readFlags(std::ifstream& stream);
+    void markBoundaryAndInterior();
     void loadv0(QuadFileHeader const& header, std::ifstream& stream);
     void loadv1(QuadFileHeader const& header, std::ifstream& stream);
+    template <class Stored>
+    void readPointsAs(std::ifstream& stream);
+
+    /// Counts the quads in bins of equal width; areas beyond the range go into the nearest bin.
     void getQuadAreaDistribution(double min, double max, std::uint32_t binCount, std::uint32_t* bins,
                                  std::uint32_t* count) const;
+
+    /// Calls `visit` with every node, row by row. An empty grid counts as the one node (0, 0).
+    template <class Visit>
+    void forEachNode(Visit visit) const {
+        for (std::uint32_t v = 0; v <= extents.v; ++v) {
+            for (std::uint32_t u = 0; u <= extents.u; ++u) {
+                visit(TwoDimensional::Point<int>(static_cast<int>(u), static_cast<int>(v)));
+            }
+        }
+    }
+
+    static bool getDoesExceedStorage(std::uint32_t u, std::uint32_t v, unsigned long maxMB) {
+        return getNumberOfMBs(u, v) > toUInt32(maxMB);
+    }
+
+    void setAllQuadAreas(double area);
 
     bool walkToHit(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& direction,
                    Walk& walk) const;
