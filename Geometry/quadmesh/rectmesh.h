@@ -362,10 +362,12 @@ private:
 
     void updateQuadAreas() { getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea); }
 
+    void rasterise(TriMesh::Triangle const& triangle, double h);
     void markBoundary();
     void markCut(TriMesh::Mesh const& mesh, double spacing);
     void markCutSegment(TwoDimensional::Point<double> const& p, TwoDimensional::Point<double> const& q,
                         double spacing);
+    void markCutNode(TwoDimensional::Point<int> const& node);
     void markInterior();
 
     /// \throws std::ios_base::failure with this text, which must be a literal.

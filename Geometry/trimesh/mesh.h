@@ -97,10 +97,10 @@ public:
     /// the length of the system. A solve that does not converge is noted on standard output and its last
     /// iterate is used. A loop of fewer than 128 vertices that is rolled out is pinned at its first two.
     /// \throws std::runtime_error "Mesh has no boundary", "Mesh boundary is not manifold" (a vertex at which
-    /// the boundary meets itself; the mesh is unchanged in both cases), or "Boundary flattening internal
-    /// failure" if a loop of fewer than five vertices is to be rolled out;
-    /// SparseMatrix::SparseMatrixInvalidDimensionsException* for a start value of the wrong length. Both of
-    /// these come after the renumbering.
+    /// the boundary meets itself) or "Mesh has a vertex without a triangle", all with the mesh unchanged;
+    /// "Boundary flattening internal failure" if a loop of fewer than five vertices is to be rolled out, and
+    /// SparseMatrix::SparseMatrixInvalidDimensionsException* for a start value of the wrong length, both
+    /// after the renumbering.
     void conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSolution, bool doUseSolutionAsStart);
 
     /// Builds a hexagonal cone of seven vertices in this empty mesh and flattens it, as a trial.
@@ -202,10 +202,17 @@ private:
     void pinExtremeCorners(std::vector<std::uint32_t>& loop) const;
     void renumberVertices(std::vector<std::uint32_t> const& newIndex);
 
+    /// Assembles and solves the system for the free vertices, those in front of the last
+    /// `fixedPoints.size()`. On entry `solution` is the start value.
+    void solveConformalSystem(std::vector<TwoDimensional::Point<double>> const& fixedPoints,
+                              LinearAlgebra::Vector& solution);
+
     /// Rolls the longest loop out into the plane: `boundaryPoints` has room for one point for each of its
     /// vertices, which must be the last of the mesh, in walking order.
     void getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVertices,
                                             TwoDimensional::Point<double>* boundaryPoints);
+
+    double getBoundaryAngle(unsigned long v, Edge& outgoing) const;
 
     /// Turns the flat map to the smallest of 4096 bounding boxes over a quarter turn, with its long side
     /// along u and its low corner at (0, 0). Always true.
