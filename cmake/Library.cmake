@@ -6,8 +6,13 @@ file(GLOB_RECURSE qelt_public_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Ge
 # Headers that only the library's own sources include: neither installed nor reached by Geometry/geometry.h.
 set(qelt_internal_headers
     Geometry/foundations/percentage.h
+    Geometry/linearalgebra/normalequations.h
     Geometry/quadmesh/quadfileheader.h
     Geometry/search/dualbasis.h
+    Geometry/trimesh/boundaryloops.h
+    Geometry/trimesh/facestitcher.h
+    Geometry/trimesh/sharpestturns.h
+    Geometry/trimesh/textscanner.h
     Geometry/trimesh/trianglearena.h)
 list(TRANSFORM qelt_internal_headers PREPEND ${PROJECT_SOURCE_DIR}/)
 list(REMOVE_ITEM qelt_public_headers ${qelt_internal_headers})
