@@ -136,9 +136,10 @@ TYPED_TEST(FlatVector, SumsProductsAndMeasuresOfSmallNumbers) {
 
 TYPED_TEST(FlatVector, AVectorMayBeCombinedWithItself) {
     TwoDimensional::Vector<TypeParam> vector(3, 4);
-    vector += vector;
+    auto const& itself = vector;
+    vector += itself;
     EXPECT_TRUE(has<TypeParam>(vector, 6, 8));
-    vector -= vector;
+    vector -= itself;
     EXPECT_TRUE(has<TypeParam>(vector, 0, 0));
 }
 
