@@ -93,6 +93,7 @@ private:
     std::uint32_t getCapacityAfterAppending(std::uint32_t count) const;
     void makeRoom(std::uint32_t r);
     void setMergedRow(std::uint32_t r, SparseMatrix const& a, SparseMatrix const& b);
+    void addRowProduct(std::uint32_t r, SparseMatrix const& other, double* sums) const;
 
     friend SparseMatrix operator*(double factor, SparseMatrix const& matrix);
     friend class CompactRows;

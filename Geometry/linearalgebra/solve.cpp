@@ -1,0 +1,156 @@
+#include "Geometry/foundations/percentage.h"
+#include "Geometry/linearalgebra/compactrows.h"
+#include "Geometry/linearalgebra/utility.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <iostream>
+#include <string>
+
+namespace QELT::LinearAlgebra {
+
+namespace {
+
+/// The Euclidean norm of the residual at which a system counts as solved, whatever the size of its numbers.
+constexpr double residualTolerance = 1e-20;
+constexpr int maximumIterations = 262144;
+
+/// The state of the conjugate gradient iteration for a square matrix. All storage is had at construction.
+///
+/// The two products with the matrix and the inner products that an iteration calls for have the same operands
+/// several times over: each is computed once, in the loop that has its operands at hand. All sums start at
+/// 0.0 and run in ascending order.
+class ConjugateGradients {
+public:
+    ConjugateGradients(SparseMatrix const& matrix, Vector const& start, Vector const& startResidual)
+        : rows(matrix),
+          iterate(start),
+          residual(startResidual),
+          direction(startResidual),
+          product(startResidual.getNumberOfValues()),
+          residualSqr(residual.normL2Sqr()) {}
+
+    void advance() {
+        if (isStarted) {
+            turnDirection();
+        }
+        isStarted = true;
+        double const curvature = multiplyDirection();
+        step(residualSqr / curvature);
+    }
+
+    double getNorm() const { return std::sqrt(residualSqr); }
+
+    Vector const& getIterate() const { return iterate; }
+
+private:
+    /// The new direction: the residual, plus as much of the old direction as makes the two conjugate.
+    void turnDirection() {
+        double const beta = residualSqr / previousResidualSqr;
+        double const* const r = residual.begin();
+        double* const d = direction.begin();
+        std::size_t const n = residual.getNumberOfValues();
+        for (std::size_t i = 0; i < n; ++i) {
+            d[i] = r[i] + d[i] * beta;
+        }
+    }
+
+    /// Sets `product` to the matrix times the direction; the answer is its inner product with the direction.
+    double multiplyDirection() {
+        double const* const d = direction.begin();
+        double* const q = product.begin();
+        double sum = 0.0;
+        rows.forEachProduct(d, [d, q, &sum](std::size_t row, double value) {
+            q[row] = value;
+            sum += d[row] * value;
+        });
+        return sum;
+    }
+
+    /// Goes along the direction and brings the residual and its square up to date.
+    void step(double alpha) {
+        double const* const d = direction.begin();
+        double const* const q = product.begin();
+        double* const x = iterate.begin();
+        double* const r = residual.begin();
+        std::size_t const n = residual.getNumberOfValues();
+        double sum = 0.0;
+        for (std::size_t i = 0; i < n; ++i) {
+            x[i] = x[i] + d[i] * alpha;
+            double const value = r[i] - q[i] * alpha;
+            r[i] = value;
+            sum += value * value;
+        }
+        previousResidualSqr = residualSqr;
+        residualSqr = sum;
+    }
+
+    CompactRows rows;
+    Vector iterate;
+    Vector residual;
+    Vector direction;
+    Vector product;
+    double residualSqr;
+    double previousResidualSqr = 0.0;
+    bool isStarted = false;
+};
+
+/// Iterates from `x` until the residual's norm is small enough, NaN, or the iterations run out. On return `x`
+/// is the last iterate and `norm` its residual's; the answer is the number of iterations.
+int iterate(SparseMatrix const& A, Vector& x, Vector const& residual, double& norm,
+            ProgressListener const* listener) {
+    ConjugateGradients gradients(A, x, residual);
+    int iterations = 0;
+    while (norm > residualTolerance && iterations < maximumIterations) {
+        ++iterations;
+        gradients.advance();
+        norm = gradients.getNorm();
+        if (listener != nullptr) {
+            Utility::setSolveProgress(norm, iterations);
+        }
+    }
+    x.set(&gradients.getIterate());
+    return iterations;
+}
+
+/// `label`, a colon, the number as a stream in its original state would write it, and a full stop.
+void appendItem(std::string& line, char const* label, double value) {
+    constexpr int defaultPrecision = 6;
+    std::array<char, 32> digits;
+    auto const written = std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                       std::chars_format::general, defaultPrecision);
+    line += label;
+    line += ": ";
+    line.append(digits.data(), written.ptr);
+    line += ".  ";
+}
+
+} // namespace
+
+bool Utility::solve(SparseMatrix const& A, Vector& x, Vector const& b, unsigned long* pIterations,
+                    ProgressListener* listener, ProgressTerminator* /* terminator */) {
+    reportMessage(listener, "Solving linear system...");
+    Vector const residual = b - A * x;
+    double norm = residual.normL2();
+    int iterations = 0;
+    if (norm > residualTolerance) {
+        if (A.getNumberOfRows() != A.getNumberOfColumns()) {
+            throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
+        }
+        iterations = iterate(A, x, residual, norm, listener);
+    }
+    if (pIterations != nullptr) {
+        *pIterations = static_cast<unsigned long>(iterations);
+    }
+    return residualTolerance >= norm;
+}
+
+void Utility::setSolveProgress(double residual, int iterations) {
+    std::string line = "\r";
+    appendItem(line, "Residual L2 norm", residual);
+    appendItem(line, "Iterations to Max. 262144", iterations);
+    std::cout.write(line.data(), static_cast<std::streamsize>(line.size()));
+}
+
+} // namespace QELT::LinearAlgebra
