@@ -19,7 +19,7 @@ public:
         }
     }
 
-    /// floor(100 * done / total) + 1. The product is wide enough for any 32-bit count.
+    /// floor(100 * done / total) + 1, for a total above 0. The product is wide enough for any 32-bit count.
     void reportShare(std::uint64_t done, std::uint64_t total) {
         if (listener != nullptr) {
             report(done * 100 / total + 1);

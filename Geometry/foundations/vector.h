@@ -145,7 +145,10 @@ public:
     /// Component number `i` modulo 3.
     void set(unsigned long i, double value) { component(i) = value; }
 
-    double get(unsigned long i) const { return const_cast<Vector*>(this)->component(i); }
+    double get(unsigned long i) const {
+        std::uint32_t const axis = toUInt32(i) % 3U;
+        return axis == 0 ? dX : (axis == 1 ? dY : dZ);
+    }
 
     void inc(unsigned long i, double value) { component(i) += value; }
 
