@@ -6,6 +6,7 @@ file(GLOB_RECURSE qelt_public_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Ge
 # Headers that only the library's own sources include: neither installed nor reached by Geometry/geometry.h.
 set(qelt_internal_headers
     Geometry/foundations/percentage.h
+    Geometry/linearalgebra/compactrows.h
     Geometry/linearalgebra/normalequations.h
     Geometry/quadmesh/quadfileheader.h
     Geometry/search/dualbasis.h
