@@ -1,0 +1,114 @@
+#include "tests/search/searchtwin.h"
+#include "tests/support/gridfamilies.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+/// Counts what this program takes from the heap through `operator new`.
+std::size_t allocations = 0;
+
+void* allocate(std::size_t size) noexcept {
+    ++allocations;
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    void* const block = allocate(size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+void* operator new[](std::size_t size) {
+    return ::operator new(size);
+}
+
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+    return allocate(size);
+}
+
+void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
+    return allocate(size);
+}
+
+// Not inline: the compiler would see `free` meet a pointer from `new` and warn.
+[[gnu::noinline]] void operator delete(void* block) noexcept {
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete[](void* block) noexcept {
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete[](void* block, std::size_t) noexcept {
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete(void* block, std::nothrow_t const&) noexcept {
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete[](void* block, std::nothrow_t const&) noexcept {
+    std::free(block);
+}
+
+namespace QELT::Testing {
+
+namespace {
+
+class RaySearchAllocation : public SearchTest {};
+
+} // namespace
+
+TEST_F(RaySearchAllocation, CountsWhatIsAllocated) {
+    std::size_t const before = allocations;
+    std::vector<int> const numbers(1000);
+    EXPECT_EQ(numbers.size(), 1000U);
+    EXPECT_GT(allocations, before);
+}
+
+TEST_F(RaySearchAllocation, QuadTestTakesNothingFromTheHeap) {
+    RectMesh const grid = wavyGrid(10, 10, 1.0);
+    SpacePoint const origin(3.3, 4.6, 9.0);
+    SpaceVector const direction(0.0, 0.0, -1.0);
+    SpacePoint hitPoint;
+    QuadIntersectionData data;
+    std::size_t const before = allocations;
+    bool const isHit = grid.getDoesIntersectQuad({3, 4}, origin, direction, hitPoint, &data);
+    bool const isOtherHit = grid.getDoesIntersectQuad({7, 7}, origin, direction, hitPoint, nullptr);
+    EXPECT_EQ(allocations, before);
+    EXPECT_TRUE(isHit);
+    EXPECT_FALSE(isOtherHit);
+}
+
+TEST_F(RaySearchAllocation, WarmQueryTakesNothingFromTheHeapButForALongFileName) {
+    RectMesh grid = wavyGrid(40, 40, 2.0);
+    punchMany(grid);
+    grid.setFileName("a.quads");
+    SpaceVector const direction(0.1, -0.05, -1.0);
+    int warmHits = 0;
+    int warmMisses = 0;
+    for (int i = 0; i < 200; ++i) {
+        SpacePoint const origin(3.0 + 0.17 * i, 36.0 - 0.151 * i, 9.0);
+        grid.doResetSearch = false;
+        grid.lastQuadIndices = {5 + i % 30, 5};
+        std::size_t const before = allocations;
+        QuadIndicesIntersectionStatus const status = grid.getIntersectionStatus(origin, direction, false);
+        std::size_t const taken = allocations - before;
+        ASSERT_EQ(taken, 0U) << "beam " << i;
+        ++(status.getIsValid() ? warmHits : warmMisses);
+    }
+    EXPECT_GT(warmHits, 20);
+    EXPECT_GT(warmMisses, 20);
+}
+
+} // namespace QELT::Testing
