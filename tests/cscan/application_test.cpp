@@ -1,0 +1,342 @@
+// Runs the program itself, as a user would.
+
+#include "apps/cscan/bladepart.h"
+#include "tests/cscan/scratchdirectory.h"
+
+#include <gtest/gtest.h>
+#include <png.h>
+
+#include <cstdlib>
+#include <set>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+namespace cscan {
+namespace {
+
+using Testing::readText;
+using Testing::ScratchDirectory;
+using Testing::writeText;
+
+struct Outcome {
+    int status = -1;
+    std::string output;
+    std::string errors;
+};
+
+std::string quoted(std::string const& argument) {
+    return "'" + argument + "'";
+}
+
+/// Runs the program with the scratch directory as its working directory.
+Outcome run(ScratchDirectory const& directory, std::vector<std::string> const& arguments) {
+    std::string command = "cd " + quoted(directory.get().string()) + " && " + quoted(CSCAN_BINARY);
+    for (std::string const& argument : arguments) {
+        command += " " + quoted(argument);
+    }
+    command += " > stdout.txt 2> stderr.txt < /dev/null";
+    int const status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(directory / "stdout.txt"),
+            readText(directory / "stderr.txt")};
+}
+
+std::vector<std::string> linesOf(std::string const& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+/// What stands behind a name in the program's findings; empty if the name isn't there.
+std::string itemIn(std::string const& output, std::string const& name) {
+    for (std::string const& line : linesOf(output)) {
+        if (line.rfind(name + "  ", 0) == 0) {
+            return line.substr(line.find_first_not_of(' ', name.size()));
+        }
+    }
+    return {};
+}
+
+std::vector<std::string> fieldsOf(std::string const& line) {
+    std::vector<std::string> fields(1);
+    for (char const character : line) {
+        if (character == ',') {
+            fields.emplace_back();
+        } else {
+            fields.back() += character;
+        }
+    }
+    return fields;
+}
+
+constexpr unsigned around = 150;
+constexpr unsigned rings = 8;
+
+void makePart(ScratchDirectory const& directory) {
+    writePart(measuredBlade({around, rings, 0.003, 7}), directory / "part.obj");
+}
+
+void makeGrid(ScratchDirectory const& directory) {
+    makePart(directory);
+    Outcome const outcome =
+        run(directory, {"prepare", "part.obj", "part.quads", "--quad-area", "4", "--mode", "pinned"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+}
+
+/// Number of colours of an image; 0 if it can't be read.
+std::size_t coloursOf(std::filesystem::path const& path) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_file(&image, path.c_str()) == 0) {
+        return 0;
+    }
+    image.format = PNG_FORMAT_RGB;
+    std::vector<unsigned char> bytes(PNG_IMAGE_SIZE(image));
+    if (png_image_finish_read(&image, nullptr, bytes.data(), 0, nullptr) == 0) {
+        return 0;
+    }
+    std::set<std::vector<unsigned char>> colours;
+    for (std::size_t i = 0; i + 2 < bytes.size(); i += 3) {
+        colours.insert({bytes[i], bytes[i + 1], bytes[i + 2]});
+    }
+    return colours.size();
+}
+
+void expectSolverItems(std::string const& output, std::vector<std::string> const& subjects) {
+    std::vector<std::string> items;
+    for (std::string const& line : linesOf(output)) {
+        if (line.rfind("solver ", 0) == 0) {
+            items.push_back(line.substr(line.find_first_not_of(' ', 7)));
+        }
+    }
+    ASSERT_EQ(items.size(), subjects.size()) << output;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        EXPECT_EQ(items[i].rfind(subjects[i] + ": ", 0), 0U) << items[i];
+        EXPECT_NE(items[i].find(" iterations, residual "), std::string::npos) << items[i];
+        EXPECT_NE(items[i].find(", converged"), std::string::npos) << items[i];
+    }
+}
+
+TEST(Cscan, prepareTellsWhatItFoundOnTheWay) {
+    ScratchDirectory const directory;
+    makePart(directory);
+    Outcome const outcome = run(directory, {"prepare", "part.obj", "part.quads", "--quad-area", "4", "--mode",
+                                            "pinned", "--flat", "flat.obj"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(itemIn(outcome.output, "vertices"), std::to_string(around * (rings + 1)));
+    EXPECT_EQ(itemIn(outcome.output, "faces"), std::to_string(2 * around * rings));
+    EXPECT_EQ(itemIn(outcome.output, "boundary loops"), "2");
+    EXPECT_EQ(itemIn(outcome.output, "  loop 1").find("150 edges, length 3"), 0U) << outcome.output;
+    EXPECT_EQ(itemIn(outcome.output, "  loop 2").find("150 edges, length 5"), 0U) << outcome.output;
+    EXPECT_EQ(itemIn(outcome.output, "flipped triangles"), "0");
+    expectSolverItems(outcome.output, {"map"});
+    EXPECT_FALSE(itemIn(outcome.output, "quad area").empty());
+    EXPECT_TRUE(std::filesystem::exists(directory / "part.quads"));
+
+    std::string const flat = run(directory, {"info", "flat.obj"}).output;
+    EXPECT_EQ(itemIn(flat, "flat coordinates"), "yes");
+    EXPECT_EQ(itemIn(flat, "vertices"), itemIn(outcome.output, "vertices"));
+    EXPECT_EQ(itemIn(flat, "flipped triangles"), "0");
+}
+
+TEST(Cscan, prepareInDevelopableModeReportsBothSolves) {
+    ScratchDirectory const directory;
+    makePart(directory);
+    Outcome const outcome = run(directory, {"prepare", "part.obj", "part.quads", "--quad-area", "4"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    expectSolverItems(outcome.output, {"boundary", "inside"});
+    EXPECT_EQ(outcome.output.find("Residual L2 norm"), std::string::npos);
+}
+
+TEST(Cscan, printsTheLibrarysMessagesWhereStandardErrorIsNoTerminal) {
+    ScratchDirectory const directory;
+    makePart(directory);
+    Outcome const outcome =
+        run(directory, {"prepare", "part.obj", "part.quads", "--quad-area", "4", "--mode", "pinned"});
+    std::vector<std::string> const expected = {"Initialising file load: part.obj.",
+                                               "Reading 3D coordinates...",
+                                               "Reading connectivity information...",
+                                               "Constructing triangle mesh...",
+                                               "Promoting interior...",
+                                               "Constructing order 2696 Laplace-Beltrami matrix...",
+                                               "Solving linear system...",
+                                               "Resampling...",
+                                               "Writing point flags...",
+                                               "Writing quad points..."};
+    EXPECT_EQ(linesOf(outcome.errors), expected);
+}
+
+TEST(Cscan, infoTellsWhatAGridHolds) {
+    ScratchDirectory const directory;
+    makeGrid(directory);
+    Outcome const outcome = run(directory, {"info", "part.quads"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_EQ(itemIn(outcome.output, "version"), "1");
+    EXPECT_EQ(itemIn(outcome.output, "source name"), "part");
+    EXPECT_EQ(itemIn(outcome.output, "coordinates"), "32-bit float");
+    EXPECT_EQ(itemIn(outcome.output, "  cut boundary"), "0");
+    EXPECT_NE(itemIn(outcome.output, "  interior"), "0");
+}
+
+TEST(Cscan, scanOfARasterWritesEveryHitAndTheImages) {
+    ScratchDirectory const directory;
+    makeGrid(directory);
+    Outcome const outcome = run(directory, {"scan", "part.quads", "--raster", "1", "--standoff", "5",
+                                            "--direction", "0,0,-1", "--csv", "hits.csv", "--image", "scan"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    auto const lines = linesOf(readText(directory / "hits.csv"));
+    EXPECT_EQ(lines.at(0), "u,v,x,y,z,distance,angle,valid");
+    EXPECT_EQ(std::to_string(lines.size() - 1), itemIn(outcome.output, "beams"));
+    std::size_t hitCount = 0;
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        hitCount += fieldsOf(lines[i]).at(7) == "1" ? 1U : 0U;
+    }
+    EXPECT_EQ(std::to_string(hitCount), itemIn(outcome.output, "hits"));
+    // The patch fills most of its bounding box; its corners and the cut-out are missed.
+    EXPECT_GT(hitCount, 80 * lines.size() / 100);
+    EXPECT_LT(hitCount, 99 * lines.size() / 100);
+    for (char const* name : {"scan_distance.png", "scan_angle.png"}) {
+        EXPECT_GT(coloursOf(directory / name), 50U) << name;
+    }
+    EXPECT_GT(coloursOf(directory / "scan_coverage.png"), 10U);
+}
+
+TEST(Cscan, scanOfGivenBeamsMeasuresEachOfThem) {
+    ScratchDirectory const directory;
+    makeGrid(directory);
+    writeText(directory / "beams.csv", "ox,oy,oz,dx,dy,dz\n-10.1,3.2,20,0,0,-1\n5,-14,20,0,0,-1\n"
+                                       "-9.7,3.4,20,0.1,0,-2\n-9.7,3.4,-20,0,0,1\n");
+    Outcome const outcome = run(directory, {"scan", "part.quads", "--beams", "beams.csv", "--csv", "hits.csv",
+                                            "--image", "scan", "--unit", "mm"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    auto const lines = linesOf(readText(directory / "hits.csv"));
+    ASSERT_EQ(lines.size(), 5U);
+    auto const straight = fieldsOf(lines[1]);
+    EXPECT_NEAR(std::stod(straight.at(2)), -10.1, 1e-4);
+    EXPECT_NEAR(std::stod(straight.at(3)), 3.2, 1e-4);
+    EXPECT_NEAR(std::stod(straight.at(4)) + std::stod(straight.at(5)), 20.0, 1e-4);
+    EXPECT_GT(std::stod(straight.at(6)), 2.5);
+    EXPECT_EQ(lines[2], ",,,,,,,0") << "over the cut-out";
+    auto const oblique = fieldsOf(lines[3]);
+    EXPECT_NEAR(std::stod(oblique.at(2)) + 9.7, 0.05 * (20.0 - std::stod(oblique.at(4))), 1e-4);
+    auto const fromBelow = fieldsOf(lines[4]);
+    EXPECT_EQ(fromBelow.at(7), "1");
+    EXPECT_LT(std::stod(fromBelow.at(6)), 0.7);
+    EXPECT_EQ(itemIn(outcome.output, "from behind").find("1 hit "), 0U) << outcome.output;
+}
+
+/// The lines of standard error that the program speaks itself, in contrast to the library's messages.
+std::vector<std::string> complaintsIn(std::string const& errors) {
+    std::vector<std::string> complaints;
+    for (std::string const& line : linesOf(errors)) {
+        if (line.rfind("cscan: ", 0) == 0) {
+            complaints.push_back(line.substr(7));
+        }
+    }
+    return complaints;
+}
+
+struct Mistake {
+    std::vector<std::string> arguments;
+    std::string complaint;
+};
+
+void expectComplaint(ScratchDirectory const& directory, Mistake const& mistake) {
+    Outcome const outcome = run(directory, mistake.arguments);
+    EXPECT_GT(outcome.status, 0);
+    auto const complaints = complaintsIn(outcome.errors);
+    ASSERT_EQ(complaints.size(), 1U) << outcome.errors;
+    EXPECT_EQ(complaints[0], mistake.complaint);
+    EXPECT_EQ(linesOf(outcome.errors).back(), "cscan: " + mistake.complaint);
+}
+
+TEST(Cscan, saysInOneLineWhatIsWrongWithThePart) {
+    ScratchDirectory const directory;
+    makePart(directory);
+    writeText(directory / "closed.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\n"
+                                        "f 1 3 2\nf 1 2 4\nf 2 3 4\nf 3 1 4\n");
+    writeText(directory / "wrong.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 9 1 2\n");
+    std::string const absent = ": cannot be read (No such file or directory)";
+    std::vector<Mistake> const mistakes = {
+        {{"prepare", "none.obj", "g.quads", "--quad-area", "1"}, "none.obj" + absent},
+        {{"prepare", "closed.obj", "g.quads", "--quad-area", "1"},
+         "closed.obj: the mesh is closed; it needs a rim to be flattened"},
+        {{"prepare", "wrong.obj", "g.quads", "--quad-area", "1"}, "wrong.obj: Invalid vertex index"},
+        {{"prepare", "part.obj", "g.grid", "--quad-area", "1"},
+         "g.grid: the name of a grid file must end in .quads"},
+        {{"prepare", "part.obj", "none/g.quads", "--quad-area", "1"},
+         "none/g.quads: cannot be written (No such file or directory)"},
+        {{"prepare", "part.obj", "g.quads", "--quad-area", "1", "--flat", "none/f.obj"},
+         "none/f.obj: cannot be written (No such file or directory)"},
+        {{"prepare", "part.obj", "g.quads", "--quad-area", "1e9", "--mode", "pinned"},
+         "part.obj: No boundary found"},
+        {{"info", "none.obj"}, "none.obj" + absent},
+        {{"info", "stdout.txt"}, "stdout.txt: neither a .quads nor an .obj file"},
+    };
+    for (Mistake const& mistake : mistakes) {
+        expectComplaint(directory, mistake);
+    }
+    EXPECT_FALSE(std::filesystem::exists(directory / "g.quads"));
+}
+
+TEST(Cscan, saysInOneLineWhatIsWrongWithTheScan) {
+    ScratchDirectory const directory;
+    makeGrid(directory);
+    writeText(directory / "empty.csv", "ox,oy,oz,dx,dy,dz\n");
+    writeText(directory / "bad.csv", "ox,oy,oz,dx,dy,dz\n0,0,0,0,0,1\n0,0,zero,0,0,1\n");
+    writeText(directory / "short.quads", readText(directory / "part.quads").substr(0, 1000));
+    writeText(directory / "text.quads", "text");
+    auto const withBeams = [](std::string const& grid, std::string const& beams) {
+        return std::vector<std::string>{"scan",  grid,       "--beams", beams,
+                                        "--csv", "hits.csv", "--image", "scan"};
+    };
+    std::vector<Mistake> const mistakes = {
+        {withBeams("part.quads", "empty.csv"), "empty.csv: holds no beams"},
+        {withBeams("part.quads", "bad.csv"), "bad.csv, line 3: 'zero' is no number for oz"},
+        {withBeams("part.quads", "none.csv"), "none.csv: cannot be read (No such file or directory)"},
+        {withBeams("none.quads", "bad.csv"), "none.quads: cannot be read (No such file or directory)"},
+        {withBeams("text.quads", "bad.csv"), "text.quads: Invalid .quads file."},
+        {{"scan", "part.quads", "--raster", "1", "--standoff", "1", "--direction", "0,0,1", "--csv",
+          "hits.csv", "--image", "none/scan"},
+         "none/scan_distance.png: cannot be written (No such file or directory)"},
+        {{"scan", "part.quads", "--raster", "1", "--standoff", "1", "--direction", "0,0,1", "--csv",
+          "none/hits.csv", "--image", "scan"},
+         "none/hits.csv: cannot be written (No such file or directory)"},
+        {{"scan", "part.quads", "--csv", "hits.csv", "--image", "scan"},
+         "scan: --beams or --raster is required"},
+    };
+    for (Mistake const& mistake : mistakes) {
+        expectComplaint(directory, mistake);
+    }
+    Outcome const cutShort = run(directory, withBeams("short.quads", "empty.csv"));
+    EXPECT_EQ(cutShort.status, 1);
+    EXPECT_EQ(cutShort.errors.rfind("cscan: short.quads: the file is cut short (1000 bytes, ", 0), 0U);
+}
+
+TEST(Cscan, reportsAStandardOutputThatIsFull) {
+    if (!std::filesystem::exists("/dev/full")) {
+        GTEST_SKIP() << "no device that is always full";
+    }
+    ScratchDirectory const directory;
+    std::string const command =
+        quoted(CSCAN_BINARY) + " --help > /dev/full 2> " + quoted((directory / "stderr.txt").string());
+    int const status = std::system(command.c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_EQ(readText(directory / "stderr.txt"), "cscan: the standard output cannot be written\n");
+}
+
+TEST(Cscan, exitsWithTwoWhenItIsWronglyUsed) {
+    ScratchDirectory const directory;
+    EXPECT_EQ(run(directory, {}).status, 2);
+    EXPECT_EQ(run(directory, {"fly"}).status, 2);
+    EXPECT_EQ(run(directory, {"info", "none.obj"}).status, 1);
+    EXPECT_EQ(run(directory, {"--help"}).status, 0);
+}
+
+} // namespace
+} // namespace cscan

@@ -1,0 +1,139 @@
+#include "apps/cscan/commandline.h"
+
+#include "tests/cscan/scratchdirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace cscan {
+namespace {
+
+CommandLine parsed(std::vector<char const*> arguments) {
+    arguments.insert(arguments.begin(), "cscan");
+    return parseCommandLine(static_cast<int>(arguments.size()), arguments.data());
+}
+
+std::string complaintOn(std::vector<char const*> const& arguments) {
+    try {
+        parsed(arguments);
+    } catch (UsageError const& error) {
+        return error.what();
+    }
+    return {};
+}
+
+template <class T>
+T optionsOf(std::vector<char const*> const& arguments) {
+    CommandLine const commandLine = parsed(arguments);
+    return std::get<T>(commandLine.options.value());
+}
+
+TEST(CommandLine, demoGoesIntoTheNamedDirectoryOrIntoOneOfItsOwn) {
+    EXPECT_EQ(optionsOf<DemoOptions>({"demo"}).directory, "cscan-demo");
+    EXPECT_EQ(optionsOf<DemoOptions>({"demo", "out/here"}).directory, "out/here");
+}
+
+TEST(CommandLine, prepareTakesTheDevelopableModeUnlessToldOtherwise) {
+    auto const options = optionsOf<PrepareOptions>({"prepare", "a.obj", "a.quads", "--quad-area", "0.25"});
+    EXPECT_EQ(options.part, "a.obj");
+    EXPECT_EQ(options.grid, "a.quads");
+    EXPECT_EQ(options.quadArea, 0.25);
+    EXPECT_EQ(options.mode, FlatteningMode::Developable);
+    EXPECT_FALSE(options.flat.has_value());
+    auto const pinned = optionsOf<PrepareOptions>(
+        {"prepare", "a.obj", "a.quads", "--quad-area=1e-4", "--mode", "pinned", "--flat", "f.obj"});
+    EXPECT_EQ(pinned.quadArea, 1e-4);
+    EXPECT_EQ(pinned.mode, FlatteningMode::Pinned);
+    EXPECT_EQ(pinned.flat, std::filesystem::path("f.obj"));
+}
+
+TEST(CommandLine, scanTakesATableOfBeamsOrARaster) {
+    auto const table = optionsOf<ScanOptions>(
+        {"scan", "g.quads", "--beams", "b.csv", "--csv", "h.csv", "--image", "p", "--flip-normals"});
+    EXPECT_EQ(table.beams, std::filesystem::path("b.csv"));
+    EXPECT_FALSE(table.raster.has_value());
+    EXPECT_TRUE(table.doFlipNormals);
+    EXPECT_EQ(table.unit, "units");
+    auto const raster =
+        optionsOf<ScanOptions>({"scan", "g.quads", "--raster", "0.5", "--standoff", "10", "--direction",
+                                "-1, 0.5,-2e-1", "--csv", "h.csv", "--image", "p", "--unit", "mm"});
+    ASSERT_TRUE(raster.raster.has_value());
+    EXPECT_FALSE(raster.beams.has_value());
+    EXPECT_EQ(raster.raster->step, 0.5);
+    EXPECT_EQ(raster.raster->standoff, 10.0);
+    EXPECT_EQ(raster.raster->direction.getdX(), -1.0);
+    EXPECT_EQ(raster.raster->direction.getdY(), 0.5);
+    EXPECT_EQ(raster.raster->direction.getdZ(), -0.2);
+    EXPECT_EQ(raster.unit, "mm");
+    EXPECT_FALSE(raster.doFlipNormals);
+}
+
+TEST(CommandLine, helpIsShownForTheProgramAndForEachCommand) {
+    CommandLine const all = parsed({"--help"});
+    EXPECT_FALSE(all.options.has_value());
+    for (char const* command : {"demo", "prepare", "scan", "info"}) {
+        EXPECT_NE(all.help.find(command), std::string::npos) << command;
+    }
+    CommandLine const one = parsed({"prepare", "--help"});
+    EXPECT_FALSE(one.options.has_value());
+    EXPECT_NE(one.help.find("--quad-area"), std::string::npos);
+}
+
+TEST(CommandLine, complainsInOneLineOnWhatIsMissingOrUnknown) {
+    std::vector<std::vector<char const*>> const wrong = {
+        {},
+        {"fly"},
+        {"--fly"},
+        {"demo", "a", "b"},
+        {"info"},
+        {"prepare", "a.obj", "--quad-area", "1"},
+        {"prepare", "a.obj", "a.quads"},
+        {"prepare", "a.obj", "a.quads", "--quad-area", "1", "--mode", "conical"},
+        {"scan", "g.quads", "--csv", "h", "--image", "p"},
+        {"scan", "g.quads", "--beams", "b", "--csv", "h"},
+        {"scan", "g.quads", "--beams", "b", "--image", "p"},
+        {"scan", "g.quads", "--raster", "1", "--csv", "h", "--image", "p"},
+        {"scan", "g.quads", "--raster", "1", "--standoff", "1", "--csv", "h", "--image", "p"},
+        {"scan", "g.quads", "--beams", "b", "--standoff", "1", "--csv", "h", "--image", "p"},
+        {"scan", "g.quads", "--beams", "b", "--raster", "1", "--standoff", "1", "--direction", "0,0,1",
+         "--csv", "h", "--image", "p"},
+    };
+    for (auto const& arguments : wrong) {
+        std::string const complaint = complaintOn(arguments);
+        std::string const last = arguments.empty() ? "" : arguments.back();
+        EXPECT_FALSE(complaint.empty()) << arguments.size() << " " << last;
+        EXPECT_EQ(complaint.find('\n'), std::string::npos) << complaint;
+    }
+}
+
+TEST(CommandLine, namesTheOptionOfABadNumber) {
+    EXPECT_EQ(complaintOn({"prepare", "a.obj", "a.quads", "--quad-area", "big"}),
+              "--quad-area: 'big' is not a number");
+    EXPECT_EQ(complaintOn({"prepare", "a.obj", "a.quads", "--quad-area", "0"}),
+              "--quad-area: '0' is not above zero");
+    EXPECT_EQ(complaintOn({"prepare", "a.obj", "a.quads", "--quad-area", "-1"}),
+              "--quad-area: '-1' is not above zero");
+    EXPECT_EQ(complaintOn({"prepare", "a.obj", "a.quads", "--quad-area", "nan"}),
+              "--quad-area: 'nan' is not a number");
+}
+
+std::string complaintOnRaster(char const* step, char const* standoff, char const* direction) {
+    return complaintOn({"scan", "g.quads", "--raster", step, "--standoff", standoff, "--direction", direction,
+                        "--csv", "h", "--image", "p"});
+}
+
+TEST(CommandLine, namesTheOptionOfABadRaster) {
+    EXPECT_EQ(complaintOnRaster("-1", "1", "0,0,1"), "--raster: '-1' is not above zero");
+    EXPECT_EQ(complaintOnRaster("1", "-1", "0,0,1"), "--standoff: '-1' is below zero");
+    EXPECT_EQ(complaintOnRaster("1", "1mm", "0,0,1"), "--standoff: '1mm' is not a number");
+    EXPECT_EQ(complaintOnRaster("1", "1", "0,0"), "--direction: '0,0' is not of the form X,Y,Z");
+    EXPECT_EQ(complaintOnRaster("1", "1", "0,0,1,2"), "--direction: '0,0,1,2' is not of the form X,Y,Z");
+    EXPECT_EQ(complaintOnRaster("1", "1", "0,up,1"), "--direction: 'up' is not a number");
+    EXPECT_EQ(complaintOnRaster("1", "1", "0,0,0"), "--direction: '0,0,0' has no usable length");
+    EXPECT_EQ(complaintOnRaster("1", "1", "1e200,0,0"), "--direction: '1e200,0,0' has no usable length");
+}
+
+} // namespace
+} // namespace cscan

@@ -1,0 +1,89 @@
+#include "apps/cscan/files.h"
+
+#include "apps/cscan/objfile.h"
+#include "tests/cscan/scratchdirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace cscan {
+namespace {
+
+using Testing::messageOf;
+using Testing::readText;
+using Testing::ScratchDirectory;
+using Testing::writeText;
+
+TEST(Files, readableMeansAFileThatOpens) {
+    ScratchDirectory const directory;
+    writeText(directory / "there", "x");
+    EXPECT_EQ(messageOf([&] { requireReadable(directory / "there"); }), "");
+    EXPECT_EQ(messageOf([&] { requireReadable(directory / "none"); }),
+              (directory / "none").string() + ": cannot be read (No such file or directory)");
+    EXPECT_EQ(messageOf([&] { requireReadable(directory.get()); }),
+              directory.get().string() + ": cannot be read (it is a directory)");
+}
+
+TEST(Files, askingForWritabilityChangesNothing) {
+    ScratchDirectory const directory;
+    writeText(directory / "there", "kept");
+    requireWritable(directory / "there");
+    requireWritable(directory / "new");
+    EXPECT_EQ(readText(directory / "there"), "kept");
+    EXPECT_FALSE(std::filesystem::exists(directory / "new"));
+    EXPECT_EQ(messageOf([&] { requireWritable(directory / "none" / "new"); }),
+              (directory / "none" / "new").string() + ": cannot be written (No such file or directory)");
+}
+
+TEST(Files, workingDirectoryIsRestoredAlsoAfterAThrow) {
+    ScratchDirectory const directory;
+    auto const before = std::filesystem::current_path();
+    std::filesystem::path inside;
+    EXPECT_THROW(
+        {
+            WorkingDirectory const there(directory / "file");
+            inside = std::filesystem::current_path();
+            throw 1;
+        },
+        int);
+    EXPECT_EQ(inside, std::filesystem::canonical(directory.get()));
+    EXPECT_EQ(std::filesystem::current_path(), before);
+    WorkingDirectory const here("file");
+    EXPECT_EQ(std::filesystem::current_path(), before);
+}
+
+/// Two triangles of a unit square.
+char const* const square = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3\nf 1 3 4\n";
+
+TEST(ObjFile, findsAndKeepsTheCutFileBesideIt) {
+    ScratchDirectory const directory;
+    writeText(directory / "part.obj", square);
+    writeText(directory / "part.obj\\part_cut_indices.txt", "1, 2\n");
+    Mesh mesh;
+    EXPECT_FALSE(loadObj(mesh, directory / "part.obj").hasFlatCoordinates);
+    ASSERT_EQ(mesh.getCutEdgeIndices().first.size(), 2U);
+    EXPECT_EQ(mesh.getCutEdgeIndices().first[0].index, 1U);
+    EXPECT_EQ(mesh.getCutEdgeIndices().second[0].index, 2U);
+
+    saveFlatObj(mesh, directory / "flat.obj");
+    Mesh again;
+    EXPECT_TRUE(loadObj(again, directory / "flat.obj").hasFlatCoordinates);
+    ASSERT_EQ(again.getCutEdgeIndices().first.size(), 3U);
+    EXPECT_EQ(again.getCutEdgeIndices().first[0].index, 1U);
+    EXPECT_EQ(again.getCutEdgeIndices().second[0].index, 2U);
+}
+
+TEST(ObjFile, namesTheFileInTheLibrarysComplaint) {
+    ScratchDirectory const directory;
+    writeText(directory / "empty.obj", "# nothing\n");
+    writeText(directory / "part.txt", square);
+    Mesh mesh;
+    EXPECT_EQ(messageOf([&] { loadObj(mesh, directory / "empty.obj"); }),
+              (directory / "empty.obj").string() + ": File does not contain 3D data");
+    EXPECT_EQ(messageOf([&] { loadObj(mesh, directory / "part.txt"); }),
+              (directory / "part.txt").string() + ": Invalid file extension");
+}
+
+} // namespace
+} // namespace cscan

@@ -1,0 +1,46 @@
+#include "apps/cscan/progressdisplay.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+namespace cscan {
+namespace {
+
+TEST(ProgressDisplay, writesTheMessagesAsLinesWhereThereIsNoTerminal) {
+    std::ostringstream output;
+    {
+        ProgressDisplay display(output, false);
+        display.setMessage("Reading...");
+        display.setPercentage(40);
+        display.setDetail("iteration 3", 50);
+        display.setMessage("Writing...");
+    }
+    EXPECT_EQ(output.str(), "Reading...\nWriting...\n");
+}
+
+TEST(ProgressDisplay, redrawsOneLineOnATerminalAndTakesItAwayAtTheEnd) {
+    std::ostringstream output;
+    {
+        ProgressDisplay display(output, true);
+        display.setMessage("Reading...");
+        display.setPercentage(50);
+        EXPECT_TRUE(output.str().ends_with("\r\x1b[K[############............]  50 % Reading..."));
+    }
+    EXPECT_TRUE(output.str().ends_with("\r\x1b[K"));
+    EXPECT_EQ(output.str().find('\n'), std::string::npos);
+}
+
+TEST(ProgressDisplay, holdsPercentagesPastAHundredAndLongTextsToTheLine) {
+    std::ostringstream output;
+    ProgressDisplay display(output, true);
+    display.setMessage(std::string(200, 'x').c_str());
+    output.str("");
+    display.setPercentage(140);
+    EXPECT_EQ(output.str().size(), 79U + std::string("\r\x1b[K").size());
+    EXPECT_NE(output.str().find("100 %"), std::string::npos);
+}
+
+} // namespace
+} // namespace cscan
