@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Geometry/foundations/progresslistener.h"
+#include "Geometry/quadmesh/rectmesh.h"
+#include "tests/support/plain_grid.h"
+
+#include <exception>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace QELT::Testing {
+
+/// Whether the grid has the extents, flag bytes and points, to the bit, of the plain one. The stored points
+/// of nodes that are not valid count too.
+testing::AssertionResult sameNodes(Geometry::ThreeDimensional::QuadMesh::RectMesh const& grid,
+                                   PlainGrid const& expected);
+
+/// Whether the search points and their counts are those that the plain grid has for the divisor of `grid`.
+testing::AssertionResult sameSearchPoints(Geometry::ThreeDimensional::QuadMesh::RectMesh const& grid,
+                                          PlainGrid const& expected);
+
+/// The text of the exception that the call throws; "nothing thrown" if it throws none.
+template <class Call>
+std::string messageOf(Call call) {
+    try {
+        call();
+    } catch (std::exception const& failure) {
+        return failure.what();
+    }
+    return "nothing thrown";
+}
+
+/// Whether the call throws std::ios_base::failure with the stream error code and exactly this text.
+template <class Call>
+testing::AssertionResult failsToOpen(Call call, std::string const& text) {
+    try {
+        call();
+    } catch (std::ios_base::failure const& failure) {
+        if (failure.code() != std::io_errc::stream) {
+            return testing::AssertionFailure() << "code " << failure.code();
+        }
+        if (failure.what() != text) {
+            return testing::AssertionFailure() << "text " << failure.what();
+        }
+        return testing::AssertionSuccess();
+    }
+    return testing::AssertionFailure() << "nothing thrown";
+}
+
+/// Keeps what it was told, in order: texts as they are, percentages as numbers.
+class EventRecorder : public ProgressListener {
+public:
+    void setMessage(char const* text) override { events.emplace_back(text); }
+
+    void setPercentage(unsigned long percent) override { events.push_back(std::to_string(percent)); }
+
+    void reserved3() override { events.emplace_back("reserved3"); }
+
+    void reserved4() override { events.emplace_back("reserved4"); }
+
+    std::vector<std::string> events;
+};
+
+} // namespace QELT::Testing
