@@ -1,5 +1,7 @@
 # Fails unless the readme shows the program word for word.
 
+cmake_minimum_required(VERSION 3.25)
+
 file(READ "${readme}" text)
 file(READ "${program}" code)
 string(FIND "${text}" "```cpp\n${code}```" position)

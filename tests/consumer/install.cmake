@@ -1,5 +1,7 @@
 # Installs a built tree into an empty folder, so that no file of an earlier run is taken for an installed one.
 
+cmake_minimum_required(VERSION 3.25)
+
 file(REMOVE_RECURSE ${prefix})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${build} --prefix ${prefix} OUTPUT_QUIET
                                                                                COMMAND_ERROR_IS_FATAL ANY)
