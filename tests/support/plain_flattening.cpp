@@ -220,7 +220,8 @@ Loop walkLoop(MeshRecord const& mesh, std::uint32_t start, std::vector<bool>& bi
     Side e = someSpoke(mesh, start);
     do {
         std::uint32_t const v = originOf(mesh, e);
-        if (bits.at(v)) {
+        // Met before, or by another of its fans than the one it is known by.
+        if (bits.at(v) || !isBoundaryVertex(mesh, v)) {
             throw std::runtime_error("Mesh boundary is not manifold");
         }
         bits[v] = true;

@@ -1,0 +1,662 @@
+#include "tests/support/flattening_fixtures.h"
+#include "tests/support/plain_resampling.h"
+
+#include "Geometry/quadmesh/rectmesh.h"
+#include "Geometry/trimesh/triangle.h"
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <random>
+#include <stdexcept>
+
+namespace QELT::Testing {
+namespace {
+
+namespace Plain = PlainResampling;
+using Geometry::ThreeDimensional::QuadMesh::RectMesh;
+using Geometry::ThreeDimensional::TriMesh::Triangle;
+using Node = Geometry::TwoDimensional::Point<int>;
+using Flat = PlainFlattening::Flat;
+
+constexpr int validOnly = 1;
+constexpr int validInterior = 3;
+constexpr int validBoundary = 5;
+constexpr int validBoundaryAtCut = 21;
+
+/// Gives every vertex a place in the plane, from its place in space.
+void flatten(TriangleMesh& mesh, std::function<Flat(double, double, double)> const& place) {
+    for (unsigned long v = 0; v < mesh.getNumberOfVertices(); ++v) {
+        auto const& p = mesh.getVertex(v).getPoint3D();
+        Flat const flat = place(p.getX(), p.getY(), p.getZ());
+        mesh.getVertex(v).setPoint2D({flat[0], flat[1]});
+    }
+}
+
+Flat fromAbove(double x, double y, double) {
+    return {x, y};
+}
+
+MeshPointer makeFlattened(Soup const& soup,
+                          std::function<Flat(double, double, double)> const& place = fromAbove) {
+    MeshPointer mesh = makeMesh(soup);
+    flatten(*mesh, place);
+    return mesh;
+}
+
+/// The unit square of two triangles, in space and in the plane.
+MeshPointer makeUnitSquare() {
+    return makeFlattened(makeGridPatch(1, 1));
+}
+
+/// The message of what `construct` throws, empty if it does not.
+std::string construct(RectMesh& grid, TriangleMesh const& mesh, double quadArea) {
+    try {
+        grid.construct(mesh, quadArea);
+    } catch (std::runtime_error const& error) {
+        return error.what();
+    }
+    return "";
+}
+
+int flagsAt(RectMesh const& grid, int u, int v) {
+    return static_cast<unsigned char>(grid.getPointFlags({u, v}));
+}
+
+testing::AssertionResult sameGrid(RectMesh const& actual, Plain::Grid const& expected) {
+    if (actual.getExtents().getdU() != expected.extentU || actual.getExtents().getdV() != expected.extentV) {
+        return testing::AssertionFailure()
+               << "extents (" << actual.getExtents().getdU() << ", " << actual.getExtents().getdV()
+               << "), not (" << expected.extentU << ", " << expected.extentV << ")";
+    }
+    for (std::uint32_t v = 0; !expected.points.empty() && v <= expected.extentV; ++v) {
+        for (std::uint32_t u = 0; u <= expected.extentU; ++u) {
+            Node const node(static_cast<int>(u), static_cast<int>(v));
+            std::size_t const k = expected.node(u, v);
+            int const flags = static_cast<unsigned char>(actual.getPointFlags(node));
+            if (flags != expected.flags[k]) {
+                return testing::AssertionFailure() << "flags " << flags << ", not " << int{expected.flags[k]}
+                                                   << " at (" << u << ", " << v << ")";
+            }
+            auto const p = actual.getPoint(node);
+            PlainFlattening::Place const place{p.getX(), p.getY(), p.getZ()};
+            if (auto r = sameNumbers("node", k, place, expected.points[k]); !r) {
+                return r;
+            }
+        }
+    }
+    return testing::AssertionSuccess();
+}
+
+testing::AssertionResult sameStatistics(RectMesh const& actual, Plain::Grid const& expected) {
+    std::array<double, 3> const areas{actual.getMaxQuadArea(), actual.getMeanQuadArea(),
+                                      actual.getMinQuadArea()};
+    if (auto r = sameNumbers("areas", 0, areas,
+                             std::array<double, 3>{expected.maxArea, expected.meanArea, expected.minArea});
+        !r) {
+        return r;
+    }
+    if (actual.numberOfSearchPointsU != expected.searchPointsU ||
+        actual.numberOfSearchPointsV != expected.searchPointsV ||
+        actual.searchPoints.size() != expected.searchPoints.size()) {
+        return testing::AssertionFailure() << "different numbers of search points";
+    }
+    for (std::size_t k = 0; k < expected.searchPoints.size(); ++k) {
+        if (actual.searchPoints[k] != Node(expected.searchPoints[k].first, expected.searchPoints[k].second)) {
+            return testing::AssertionFailure() << "search point " << k;
+        }
+    }
+    return testing::AssertionSuccess();
+}
+
+/// Compares everything that one call leaves with the plain version, which is handed out.
+Plain::Grid expectPlainResult(TriangleMesh const& mesh, double quadArea) {
+    Plain::Grid const expected = Plain::resample(PlainFlattening::takeRecord(mesh), quadArea);
+    RectMesh grid;
+    EventListener listener;
+    grid.setProgressListener(&listener);
+    EXPECT_EQ(construct(grid, mesh, quadArea), expected.error);
+    EXPECT_TRUE(sameGrid(grid, expected));
+    EXPECT_TRUE(sameStatistics(grid, expected));
+    EXPECT_EQ(listener.events, expected.events);
+    return expected;
+}
+
+TEST(Resampling, TheUnitSquareAtAQuarterOfItsAreaHasFourByFourNodesTheLastOnesSpare) {
+    RectMesh grid;
+    grid.construct(*makeUnitSquare(), 0.25);
+    EXPECT_EQ(grid.getExtents().getdU(), 3U);
+    EXPECT_EQ(grid.getExtents().getdV(), 3U);
+    for (int v = 0; v <= 3; ++v) {
+        for (int u = 0; u <= 3; ++u) {
+            EXPECT_EQ(grid.getIsPointValid({u, v}), u < 3 && v < 3) << u << ", " << v;
+            if (u < 3 && v < 3) {
+                EXPECT_EQ(grid.getPoint({u, v}), Geometry::ThreeDimensional::Point(0.5 * u, 0.5 * v, 0.0));
+            }
+        }
+    }
+    EXPECT_EQ(grid.getMinQuadArea(), 0.25);
+    EXPECT_EQ(grid.getMeanQuadArea(), 0.25);
+    EXPECT_EQ(grid.getMaxQuadArea(), 0.25);
+}
+
+TEST(Resampling, TheRingOfTheValidNodesIsTheBoundaryAndTheCentreIsInterior) {
+    RectMesh grid;
+    grid.construct(*makeUnitSquare(), 0.25);
+    for (int v = 0; v <= 3; ++v) {
+        for (int u = 0; u <= 3; ++u) {
+            int const expected = u == 3 || v == 3 ? 0 : (u == 1 && v == 1 ? validInterior : validBoundary);
+            EXPECT_EQ(flagsAt(grid, u, v), expected) << u << ", " << v;
+        }
+    }
+}
+
+TEST(Resampling, NodesOnTheSharedDiagonalLieInBothTriangles) {
+    Plain::Grid const grid = expectPlainResult(*makeUnitSquare(), 0.25);
+    EXPECT_EQ(grid.repeatedStores, 3U);
+}
+
+TEST(Resampling, OfTwoTrianglesOverANodeTheLaterOneStands) {
+    // Three faces around vertex 0 that overlap in the plane though each runs counter-clockwise: the turns at
+    // vertex 0 add up to more than a full one. Each face has a height of its own in space.
+    Soup const soup{{{0, 0, 0}, {4, 0, 1}, {-2, 3, 1}, {-2, -3, 2}, {4, 1, 3}},
+                    {{0, 1, 2}, {0, 2, 3}, {0, 3, 4}}};
+    MeshPointer const mesh = buildMesh(soup);
+    for (unsigned long v = 0; v < 5; ++v) {
+        auto const& p = mesh->getVertex(v).getPoint3D();
+        mesh->getVertex(v).setPoint2D({p.getX() + 2.0, p.getY() + 3.0});
+    }
+    Plain::Grid const grid = expectPlainResult(*mesh, 0.2);
+    EXPECT_GT(grid.repeatedStores, 3U);
+}
+
+TEST(Resampling, ANodeExactlyOnAVertexIsValid) {
+    // The lone corner of one triangle, away from every other.
+    MeshPointer const mesh = makeFlattened(Soup{{{0, 0, 0}, {2, 0, 0}, {0, 2, 0}}, {{0, 1, 2}}});
+    RectMesh grid;
+    grid.construct(*mesh, 1.0);
+    EXPECT_TRUE(grid.getIsPointValid({0, 0}));
+    EXPECT_TRUE(grid.getIsPointValid({2, 0}));
+    EXPECT_TRUE(grid.getIsPointValid({0, 2}));
+    EXPECT_TRUE(grid.getIsPointValid({1, 1}));
+    EXPECT_FALSE(grid.getIsPointValid({2, 1}));
+}
+
+TEST(Resampling, TheSpacingFollowsTheMeanRatioOfTheAreas) {
+    // The surface has twice the area of its map: the spacing is sqrt(0.5 / 2).
+    MeshPointer const mesh = makeFlattened(makeGridPatch(4, 4, 2.0, 1.0), [](double x, double y, double) {
+        return Flat{x / 2.0, y};
+    });
+    RectMesh grid;
+    grid.construct(*mesh, 0.5);
+    EXPECT_EQ(grid.getExtents().getdU(), 3U);
+    EXPECT_EQ(grid.getExtents().getdV(), 3U);
+    EXPECT_EQ(grid.getPoint({1, 1}), Geometry::ThreeDimensional::Point(1.0, 0.5, 0.0));
+    EXPECT_EQ(grid.getMeanQuadArea(), 0.5);
+}
+
+TEST(Resampling, TheMeanRatioCountsTrianglesNotAreas) {
+    // One triangle of ratio 1 and a much larger one of ratio 3: the mean is 2, whatever their sizes.
+    MeshPointer const mesh =
+        buildMesh(Soup{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {6, 6, 0}}, {{0, 1, 2}, {2, 1, 3}}});
+    flatten(*mesh, fromAbove);
+    // The second triangle: 11 in space, 11 / 3 in the plane.
+    mesh->getVertex(3).setPoint2D({1.0 + 4.0 / 3.0, 1.0 + 4.0 / 3.0});
+    Plain::Grid const grid = expectPlainResult(*mesh, 0.5);
+    EXPECT_NEAR(grid.spacing, 0.5, 1e-12);
+}
+
+TEST(Resampling, ATriangleTurnedOverInTheMapLeavesAHole) {
+    MeshPointer const mesh = makeFlattened(makeGridPatch(8, 8, 8.0, 8.0));
+    // Vertex (4, 4) moves below the diagonal neighbours: its upper triangles overlap, lower ones turn over.
+    mesh->getVertex(40).setPoint2D({6.5, 2.5});
+    Plain::Grid const expected = expectPlainResult(*mesh, 0.04);
+    EXPECT_GT(expected.repeatedStores, 0U);
+    // With all triangles turned over nothing is covered.
+    flatten(*mesh, [](double x, double y, double) { return Flat{8.0 - x, y}; });
+    RectMesh grid;
+    EXPECT_EQ(construct(grid, *mesh, 0.25), "No boundary found");
+    for (int v = 0; v <= static_cast<int>(grid.getExtents().getdV()); ++v) {
+        for (int u = 0; u <= static_cast<int>(grid.getExtents().getdU()); ++u) {
+            EXPECT_EQ(flagsAt(grid, u, v), 0);
+        }
+    }
+}
+
+TEST(Resampling, AHoleIsNotWalkedAndItsRimIsInterior) {
+    Soup soup = makePatchWithHole(9);
+    for (auto& p : soup.points) {
+        p = {std::round(p[0] * 9.0), std::round(p[1] * 9.0), 0.0};
+    }
+    MeshPointer const mesh = makeFlattened(soup);
+    RectMesh grid;
+    grid.construct(*mesh, 0.25);
+    // The hole is (3, 6) x (3, 6), half a unit a node.
+    EXPECT_FALSE(grid.getIsPointValid({9, 9}));
+    EXPECT_EQ(flagsAt(grid, 6, 9), validInterior);
+    EXPECT_EQ(flagsAt(grid, 12, 12), validInterior);
+    EXPECT_EQ(flagsAt(grid, 0, 9), validBoundary);
+    EXPECT_EQ(flagsAt(grid, 18, 18), validBoundary);
+    expectPlainResult(*mesh, 0.25);
+}
+
+TEST(Resampling, TakesOverTheNamesAndTheArea) {
+    TemporaryDirectory const directory;
+    std::string const path = directory.file("part.obj");
+    writeObj(path, makeGridPatch(2, 2));
+    TriangleMesh mesh;
+    mesh.load(path.c_str());
+    flatten(mesh, fromAbove);
+    RectMesh grid;
+    grid.construct(mesh, 0.0625);
+    EXPECT_EQ(grid.fileName, mesh.getFileName());
+    EXPECT_EQ(grid.sourceName, mesh.getFileName());
+    EXPECT_EQ(grid.targetQuadArea, 0.0625);
+}
+
+TEST(Resampling, ReplacesTheWholeContent) {
+    RectMesh grid;
+    grid.construct(*makeFlattened(makeGridPatch(6, 6, 6.0, 6.0)), 0.25);
+    MeshPointer const mesh = makeUnitSquare();
+    grid.construct(*mesh, 0.25);
+    Plain::Grid const expected = Plain::resample(PlainFlattening::takeRecord(*mesh), 0.25);
+    EXPECT_TRUE(sameGrid(grid, expected));
+    EXPECT_TRUE(sameStatistics(grid, expected));
+}
+
+TEST(Resampling, TheLastPercentageIsOneBeyondTheHundred) {
+    RectMesh grid;
+    EventListener listener;
+    grid.setProgressListener(&listener);
+    grid.construct(*makeUnitSquare(), 0.25);
+    EXPECT_EQ(listener.events, (std::vector<std::string>{"percentage 51", "percentage 101"}));
+}
+
+TEST(Resampling, TrianglesWithoutFlatAreaCountInTheProgressButNotInItsDivisor) {
+    MeshPointer const mesh = makeUnitSquare();
+    // A third triangle whose place in the plane has no area.
+    MeshPointer const larger = buildMesh(
+        Soup{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {2, 0, 0}}, {{0, 1, 2}, {1, 3, 2}, {1, 4, 3}}});
+    flatten(*larger, fromAbove);
+    larger->getVertex(4).setPoint2D({1.0, 0.5});
+    RectMesh grid;
+    EventListener listener;
+    grid.setProgressListener(&listener);
+    grid.construct(*larger, 0.25);
+    EXPECT_EQ(listener.events,
+              (std::vector<std::string>{"percentage 51", "percentage 101", "percentage 151"}));
+    expectPlainResult(*larger, 0.25);
+}
+
+TEST(Resampling, SaysNothingButPercentages) {
+    RectMesh grid;
+    EventListener listener;
+    grid.setProgressListener(&listener);
+    grid.construct(*makeFlattened(makeWavyPatch(12, 12)), 0.01);
+    EXPECT_TRUE(messagesOf(listener.events).empty());
+    EXPECT_GT(listener.events.size(), 90U);
+}
+
+TEST(Resampling, AVertexWithoutATriangleStretchesTheGrid) {
+    Soup soup = makeGridPatch(2, 2);
+    soup.points.push_back({4.0, 2.0, 0.0});
+    MeshPointer const mesh = buildMesh(soup);
+    flatten(*mesh, fromAbove);
+    RectMesh grid;
+    grid.construct(*mesh, 0.25);
+    EXPECT_EQ(grid.getExtents().getdU(), 9U);
+    EXPECT_EQ(grid.getExtents().getdV(), 5U);
+    expectPlainResult(*mesh, 0.25);
+}
+
+TEST(Resampling, ABoundaryAboveASquareOfTheUExtentIsNotFound) {
+    // The scan for the first boundary edge covers as many rows as there are columns; the quads lie above.
+    Soup soup = makeGridPatch(1, 1);
+    soup.points.push_back({0.0, -10.0, 0.0});
+    MeshPointer const mesh = buildMesh(soup);
+    flatten(*mesh, [](double x, double y, double) { return Flat{x, y + 10.0}; });
+    RectMesh grid;
+    EXPECT_EQ(construct(grid, *mesh, 0.25), "No boundary found");
+    EXPECT_EQ(grid.getExtents().getdU(), 3U);
+    EXPECT_EQ(grid.getExtents().getdV(), 23U);
+    EXPECT_EQ(flagsAt(grid, 1, 21), validOnly);
+    EXPECT_EQ(grid.getMeanQuadArea(), 0.0);
+    EXPECT_EQ(grid.getMinQuadArea(), 0.0);
+    expectPlainResult(*mesh, 0.25);
+}
+
+TEST(Resampling, AGridTooCoarseForOneQuadHasNoBoundaryAndKeepsItsNodes) {
+    RectMesh grid;
+    EXPECT_EQ(construct(grid, *makeUnitSquare(), 100.0), "No boundary found");
+    EXPECT_EQ(flagsAt(grid, 0, 0), validOnly);
+    EXPECT_EQ(grid.getMeanQuadArea(), 0.0);
+    EXPECT_EQ(grid.getMaxQuadArea(), 0.0);
+    EXPECT_EQ(grid.getMinQuadArea(), 0.0);
+    expectPlainResult(*makeUnitSquare(), 100.0);
+}
+
+TEST(Resampling, WithoutACutNoNodeIsMarkedForOne) {
+    RectMesh grid;
+    grid.construct(*makeFlattened(makeWavyPatch(5, 5)), 0.005);
+    for (int v = 0; v <= static_cast<int>(grid.getExtents().getdV()); ++v) {
+        for (int u = 0; u <= static_cast<int>(grid.getExtents().getdU()); ++u) {
+            EXPECT_FALSE(grid.getPointFlag({u, v}, RectMesh::CutBoundary));
+        }
+    }
+}
+
+TEST(Resampling, ACutMarksTheBoundaryNodesOfTheGridEdgesThatItCrosses) {
+    // Along the left side, half way between two columns of nodes: u-edges of rows inside its box are crossed.
+    MeshPointer const mesh = makeFlattened(makeGridPatch(4, 4, 4.0, 4.0));
+    mesh->getVertex(0).setPoint2D({0.5, 0.0});
+    mesh->getVertex(5).setPoint2D({0.5, 1.0});
+    giveCut(*mesh, {0, 5}, {});
+    flatten(*mesh, fromAbove);
+    RectMesh grid;
+    mesh->getVertex(0).setPoint2D({0.5, 0.0});
+    mesh->getVertex(5).setPoint2D({0.5, 4.0});
+    mesh->getVertex(10).setPoint2D({0.5, 2.0});
+    grid.construct(*mesh, 1.0);
+    Plain::Grid const expected = expectPlainResult(*mesh, 1.0);
+    std::size_t marked = 0;
+    for (unsigned char const flags : expected.flags) {
+        marked += (flags & Plain::cutBoundaryMask) != 0 ? 1U : 0U;
+    }
+    EXPECT_GT(marked, 0U);
+}
+
+/// A square of unit faces with a cut through given flat places, which are hung on vertices that no triangle
+/// uses.
+MeshPointer makeSquareWithCut(std::vector<Flat> const& first, std::vector<Flat> const& second) {
+    Soup soup = makeGridPatch(4, 4, 4.0, 4.0);
+    std::vector<std::uint32_t> firstIndices;
+    std::vector<std::uint32_t> secondIndices;
+    for (Flat const& p : first) {
+        firstIndices.push_back(static_cast<std::uint32_t>(soup.points.size()));
+        soup.points.push_back({p[0], p[1], 9.0});
+    }
+    for (Flat const& p : second) {
+        secondIndices.push_back(static_cast<std::uint32_t>(soup.points.size()));
+        soup.points.push_back({p[0], p[1], 9.0});
+    }
+    MeshPointer mesh = buildMesh(soup);
+    flatten(*mesh, fromAbove);
+    giveCut(*mesh, firstIndices, secondIndices);
+    return mesh;
+}
+
+/// The nodes with a mark, as text "(u, v)".
+std::string markedNodes(RectMesh const& grid) {
+    std::string text;
+    for (int v = 0; v <= static_cast<int>(grid.getExtents().getdV()); ++v) {
+        for (int u = 0; u <= static_cast<int>(grid.getExtents().getdU()); ++u) {
+            if (grid.getPointFlag({u, v}, RectMesh::CutBoundary)) {
+                text += "(" + std::to_string(u) + ", " + std::to_string(v) + ")";
+            }
+        }
+    }
+    return text;
+}
+
+std::string markedNodesOf(TriangleMesh const& mesh) {
+    RectMesh grid;
+    grid.construct(mesh, 1.0);
+    expectPlainResult(mesh, 1.0);
+    return markedNodes(grid);
+}
+
+TEST(Resampling, ASegmentMarksBothEndsOfACrossedEdgeIfTheyAreOnTheBoundary) {
+    // From (0.5, 0.5) to (0.5, 2.5) crosses the u-edges of rows 1 and 2 between the columns 0 and 1; column 0
+    // is on the boundary, column 1 is not.
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{0.5, 0.5}, {0.5, 2.5}}, {})), "(0, 1)(0, 2)");
+    // Along v-edges of columns 1 and 2, between the rows 3 and 4.
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{0.5, 3.5}, {2.5, 3.5}}, {})), "(1, 4)(2, 4)");
+}
+
+TEST(Resampling, RowsAndColumnsAtTheEndsOfTheSegmentsBoxAreLeftOut) {
+    // Exactly from row 1 to row 3: only row 2 lies inside.
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{0.5, 1.0}, {0.5, 3.0}}, {})), "(0, 2)");
+    // Within one cell there is nothing to cross.
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{0.25, 1.25}, {0.75, 1.75}}, {})), "");
+    // A segment along a row of nodes has no row inside its box.
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{0.5, 4.0}, {2.5, 4.0}}, {})), "");
+}
+
+TEST(Resampling, TheCrossingTestTakesEndsOfEdgesIn) {
+    // Through the nodes (1, 1), (2, 2), (3, 3) of the diagonal and out at the corner: edges are met at ends.
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{2.5, 2.5}, {4.0, 4.0}}, {})), "(4, 3)(3, 4)");
+}
+
+TEST(Resampling, BothLipsAreMarkedPairByPairInEitherDirection) {
+    EXPECT_EQ(
+        markedNodesOf(*makeSquareWithCut({{0.5, 0.5}, {0.5, 1.5}, {0.5, 2.5}}, {{3.5, 2.5}, {3.5, 0.5}})),
+        "(0, 1)(4, 1)(0, 2)(4, 2)");
+}
+
+TEST(Resampling, TheSecondLipAloneIsNotLookedAt) {
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({}, {{3.5, 2.5}, {3.5, 0.5}})), "");
+}
+
+TEST(Resampling, OneIndexIsNoSegment) {
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{0.5, 0.5}}, {{3.5, 2.5}, {3.5, 0.5}})), "(4, 1)(4, 2)");
+}
+
+TEST(Resampling, AMarkAtACutKeepsTheOtherFlags) {
+    RectMesh grid;
+    grid.construct(*makeSquareWithCut({{0.5, 0.5}, {0.5, 2.5}}, {}), 1.0);
+    EXPECT_EQ(flagsAt(grid, 0, 1), validBoundaryAtCut);
+    EXPECT_EQ(flagsAt(grid, 1, 1), validInterior);
+}
+
+TEST(Resampling, GivesThePlainVersionsGridOnFlattenedFamilies) {
+    for (NamedSoup const& family : openFamilies()) {
+        for (bool const pinCorners : {false, true}) {
+            SCOPED_TRACE(family.name);
+            MeshPointer const mesh = makeMesh(family.soup);
+            testing::internal::CaptureStdout();
+            mesh->conformalMap(pinCorners, nullptr, false);
+            testing::internal::GetCapturedStdout();
+            giveCut(*mesh, {0, 1, 2, 5}, {5, 4, 3, 0});
+            double surface = 0.0;
+            std::vector<Triangle*> list;
+            std::vector<Triangle*>::iterator first;
+            std::vector<Triangle*>::iterator last;
+            mesh->getTriangles(list, first, last);
+            for (auto t = first; t != last; ++t) {
+                auto const& e = (*t)->getEdge(0);
+                surface += 0.5 * std::sqrt(e.vphi3().cross(e.rot().vphi3()).lSqr());
+            }
+            expectPlainResult(*mesh, surface / 700.0);
+            expectPlainResult(*mesh, surface / 23.0);
+        }
+    }
+}
+
+TEST(Resampling, GivesThePlainVersionsGridOnWildMaps) {
+    // Random places in the plane: overlaps, turned triangles, touching outlines, holes, cuts across.
+    std::mt19937 generator(5);
+    std::uniform_real_distribution<double> uniform(0.0, 10.0);
+    std::uint32_t overlaps = 0;
+    for (int round = 0; round < 30; ++round) {
+        SCOPED_TRACE(round);
+        MeshPointer const mesh = makeMesh(withShuffledVertices(makeWavyPatch(5, 5), 3));
+        for (unsigned long v = 0; v < mesh->getNumberOfVertices(); ++v) {
+            double const u = uniform(generator);
+            double const w = uniform(generator);
+            bool const isOnLattice = round % 3 == 0;
+            mesh->getVertex(v).setPoint2D({isOnLattice ? std::round(u) : u, isOnLattice ? std::round(w) : w});
+        }
+        mesh->getVertex(0).setPoint2D({0.0, 0.0});
+        giveCut(*mesh, {0, 9, 17, 30}, {1, 2, 33, 4});
+        double const ratio = Plain::resample(PlainFlattening::takeRecord(*mesh), 1.0).spacing;
+        overlaps += expectPlainResult(*mesh, 0.25 / (ratio * ratio)).repeatedStores;
+    }
+    EXPECT_GT(overlaps, 1000U);
+}
+
+TEST(Resampling, AMapThatDoesNotStartAtTheOriginIsCutAtTheGrid) {
+    std::uint32_t cutOff = 0;
+    for (Flat const& shift : std::vector<Flat>{{0.3, 0.0},
+                                               {-0.4, -0.3},
+                                               {2.0, 1.0},
+                                               {-5.0, 0.0},
+                                               {1e3, 1e3},
+                                               {1e7, -1e7},
+                                               {1e12, 0.0},
+                                               {-1e12, -1e300},
+                                               {1e300, 1e300}}) {
+        SCOPED_TRACE(std::to_string(shift[0]) + ", " + std::to_string(shift[1]));
+        MeshPointer const mesh = makeFlattened(makeGridPatch(4, 4), [&](double x, double y, double) {
+            return Flat{x + shift[0], y + shift[1]};
+        });
+        giveCut(*mesh, {0, 5, 10}, {4, 8, 12});
+        cutOff += expectPlainResult(*mesh, 0.01).storesOutside;
+    }
+    EXPECT_GT(cutOff, 0U);
+}
+
+TEST(Resampling, AreasThatGiveNoSpacingEndWithAMessage) {
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    double const inf = std::numeric_limits<double>::infinity();
+    MeshPointer const mesh = makeUnitSquare();
+    giveCut(*mesh, {0, 1}, {2, 3});
+    std::string const memory = "Insufficient memory to initialise quad-mesh.";
+    std::string const boundary = "No boundary found";
+    std::vector<std::pair<double, std::string>> const cases{
+        {0.0, memory}, {1e-40, memory}, {nan, boundary}, {-1.0, boundary}, {inf, boundary}, {-inf, boundary}};
+    for (auto const& [area, message] : cases) {
+        RectMesh grid;
+        EXPECT_EQ(construct(grid, *mesh, area), message) << area;
+        expectPlainResult(*mesh, area);
+    }
+}
+
+TEST(Resampling, AFailureForMemoryLeavesAnEmptyGrid) {
+    RectMesh grid;
+    grid.construct(*makeUnitSquare(), 0.25);
+    EXPECT_EQ(construct(grid, *makeUnitSquare(), 0.0), "Insufficient memory to initialise quad-mesh.");
+    EXPECT_EQ(grid.getExtents().getdU(), 0U);
+    EXPECT_EQ(grid.getExtents().getdV(), 0U);
+    EXPECT_EQ(grid.getMeanQuadArea(), 0.0);
+    EXPECT_FALSE(grid.getIsPointValid({0, 0}));
+}
+
+TEST(Resampling, CutIndicesOutOfRangeWrapLikeEveryVertexIndex) {
+    MeshPointer const mesh = makeFlattened(makeGridPatch(4, 4, 4.0, 4.0));
+    giveCut(*mesh, {25, 4294967295U, 7}, {1000000007U, 24});
+    expectPlainResult(*mesh, 0.25);
+}
+
+TEST(Resampling, AnEmptyMeshHasNoBoundary) {
+    TriangleMesh const mesh;
+    RectMesh grid;
+    EXPECT_EQ(construct(grid, mesh, 1.0), "No boundary found");
+    TriangleMesh withCut;
+    giveCut(withCut, {0, 1}, {2, 3});
+    EXPECT_EQ(construct(grid, withCut, 1.0), "No boundary found");
+}
+
+TEST(Resampling, AMeshThatWasNotFlattenedEndsWithAMessage) {
+    MeshPointer const mesh = makeMesh(makeWavyPatch(3, 3));
+    EventListener listener;
+    RectMesh grid;
+    grid.setProgressListener(&listener);
+    EXPECT_NE(construct(grid, *mesh, 1.0), "");
+}
+
+TEST(Resampling, DegenerateFlatTrianglesStoreWhatTheArithmeticGives) {
+    // A triangle without flat area divides by zero; nodes on its line get the quotients' values, here NaN,
+    // and a later triangle can write over them.
+    MeshPointer const mesh = makeFlattened(makeGridPatch(4, 4, 4.0, 4.0));
+    mesh->getVertex(12).setPoint2D({3.0, 3.0});
+    mesh->getVertex(24).setPoint2D({4.0, 2.0});
+    Plain::Grid const expected = expectPlainResult(*mesh, 0.25);
+    std::size_t undefined = 0;
+    for (auto const& place : expected.points) {
+        undefined += std::isnan(place[0]) ? 1U : 0U;
+    }
+    EXPECT_GT(undefined, 0U);
+}
+
+TEST(Resampling, UndefinedAndInfiniteFlatPlacesStayWithinTheGrid) {
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    double const inf = std::numeric_limits<double>::infinity();
+    for (Flat const& wild :
+         std::vector<Flat>{{nan, nan}, {nan, 1.0}, {inf, 1.0}, {-inf, -inf}, {1e308, -1e308}}) {
+        for (unsigned long const v : {0UL, 12UL, 24UL}) {
+            SCOPED_TRACE(std::to_string(wild[0]) + ", " + std::to_string(wild[1]) + " at " +
+                         std::to_string(v));
+            MeshPointer const mesh = makeFlattened(makeGridPatch(4, 4, 4.0, 4.0));
+            mesh->getVertex(v).setPoint2D({wild[0], wild[1]});
+            giveCut(*mesh, {11, 12, 24}, {0, 1, 2});
+            expectPlainResult(*mesh, 0.25);
+        }
+    }
+}
+
+TEST(Resampling, TheSearchStartsColdOnTheNewGrid) {
+    RectMesh grid;
+    grid.construct(*makeFlattened(makeGridPatch(6, 6, 6.0, 6.0)), 0.25);
+    auto const hit = grid.getIntersection({5.3, 5.3, 1.0}, {0.0, 0.0, -1.0});
+    EXPECT_TRUE(hit.getIsValid());
+    grid.construct(*makeUnitSquare(), 0.25);
+    EXPECT_TRUE(grid.doResetSearch);
+    EXPECT_EQ(grid.lastQuadIndices, Node(0, 0));
+}
+
+TEST(Resampling, ASpherePatchLiesOnTheSphereToTheErrorOfItsFacets) {
+    // A node lies on a facet with corners on the sphere. No point of a facet is farther inside than the
+    // centre of the smallest circle around it, of radius r: R - sqrt(R^2 - r^2), h^2 / (8 R) for a facet of
+    // longest side h without an acute-angled rest. Rounding of corners and node to floats adds their half
+    // units, 2^-24 each for coordinates below 1: twice sqrt(3) of that.
+    Soup soup = makeGridPatch(12, 12);
+    for (auto& p : soup.points) {
+        p = {p[0] - 0.5, p[1] - 0.5, 0.0};
+        p[2] = std::sqrt(1.0 - p[0] * p[0] - p[1] * p[1]);
+    }
+    MeshPointer const mesh = makeMesh(soup);
+    testing::internal::CaptureStdout();
+    mesh->conformalMap(true, nullptr, false);
+    testing::internal::GetCapturedStdout();
+    double greatest = 0.0;
+    for (auto const& face : soup.faces) {
+        std::array<double, 3> squares{};
+        for (std::size_t k = 0; k < 3; ++k) {
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                double const side = soup.points[face[k]][axis] - soup.points[face[(k + 1) % 3]][axis];
+                squares[k] += side * side;
+            }
+        }
+        std::sort(squares.begin(), squares.end());
+        auto const [a, b, c] = squares;
+        double const sixteenAreas = 2.0 * (a * b + b * c + c * a) - (a * a + b * b + c * c);
+        greatest = std::max(greatest, c >= a + b ? c / 4.0 : a * b * c / sixteenAreas);
+    }
+    double const sag = 1.0 - std::sqrt(1.0 - greatest);
+    double const rounding = 2.0 * std::sqrt(3.0) * std::ldexp(1.0, -24);
+    RectMesh grid;
+    grid.construct(*mesh, 0.0009);
+    std::size_t count = 0;
+    double deepest = 0.0;
+    for (int v = 0; v <= static_cast<int>(grid.getExtents().getdV()); ++v) {
+        for (int u = 0; u <= static_cast<int>(grid.getExtents().getdU()); ++u) {
+            if (!grid.getIsPointValid({u, v})) {
+                continue;
+            }
+            ++count;
+            auto const p = grid.getPoint({u, v}) - Geometry::ThreeDimensional::Point();
+            double const depth = 1.0 - std::sqrt(p.lSqr());
+            EXPECT_LT(depth, sag + rounding);
+            EXPECT_GT(depth, -rounding);
+            deepest = std::max(deepest, depth);
+        }
+    }
+    EXPECT_GT(count, 1000U);
+    // The bound is met nearly, so it is not empty.
+    EXPECT_GT(deepest, 0.8 * sag);
+    EXPECT_NEAR(grid.getMeanQuadArea(), 0.0009, 0.03 * 0.0009);
+}
+
+} // namespace
+} // namespace QELT::Testing
