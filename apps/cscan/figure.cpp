@@ -103,7 +103,7 @@ Layout layoutOf(Image const& map, QuadMap const& quads, FigureStyle const& style
 void drawBar(Image& image, Layout const& layout, Scale const& scale) {
     int const height = layout.barHeight;
     for (int y = 0; y < height; ++y) {
-        double const share = 1.0 - (y + 0.5) / height;
+        double const share = 1.0 - static_cast<double>(y) / (height - 1);
         image.fillRectangle(layout.barLeft, layout.mapTop + y, barWidth, 1, colourOfShare(share));
     }
     image.drawFrame(layout.barLeft, layout.mapTop, barWidth, height, inkColour);

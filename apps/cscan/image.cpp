@@ -83,7 +83,8 @@ void Image::drawLine(double x0, double y0, double x1, double y1, int thickness, 
     double const startY = clamped(y0);
     double const dX = clamped(x1) - startX;
     double const dY = clamped(y1) - startY;
-    int const steps = static_cast<int>(std::ceil(std::max({std::abs(dX), std::abs(dY), 1.0})));
+    // Two steps a pixel leave no gap, however they are rounded.
+    int const steps = 2 * static_cast<int>(std::ceil(std::max({std::abs(dX), std::abs(dY), 1.0})));
     double const half = 0.5 * (thickness - 1);
     for (int i = 0; i <= steps; ++i) {
         double const share = static_cast<double>(i) / steps;

@@ -86,4 +86,19 @@ FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<Triangle*> const& triang
     return summary;
 }
 
+GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const& triangles, double quadArea) {
+    double stretchSum = 0.0;
+    double count = 0.0;
+    for (Triangle const* const triangle : triangles) {
+        double const flatArea = std::abs(twiceFlatArea(*triangle));
+        if (flatArea > 0.0) {
+            Edge const edge = triangle->getEdge(0);
+            stretchSum += std::sqrt(edge.vphi3().cross(edge.rot().vphi3()).lSqr()) / flatArea;
+            count += 1.0;
+        }
+    }
+    double const spacing = std::sqrt(quadArea / (stretchSum / count));
+    return {flat.width / spacing, flat.height / spacing};
+}
+
 } // namespace cscan

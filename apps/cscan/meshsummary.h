@@ -32,4 +32,15 @@ struct FlatSummary {
 
 FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<Triangle*> const& triangles);
 
+/// Size of a grid in quads along the two axes.
+struct GridSize {
+    double u = 0.0;
+    double v = 0.0;
+};
+
+/// About the size of the grid that resampling for a quad area makes of a flat map. The spacing follows from
+/// the mean of the triangles' stretch, so a map that shrinks some of them to almost nothing makes a huge
+/// grid. No number if no triangle has a flat area.
+GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const& triangles, double quadArea);
+
 } // namespace cscan

@@ -28,6 +28,19 @@ void requireOutputs(PrepareOptions const& options) {
     requireWritable(*options.flat);
 }
 
+/// A grid of more quads than this is taken for a mistake in the quad area; it would need gigabytes.
+constexpr double largestGrid = 64e6;
+
+void requireBearableGrid(Mesh const& mesh, PrepareOptions const& options) {
+    auto const triangles = trianglesOf(mesh);
+    GridSize const size = expectedGridSize(flatSummaryOf(mesh, triangles), triangles, options.quadArea);
+    if (size.u * size.v > largestGrid) {
+        throw Failure(options.part.string() + ": a quad area of " + toShortText(options.quadArea, 6) +
+                      " makes a grid of about " + toFixedText(size.u, 0) + " x " + toFixedText(size.v, 0) +
+                      " quads; a larger --quad-area is needed");
+    }
+}
+
 void loadPart(Mesh& mesh, std::filesystem::path const& path, std::ostream& output, ProgressDisplay& display) {
     Stopwatch const watch;
     loadObj(mesh, path);
@@ -52,7 +65,13 @@ void flattenPart(Mesh& mesh, PrepareOptions const& options, std::ostream& output
     for (std::string const& line : linesOf(report)) {
         printItem(output, "solver", line);
     }
-    printFlat(output, flatSummaryOf(mesh, trianglesOf(mesh)));
+    auto const triangles = trianglesOf(mesh);
+    FlatSummary const flat = flatSummaryOf(mesh, triangles);
+    printFlat(output, flat);
+    if (2 * flat.flippedCount > triangles.size()) {
+        printItem(output, "note",
+                  "most triangles are turned over and will leave holes; try the other --mode");
+    }
     output << std::flush;
     if (options.flat) {
         saveFlatObj(mesh, *options.flat);
@@ -71,6 +90,7 @@ void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDis
     loadPart(mesh, options.part, output, display);
     flattenPart(mesh, options, output, display);
 
+    requireBearableGrid(mesh, options);
     Grid grid;
     grid.setProgressListener(&display);
     display.setMessage("Resampling...");

@@ -11,7 +11,7 @@ namespace cscan {
 
 namespace {
 
-constexpr std::size_t nameColumn = 18;
+constexpr std::size_t nameColumn = 20;
 constexpr int digits = 6;
 
 std::string padded(std::string const& text, std::size_t length) {

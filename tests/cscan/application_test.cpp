@@ -164,6 +164,7 @@ TEST(Cscan, printsTheLibrarysMessagesWhereStandardErrorIsNoTerminal) {
                                                "Promoting interior...",
                                                "Constructing order 2696 Laplace-Beltrami matrix...",
                                                "Solving linear system...",
+                                               "Starting C-scan orientation calculation...",
                                                "Resampling...",
                                                "Writing point flags...",
                                                "Writing quad points..."};
@@ -261,6 +262,8 @@ TEST(Cscan, saysInOneLineWhatIsWrongWithThePart) {
     writeText(directory / "closed.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\n"
                                         "f 1 3 2\nf 1 2 4\nf 2 3 4\nf 3 1 4\n");
     writeText(directory / "wrong.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 9 1 2\n");
+    writeText(directory / "square.obj", "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0.5 0.5 0\n"
+                                        "f 1 2 5\nf 2 3 5\nf 3 4 5\nf 4 1 5\n");
     std::string const absent = ": cannot be read (No such file or directory)";
     std::vector<Mistake> const mistakes = {
         {{"prepare", "none.obj", "g.quads", "--quad-area", "1"}, "none.obj" + absent},
@@ -275,6 +278,10 @@ TEST(Cscan, saysInOneLineWhatIsWrongWithThePart) {
          "none/f.obj: cannot be written (No such file or directory)"},
         {{"prepare", "part.obj", "g.quads", "--quad-area", "1e9", "--mode", "pinned"},
          "part.obj: No boundary found"},
+        {{"prepare", "square.obj", "g.quads", "--quad-area", "1e-8", "--mode", "pinned"},
+         "square.obj: a quad area of 1e-08 makes a grid of about 10000 x 10000 quads; a larger --quad-area "
+         "is "
+         "needed"},
         {{"info", "none.obj"}, "none.obj" + absent},
         {{"info", "stdout.txt"}, "stdout.txt: neither a .quads nor an .obj file"},
     };

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <random>
@@ -46,7 +47,7 @@ TEST(ExactText, readsBackAsTheSameFloat) {
         float value = 0.0F;
         std::memcpy(&value, &bits, sizeof value);
         if (std::isfinite(value)) {
-            EXPECT_EQ(std::stof(toExactText(value)), value);
+            EXPECT_EQ(std::strtof(toExactText(value).c_str(), nullptr), value);
         }
     }
     EXPECT_EQ(toExactText(0.1F), "0.1");
