@@ -95,7 +95,7 @@ private:
     void setMergedRow(std::uint32_t r, SparseMatrix const& a, SparseMatrix const& b);
     void addRowProduct(std::uint32_t r, SparseMatrix const& other, double* sums) const;
 
-    friend SparseMatrix operator*(double factor, SparseMatrix const& matrix);
+    friend QELT_EXPORT SparseMatrix operator*(double factor, SparseMatrix const& matrix);
     friend class CompactRows;
     friend class NormalEquations;
 
