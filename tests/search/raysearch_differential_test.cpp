@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 #include <random>
 
@@ -384,6 +385,24 @@ TEST_F(RaySearchDifferential, SingleQuadsWithAllTheirHits) {
         EXPECT_TRUE(sameBits(data.getDistanceSqrToQuadCentre(), plainData.distanceSqrToQuadCentre));
     }
     EXPECT_GT(hits, 1000);
+}
+
+TEST_F(RaySearchDifferential, SmallerGridLoadedWhileTheSearchIsWarm) {
+    std::string const path = testing::TempDir() + "loadedwhilewarm.quads";
+    RectMesh small = flatGrid(3, 2, 4.0);
+    small.save(path.c_str());
+    RectMesh grid = flatGrid(30, 30);
+    ASSERT_TRUE(grid.getIntersection({28.3, 27.6, 5.0}, {0.0, 0.0, -1.0}).getIsValid());
+    ASSERT_FALSE(grid.doResetSearch);
+    grid.load(path.c_str());
+    std::remove(path.c_str());
+    EXPECT_TRUE(grid.doResetSearch);
+    ASSERT_EQ(grid.getExtents(), GridExtents(3, 2));
+    SearchTwin pair(grid);
+    EXPECT_TRUE(pair.agreesOn({{5.3, 6.6, 5.0}, {0.0, 0.0, -1.0}}, Query::Status));
+    EXPECT_EQ(pair.actual.getIndices(), GridIndex(1, 1));
+    EXPECT_TRUE(pair.agreesOn({{28.3, 27.6, 5.0}, {0.0, 0.0, -1.0}}, Query::Intersection));
+    EXPECT_FALSE(pair.actual.getIsValid());
 }
 
 TEST_F(RaySearchDifferential, GridsReplacedWhileTheSearchIsWarm) {
