@@ -7,6 +7,7 @@
 #include "tests/support/gridfamilies.h"
 #include "tests/support/meshfamilies.h"
 #include "tests/support/plain_quadfile.h"
+#include "tests/support/recordinglistener.h"
 
 #include <array>
 #include <filesystem>
@@ -376,24 +377,25 @@ TEST_F(QuadFile, AnUnknownTypeIsRefusedWithoutAPeriodOnReadingAndTheFlagsAreInPl
 TEST_F(QuadFile, ProgressHasTwoTextsAndSharesOfAllNodesRoundedDownPlusOne) {
     RectMesh grid = flatGrid(2, 1);
     punchHole(grid, {1, 0}, {1, 0});
-    EventRecorder recorder;
+    RecordingListener recorder;
     grid.setProgressListener(&recorder);
     savedBytes(grid);
-    std::vector<std::string> const expected{"Writing point flags...", "1", "17", "34", "51", "67", "84",
-                                            "Writing quad points...", "1", "17", "34", "51", "67", "84"};
+    std::vector<std::string> const expected{
+        "Writing point flags...", "1%", "17%", "34%", "51%", "67%", "84%",
+        "Writing quad points...", "1%", "17%", "34%", "51%", "67%", "84%"};
     EXPECT_EQ(recorder.events, expected);
 }
 
 TEST_F(QuadFile, PercentagesAreSentOnceEach) {
     RectMesh grid = flatGrid(30, 30);
-    EventRecorder recorder;
+    RecordingListener recorder;
     grid.setProgressListener(&recorder);
     savedBytes(grid);
     std::vector<std::string> expected;
     for (char const* text : {"Writing point flags...", "Writing quad points..."}) {
         expected.emplace_back(text);
         for (int percent = 1; percent <= 100; ++percent) {
-            expected.push_back(std::to_string(percent));
+            expected.push_back(std::to_string(percent) + "%");
         }
     }
     EXPECT_EQ(recorder.events, expected);
@@ -402,7 +404,7 @@ TEST_F(QuadFile, PercentagesAreSentOnceEach) {
 TEST_F(QuadFile, LoadingAndObjExportReportNothing) {
     RectMesh grid = flatGrid(5, 5);
     savedBytes(grid);
-    EventRecorder recorder;
+    RecordingListener recorder;
     grid.setProgressListener(&recorder);
     grid.load(file("saved.quads").c_str());
     grid.saveAsOBJ(file("grid.obj").c_str());
@@ -657,7 +659,7 @@ TEST_F(QuadFile, AFailedSaveDoesNotSnapTheAreas) {
 
 TEST_F(QuadFile, LoadingKeepsTheSettingsThatTheFileDoesNotHold) {
     RectMesh grid = flatGrid(9, 9);
-    EventRecorder recorder;
+    RecordingListener recorder;
     grid.setOffset({-4, 9});
     grid.setAxisFlipFlags(true, true);
     grid.setDoFlipNormals(true);

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "Geometry/foundations/progresslistener.h"
 #include "Geometry/quadmesh/rectmesh.h"
 #include "tests/support/plain_grid.h"
 
 #include <exception>
+#include <ios>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -48,19 +47,5 @@ testing::AssertionResult failsToOpen(Call call, std::string const& text) {
     }
     return testing::AssertionFailure() << "nothing thrown";
 }
-
-/// Keeps what it was told, in order: texts as they are, percentages as numbers.
-class EventRecorder : public ProgressListener {
-public:
-    void setMessage(char const* text) override { events.emplace_back(text); }
-
-    void setPercentage(unsigned long percent) override { events.push_back(std::to_string(percent)); }
-
-    void reserved3() override { events.emplace_back("reserved3"); }
-
-    void reserved4() override { events.emplace_back("reserved4"); }
-
-    std::vector<std::string> events;
-};
 
 } // namespace QELT::Testing
