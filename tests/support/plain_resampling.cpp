@@ -395,15 +395,16 @@ void findSearchPoints(Grid& grid, std::uint32_t quadsPerPoint) {
 
 bool makeNodes(Grid& grid) {
     constexpr std::uint64_t most = 1ULL << 28;
-    std::uint64_t const nodes = (std::uint64_t{grid.extentU} + 1) * (std::uint64_t{grid.extentV} + 1);
-    if (nodes > most) {
+    std::uint64_t const columns = std::uint64_t{grid.extentU} + 1;
+    std::uint64_t const rows = std::uint64_t{grid.extentV} + 1;
+    if (columns > most || rows > most || columns * rows > most) {
         grid.extentU = 0;
         grid.extentV = 0;
         grid.error = "Insufficient memory to initialise quad-mesh.";
         return false;
     }
-    grid.points.assign(nodes, Place{});
-    grid.flags.assign(nodes, 0);
+    grid.points.assign(columns * rows, Place{});
+    grid.flags.assign(columns * rows, 0);
     return true;
 }
 
