@@ -81,7 +81,22 @@ int widestTickLabel(Scale const& scale) {
     return widest;
 }
 
-char const* const legend = "grey: no surface  white: no value";
+bool hasKind(QuadMap const& quads, Cell::Kind kind) {
+    for (std::size_t v = 0; v < quads.getHeight(); ++v) {
+        for (std::size_t u = 0; u < quads.getWidth(); ++u) {
+            if (quads.at(u, v).kind == kind) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// What the colours mean that are not on the bar.
+std::string legendOf(QuadMap const& quads) {
+    std::string legend = hasKind(quads, Cell::NoSurface) ? "grey: no surface  " : "";
+    return legend + (hasKind(quads, Cell::NoValue) ? "white: no value" : "");
+}
 
 Layout layoutOf(Image const& map, QuadMap const& quads, FigureStyle const& style) {
     Layout layout;
@@ -94,7 +109,7 @@ Layout layoutOf(Image const& map, QuadMap const& quads, FigureStyle const& style
     layout.noteTop = layout.mapTop + layout.barHeight + gap + lineHeight;
     int const barRight = layout.barLeft + barWidth + tickLength + gap + widestTickLabel(style.scale);
     int const textRight = margin + std::max({widthOfText(style.title) * titleScale, labelWidth(style.note),
-                                             labelWidth(legend)});
+                                             labelWidth(legendOf(quads))});
     layout.width = std::max(barRight, textRight) + margin;
     layout.height = layout.noteTop + 2 * lineHeight + margin;
     return layout;
@@ -145,7 +160,7 @@ Image figureOf(QuadMap const& quads, FigureStyle const& style) {
     drawBar(image, layout, style.scale);
     drawAxes(image, layout, quads);
     image.drawText(margin, layout.noteTop, style.note, labelScale, inkColour);
-    image.drawText(margin, layout.noteTop + lineHeight, legend, labelScale, inkColour);
+    image.drawText(margin, layout.noteTop + lineHeight, legendOf(quads), labelScale, inkColour);
     return image;
 }
 

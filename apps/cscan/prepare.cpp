@@ -7,6 +7,7 @@
 #include "apps/cscan/report.h"
 #include "apps/cscan/stopwatch.h"
 
+#include <algorithm>
 #include <ostream>
 
 namespace cscan {
@@ -31,13 +32,18 @@ void requireOutputs(PrepareOptions const& options) {
 /// A grid of more quads than this is taken for a mistake in the quad area; it would need gigabytes.
 constexpr double largestGrid = 64e6;
 
+/// Quads on the longer side of the grid that is suggested instead.
+constexpr double handySide = 1000.0;
+
 void requireBearableGrid(Mesh const& mesh, PrepareOptions const& options) {
     auto const triangles = trianglesOf(mesh);
     GridSize const size = expectedGridSize(flatSummaryOf(mesh, triangles), triangles, options.quadArea);
     if (size.u * size.v > largestGrid) {
+        double const share = std::max(size.u, size.v) / handySide;
         throw Failure(options.part.string() + ": a quad area of " + toShortText(options.quadArea, 6) +
                       " makes a grid of about " + toFixedText(size.u, 0) + " x " + toFixedText(size.v, 0) +
-                      " quads; a larger --quad-area is needed");
+                      " quads; " + toShortText(options.quadArea * share * share, 2) + " makes " +
+                      toFixedText(handySide, 0) + " on the longer side");
     }
 }
 
