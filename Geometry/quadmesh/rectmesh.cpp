@@ -85,8 +85,9 @@ void RectMesh::init(TwoDimensional::Vector<unsigned long> const& newExtents) {
     numberOfSearchPointsV = 1;
     std::uint64_t const nodesU = std::uint64_t{toUInt32(newExtents.getdU())} + 1;
     std::uint64_t const nodesV = std::uint64_t{toUInt32(newExtents.getdV())} + 1;
-    bool const doesCountWrap = toUInt32(nodesU) == 0 || toUInt32(nodesV) == 0;
-    if (doesCountWrap || !getIsMemoryAvailable(nodesU, nodesV)) {
+    // Indices of nodes are signed.
+    constexpr std::uint64_t mostNodes = std::uint64_t{1} << 31U;
+    if (nodesU > mostNodes || nodesV > mostNodes || !getIsMemoryAvailable(nodesU, nodesV)) {
         throwInsufficientMemory();
     }
     try {
@@ -150,7 +151,8 @@ void RectMesh::setPointFlags(TwoDimensional::Point<int> const& p, char newFlags)
 }
 
 bool RectMesh::getFlag(char flagByte, PointFlagID id) const {
-    return ((static_cast<unsigned char>(flagByte) >> id) & 1U) != 0;
+    unsigned const byte = static_cast<unsigned char>(flagByte);
+    return ((byte >> id) & 1U) != 0;
 }
 
 char RectMesh::setFlag(char flagByte, PointFlagID id, bool value) const {
