@@ -62,7 +62,7 @@ void warmSerpentine(benchmark::State& state) {
     std::size_t fired = 0;
     for (auto _ : state) {
         for (Beam const& beam : beams) {
-            hits += grid.getIntersection(beam.origin, beam.direction).getIsValid() ? 1 : 0;
+            hits += grid.getIntersection(beam.origin, beam.direction).getIsValid() ? 1U : 0U;
         }
         fired += beams.size();
     }
@@ -76,7 +76,7 @@ void coldBeams(benchmark::State& state) {
     std::size_t fired = 0;
     for (auto _ : state) {
         for (Beam const& beam : beams) {
-            hits += grid.getIntersectionStatus(beam.origin, beam.direction, true).getIsValid() ? 1 : 0;
+            hits += grid.getIntersectionStatus(beam.origin, beam.direction, true).getIsValid() ? 1U : 0U;
         }
         fired += beams.size();
     }
