@@ -46,7 +46,8 @@ void fillSamples(GridPoint const& centre, GridStep const& span, GridStep const& 
     GridPoint const corner = centre - GridStep(span.getdU() >> 1, span.getdV() >> 1);
     for (int j = 0; j < side; ++j) {
         for (int i = 0; i < side; ++i) {
-            samples[static_cast<std::size_t>(j * side + i)] = corner + getCellCentre(halfCell, i, j);
+            int const index = j * side + i;
+            samples[static_cast<std::size_t>(index)] = corner + getCellCentre(halfCell, i, j);
         }
     }
 }
@@ -56,8 +57,8 @@ std::array<GridPoint, numberOfLooks> getLooksAround(GridPoint const& sample, Gri
     std::array<GridPoint, numberOfLooks> looks;
     for (int b = 0; b < sideOfLooks; ++b) {
         for (int a = 0; a < sideOfLooks; ++a) {
-            looks[static_cast<std::size_t>(sideOfLooks * b + a)] =
-                sample - halfCell + getCellCentre(halfSubCell, a, b);
+            int const index = sideOfLooks * b + a;
+            looks[static_cast<std::size_t>(index)] = sample - halfCell + getCellCentre(halfSubCell, a, b);
         }
     }
     return looks;
