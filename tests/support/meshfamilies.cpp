@@ -1,5 +1,7 @@
 #include "tests/support/meshfamilies.h"
 
+#include "tests/support/randomindex.h"
+
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -25,11 +27,6 @@ namespace {
 using Generator = std::mt19937;
 using PointOf = std::function<std::array<double, 3>(double, double)>;
 
-// The standard's distributions differ between libraries, the generator does not.
-std::uint32_t below(Generator& generator, std::size_t bound) {
-    return static_cast<std::uint32_t>(generator() % bound);
-}
-
 double signedUnit(Generator& generator) {
     return static_cast<double>(generator()) / 2147483647.5 - 1.0;
 }
@@ -37,7 +34,7 @@ double signedUnit(Generator& generator) {
 template <class T>
 void shuffle(std::vector<T>& values, Generator& generator) {
     for (std::size_t i = values.size(); i > 1; --i) {
-        std::swap(values[i - 1], values[below(generator, i)]);
+        std::swap(values[i - 1], values[randomBelow(generator, i)]);
     }
 }
 
@@ -250,7 +247,7 @@ Soup withShuffledFaces(Soup soup, std::uint32_t seed) {
 Soup withRotatedFaceStarts(Soup soup, std::uint32_t seed) {
     Generator generator(seed);
     for (auto& face : soup.faces) {
-        std::rotate(face.begin(), face.begin() + below(generator, 3), face.end());
+        std::rotate(face.begin(), face.begin() + randomBelow(generator, 3), face.end());
     }
     return soup;
 }
@@ -278,7 +275,7 @@ Soup withShuffledVertices(Soup soup, std::uint32_t seed) {
 Soup withUnusedVertices(Soup soup, std::uint32_t count, std::uint32_t seed) {
     Generator generator(seed);
     for (std::uint32_t i = 0; i < count; ++i) {
-        std::uint32_t const place = below(generator, soup.points.size() + 1);
+        std::uint32_t const place = randomBelow(generator, soup.points.size() + 1);
         soup.points.insert(soup.points.begin() + place,
                            {signedUnit(generator), signedUnit(generator), signedUnit(generator)});
         for (auto& face : soup.faces) {
@@ -294,7 +291,7 @@ Soup withDuplicateFaces(Soup soup, std::uint32_t count, std::uint32_t seed) {
     Generator generator(seed);
     std::size_t const original = soup.faces.size();
     for (std::uint32_t i = 0; i < count; ++i) {
-        auto const face = soup.faces[below(generator, original)];
+        auto const face = soup.faces[randomBelow(generator, original)];
         soup.faces.push_back(face);
     }
     return soup;
