@@ -378,6 +378,51 @@ TEST(InteriorPromotion, ChoosesThePlainVersionsPinsOnJaggedOutlines) {
     }
 }
 
+TEST(InteriorPromotion, DistancesOfCornersAreComparedInSinglePrecision) {
+    // Rectangles whose diagonals differ by about the last bit of a float: in double precision other pairs
+    // would win.
+    for (std::uint32_t seed = 0; seed < 60; ++seed) {
+        SCOPED_TRACE(seed);
+        MeshPointer const mesh = makeMesh(withNoise(makeGridPatch(2, 2, 3.1, 2.3), 3e-7, seed));
+        Plain::MeshRecord record = Plain::takeRecord(*mesh);
+        Plain::promoteInterior(record, true);
+        promote(*mesh, true);
+        EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), record));
+    }
+}
+
+TEST(InteriorPromotion, CutEntriesThatNameNoVertexStay) {
+    MeshPointer const mesh = makeMesh(withShuffledVertices(makeWavyPatch(3, 3), 6));
+    giveCut(*mesh, {0, 16, 4294967295U}, {1000000, 1, 2});
+    promote(*mesh, true);
+    EXPECT_EQ(mesh->getCutEdgeIndices().first[1].index, 16U);
+    EXPECT_EQ(mesh->getCutEdgeIndices().first[2].index, 4294967295U);
+    EXPECT_EQ(mesh->getCutEdgeIndices().second[0].index, 1000000U);
+    EXPECT_LT(mesh->getCutEdgeIndices().first[0].index, 16U);
+}
+
+TEST(InteriorPromotion, TheSharpest16384CornersAreComparedAndNoOthers) {
+    // A loop that goes to and fro between two vertices and once round by two far ones. The corner at vertex 2
+    // is less sharp than the reversals and part of the longest distance: it takes part while the table has
+    // room for it.
+    TriangleMesh mesh;
+    for (Place const& p : {Place{0, 0, 0}, Place{1, 0, 0}, Place{-199, 100, 0}, Place{1, 100, 0}}) {
+        mesh.addVertex(
+            Geometry::ThreeDimensional::TriMesh::Vertex(Geometry::ThreeDimensional::Point(p.data())));
+    }
+    for (std::uint32_t const reversals : {16384U, 16382U}) {
+        std::vector<std::uint32_t> loop;
+        for (std::uint32_t k = 0; k < reversals + 2; ++k) {
+            loop.push_back(k % 2);
+        }
+        loop.push_back(3);
+        loop.push_back(2);
+        mesh.pinExtremeCorners(loop);
+        bool const isFarVertexPinned = loop.back() == 2 || *(loop.end() - 2) == 2;
+        EXPECT_EQ(isFarVertexPinned, reversals < 16384) << reversals;
+    }
+}
+
 TEST(InteriorPromotion, ASecondPromotionIsLegal) {
     MeshPointer const mesh = makeMesh(makePatchWithHole(6));
     promote(*mesh, true);

@@ -187,21 +187,23 @@ TEST(Orientation, GivesThePlainVersionsBitsForRandomPoints) {
 
 TEST(Orientation, GivesThePlainVersionsBitsWhereRoundingDecidesBetweenEqualAreas) {
     // Regular polygons have the same box again and again: only the last bits of the areas tell them apart,
-    // and these depend on how the boxes gather their extents, hence on the order of the points.
+    // and these depend on how the boxes gather their extents, hence on the place and the order of the points.
     std::mt19937 generator(29);
-    for (int const corners : {4, 8, 16, 32, 64, 12}) {
-        for (int round = 0; round < 3; ++round) {
-            SCOPED_TRACE(std::to_string(corners) + " corners, order " + std::to_string(round));
-            std::vector<Flat> flats;
-            for (int k = 0; k < corners; ++k) {
-                double const angle = 4.0 * quarterTurn * k / corners;
-                flats.push_back({3.3 + 1.7 * std::cos(angle), -0.9 + 1.7 * std::sin(angle)});
-            }
-            for (std::size_t k = flats.size(); k > 1; --k) {
-                std::swap(flats[k - 1], flats[generator() % k]);
-            }
-            expectPlainResult(flats);
+    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+    for (int round = 0; round < 60; ++round) {
+        int const corners = 4 << (round % 5);
+        SCOPED_TRACE(std::to_string(corners) + " corners, round " + std::to_string(round));
+        double const centreU = 2.0 + 2.0 * uniform(generator);
+        double const centreV = -2.0 + 2.0 * uniform(generator);
+        std::vector<Flat> flats;
+        for (int k = 0; k < corners; ++k) {
+            double const angle = 4.0 * quarterTurn * (k + 0.5 / 4096.0) / corners;
+            flats.push_back({centreU + std::cos(angle), centreV + std::sin(angle)});
         }
+        for (std::size_t k = flats.size(); k > 1; --k) {
+            std::swap(flats[k - 1], flats[generator() % k]);
+        }
+        expectPlainResult(flats);
     }
 }
 

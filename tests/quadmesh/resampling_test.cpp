@@ -478,6 +478,23 @@ TEST(Resampling, GivesThePlainVersionsGridOnFlattenedFamilies) {
     }
 }
 
+TEST(Resampling, GivesThePlainVersionsGridWhereNodesMeetSidesToTheLastBit) {
+    // Sides at multiples of a step that no double holds, nodes at multiples of a fraction of it: whether a
+    // node lies on a side or beside it is decided by the rounding of its place, uStart + i * h.
+    for (double const step : {0.1, 0.07, 1.0 / 3.0, 0.3, 1.1}) {
+        for (std::uint32_t const n : {3U, 5U, 6U, 7U, 9U, 11U}) {
+            SCOPED_TRACE(std::to_string(step) + ", " + std::to_string(n));
+            MeshPointer const mesh =
+                makeFlattened(makeGridPatch(n, n, n, n), [&](double x, double y, double) {
+                    return Flat{x * step, y * step};
+                });
+            for (double const parts : {1.0, 2.0, 3.0, 5.0}) {
+                expectPlainResult(*mesh, 1.0 / (parts * parts));
+            }
+        }
+    }
+}
+
 TEST(Resampling, GivesThePlainVersionsGridOnWildMaps) {
     // Random places in the plane: overlaps, turned triangles, touching outlines, holes, cuts across.
     std::mt19937 generator(5);
