@@ -321,6 +321,9 @@ TEST(QuadGeometry, QuadsAndNodesAgreeWithThePlainGridOverAllFamilies) {
                 for (bool const lower : triangles) {
                     ASSERT_TRUE(sameVector(grid.getQuadNormalVector({u, v}, lower),
                                            plain.getTriangleNormal({u, v}, lower)));
+                    PlainVector const normal = plain.getTriangleNormal({u, v}, lower);
+                    ASSERT_TRUE(sameVector(grid.getQuadUnitNormalVector({u, v}, lower),
+                                           plainDivided(normal, std::sqrt(plainDot(normal, normal)))));
                 }
                 ASSERT_TRUE(sameVector(grid.getQuadNormalVector({u, v}, 1UL), plain.getFanNormal({u, v}, 1)));
                 ASSERT_TRUE(sameVector(grid.getQuadBasis({u, v}).first, plain.getEdgeU({u, v})));

@@ -59,7 +59,7 @@ void fillSettings(RectMesh& grid, ProgressListener* listener) {
     grid.lastQuadIndices = {2, 1};
     grid.quadsPerSearchPoint = 17;
     grid.setOffset({3, 4});
-    grid.setAxisFlipFlags(true, false);
+    grid.setAxisFlipFlags(true, true);
     grid.setDoUseDoubleSided(true);
     grid.setFileName("folder\\source.quads");
     grid.sourceName = "source.obj";
@@ -251,7 +251,7 @@ TEST_F(Grid, CopyConstructorTakesEveryField) {
     EXPECT_EQ(copy.searchPoints, grid.searchPoints);
     EXPECT_EQ(copy.getOffset(), GridStep(3, 4));
     EXPECT_TRUE(copy.doFlipUAxis);
-    EXPECT_FALSE(copy.doFlipVAxis);
+    EXPECT_TRUE(copy.doFlipVAxis);
     EXPECT_TRUE(copy.doUseDoubleSided);
     EXPECT_EQ(copy.fileName, "folder\\source.quads");
     EXPECT_EQ(copy.sourceName, "source.obj");
@@ -314,7 +314,7 @@ TEST_F(Grid, AssignmentTakesAreasSearchMemoryFlipsAndFileName) {
     EXPECT_FALSE(target.doResetSearch);
     EXPECT_TRUE(target.doFlipNormals);
     EXPECT_TRUE(target.doFlipUAxis);
-    EXPECT_FALSE(target.doFlipVAxis);
+    EXPECT_TRUE(target.doFlipVAxis);
     EXPECT_EQ(target.lastQuadIndices, GridIndex(2, 1));
     EXPECT_EQ(target.fileName, "folder\\source.quads");
 }
@@ -581,6 +581,20 @@ TEST_F(Grid, AtLeastEightSearchPointsAreAimedAtInTheGridsAspect) {
     RectMesh const wide = flatGrid(64, 2);
     EXPECT_EQ(wide.numberOfSearchPointsU, 16U);
     EXPECT_EQ(wide.numberOfSearchPointsV, 1U);
+}
+
+TEST_F(Grid, CountsOfSearchPointsAgreeWithThePlainGridForAllSmallExtents) {
+    for (std::uint32_t const divisor : {4096U, 1U}) {
+        for (std::uint32_t u = 1; u < 20; ++u) {
+            for (std::uint32_t v = 1; v < 20; ++v) {
+                RectMesh grid;
+                grid.quadsPerSearchPoint = divisor;
+                grid.init(Extents(u, v));
+                settle(grid);
+                ASSERT_TRUE(sameSearchPoints(grid, plainGridOf(grid))) << u << " " << v;
+            }
+        }
+    }
 }
 
 TEST_F(Grid, LowerQuadIsTakenWhenBothAreEquallyNear) {

@@ -764,6 +764,14 @@ TEST_F(RaySearch, NearestPointKeepsNoSearchState) {
     EXPECT_EQ(grid.lastQuadIndices, GridIndex(2, 3));
 }
 
+TEST_F(RaySearch, NearestPointIsReadThroughTheVirtualPoint) {
+    ShearedGrid grid;
+    static_cast<RectMesh&>(grid) = flatGrid(10, 10);
+    double distance = 1.0;
+    EXPECT_EQ(grid.getNearestPoint2D(grid.getPoint({7, 4}), distance), GridIndex(7, 4));
+    EXPECT_EQ(distance, 0.0);
+}
+
 TEST_F(RaySearch, NearestPointAgreesWithTheTwinOverAllFamilies) {
     for (GridFamily const& family : gridFamilies(19)) {
         PlainSearch twin;

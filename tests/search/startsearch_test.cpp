@@ -341,14 +341,19 @@ TEST_F(StartSearch, DescentThatRepeatsItselfForEverIsCutOff) {
     EXPECT_GT(cutOff, 0);
 }
 
-TEST_F(StartSearch, EndlessExtraPassesAreCutOff) {
-    RectMesh const grid = flatGrid(3, 3);
+TEST_F(StartSearch, EndlessExtraPassesAreCutOffAfter65536InAll) {
+    NotingGrid grid;
+    static_cast<RectMesh&>(grid) = flatGrid(40, 40);
     RectMesh::setMaxDoNMoreTimes(0xFFFFFFFFUL);
-    SpacePoint const target(1000.0, 0.0, 0.0);
+    RectMesh::searchDivideByNTimes = 1;
+    SpacePoint const target(20.0, 20.0, 1000.0);
     std::uint32_t passes = 0;
     PlainIndex const expected = twinStart(grid, target, &passes);
     EXPECT_EQ(passes, 65536U);
+    grid.nodes.clear();
     EXPECT_EQ(plain(grid.getStartSearchPoint(target)), expected);
+    // The middle at first, and then once in every pass.
+    EXPECT_EQ(grid.nodes.size(), 1U + 65536U);
 }
 
 TEST_F(StartSearch, TargetThatIsNoNumberStaysInTheMiddle) {
