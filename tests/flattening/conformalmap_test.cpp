@@ -468,8 +468,9 @@ TEST(ConformalMap, GivesThePlainVersionsBitsWhenCalledAgain) {
 }
 
 TEST(ConformalMap, AQuarterCylinderUnrollsToItsRectangle) {
-    // The chords of the cylinder unroll to a rectangle; the outline is good to 4.5e-6 by its own test's
-    // reasoning, and the inside, being flat, follows it as a mean of its neighbours, no farther off.
+    // The chords of the cylinder unroll to a rectangle, but for the rounding of the vertices to floats, which
+    // moves each by up to 4.2e-8; inner vertices are means of their neighbours, so nothing gathers. Five
+    // times that is allowed.
     MeshPointer const mesh = makeMesh(makeQuarterCylinder(16, 12, 1.0, 1.5));
     EXPECT_TRUE(runMap(*mesh, false).isConverged());
     double const chord = 2.0 * std::sin(3.141592653589793 / 64.0);
@@ -477,7 +478,7 @@ TEST(ConformalMap, AQuarterCylinderUnrollsToItsRectangle) {
         return Complex(std::round(std::atan2(y, x) * 32.0 / 3.141592653589793) * chord, z);
     };
     SimilarityFit const fit = fitSimilarity(placesOf(*mesh, unrolled), flatPlacesOf(*mesh));
-    EXPECT_LT(fit.relativeError, 4.5e-6);
+    EXPECT_LT(fit.relativeError, 2.1e-7);
     // The sheet is 16 chords, 1.570, wide and 1.5 high, so its width lies along u. The chord is shorter than
     // its arc by a factor 1 - (pi / 64)^2 / 6, so the true cylinder's rectangle differs by 4.02e-4.
     double width = 0.0;
@@ -486,7 +487,7 @@ TEST(ConformalMap, AQuarterCylinderUnrollsToItsRectangle) {
         width = std::max(width, p.real());
         height = std::max(height, p.imag());
     }
-    EXPECT_NEAR(width / height, 16.0 * chord / 1.5, 1e-5);
+    EXPECT_NEAR(width / height, 16.0 * chord / 1.5, 1e-6);
     EXPECT_NEAR(width / height, 1.5707963267948966 / 1.5, 4.3e-4);
 }
 
