@@ -1,7 +1,11 @@
 #include "tests/support/flattening_fixtures.h"
 
+#include "Geometry/trimesh/sharpestturns.h"
+
 #include <algorithm>
+#include <limits>
 #include <map>
+#include <random>
 #include <set>
 #include <stdexcept>
 
@@ -401,25 +405,60 @@ TEST(InteriorPromotion, CutEntriesThatNameNoVertexStay) {
     EXPECT_LT(mesh->getCutEdgeIndices().first[0].index, 16U);
 }
 
-TEST(InteriorPromotion, TheSharpest16384CornersAreComparedAndNoOthers) {
-    // A loop that goes to and fro between two vertices and once round by two far ones. The corner at vertex 2
-    // is less sharp than the reversals and part of the longest distance: it takes part while the table has
-    // room for it.
-    TriangleMesh mesh;
-    for (Place const& p : {Place{0, 0, 0}, Place{1, 0, 0}, Place{-199, 100, 0}, Place{1, 100, 0}}) {
-        mesh.addVertex(
-            Geometry::ThreeDimensional::TriMesh::Vertex(Geometry::ThreeDimensional::Point(p.data())));
-    }
-    for (std::uint32_t const reversals : {16384U, 16382U}) {
-        std::vector<std::uint32_t> loop;
-        for (std::uint32_t k = 0; k < reversals + 2; ++k) {
-            loop.push_back(k % 2);
+/// The corner table spelled out: all places full of the largest double from the start, sorted by insertion.
+std::vector<std::uint32_t> plainCorners(std::vector<double> const& cosines, std::size_t capacity) {
+    std::vector<std::pair<double, std::uint32_t>> table(capacity, {1.7976931348623157e308, 0});
+    for (std::uint32_t position = 0; position < cosines.size(); ++position) {
+        double const cosine = cosines[position];
+        if (cosine < table.back().first) {
+            std::size_t place = 0;
+            while (table[place].first < cosine) {
+                ++place;
+            }
+            table.insert(table.begin() + static_cast<std::ptrdiff_t>(place), {cosine, position});
+            table.pop_back();
         }
-        loop.push_back(3);
-        loop.push_back(2);
-        mesh.pinExtremeCorners(loop);
-        bool const isFarVertexPinned = loop.back() == 2 || *(loop.end() - 2) == 2;
-        EXPECT_EQ(isFarVertexPinned, reversals < 16384) << reversals;
+    }
+    std::vector<std::uint32_t> corners;
+    for (auto const& [cosine, position] : table) {
+        if (cosine < 0.17364817766693036) {
+            corners.push_back(position);
+        }
+    }
+    return corners;
+}
+
+std::vector<std::uint32_t> sharpestTurns(std::vector<double> const& cosines, std::size_t capacity) {
+    Geometry::ThreeDimensional::TriMesh::SharpestTurns turns(capacity);
+    for (std::uint32_t position = 0; position < cosines.size(); ++position) {
+        turns.offer(cosines[position], position);
+    }
+    return turns.getPositions();
+}
+
+TEST(InteriorPromotion, TheCornerTableIsSortedWithTheNewestOfEqualsFirstAndLosesTheLeastSharp) {
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    double const limit = 0.17364817766693036;
+    using Positions = std::vector<std::uint32_t>;
+    EXPECT_EQ(sharpestTurns({0.1, -1.0, 0.1, -0.5}, 8), (Positions{1, 3, 2, 0}));
+    EXPECT_EQ(sharpestTurns({0.1, -1.0, 0.1, -0.5}, 3), (Positions{1, 3, 2}));
+    // Equal to the last of a full table is not below it.
+    EXPECT_EQ(sharpestTurns({0.0, 0.0, 0.0, 0.0}, 3), (Positions{2, 1, 0}));
+    EXPECT_EQ(sharpestTurns({nan, limit, std::nextafter(limit, 0.0), 1.0}, 3), (Positions{2}));
+}
+
+TEST(InteriorPromotion, TheCornerTableIsThePlainOneForRandomTurns) {
+    std::mt19937 generator(7);
+    for (int round = 0; round < 50; ++round) {
+        std::vector<double> cosines;
+        for (int k = 0; k < 60; ++k) {
+            // Coarse values, so that many are equal.
+            cosines.push_back(static_cast<double>(generator() % 17) / 8.0 - 1.0);
+        }
+        for (std::size_t const capacity :
+             {std::size_t{1}, std::size_t{5}, std::size_t{20}, std::size_t{60}}) {
+            EXPECT_EQ(sharpestTurns(cosines, capacity), plainCorners(cosines, capacity)) << capacity;
+        }
     }
 }
 
