@@ -68,7 +68,8 @@ Mesh::BoundaryLoops Mesh::classifyVertices() const {
         }
         vertexLoops.loops.push_back(getBoundaryLoop(v));
         for (std::uint32_t const onLoop : vertexLoops.loops.back()) {
-            if (isClassified[onLoop]) {
+            // A loop can also lead through a vertex whose own, listed fan is closed.
+            if (isClassified[onLoop] || !getIsBoundaryVertex(onLoop)) {
                 throwNotManifold();
             }
             isClassified[onLoop] = true;
