@@ -269,19 +269,22 @@ class RaySearchDifferential : public SearchTest {};
 TEST_F(RaySearchDifferential, AnswersAndMemoryOverAllFamiliesInEverySetting) {
     Tally tally;
     std::uint32_t seed = 100;
-    for (GridFamily& family : gridFamilies(7)) {
-        RectMesh grid;
-        grid = family.grid;
-        ASSERT_TRUE(agreeOnBeams(grid, family.name, 2000, ++seed, tally));
+    for (GridFamily const& family : gridFamilies(7)) {
+        // Disturbances add up to ever more holes, so each family sets out several times.
+        for (int round = 0; round < 8; ++round) {
+            RectMesh grid;
+            grid = family.grid;
+            ASSERT_TRUE(agreeOnBeams(grid, family.name, 250, ++seed, tally));
+        }
     }
     // The sequences reach what they are meant to reach.
     EXPECT_GT(tally.queries, 50000);
-    EXPECT_GT(tally.hits, tally.queries / 4);
+    EXPECT_GT(tally.hits, tally.queries / 3);
     EXPECT_GT(tally.queries - tally.hits, tally.queries / 10);
-    EXPECT_GT(tally.warmStarts, 500);
-    EXPECT_GT(tally.behind, 100);
-    EXPECT_GT(tally.stepped, 2000);
-    EXPECT_GT(tally.lateRetreats, 20);
+    EXPECT_GT(tally.warmStarts, 2000);
+    EXPECT_GT(tally.behind, 500);
+    EXPECT_GT(tally.stepped, 5000);
+    EXPECT_GT(tally.lateRetreats, 100);
     EXPECT_GT(tally.inactive, 500);
 }
 
