@@ -42,7 +42,6 @@ GridStep getRoundedQuotient(GridStep const& span, int divisor) {
 /// left over when their number is not a square stay at (0, 0).
 void fillSamples(GridPoint const& centre, GridStep const& span, GridStep const& halfCell, int side,
                  std::vector<GridPoint>& samples) {
-    std::fill(samples.begin(), samples.end(), GridPoint());
     GridPoint const corner = centre - GridStep(span.getdU() >> 1, span.getdV() >> 1);
     for (int j = 0; j < side; ++j) {
         for (int i = 0; i < side; ++i) {
