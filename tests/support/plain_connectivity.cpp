@@ -210,9 +210,12 @@ bool PlainMesh::doesEdgeExist(std::uint32_t a, std::uint32_t b, PlainEdge* out) 
         PlainEdge const listed = edgeFromVertex(r, a);
         PlainEdge start = listed;
         if (isBoundaryVertex(a)) {
-            while (oprev(start).triangle != none && oprev(start) != listed) {
+            do {
+                if (oprev(start).triangle == none) {
+                    break;
+                }
                 start = oprev(start);
-            }
+            } while (start != listed);
         }
         PlainEdge e = start;
         do {
