@@ -231,6 +231,30 @@ TEST(Cscan, scanOfGivenBeamsMeasuresEachOfThem) {
     EXPECT_EQ(itemIn(outcome.output, "from behind").find("1 hit "), 0U) << outcome.output;
 }
 
+TEST(Cscan, demoDoesTheWholeJobAndDrawsIt) {
+    ScratchDirectory const directory;
+    Outcome const outcome = run(directory, {"demo", "out/demo"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    for (char const* stage :
+         {"make part", "load OBJ", "flatten", "resample", "save and reload", "fire beams", "draw"}) {
+        EXPECT_FALSE(itemIn(outcome.output, stage).empty()) << stage;
+    }
+    EXPECT_NE(itemIn(outcome.output, "load OBJ").find("2 boundary loops"), std::string::npos);
+    EXPECT_NE(itemIn(outcome.output, "flatten").find(", 0 flipped triangles"), std::string::npos);
+    std::string const beams = itemIn(outcome.output, "fire beams");
+    EXPECT_GE(std::stoul(beams.substr(beams.find(" s ") + 3)), 100000UL) << beams;
+    // The path covers 64 mm by 114 mm; the patch without its cut-out fills about 84 % of that.
+    double const hitRate = std::stod(beams.substr(beams.find("hit rate ") + 9));
+    EXPECT_NEAR(hitRate, 84.0, 3.0) << beams;
+    EXPECT_TRUE(std::filesystem::exists(directory / "out/demo/blade.obj"));
+    EXPECT_TRUE(std::filesystem::exists(directory / "out/demo/blade.quads"));
+    for (char const* name : {"distance.png", "angle.png"}) {
+        EXPECT_GT(coloursOf(directory / (std::string("out/demo/") + name)), 100U) << name;
+    }
+    EXPECT_GE(coloursOf(directory / "out/demo/coverage.png"), 8U);
+    EXPECT_GE(coloursOf(directory / "out/demo/flatmap.png"), 8U);
+}
+
 /// The lines of standard error that the program speaks itself, in contrast to the library's messages.
 std::vector<std::string> complaintsIn(std::string const& errors) {
     std::vector<std::string> complaints;
