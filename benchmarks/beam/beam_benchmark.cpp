@@ -101,5 +101,3 @@ void oneQuad(benchmark::State& state) {
 BENCHMARK(warmSerpentine)->Arg(200)->Arg(1000)->Unit(benchmark::kMillisecond);
 BENCHMARK(coldBeams)->Arg(200)->Arg(1000)->Unit(benchmark::kMillisecond);
 BENCHMARK(oneQuad);
-
-BENCHMARK_MAIN();

@@ -1,0 +1,120 @@
+// Preparation of a part, stage by stage: what runs once before a scan.
+
+#include "Geometry/geometry.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+namespace {
+
+using namespace QELT::Geometry::ThreeDimensional;
+
+constexpr double patchSize = 100.0;
+
+/// A wavy patch of `side` by `side` squares as OBJ text, its faces in an order that jumps about.
+std::string makePatch(int side) {
+    std::ostringstream text;
+    for (int v = 0; v <= side; ++v) {
+        for (int u = 0; u <= side; ++u) {
+            double const x = patchSize * u / side;
+            double const y = patchSize * v / side;
+            text << "v " << x << ' ' << y << ' ' << 5.0 * std::sin(0.07 * x) * std::cos(0.05 * y) << '\n';
+        }
+    }
+    int const squares = side * side;
+    int const stride = 7919; // a prime, so that every square is met once
+    for (int k = 0; k < squares; ++k) {
+        int const square = static_cast<int>(static_cast<long long>(k) * stride % squares);
+        int const a = square / side * (side + 1) + square % side + 1;
+        int const b = a + side + 1;
+        text << "f " << a << ' ' << a + 1 << ' ' << b + 1 << "\nf " << a << ' ' << b + 1 << ' ' << b << '\n';
+    }
+    return text.str();
+}
+
+/// The patch in a file of its own for as long as the object lives.
+class PatchFile {
+public:
+    explicit PatchFile(int side)
+        : path((std::filesystem::temp_directory_path() / ("qelt_patch_" + std::to_string(side) + ".obj"))
+                   .string()) {
+        std::ofstream(path) << makePatch(side);
+    }
+
+    PatchFile(PatchFile const&) = delete;
+    PatchFile& operator=(PatchFile const&) = delete;
+
+    ~PatchFile() { std::filesystem::remove(path); }
+
+    char const* getPath() const { return path.c_str(); }
+
+private:
+    std::string path;
+};
+
+/// Keeps the solver's newline off the report.
+class QuietOutput {
+public:
+    QuietOutput() : former(std::cout.rdbuf(nullptr)) {}
+
+    QuietOutput(QuietOutput const&) = delete;
+    QuietOutput& operator=(QuietOutput const&) = delete;
+
+    ~QuietOutput() {
+        std::cout.rdbuf(former);
+        std::cout.clear();
+    }
+
+private:
+    std::streambuf* former;
+};
+
+void load(benchmark::State& state) {
+    PatchFile const file(static_cast<int>(state.range(0)));
+    for (auto _ : state) {
+        TriMesh::Mesh mesh;
+        mesh.load(file.getPath());
+        benchmark::DoNotOptimize(mesh.getNumberOfVertices());
+    }
+    state.SetItemsProcessed(state.iterations() * 2 * state.range(0) * state.range(0));
+}
+
+void flatten(benchmark::State& state, bool doPinExtremeCorners) {
+    PatchFile const file(static_cast<int>(state.range(0)));
+    QuietOutput const quiet;
+    for (auto _ : state) {
+        state.PauseTiming();
+        TriMesh::Mesh mesh;
+        mesh.load(file.getPath());
+        state.ResumeTiming();
+        mesh.conformalMap(doPinExtremeCorners, nullptr, false);
+    }
+}
+
+void resample(benchmark::State& state) {
+    PatchFile const file(static_cast<int>(state.range(0)));
+    QuietOutput const quiet;
+    TriMesh::Mesh mesh;
+    mesh.load(file.getPath());
+    mesh.conformalMap(true, nullptr, false);
+    QuadMesh::RectMesh grid;
+    for (auto _ : state) {
+        grid.construct(mesh, 0.01);
+    }
+    auto const extents = grid.getExtents();
+    state.SetItemsProcessed(state.iterations() *
+                            static_cast<std::int64_t>(extents.getdU() * extents.getdV()));
+}
+
+} // namespace
+
+BENCHMARK(load)->Arg(50)->Arg(200)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(flatten, pinned, true)->Arg(30)->Arg(70)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(flatten, developable, false)->Arg(33)->Arg(70)->Unit(benchmark::kMillisecond);
+BENCHMARK(resample)->Arg(70)->Unit(benchmark::kMillisecond);
