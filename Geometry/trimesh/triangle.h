@@ -74,9 +74,9 @@ private:
     /// already stitched to a third triangle.
     bool connect(unsigned long i, Triangle* other, unsigned long j);
 
-    /// Parts a side from its partner, if it has one. A triangle with a repeated vertex can be stitched to the
-    /// same triangle by another side anew; letting go of the former partner keeps every stitch mutual, and
-    /// with it every walk around a vertex finite.
+    /// Parts a side from its partner, if it has one. Only a triangle with the same vertex three times has
+    /// more than one side that can be stitched to the same side of another; letting go of the former partner
+    /// keeps every stitch mutual, and with it every walk around a vertex finite.
     void release(std::uint32_t side);
 
     /// Makes side i a boundary side; the other triangle is left as it is.

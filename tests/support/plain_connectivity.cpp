@@ -127,11 +127,23 @@ bool PlainMesh::connect(int triangle, std::uint32_t i, int other, std::uint32_t 
     if (theirs.neighbours[j] != none && theirs.neighbours[j] != triangle) {
         return false;
     }
+    partSide(triangle, i);
+    partSide(other, j);
     mine.neighbours[i] = other;
     mine.sides[i] = j;
     theirs.neighbours[j] = triangle;
     theirs.sides[j] = i;
     return true;
+}
+
+void PlainMesh::partSide(int triangle, std::uint32_t side) {
+    PlainEdge const across = sym({triangle, side});
+    if (across.triangle != none) {
+        for (PlainEdge const e : {across, PlainEdge{triangle, side}}) {
+            triangles[at(e.triangle)].neighbours[e.side] = none;
+            triangles[at(e.triangle)].sides[e.side] = noSide;
+        }
+    }
 }
 
 PlainMesh::PlainEdge PlainMesh::edgeFromVertex(int triangle, std::uint32_t v) const {

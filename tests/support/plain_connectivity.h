@@ -80,6 +80,9 @@ private:
     Geometry::ThreeDimensional::Vector way(PlainEdge e) const;
     Geometry::ThreeDimensional::Vector unitNormal(PlainEdge e) const;
     Geometry::ThreeDimensional::Vector inward(PlainEdge e) const;
+
+    /// Makes a side and the one stitched to it boundary sides: no side stays stitched one way only.
+    void partSide(int triangle, std::uint32_t side);
     int makeTriangle(std::uint32_t a, std::uint32_t b, std::uint32_t c);
     bool addOnFloatingApex(PlainEdge e, std::uint32_t w);
     bool addOnAttachedApex(PlainEdge e, std::uint32_t w);
