@@ -6,12 +6,16 @@ file(GLOB_RECURSE qelt_public_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Ge
 # Headers that only the library's own sources include: neither installed nor reached by Geometry/geometry.h.
 set(qelt_internal_headers
     Geometry/foundations/percentage.h
+    Geometry/fitting/cylinderfitfunction.h
+    Geometry/fitting/realvaluedvectorfunction.h
+    Geometry/groups/bestintersection.h
     Geometry/linearalgebra/compactrows.h
     Geometry/linearalgebra/normalequations.h
     Geometry/quadmesh/quadfileheader.h
     Geometry/search/dualbasis.h
     Geometry/trimesh/boundaryloops.h
     Geometry/trimesh/facestitcher.h
+    Geometry/trimesh/minheap.h
     Geometry/trimesh/sharpestturns.h
     Geometry/trimesh/textscanner.h
     Geometry/trimesh/trianglearena.h)

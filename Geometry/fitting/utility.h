@@ -1,6 +1,8 @@
 #pragma once
 
+#include "Geometry/foundations/affinemap.h"
 #include "Geometry/foundations/export.h"
+#include "Geometry/foundations/linearmap.h"
 #include "Geometry/foundations/point.h"
 #include "Geometry/foundations/vector.h"
 
@@ -8,7 +10,8 @@
 
 namespace QELT::Geometry::ThreeDimensional {
 
-/// Measures of triangles, weighted sums of points and conversions of angles. It has no state and no objects.
+/// Measures of triangles, weighted sums of points, conversions of angles, registration of points and fits of
+/// surfaces. It has no state and no objects.
 class QELT_EXPORT Utility {
 public:
     Utility() = delete;
@@ -56,6 +59,48 @@ public:
 
     /// A full turn in radians.
     static constexpr double twopi() { return 6.283185307179586; }
+
+    /// The rigid motion that takes three points closest to three others, by gradient descent on the Euler
+    /// angles with a fixed step: x goes to R (x - rotationCentre) + rotationCentre + translation, R being
+    /// `LinearMap::setRotation` about X, Y, Z by `eulerAngles`. The step is not scaled by the size of the
+    /// points. `targetOffset` (may be null) is added to the target's centroid alone. The outputs are written
+    /// in any case; the result is whether the descent settled within 1048576 steps. The coarse descent takes
+    /// steps of 1e-6 of the gradient down to changes of 1e-12, the fine one of 1e-9 down to 1e-14.
+    static bool getRigidBodyMap(Point const* sourcePoints, Point const* targetPoints, Vector* eulerAngles,
+                                Vector* translation, Point* rotationCentre, Vector* targetOffset,
+                                bool doUseCoarseDescent);
+
+    /// The affine map about `sourcePoints[0]` that takes four points to four others: x goes to
+    /// `targetPoints[0]` + L (x - `sourcePoints[0]`), the translation of the result being the way from the
+    /// first source point to its target. Points in one plane give infinities or NaNs.
+    static AffineMap getAffineMap(Point const* sourcePoints, Point const* targetPoints);
+
+    /// The sphere of least squared distances through points, by gradient descent from their centroid with a
+    /// step of 0.001 that is not divided by their number, for at most 524288 sweeps. Always true. `residuals`
+    /// (may be null) receives each point's distance from the sphere. Without points, or with one at the
+    /// centre, the outputs are NaN.
+    static bool getSphereFit(Point const* points, unsigned long numberOfPoints, Point& centre, double& radius,
+                             double* residuals);
+
+    /// The axis of a cylinder through points with surface normals of any length, by gradient descent from a
+    /// fixed start with a step of 0.001, for at most 4194304 steps: normals should meet the axis and
+    /// distances from it should be equal. `axisPoint` is the first point's foot on the axis, `axisDirection`
+    /// a unit vector that does not point against the way from the first point to the second, `radius` the
+    /// mean distance; `residuals` (may be null) receives each point's difference from it, unsigned. The
+    /// result is whether the descent settled. At least two points are asked for; with fewer the outputs are
+    /// NaN or without meaning.
+    static bool getCylinderFit(Point const* points, Vector const* normals, unsigned long numberOfPoints,
+                               Point& axisPoint, Vector& axisDirection, double& radius, double* residuals);
+
+    /// The elliptic paraboloid of least squared residuals through points, by gradient steps with a fixed rate
+    /// on vertex, frame and curvatures in turn: c = (curvatureU a^2 + curvatureV b^2) / 2 in the frame of the
+    /// three axes. The start is the first point as vertex, the identity frame, and the curvature that the
+    /// second point gives along `axisHint`. The result is whether no step changed anything, within 268435456
+    /// passes. `residuals` (may be null) receives the magnitudes. Needs two points.
+    static bool getEllipticParaboloidFit(Point const* points, unsigned long numberOfPoints,
+                                         Vector const& axisHint, Point& vertex, Vector& axisU, Vector& axisV,
+                                         Vector& axisN, double& curvatureU, double& curvatureV,
+                                         double* residuals);
 
 private:
     static double weightedSum(double a, double b, double wa, double wb) { return wa * a + wb * b; }
