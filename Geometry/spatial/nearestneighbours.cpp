@@ -1,0 +1,133 @@
+#include "Geometry/foundations/element.h"
+#include "Geometry/spatial/tree.h"
+#include "Geometry/trimesh/map.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace QELT::Geometry::ThreeDimensional::BinarySpacePartition {
+
+namespace {
+
+/// Farther than any distance of two points of floats: what stands in for an object not found.
+constexpr double distanceOfNone = 1e39;
+
+} // namespace
+
+/// One search: descents to the leaf on the point's side, each followed by a walk up to the root that notes
+/// the far children which may still matter.
+class Tree::Search {
+public:
+    Search(std::uint32_t newK, Point const* newPoint)
+        : k(newK), point(newPoint), best(newK, Candidate(nullptr, distanceOfNone)) {}
+
+    void run(InternalNode const* root) {
+        push(root);
+        while (!work.empty()) {
+            Pending const pending = work.back();
+            work.pop_back();
+            bool const isTooFar = !best.empty() && pending.distance > best.front().gett();
+            if (isTooFar || visitedNodes.contains(pending.node)) {
+                continue;
+            }
+            trim();
+            visitedNodes.insert(pending.node);
+            if (LeafNode const* const leaf = descend(pending.node)) {
+                take(leaf);
+                climb(leaf);
+            }
+        }
+        trim();
+    }
+
+    /// Writes the objects found, nearest first, and gives them up.
+    void write(Object const** objects, double* distances) {
+        for (std::uint32_t i = k; i-- > 0;) {
+            objects[i] = best.front().gets();
+            if (distances != nullptr) {
+                distances[i] = best.front().gett();
+            }
+            pop();
+        }
+    }
+
+private:
+    using Candidate = TriMesh::Map<Object const*, double>;
+
+    struct Pending {
+        InternalNode const* node;
+        double distance;
+    };
+
+    void push(InternalNode const* node) {
+        work.push_back({node, point->getMinMaxDistance(node->getPlane())});
+    }
+
+    void pop() {
+        std::pop_heap(best.begin(), best.end());
+        best.pop_back();
+    }
+
+    /// The only place where candidates are dropped on the way, so that there can be more of them than asked
+    /// for.
+    void trim() {
+        while (best.size() > k) {
+            pop();
+        }
+    }
+
+    /// The leaf on the point's side below a node, or on the other side where that one is empty. Null only in
+    /// a tree without objects.
+    LeafNode const* descend(Node const* node) const {
+        while (auto const* const internal = dynamic_cast<InternalNode const*>(node)) {
+            bool const isAbove = point->getIsAbove(internal->getPlane());
+            Node const* const near = isAbove ? internal->getUpNode() : internal->getDownNode();
+            Node const* const far = isAbove ? internal->getDownNode() : internal->getUpNode();
+            node = near != nullptr ? near : far;
+        }
+        return static_cast<LeafNode const*>(node);
+    }
+
+    void take(LeafNode const* leaf) {
+        visitedLeaves.insert(leaf);
+        best.emplace_back(leaf->getObject(), leaf->getObject()->getMinMaxDistance(*point));
+        std::push_heap(best.begin(), best.end());
+    }
+
+    void climb(LeafNode const* leaf) {
+        for (InternalNode const* node = leaf->getParentNode(); node != nullptr;
+             node = node->getParentNode()) {
+            if (best.front().gett() < point->getMinMaxDistance(node->getPlane())) {
+                continue;
+            }
+            Node const* const far =
+                point->getIsAbove(node->getPlane()) ? node->getDownNode() : node->getUpNode();
+            if (auto const* const internal = dynamic_cast<InternalNode const*>(far)) {
+                push(internal);
+            } else if (auto const* const farLeaf = static_cast<LeafNode const*>(far)) {
+                if (!visitedLeaves.contains(farLeaf)) {
+                    take(farLeaf);
+                }
+            }
+        }
+    }
+
+    std::uint32_t k;
+    Point const* point;
+    std::vector<Candidate> best;
+    std::vector<Pending> work;
+    std::unordered_set<InternalNode const*> visitedNodes;
+    std::unordered_set<LeafNode const*> visitedLeaves;
+};
+
+bool Tree::getkNearestNeighbours(unsigned long k, Point const* point, Object const** objects,
+                                 double* distances) const {
+    Search search(toUInt32(k), point);
+    if (rootNode != nullptr) {
+        search.run(rootNode);
+    }
+    search.write(objects, distances);
+    return true;
+}
+
+} // namespace QELT::Geometry::ThreeDimensional::BinarySpacePartition
