@@ -19,6 +19,10 @@ namespace QELT::LinearAlgebra {
 class Vector;
 }
 
+namespace QELT::Geometry::ThreeDimensional::PointCloud {
+class Cloud;
+}
+
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 class TriangleArena;
@@ -31,6 +35,12 @@ struct CutEdgeIndex {
 /// The two lips of a cut, of equal length: entry k of `second` is the vertex that was split off from entry k
 /// of `first`.
 using CutEdgeIndices = std::pair<std::vector<CutEdgeIndex>, std::vector<CutEdgeIndex>>;
+
+/// At which end of an axis a cut starts.
+enum CutMetric : int {
+    Minimum = 0,
+    Maximum = 1,
+};
 
 /// What a mesh file held.
 class QELT_EXPORT FileContents {
@@ -84,6 +94,39 @@ public:
     /// \throws std::runtime_error "Invalid file extension" or "Cannot open file".
     void save(char const* path, bool saveFlat, bool saveFlatAs3D) const;
 
+    /// Replaces the mesh by a surface through the points of a cloud, by an advancing front: from the closest
+    /// two points on, always the waiting triangle of the smallest circumradius is built next. A point forms
+    /// triangles with its 64 nearest others only, or with as many as there are, and uses each such link once.
+    /// Vertex i is point i, also when no triangle reaches it; normals are not computed, and sides still open
+    /// when all points are reached stay open. The first triangle faces up, towards +z. Time grows with the
+    /// square of the number of points, memory with the number.
+    /// \throws std::runtime_error "Cannot add floating triangle" if no first triangle can be made.
+    void construct(PointCloud::Cloud const& cloud);
+
+    /// The four corners of the longest boundary loop, by how sharply it turns and how far they lie apart,
+    /// into `corners[0]` to `corners[3]`. The first and the third are the ends of the longest diagonal. A
+    /// loop without a turn of more than 80 degrees gives its first four vertices; a mesh without boundary
+    /// leaves `corners` as they are.
+    void getCorners(Point* corners) const;
+
+    /// Slits the mesh along edges, from the boundary vertex with the least or greatest coordinate `axis` to
+    /// another boundary, as straight as edges allow in the plane through that vertex along both axes. Meant
+    /// for tubes, before they are flattened:
+    ///
+    ///          start (metric Maximum, axis z)        z
+    ///        .--*--.                                 |
+    ///       (   |   ) --> normal, perpendicularAxis  '--- x
+    ///       |   |   |     of the tube x
+    ///       (   |   )
+    ///        '--*--'
+    ///
+    /// `perpendicularAxis` is thus the axis along which the surface's normal points at the start, outward,
+    /// and not one across the surface. True when the mesh was cut: the vertices of the path have then been
+    /// doubled, the twins on its left getting new indices, and the pairs are kept as the cut. False, with the
+    /// mesh as it was and no cut, if there is no boundary, if the path finds no edge that leads on, meets
+    /// itself or runs along the boundary, or if one of its edges ends exactly on the plane.
+    bool makeCut(CutMetric metric, unsigned long axis, unsigned long perpendicularAxis);
+
     /// Gives every vertex its place in the plane by a least-squares conformal map: the discrete harmonic map
     /// with cotangent weights and a conformal boundary term, solved by conjugate gradients (Lévy et al.,
     /// "Least Squares Conformal Maps", 2002; Desbrun et al., "Intrinsic Parameterizations of Surface Meshes",
@@ -131,6 +174,7 @@ public:
 
 private:
     struct BoundaryLoops;
+    struct NeighbourLinks;
     class FaceStitcher;
 
     /// Appends a vertex that no triangle touches yet. Always true.
@@ -191,6 +235,35 @@ private:
     /// Appends the pairs of the file; none if it cannot be opened. The read that meets the end of the file
     /// appends a pair (0, 0).
     void loadCutEdgeIndices(std::string const& path, CutEdgeIndices& indices) const;
+
+    NeighbourLinks linkNeighbours() const;
+    bool getIsFrontReady(Edge const& edge, unsigned long apex) const;
+
+    /// The apex that gives the triangle (a, b, apex) of the smallest circumradius on the side of `normal`,
+    /// among the first `counts[a]` of `nearest[a]`, the earliest of equals. An apex of the surface must lie
+    /// on the front beside the edge. If there is one, the links a to b and b to the apex are used up.
+    /// `apexWasFloating` may be null.
+    bool getMinrTSqr(unsigned long a, unsigned long b, std::vector<std::vector<std::uint32_t>>& nearest,
+                     std::vector<std::uint32_t>& counts, Vector const& normal, unsigned long* apex,
+                     double* rTSqr, bool* apexWasFloating) const;
+    bool getIsBesideFront(unsigned long a, unsigned long b, unsigned long w) const;
+    unsigned long getEndOfLastSpoke(unsigned long v) const;
+    static void removeEdgeFromIndices(unsigned long a, unsigned long b,
+                                      std::vector<std::vector<std::uint32_t>>& nearest,
+                                      std::vector<std::uint32_t>& counts);
+
+    std::vector<std::uint32_t> getLongestBoundaryLoop() const;
+
+    /// The two ends, as positions along the first boundary loop, of its longest stretch between two kinks of
+    /// more than 5 degrees, counted in vertices. The stretch through the start of the loop is not joined up;
+    /// one that leads to the first kink starts at 0xFFFFFFFF. False if there is no boundary.
+    bool getExtremeBoundaryVertexIndices(unsigned long* first, unsigned long* second) const;
+
+    bool findExtremeBoundaryVertex(CutMetric metric, unsigned long axis, std::uint32_t& extreme) const;
+    Edge getFirstSpoke(std::uint32_t v, bool isOnBoundary) const;
+    bool findCutPath(std::uint32_t start, Vector const& planeNormal, std::vector<Edge>& path) const;
+    void slit(std::vector<Edge> const& path);
+    std::uint32_t splitVertex(std::uint32_t v, Edge const& edge, Triangle* other);
 
     /// Renumbers the mesh: interior vertices first, then the boundary loops in walking order, the longest
     /// last; with `doPinExtremeCorners` its two most distant corners are the last two vertices of all.
