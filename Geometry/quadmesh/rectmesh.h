@@ -24,6 +24,8 @@ class PercentageReporter;
 
 namespace QELT::Geometry::ThreeDimensional {
 
+class AffineMap;
+
 namespace TriMesh {
 class Mesh;
 class Triangle;
@@ -32,6 +34,15 @@ class Triangle;
 namespace QuadMesh {
 
 struct QuadFileHeader;
+class QuadIndicesEllipseIntersectionInfo;
+
+/// A direction of the grid.
+enum CanonicalAxis : int { AxisU = 0, AxisV = 1 };
+
+/// A coordinate plane of space.
+enum CanonicalPlane : int { PlaneYZ = 0, PlaneXZ = 1, PlaneXY = 2 };
+
+enum BoundaryExtensionAlgorithm : int { Basic = 0 };
 
 /// A surface as a grid of points: node (u, v), 0 <= u <= `extents.u`, 0 <= v <= `extents.v`, each with a flag
 /// byte. A node without the flag `Valid` has no surface under it, so a part of any outline is held in a
@@ -57,6 +68,14 @@ public:
         Boundary = 2,
         /// Boundary node beside a cut of the source mesh.
         CutBoundary = 4,
+    };
+
+    /// How `getSubSampled` takes its value.
+    enum ResampleDataType : int {
+        /// At most so many quads, by a power of two in each direction.
+        ApproximateQuadCount = 0,
+        /// Every so manieth node.
+        Factor = 1,
     };
 
     /// An empty grid named "Unnamed<n>.quads", n counting the grids made by this constructor.
@@ -206,6 +225,57 @@ public:
     /// infinitely many nodes), or "No boundary found" if no quad comes out; the nodes then stay.
     void construct(TriMesh::Mesh const& mesh, double quadArea);
 
+    /// Grows the valid region by invented nodes, so that a beam just off the part still finds a quad: each
+    /// pass continues the surface across the boundary (the loop of the first boundary edge) by one step, as
+    /// twice the boundary node less the one behind it, averaged where several edges reach a node, and then
+    /// moves the nodes of the new boundary to the middle of their neighbours `smoothingPasses` times.
+    /// Invented nodes have the flag `Valid` alone. Nothing is grown from a node beside a cut. Each pass adds
+    /// a margin of one node on all sides, which only the next pass fills: node (u, v) becomes (u + 1, v + 1),
+    /// while offset and search points stay. \throws std::runtime_error "Unsupported boundary extension
+    /// algorithm.", "No boundary found" or "Insufficient memory to initialise quad-mesh.".
+    void extendBoundary(BoundaryExtensionAlgorithm algorithm, unsigned long passes,
+                        unsigned long smoothingPasses);
+
+    ///@}
+    /// \name Derived grids
+    /// Valid nodes come with their flags and with the points that `getPoint` shows; other nodes are empty.
+    /// The result may be this grid itself, which is then replaced. \throws std::runtime_error "Insufficient
+    /// memory to initialise quad-mesh.", with the result unchanged.
+    ///@{
+
+    /// Node (u, v) at (u s, v s, 0), s being the side of a quad of mean area.
+    void getFlattened(RectMesh& result) const;
+
+    /// Centred on the origin, with `size` as the largest side of its box.
+    void getNormalised(double size, RectMesh& result) const;
+
+    /// Every point P at `scale` (P + `shift`).
+    void getNormalised(double scale, ThreeDimensional::Vector const& shift, RectMesh& result) const;
+
+    /// Every k-th node: k is `value` for `Factor` (1 for 0), the least power of two that leaves at most
+    /// `value` quads for `ApproximateQuadCount`, and 1 for any other type. The result takes the file name.
+    void getSubSampled(ResampleDataType type, unsigned long value, RectMesh& result) const;
+
+    /// The nodes of an index box, both ends included; it may reach outside the grid.
+    void getRestrictedToAABB(TwoDimensional::BoundingBoxAA<int> const& box, RectMesh& result) const;
+
+    /// The nodes whose points lie in a box of space, with a ring of empty nodes around them.
+    void getRestrictedToAABB(ThreeDimensional::BoundingBoxAA const& box, RectMesh& result) const;
+
+    ///@}
+    /// \name Changes in place
+    /// They change what is stored and leave areas and search points as they are.
+    ///@{
+
+    /// Every valid node's point P becomes `origin` + `map`(P - `origin`).
+    void transform(ThreeDimensional::Point const& origin, AffineMap const& map);
+
+    /// Reflects the points through a coordinate plane moved to `origin`, and reverses the grid along an axis,
+    /// so that quads stay counter-clockwise: `AxisV` reverses each row, `AxisU` each column; on a grid of a
+    /// single row the latter clears the points. Other planes reflect nothing. \throws std::runtime_error
+    /// "Invalid scan flip axis" for any other axis, after the reflection.
+    void mirror(CanonicalPlane plane, ThreeDimensional::Point const& origin, CanonicalAxis axis);
+
     ///@}
     /// \name Files
     /// A file that cannot be opened gives std::ios_base::failure with std::io_errc::stream and the text
@@ -306,6 +376,29 @@ public:
     TwoDimensional::Point<int> getNearestPoint2D(ThreeDimensional::Point const& target,
                                                  double& distance) const;
 
+    /// The footprint of a spreading beam around a quad, to first order: the beam's axis and four rays at its
+    /// rim meet the plane of the quad, and are given in grid indices magnified `unity` times, truncated. The
+    /// beam goes along the cross product of the two axes, which are best of unit length and perpendicular;
+    /// its rim rays start at `apertureRadius` from `origin` and spread by the angle of the cotangent. No
+    /// flips and no offset apply. False, with `info` unchanged, if the quad does not exist. A beam in the
+    /// plane gives saturated numbers or 0.
+    bool getConeIntersection(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& axisA,
+                             ThreeDimensional::Vector const& axisB, double coneCotangent,
+                             double apertureRadius, TwoDimensional::Point<int> const& quad, int unity,
+                             QuadIndicesEllipseIntersectionInfo& info) const;
+
+    /// Tests the search on itself: along `numberOfTests` random lines of the grid it moves an array of
+    /// `numberOfElements` beams (at least one) set across the line at `elementPitch`, fires each straight
+    /// down at a known quad, and counts whether `getIntersection` names it. The counters are added to, and
+    /// lines on which a beam failed are appended to `failedLines`; the result is whether that is empty. Lines
+    /// come from `rand`, which is not seeded here. Only for grids without offset and flips. On a grid on
+    /// which no line has room for the array this never returns; on one without any quad along an axis it
+    /// tests nothing.
+    bool testArrayStripes(
+        unsigned long numberOfTests, double elementPitch, unsigned long numberOfElements,
+        unsigned long& numberOfPasses, unsigned long& numberOfFailures,
+        std::vector<std::pair<TwoDimensional::Point<int>, TwoDimensional::Point<int>>>& failedLines);
+
     /// Lets the next search start afresh.
     void resetQuadIndicesSearch() { doResetSearch = true; }
 
@@ -333,6 +426,13 @@ private:
         std::uint32_t v = 0;
     };
     struct Walk;
+    struct LargerGrid;
+    struct Stripe;
+
+    /// Makes a grid for the library's own use, without a name and without counting it.
+    struct Unnumbered {};
+
+    explicit RectMesh(Unnumbered) {}
 
     void uninit();
 
@@ -361,6 +461,29 @@ private:
     double getQuadArea(TwoDimensional::Point<int> const& p) const;
 
     void updateQuadAreas() { getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea); }
+
+    void extendBoundaryBasic(unsigned long smoothingPasses);
+    void smoothBoundary();
+
+    template <class ToSource, class ToPoint>
+    void derive(RectMesh& result, TwoDimensional::Vector<unsigned long> const& newExtents, ToSource toSource,
+                ToPoint toPoint) const;
+    void deriveInside(ThreeDimensional::BoundingBoxAA const& box, TwoDimensional::Vector<int> const& toSource,
+                      TwoDimensional::Vector<int> const& newExtents, RectMesh& result) const;
+    void takeRows(RectMesh& other);
+    void flipWinding(CanonicalAxis axis);
+
+    bool getEllipseAxisPoints(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& axisA,
+                              ThreeDimensional::Vector const& axisB, double coneCotangent,
+                              double apertureRadius, TwoDimensional::Point<int> const& quad,
+                              ThreeDimensional::Point& centrePoint, ThreeDimensional::Point& axisPointA1,
+                              ThreeDimensional::Point& axisPointB1, ThreeDimensional::Point& axisPointA2,
+                              ThreeDimensional::Point& axisPointB2) const;
+
+    void drawStripe(Stripe& stripe) const;
+    bool getIsStripeOnSurface(Stripe const& stripe) const;
+    bool testStripe(Stripe const& stripe, double quadStep, unsigned long& numberOfPasses,
+                    unsigned long& numberOfFailures);
 
     void rasterise(TriMesh::Triangle const& triangle, double h);
     void markBoundary();
