@@ -175,6 +175,7 @@ public:
 private:
     struct BoundaryLoops;
     struct NeighbourLinks;
+    class AdvancingFront;
     class FaceStitcher;
 
     /// Appends a vertex that no triangle touches yet. Always true.

@@ -27,10 +27,6 @@ using Candidate = Map<Map<Map<Edge, bool>, int>, double>;
     throw std::runtime_error("Cannot add floating triangle");
 }
 
-Candidate makeCandidate(Edge const& edge, bool isApexFloating, unsigned long apex, double rTSqr) {
-    return {{{edge, isApexFloating}, static_cast<int>(apex)}, rTSqr};
-}
-
 } // namespace
 
 /// The links by which points may still be joined, and the closest two of them.
@@ -42,59 +38,96 @@ struct Mesh::NeighbourLinks {
     bool isAnyPair = false;
 };
 
+/// A surface that grows by its cheapest open side, as long as a vertex is left to reach.
+class Mesh::AdvancingFront {
+public:
+    AdvancingFront(Mesh& theMesh, NeighbourLinks const& startLinks) : mesh(theMesh), links(startLinks) {}
+
+    /// Makes the first triangle, on the closest two points.
+    void plantSeed() {
+        unsigned long third = 0;
+        double rTSqr = 0.0;
+        if (!links.isAnyPair || !mesh.getMinrTSqr(links.first, links.second, links.nearest, links.counts,
+                                                  Vector(0.0, 0.0, 1.0), &third, &rTSqr, nullptr)) {
+            throwNoSeed();
+        }
+        if (!mesh.addFloatingTriangle({links.first, links.second, third})) {
+            throwNoSeed();
+        }
+        Edge side = mesh.getVertexArbitraryEdge(third);
+        for (int i = 0; i < 3; ++i) {
+            wait(side, side.vphi3().cross(side.rot().vphi3()));
+            side = side.rot();
+        }
+    }
+
+    /// Builds waiting triangles; the answer is how many there are in the end, the first one included.
+    std::size_t grow() {
+        std::size_t numberOfTriangles = 1;
+        std::uint32_t attached = 3;
+        while (attached < toUInt32(mesh.vertices.size()) && !candidates.getIsEmpty()) {
+            Candidate const candidate = candidates.pop();
+            Edge const edge = candidate.gets().gets().gets();
+            int const apex = candidate.gets().gett();
+            bool const wasFloating = mesh.getIsVertexFloating(static_cast<std::uint32_t>(apex));
+            if (!mesh.getIsFrontReady(edge, static_cast<std::uint32_t>(apex))) {
+                continue;
+            }
+            ++numberOfTriangles;
+            if (!mesh.addBoundaryTriangle(edge, apex)) {
+                break;
+            }
+            openNewSides(edge);
+            attached += wasFloating ? 1 : 0;
+        }
+        return numberOfTriangles;
+    }
+
+private:
+    /// Lets the two other sides of the triangle across the edge wait, measured by the normal of this side.
+    void openNewSides(Edge const& edge) {
+        Vector const normal = edge.vphi3().cross(edge.rot().vphi3());
+        Edge side = edge.sym();
+        for (int i = 0; i < 2; ++i) {
+            side = side.rot();
+            if (side.isBoundary()) {
+                wait(side, normal);
+            }
+        }
+    }
+
+    void wait(Edge const& side, Vector const& normal) {
+        unsigned long apex = 0;
+        double rTSqr = 0.0;
+        bool isApexFloating = false;
+        if (mesh.getMinrTSqr(side.dest(), side.org(), links.nearest, links.counts, normal, &apex, &rTSqr,
+                             &isApexFloating)) {
+            candidates.push({{{side, isApexFloating}, static_cast<int>(apex)}, rTSqr});
+        }
+    }
+
+    Mesh& mesh;
+    NeighbourLinks links;
+    MinHeap<Candidate> candidates;
+};
+
 void Mesh::construct(PointCloud::Cloud const& cloud) {
     clear();
     std::uint32_t const numberOfPoints = toUInt32(cloud.getNumberOfPoints());
     for (std::uint32_t i = 0; i < numberOfPoints; ++i) {
         addVertex(Vertex(cloud.getPoint(i)));
     }
-    NeighbourLinks links = linkNeighbours();
-    unsigned long third = 0;
-    double rTSqr = 0.0;
-    if (!links.isAnyPair || !getMinrTSqr(links.first, links.second, links.nearest, links.counts,
-                                         Vector(0.0, 0.0, 1.0), &third, &rTSqr, nullptr)) {
-        throwNoSeed();
-    }
-    // A surface has about twice as many triangles as points.
-    triangles->startRun(std::size_t{2} * numberOfPoints);
-    if (!addFloatingTriangle({links.first, links.second, third})) {
-        throwNoSeed();
-    }
-    MinHeap<Candidate> candidates;
-    Edge edge = getVertexArbitraryEdge(third);
-    for (int side = 0; side < 3; ++side) {
-        unsigned long apex = 0;
-        Vector const normal = edge.vphi3().cross(edge.rot().vphi3());
-        if (getMinrTSqr(edge.dest(), edge.org(), links.nearest, links.counts, normal, &apex, &rTSqr,
-                        nullptr)) {
-            candidates.push(makeCandidate(edge, true, apex, rTSqr));
-        }
-        edge = edge.rot();
-    }
-    std::uint32_t attached = 3;
-    while (attached < numberOfPoints && !candidates.getIsEmpty()) {
-        Candidate const candidate = candidates.pop();
-        edge = candidate.gets().gets().gets();
-        auto const apex = static_cast<std::uint32_t>(candidate.gets().gett());
-        bool const wasFloating = getIsVertexFloating(apex);
-        if (!getIsFrontReady(edge, apex)) {
-            continue;
-        }
-        if (!addBoundaryTriangle(edge, candidate.gets().gett())) {
+    NeighbourLinks const links = linkNeighbours();
+    // A surface has about twice as many triangles as points; one that runs into itself has more. Then it is
+    // grown once again with more room, so that the order of addresses is always that of making.
+    for (std::size_t room = std::size_t{2} * numberOfPoints;; room *= 2) {
+        triangles->startRun(room);
+        AdvancingFront front(*this, links);
+        front.plantSeed();
+        if (front.grow() <= room) {
             return;
         }
-        Vector const normal = edge.vphi3().cross(edge.rot().vphi3());
-        Edge side = edge.sym();
-        for (int i = 0; i < 2; ++i) {
-            side = side.rot();
-            unsigned long nextApex = 0;
-            bool isApexFloating = false;
-            if (side.isBoundary() && getMinrTSqr(side.dest(), side.org(), links.nearest, links.counts, normal,
-                                                 &nextApex, &rTSqr, &isApexFloating)) {
-                candidates.push(makeCandidate(side, isApexFloating, nextApex, rTSqr));
-            }
-        }
-        attached += wasFloating ? 1 : 0;
+        vertexTriangles.assign(numberOfPoints, {nullptr});
     }
 }
 
