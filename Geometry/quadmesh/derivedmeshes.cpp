@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -188,17 +190,32 @@ void RectMesh::flipWinding(CanonicalAxis axis) {
     if (!getHasRows()) {
         return;
     }
-    std::ptrdiff_t const rows = std::ptrdiff_t{extents.v} + 1;
     if (axis == AxisV) {
-        for (std::ptrdiff_t v = 0; v < rows; ++v) {
-            std::reverse(points[v].get(), points[v].get() + extents.u + 1);
-            std::reverse(flags[v].get(), flags[v].get() + extents.u + 1);
+        for (std::uint32_t v = 0; v <= extents.v; ++v) {
+            reverseNodes(GridPoint(0, static_cast<int>(v)), GridStep(1, 0), extents.u + std::size_t{1});
         }
-    } else if (rows == 1) {
+    } else if (extents.v == 0) {
         std::fill_n(points[0].get(), extents.u + std::size_t{1}, Point());
     } else {
-        std::reverse(points.get(), points.get() + rows);
-        std::reverse(flags.get(), flags.get() + rows);
+        for (std::uint32_t u = 0; u <= extents.u; ++u) {
+            reverseNodes(GridPoint(static_cast<int>(u), 0), GridStep(0, 1), extents.v + std::size_t{1});
+        }
+    }
+}
+
+/// Turns a row or column of nodes end for end. Every point is stored as `getPoint` showed it; those of nodes
+/// that are not valid go along.
+void RectMesh::reverseNodes(GridPoint const& first, GridStep const& along, std::size_t count) {
+    std::vector<std::pair<Point, char>> nodes;
+    nodes.reserve(count);
+    GridPoint node = first;
+    for (std::size_t i = 0; i < count; ++i, node += along) {
+        nodes.emplace_back(getPoint(node), getPointFlags(node));
+    }
+    for (auto const& [point, flagByte] : nodes) {
+        node -= along;
+        points[node.getV()][static_cast<std::size_t>(node.getU())] = point;
+        setPointFlags(node, flagByte);
     }
 }
 

@@ -270,10 +270,12 @@ public:
     /// Every valid node's point P becomes `origin` + `map`(P - `origin`).
     void transform(ThreeDimensional::Point const& origin, AffineMap const& map);
 
-    /// Reflects the points through a coordinate plane moved to `origin`, and reverses the grid along an axis,
-    /// so that quads stay counter-clockwise: `AxisV` reverses each row, `AxisU` each column; on a grid of a
-    /// single row the latter clears the points. Other planes reflect nothing. \throws std::runtime_error
-    /// "Invalid scan flip axis" for any other axis, after the reflection.
+    /// Reflects the stored points through a coordinate plane moved to `origin`, and reverses the grid along
+    /// an axis, so that quads stay counter-clockwise: `AxisV` reverses each row, `AxisU` each column; on a
+    /// grid of a single row the latter clears the points. The reversal reads every node through `getPoint`:
+    /// in a derived grid what is shown becomes what is stored, so that a scale is applied for good. Other
+    /// planes reflect nothing. \throws std::runtime_error "Invalid scan flip axis" for any other axis, after
+    /// the reflection.
     void mirror(CanonicalPlane plane, ThreeDimensional::Point const& origin, CanonicalAxis axis);
 
     ///@}
@@ -472,6 +474,8 @@ private:
                       TwoDimensional::Vector<int> const& newExtents, RectMesh& result) const;
     void takeRows(RectMesh& other);
     void flipWinding(CanonicalAxis axis);
+    void reverseNodes(TwoDimensional::Point<int> const& first, TwoDimensional::Vector<int> const& along,
+                      std::size_t count);
 
     bool getEllipseAxisPoints(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& axisA,
                               ThreeDimensional::Vector const& axisB, double coneCotangent,

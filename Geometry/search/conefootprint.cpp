@@ -58,11 +58,14 @@ bool RectMesh::getEllipseAxisPoints(Point const& origin, Vector const& axisA, Ve
     Vector const axisC = axisA.cross(axisB);
     Point const corner = getPoint(quad);
     Vector const normal = getQuadNormalVector(quad, true);
+    // Rays that do not leave the axis start at it whatever the radius, an infinite one included.
+    auto const getOffset = [apertureRadius](double sign) {
+        return sign == 0.0 ? 0.0 : sign * apertureRadius;
+    };
     std::array<Point*, 5> const hits{&centrePoint, &axisPointA1, &axisPointB1, &axisPointA2, &axisPointB2};
     for (std::size_t i = 0; i < coneRays.size(); ++i) {
         ConeRay const& ray = coneRays[i];
-        Point const start =
-            origin + (ray.signA * apertureRadius) * axisA + (ray.signB * apertureRadius) * axisB;
+        Point const start = origin + getOffset(ray.signA) * axisA + getOffset(ray.signB) * axisB;
         Vector const direction =
             ray.signA * axisA + ray.signB * axisB + (ray.isCentre ? 1.0 : coneCotangent) * axisC;
         double const t = (start - corner).dot(normal) / direction.dot(normal);
