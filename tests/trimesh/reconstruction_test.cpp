@@ -1,5 +1,6 @@
 #include "Geometry/spatial/cloud.h"
 #include "Geometry/trimesh/mesh.h"
+#include "Geometry/trimesh/trianglearena.h"
 #include "tests/support/float_bits.h"
 #include "tests/support/meshfamilies.h"
 #include "tests/support/plain_meshcopy.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -113,6 +115,20 @@ Points makeSolid(std::uint32_t count, std::uint32_t seed, double resolution) {
         double const y = coordinate();
         double const z = coordinate();
         points.emplace_back(x, y, z);
+    }
+    return points;
+}
+
+/// A torus on a coarse lattice: its layers meet, and a surface through it has more triangles than others.
+Points makeTwistedLayers(std::uint32_t count, std::uint32_t seed) {
+    std::mt19937 generator(seed);
+    Points points;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        double const a = 2.0 * std::numbers::pi * std::floor(8.0 * unit(generator)) / 8.0;
+        double const b = 2.0 * std::numbers::pi * std::floor(8.0 * unit(generator)) / 8.0;
+        double const radius = 2.0 + std::cos(a);
+        points.emplace_back(radius * std::cos(b), radius * std::sin(b),
+                            std::sin(a) + 0.1 * (unit(generator) - 0.5));
     }
     return points;
 }
@@ -258,15 +274,20 @@ std::string construct(Mesh& mesh, Points const& points) {
     return "";
 }
 
-std::vector<Face> facesOf(Mesh const& mesh) {
+/// As the mesh gathers them.
+std::vector<Triangle*> allTriangles(Mesh const& mesh) {
     std::vector<Triangle*> list;
     std::vector<Triangle*>::iterator first;
     std::vector<Triangle*>::iterator last;
     mesh.getTriangles(list, first, last);
+    return {first, last};
+}
+
+std::vector<Face> facesOf(Mesh const& mesh) {
     std::vector<Face> faces;
-    for (; first != last; ++first) {
+    for (Triangle const* const triangle : allTriangles(mesh)) {
         Face face{};
-        (*first)->getVertexIndices(face[0], face[1], face[2]);
+        triangle->getVertexIndices(face[0], face[1], face[2]);
         faces.push_back(face);
     }
     return faces;
@@ -532,6 +553,24 @@ TEST(Reconstruction, TrianglesComeInTheOrderInWhichTheyWereBuiltAlsoInLargeMeshe
         auto const& corners = plain.mesh.triangles[static_cast<std::size_t>(walked[i])].vertices;
         ASSERT_TRUE(std::equal(faces[i].begin(), faces[i].end(), corners.begin())) << "face " << i;
     }
+}
+
+TEST(Reconstruction, TrianglesLieInOneRunOfMemoryAlsoWhenTheSurfaceRunsIntoItself) {
+    std::size_t mostPerPoint = 0;
+    for (std::uint32_t seed = 1; seed <= 60; ++seed) {
+        Points const points = withUpwardSeed(makeTwistedLayers(150, seed));
+        Mesh mesh;
+        if (!construct(mesh, points).empty()) {
+            continue;
+        }
+        PlainMesh const copy = plainCopyOf(mesh);
+        mostPerPoint = std::max(mostPerPoint, 10 * copy.triangles.size() / points.size());
+        auto const& run = mesh.triangles->runs.back();
+        for (Triangle const* const triangle : allTriangles(mesh)) {
+            ASSERT_TRUE(run.triangles <= triangle && triangle < run.triangles + run.size);
+        }
+    }
+    EXPECT_GT(mostPerPoint, 20U);
 }
 
 TEST(Reconstruction, TheMeshCanBeSavedAndHoldsTheSameFacesInTheFile) {
