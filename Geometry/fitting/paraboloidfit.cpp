@@ -61,6 +61,14 @@ public:
         return {w, a, b, c - (curvatureU * a * a + curvatureV * b * b) * 0.5};
     }
 
+    /// Whether the next pass and all after it give NaNs again: with points, a NaN in the curvatures and in
+    /// the axes is in every residual and by it in all that is fitted, and without points nothing moves.
+    bool getIsLost() const {
+        bool const isBent = std::isnan(curvatureU) && std::isnan(curvatureV);
+        return isBent && (count == 0 || (getIsNaN(axes[0]) && getIsNaN(axes[1]) && getIsNaN(axes[2]) &&
+                                         getIsNaN(vertex - Point())));
+    }
+
     Point const& getVertex() const { return vertex; }
 
     Frame const& getAxes() const { return axes; }
@@ -70,6 +78,10 @@ public:
     double getCurvatureV() const { return curvatureV; }
 
 private:
+    static bool getIsNaN(Vector const& v) {
+        return std::isnan(v.getdX()) && std::isnan(v.getdY()) && std::isnan(v.getdZ());
+    }
+
     double moveVertex() {
         Point newVertex = vertex;
         for (std::uint32_t i = 0; i < count; ++i) {
@@ -146,9 +158,11 @@ bool Utility::getEllipticParaboloidFit(Point const* points, unsigned long number
     std::uint32_t const count = toUInt32(numberOfPoints);
     Paraboloid paraboloid(points, count, axisHint);
     bool isConverged = false;
-    for (int i = 0; i < mostPasses && !isConverged; ++i) {
+    int passes = 0;
+    do {
         isConverged = paraboloid.pass();
-    }
+        ++passes;
+    } while (!isConverged && passes < mostPasses && !paraboloid.getIsLost());
     vertex = paraboloid.getVertex();
     axisU = paraboloid.getAxes()[0];
     axisV = paraboloid.getAxes()[1];
