@@ -16,7 +16,8 @@ using GridLine = std::pair<GridPoint, GridPoint>;
 /// How far above the surface the beams start.
 constexpr double beamHeight = 10.0;
 
-/// How far along the line they are moved, in quads, to keep off the quads' diagonals.
+/// How far along the line they are moved, in quads: off the quads' diagonals, unless the line steps along
+/// them.
 constexpr double shareOfQuadAlong = 0.25;
 
 int getRandomIndex(std::uint32_t extent) {

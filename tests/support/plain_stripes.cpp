@@ -59,12 +59,10 @@ PlainVector unit(PlainVector const& a) {
     return plainDivided(a, std::sqrt(plainDot(a, a)));
 }
 
-bool fire(PlainSearch& search, PlainSearchSettings const& settings, double quadStep, PlainIndex const& cell,
-          PlainVector const& axis, PlainVector const& normal) {
-    PlainPoint origin = plainMoved(search.grid.getMeanQuadPoint(cell), plainScaled(quadStep * 0.25, axis));
-    origin = plainMoved(origin, plainScaled(10.0, normal));
-    PlainStatus const status = search.getIntersection(settings, origin, {-normal.x, -normal.y, -normal.z});
-    return status.isValid && status.indices == cell;
+PlainPoint beamOrigin(PlainGrid const& grid, double quadStep, PlainIndex const& cell, PlainVector const& axis,
+                      PlainVector const& normal) {
+    PlainPoint const origin = plainMoved(grid.getMeanQuadPoint(cell), plainScaled(quadStep * 0.25, axis));
+    return plainMoved(origin, plainScaled(10.0, normal));
 }
 
 } // namespace
@@ -141,8 +139,11 @@ PlainStripeRun plainStripes(PlainSearch& search, PlainSearchSettings const& sett
                 unit(plainDifference(grid.getMeanQuadPoint(line[i + 1]), grid.getMeanQuadPoint(line[i])));
             for (std::int32_t k = 0; k < array.count; ++k) {
                 PlainIndex const cell = array.getCell(line[i], k);
-                bool const didPass = fire(search, settings, quadStep, cell, axis, normal);
-                run.shots.push_back({test, line[i], line[i + 1], cell, didPass});
+                PlainPoint const origin = beamOrigin(grid, quadStep, cell, axis, normal);
+                PlainStatus const status =
+                    search.getIntersection(settings, origin, {-normal.x, -normal.y, -normal.z});
+                bool const didPass = status.isValid && status.indices == cell;
+                run.shots.push_back({test, line[i], line[i + 1], cell, origin, didPass});
                 (didPass ? run.numberOfPasses : run.numberOfFailures) += 1U;
                 linePassed = linePassed && didPass;
             }

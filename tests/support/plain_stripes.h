@@ -19,6 +19,7 @@ struct PlainShot {
     PlainIndex at;
     PlainIndex next;
     PlainIndex cell;
+    PlainPoint origin;
     bool didPass = false;
 };
 
