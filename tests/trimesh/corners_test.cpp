@@ -215,6 +215,22 @@ TEST(Corners, OfMoreThanOneThousandSharpPlacesTheSharpestCount) {
     expectPlainCorners(*makeMesh(withShuffledVertices(makeComb(600, 4), 5)));
 }
 
+TEST(Corners, TheLeastSharpOfOneThousandAndTwentyFivePlacesIsLost) {
+    // A star of 512 rays, the first of which ends far out and broad: two turns of about a right angle, the
+    // least sharp ones, where all others nearly turn back.
+    std::vector<std::array<double, 3>> outline{{100.0, -0.5, 0.0}, {100.0, 0.6, 0.0}};
+    for (int i = 1; i < 1024; ++i) {
+        double const angle = 2.0 * std::numbers::pi * i / 1024.0;
+        double const radius = i % 2 == 0 ? 10.0 : 9.0;
+        outline.push_back({radius * std::cos(angle), radius * std::sin(angle), 0.0});
+    }
+    auto const mesh = makeMesh(makeFan(outline, {0.0, 0.0, 0.0}));
+    Corners const corners = cornersOf(*mesh);
+    EXPECT_EQ(std::count(corners.begin(), corners.end(), mesh->getVertex(0).getPoint3D()), 0);
+    EXPECT_GT(std::count(corners.begin(), corners.end(), mesh->getVertex(1).getPoint3D()), 0);
+    expectPlainCorners(*mesh);
+}
+
 TEST(Corners, AreThePlainOnesOnAllFamilies) {
     for (NamedSoup const& family : openFamilies()) {
         SCOPED_TRACE(family.name);

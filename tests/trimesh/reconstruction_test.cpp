@@ -633,6 +633,27 @@ TEST(Reconstruction, EveryWalkOverTheMeshEndsAndAgreesWithThePlainOne) {
     }
 }
 
+TEST(Reconstruction, AWaitingTriangleIsDroppedWhenItsPlaceHasBeenTaken) {
+    using Geometry::ThreeDimensional::TriMesh::Vertex;
+    Mesh mesh;
+    for (Point const& point : makeGrid(3, 3)) {
+        mesh.addVertex(Vertex(point));
+    }
+    ASSERT_TRUE(mesh.addFloatingTriangle({0, 1, 4}));
+    Edge const upper = mesh.getVertexArbitraryEdge(4);
+    ASSERT_EQ(upper.dest(), 0U);
+    EXPECT_TRUE(mesh.getIsFrontReady(upper, 3));
+    EXPECT_FALSE(mesh.getIsFrontReady(upper, 1)) << "its sides exist";
+    ASSERT_TRUE(mesh.addBoundaryTriangle(upper, 3));
+    EXPECT_FALSE(mesh.getIsFrontReady(upper, 3)) << "the edge is closed";
+    EXPECT_FALSE(mesh.getIsFrontReady(upper, 6)) << "the edge is closed";
+    Triangle* const across = upper.sym().getTriangle();
+    upper.makeBoundary();
+    EXPECT_TRUE(mesh.getIsFrontReady(upper, 6));
+    mesh.vertexTriangles[0].push_back(across);
+    EXPECT_FALSE(mesh.getIsFrontReady(upper, 6)) << "another triangle lies against the edge, unstitched";
+}
+
 TEST(Reconstruction, UsedLinksAreErasedOnceAndOnlyAmongTheLiveOnes) {
     Links links{{{5, 3, 5, 9}, {}}, {3, 0}};
     Mesh::removeEdgeFromIndices(0, 9, links.nearest, links.counts);
