@@ -643,8 +643,15 @@ TEST(Reconstruction, AWaitingTriangleIsDroppedWhenItsPlaceHasBeenTaken) {
     Edge const upper = mesh.getVertexArbitraryEdge(4);
     ASSERT_EQ(upper.dest(), 0U);
     EXPECT_TRUE(mesh.getIsFrontReady(upper, 3));
-    EXPECT_FALSE(mesh.getIsFrontReady(upper, 1)) << "its sides exist";
     ASSERT_TRUE(mesh.addBoundaryTriangle(upper, 3));
+    Edge const left = upper.sym().rot();
+    ASSERT_EQ(left.org(), 4U);
+    ASSERT_EQ(left.dest(), 3U);
+    EXPECT_FALSE(mesh.getIsFrontReady(left, 0)) << "the side 4 to 0 exists, of the first triangle";
+    Edge const low = left.rot();
+    ASSERT_EQ(low.dest(), 0U);
+    EXPECT_FALSE(mesh.getIsFrontReady(low, 4)) << "the side 4 to 0 exists";
+    EXPECT_TRUE(mesh.getIsFrontReady(low, 6));
     EXPECT_FALSE(mesh.getIsFrontReady(upper, 3)) << "the edge is closed";
     EXPECT_FALSE(mesh.getIsFrontReady(upper, 6)) << "the edge is closed";
     Triangle* const across = upper.sym().getTriangle();
