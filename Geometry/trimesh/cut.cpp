@@ -95,7 +95,7 @@ bool Mesh::findCutPath(std::uint32_t start, Vector const& planeNormal, std::vect
 
 /// Opens the edges of the path and gives the triangles on its left vertices of their own.
 void Mesh::slit(std::vector<Edge> const& path) {
-    Edge last = path.back();
+    Edge const& last = path.back();
     Triangle* other = nullptr;
     for (Edge const& edge : path) {
         other = edge.sym().triangle;

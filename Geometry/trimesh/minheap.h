@@ -50,13 +50,13 @@ private:
         return hole;
     }
 
+    /// Puts an entry that is not among `entries` at the hole, after its greater parents have come down.
     void raise(std::size_t hole, Entry const& entry) {
-        Entry const raised = entry;
-        while (hole > 0 && entries[(hole - 1) / 2] > raised) {
+        while (hole > 0 && entries[(hole - 1) / 2] > entry) {
             entries[hole] = entries[(hole - 1) / 2];
             hole = (hole - 1) / 2;
         }
-        entries[hole] = raised;
+        entries[hole] = entry;
     }
 
     std::vector<Entry> entries;
