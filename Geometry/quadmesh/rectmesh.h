@@ -394,9 +394,9 @@ public:
     /// down at a known quad, and counts whether `getIntersection` names it. The counters are added to, and
     /// lines on which a beam failed are appended to `failedLines`; the result is whether that is empty. Lines
     /// come from `rand`, which is not seeded here. Only for grids without offset and flips. Where a line steps
-    /// along the quads' diagonal the beams stand over it, and on a flat regular grid many exactly, which no
-    /// search finds: such a grid is best tested along its axes. On a grid on which no line has room for the
-    /// array this never returns; on one without any quad along an axis it tests nothing.
+    /// along the quads' diagonal so are its beams moved, and on a flat regular grid many then stand exactly
+    /// on it, where no beam hits: failures there speak of that alone. On a grid on which no line has room for
+    /// the array this never returns; on one without any quad along an axis it tests nothing.
     bool testArrayStripes(
         unsigned long numberOfTests, double elementPitch, unsigned long numberOfElements,
         unsigned long& numberOfPasses, unsigned long& numberOfFailures,
