@@ -15,6 +15,15 @@ constexpr unsigned long down = 1;
 
 using Indices = std::vector<std::uint32_t>;
 
+/// Whether the objects are all of no extent and at one place along an axis, where no plane can separate them.
+bool getIsFlat(std::vector<Object*> const& objects, Indices const& indices, unsigned long axis) {
+    float const place = objects[indices.front()]->getBoundingBox().getp().get(axis);
+    return std::all_of(indices.begin(), indices.end(), [&](std::uint32_t index) {
+        BoundingBoxAA const box = objects[index]->getBoundingBox();
+        return box.getp().get(axis) == place && box.getd().get(axis) == 0.0;
+    });
+}
+
 } // namespace
 
 /// An internal node still to be split: its objects, its box and its depth.
@@ -27,7 +36,7 @@ struct Tree::Item {
 
 /// A box halved along an axis, and its objects on both sides.
 struct Tree::Split {
-    Split(std::vector<Object*> const& objects, Item const& item, unsigned long axis) {
+    Split(std::vector<Object*> const& objects, Item const& item, unsigned long newAxis) : axis(newAxis) {
         Point const& p = item.box.getp();
         Vector const step(axis, item.box.getd().get(axis) * 0.5);
         Vector halfD = item.box.getd();
@@ -51,10 +60,19 @@ struct Tree::Split {
         return indices[up].size() == item.indices.size() || indices[down].size() == item.indices.size();
     }
 
-    /// Whether halving along this axis again and again changes nothing: the plane already stands at the low
-    /// corner, with all objects above it, or the extent is too large to be halved.
-    bool getIsExhausted() const { return isAtCorner || isBoxStuck; }
+    /// Whether an object is on neither side, as one whose distance from the plane overflows into a NaN.
+    bool getLosesAny(Item const& item) const {
+        return indices[up].size() + indices[down].size() != item.indices.size();
+    }
 
+    /// Whether halving along this axis again and again never separates the objects: they have no extent
+    /// along it, the plane already stands at the low corner with all objects above it, or the extent is too
+    /// large to be halved.
+    bool getIsExhausted(std::vector<Object*> const& objects, Item const& item) const {
+        return isAtCorner || isBoxStuck || getIsFlat(objects, item.indices, axis);
+    }
+
+    unsigned long axis;
     Plane plane;
     std::array<BoundingBoxAA, 2> boxes;
     std::array<Indices, 2> indices;
@@ -103,7 +121,9 @@ void Tree::split(std::vector<Object*> const& objects, Item const& item, std::vec
     auto best = std::min_element(splits.begin(), splits.end(),
                                  [](Split const& a, Split const& b) { return a.score < b.score; });
     if (item.indices.size() > 1 && best->getIsOneSided(item)) {
-        best = std::find_if(best, splits.end(), [](Split const& s) { return !s.getIsExhausted(); });
+        best = std::find_if(best, splits.end(), [&](Split const& s) {
+            return !s.getIsExhausted(objects, item) && !s.getLosesAny(item);
+        });
         if (best == splits.end()) {
             chain(objects, item);
             return;
