@@ -3,6 +3,7 @@
 #include "Geometry/trimesh/map.h"
 
 #include <algorithm>
+#include <typeinfo>
 #include <unordered_set>
 
 namespace QELT::Geometry::ThreeDimensional::BinarySpacePartition {
@@ -59,6 +60,13 @@ private:
         double distance;
     };
 
+    /// The dynamic cast, where no class is derived from the kinds of nodes: comparing types takes a fraction
+    /// of its time, and searches do little else.
+    static InternalNode const* getAsInternal(Node const* node) {
+        bool const isInternal = node != nullptr && typeid(*node) == typeid(InternalNode);
+        return isInternal ? static_cast<InternalNode const*>(node) : nullptr;
+    }
+
     void push(InternalNode const* node) {
         work.push_back({node, point->getMinMaxDistance(node->getPlane())});
     }
@@ -79,7 +87,7 @@ private:
     /// The leaf on the point's side below a node, or on the other side where that one is empty. Null only in
     /// a tree without objects.
     LeafNode const* descend(Node const* node) const {
-        while (auto const* const internal = dynamic_cast<InternalNode const*>(node)) {
+        while (auto const* const internal = getAsInternal(node)) {
             bool const isAbove = point->getIsAbove(internal->getPlane());
             Node const* const near = isAbove ? internal->getUpNode() : internal->getDownNode();
             Node const* const far = isAbove ? internal->getDownNode() : internal->getUpNode();
@@ -102,8 +110,10 @@ private:
             }
             Node const* const far =
                 point->getIsAbove(node->getPlane()) ? node->getDownNode() : node->getUpNode();
-            if (auto const* const internal = dynamic_cast<InternalNode const*>(far)) {
-                push(internal);
+            if (auto const* const internal = getAsInternal(far)) {
+                if (!visitedNodes.contains(internal)) {
+                    push(internal);
+                }
             } else if (auto const* const farLeaf = static_cast<LeafNode const*>(far)) {
                 if (!visitedLeaves.contains(farLeaf)) {
                     take(farLeaf);
