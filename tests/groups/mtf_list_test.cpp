@@ -1,0 +1,135 @@
+#include "Geometry/groups/mtf_list.h"
+
+#include <algorithm>
+#include <list>
+#include <memory>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace QELT {
+namespace {
+
+static_assert(std::has_virtual_destructor_v<mtf_list<int>>);
+static_assert(std::is_base_of_v<std::list<int>, mtf_list<int>>);
+static_assert(std::is_same_v<mtf_list<int>, mtf_list<int, std::allocator<int>>>);
+
+using Letters = std::list<std::string>;
+
+mtf_list<std::string> listOf(Letters const& letters) {
+    mtf_list<std::string> list;
+    for (std::string const& letter : letters) {
+        list.push_back(letter);
+    }
+    return list;
+}
+
+Letters lettersOf(mtf_list<std::string> const& list) {
+    return {list.begin(), list.end()};
+}
+
+TEST(MoveToFrontList, IsEmptyAtFirst) {
+    EXPECT_TRUE(mtf_list<int>().empty());
+}
+
+TEST(MoveToFrontList, OfNothingTakesTheValueAndAnswersZero) {
+    mtf_list<std::string> list;
+    EXPECT_EQ(list.move_to_front("a"), 0U);
+    EXPECT_EQ(lettersOf(list), (Letters{"a"}));
+}
+
+TEST(MoveToFrontList, BringsTheLastToTheFront) {
+    mtf_list<std::string> list = listOf({"a", "b", "c"});
+    EXPECT_EQ(list.move_to_front("c"), 2U);
+    EXPECT_EQ(lettersOf(list), (Letters{"c", "a", "b"}));
+}
+
+TEST(MoveToFrontList, LeavesTheOrderWhenTheFrontIsMoved) {
+    mtf_list<std::string> list = listOf({"a", "b", "c"});
+    EXPECT_EQ(list.move_to_front("a"), 0U);
+    EXPECT_EQ(lettersOf(list), (Letters{"a", "b", "c"}));
+}
+
+TEST(MoveToFrontList, MovesOnlyTheFirstOfEquals) {
+    mtf_list<std::string> list = listOf({"a", "b", "a"});
+    EXPECT_EQ(list.move_to_front("a"), 0U);
+    EXPECT_EQ(lettersOf(list), (Letters{"a", "b", "a"}));
+    EXPECT_EQ(list.move_to_front("b"), 1U);
+    EXPECT_EQ(lettersOf(list), (Letters{"b", "a", "a"}));
+}
+
+TEST(MoveToFrontList, GrowsByAValueThatItHasNot) {
+    mtf_list<std::string> list = listOf({"a", "b"});
+    EXPECT_EQ(list.move_to_front("z"), 2U);
+    EXPECT_EQ(list.size(), 3U);
+    EXPECT_EQ(lettersOf(list), (Letters{"z", "a", "b"}));
+}
+
+TEST(MoveToFrontList, TakesAReferenceToItsOwnElement) {
+    mtf_list<std::string> list = listOf({"a long enough text to live on the heap", "b", "c"});
+    EXPECT_EQ(list.move_to_front(list.back()), 2U);
+    EXPECT_EQ(list.move_to_front(list.front()), 0U);
+    EXPECT_EQ(list.front(), "c");
+    EXPECT_EQ(list.size(), 3U);
+}
+
+TEST(MoveToFrontList, CopiesDeeply) {
+    mtf_list<std::string> list = listOf({"a", "b"});
+    mtf_list<std::string> copy(list);
+    mtf_list<std::string> assigned;
+    assigned = list;
+    copy.move_to_front("b");
+    EXPECT_EQ(lettersOf(list), (Letters{"a", "b"}));
+    EXPECT_EQ(lettersOf(copy), (Letters{"b", "a"}));
+    EXPECT_EQ(lettersOf(assigned), (Letters{"a", "b"}));
+}
+
+TEST(MoveToFrontList, IsAListOtherwise) {
+    mtf_list<int> list;
+    list.resize(3);
+    EXPECT_EQ(list.size(), 3U);
+    list.front() = 7;
+    EXPECT_EQ(*list.begin(), 7);
+    list.clear();
+    EXPECT_TRUE(list.empty());
+}
+
+TEST(MoveToFrontList, EmptiesItselfWhenDestroyedThroughItsBase) {
+    auto const watched = std::make_shared<int>(3);
+    auto* const list = new mtf_list<std::shared_ptr<int>>();
+    list->push_back(watched);
+    list->push_back(watched);
+    list->move_to_front(watched);
+    EXPECT_EQ(watched.use_count(), 3);
+    delete list;
+    EXPECT_EQ(watched.use_count(), 1);
+}
+
+TEST(MoveToFrontList, KeepsTheOrderOfPlainMoves) {
+    std::mt19937 generator(1);
+    mtf_list<int> list;
+    std::vector<int> plain;
+    for (int i = 0; i < 3000; ++i) {
+        int const value = static_cast<int>(generator() % 12);
+        unsigned long place = 0;
+        while (place < plain.size() && plain[place] != value) {
+            ++place;
+        }
+        EXPECT_EQ(list.move_to_front(value), place);
+        if (place < plain.size()) {
+            plain.erase(plain.begin() + static_cast<std::ptrdiff_t>(place));
+        }
+        plain.insert(plain.begin(), value);
+        if (generator() % 40 == 0) {
+            list.push_back(value);
+            plain.push_back(value);
+        }
+        ASSERT_TRUE(std::equal(list.begin(), list.end(), plain.begin(), plain.end()));
+    }
+}
+
+} // namespace
+} // namespace QELT
