@@ -24,6 +24,14 @@ void run(Options const& options, std::ostream& output, ProgressDisplay& display)
         void operator()(ScanOptions const& scan) const { runScan(scan, output, display); }
 
         void operator()(InfoOptions const& info) const { runInfo(info, output, display); }
+
+        void operator()(FitOptions const& fit) const { runFit(fit, output, display); }
+
+        void operator()(RegisterOptions const& pairs) const { runRegister(pairs, output, display); }
+
+        void operator()(NeighboursOptions const& cloud) const { runNeighbours(cloud, output, display); }
+
+        void operator()(SelftestOptions const& test) const { runSelftest(test, output, display); }
     };
 
     std::visit(Runner{output, display}, options);

@@ -1,101 +1,87 @@
 #include "apps/cscan/commandline.h"
 
-#include "apps/cscan/numbers.h"
+#include "apps/cscan/arguments.h"
+#include "apps/cscan/commandparsers.h"
 
 #include <CLI/CLI.hpp>
-#include <array>
-#include <cmath>
-#include <string_view>
+#include <algorithm>
+#include <memory>
+#include <utility>
 
 namespace cscan {
 
 namespace {
 
-double numberFor(char const* option, std::string_view text) {
-    auto const number = parseNumber(text);
-    if (!number) {
-        throw UsageError(std::string(option) + ": '" + std::string(text) + "' is not a number");
-    }
-    return *number;
-}
-
-double positiveNumberFor(char const* option, std::string_view text) {
-    double const number = numberFor(option, text);
-    if (!(number > 0.0)) {
-        throw UsageError(std::string(option) + ": '" + std::string(text) + "' is not above zero");
-    }
-    return number;
-}
-
-double nonNegativeNumberFor(char const* option, std::string_view text) {
-    double const number = numberFor(option, text);
-    if (number < 0.0) {
-        throw UsageError(std::string(option) + ": '" + std::string(text) + "' is below zero");
-    }
-    return number;
-}
-
-Vector directionFor(char const* option, std::string_view text) {
-    std::array<double, 3> components{};
-    std::string_view rest = text;
-    for (std::size_t i = 0; i < components.size(); ++i) {
-        auto const comma = rest.find(',');
-        bool const isLast = i + 1 == components.size();
-        if (isLast != (comma == std::string_view::npos)) {
-            throw UsageError(std::string(option) + ": '" + std::string(text) + "' is not of the form X,Y,Z");
-        }
-        components[i] = numberFor(option, rest.substr(0, comma));
-        rest.remove_prefix(isLast ? rest.size() : comma + 1);
-    }
-    Vector const direction(components[0], components[1], components[2]);
-    if (!(direction.lSqr() > 0.0) || !std::isfinite(direction.lSqr())) {
-        throw UsageError(std::string(option) + ": '" + std::string(text) + "' has no usable length");
-    }
-    return direction;
-}
-
-/// What CLI11 fills in. Numbers stay texts until they are checked: its own conversion follows the locale.
-struct RawOptions {
-    DemoOptions demo;
-    PrepareOptions prepare;
-    ScanOptions scan;
-    InfoOptions info;
+/// What CLI11 fills in where a text is to be checked. Numbers stay texts until then: its own conversion
+/// follows the locale.
+struct RawPrepare {
+    PrepareOptions options;
     std::string quadArea;
     std::string mode = "developable";
     std::string flat;
+};
+
+struct RawScan {
+    ScanOptions options;
     std::string beams;
     std::string rasterStep;
     std::string standoff;
     std::string direction;
 };
 
-CLI::App* addDemo(CLI::App& app, RawOptions& raw) {
-    CLI::App* const demo = app.add_subcommand("demo", "Run the whole job on a built-in blade");
-    raw.demo.directory = "cscan-demo";
-    demo->add_option("DIR", raw.demo.directory, "Where its files go; made if it is not there")
-        ->capture_default_str();
-    return demo;
+PrepareOptions checkedPrepare(RawPrepare const& raw) {
+    PrepareOptions options = raw.options;
+    options.quadArea = positiveNumberFor("--quad-area", raw.quadArea);
+    options.mode = raw.mode == "pinned" ? FlatteningMode::Pinned : FlatteningMode::Developable;
+    if (!raw.flat.empty()) {
+        options.flat = raw.flat;
+    }
+    return options;
 }
 
-CLI::App* addPrepare(CLI::App& app, RawOptions& raw) {
+ScanOptions checkedScan(RawScan const& raw) {
+    ScanOptions options = raw.options;
+    if (!raw.beams.empty()) {
+        options.beams = raw.beams;
+    } else if (!raw.rasterStep.empty()) {
+        options.raster = Raster{positiveNumberFor("--raster", raw.rasterStep),
+                                nonNegativeNumberFor("--standoff", raw.standoff),
+                                directionFor("--direction", raw.direction)};
+    } else {
+        throw UsageError("scan: --beams or --raster is required");
+    }
+    return options;
+}
+
+Command addDemo(CLI::App& app) {
+    auto const options = std::make_shared<DemoOptions>();
+    CLI::App* const demo = app.add_subcommand("demo", "Run the whole job on a built-in blade");
+    options->directory = "cscan-demo";
+    demo->add_option("DIR", options->directory, "Where its files go; made if it is not there")
+        ->capture_default_str();
+    return {demo, [options] { return *options; }};
+}
+
+Command addPrepare(CLI::App& app) {
+    auto const raw = std::make_shared<RawPrepare>();
     CLI::App* const prepare = app.add_subcommand("prepare", "Turn a triangle mesh into a grid of quads");
-    prepare->add_option("PART", raw.prepare.part, "Mesh of the part, an OBJ file")->required();
-    prepare->add_option("GRID", raw.prepare.grid, "Grid to write, a .quads file")->required();
-    prepare->add_option("--quad-area", raw.quadArea, "Mean area of a quad, in the square of the part's unit")
+    prepare->add_option("PART", raw->options.part, "Mesh of the part, an OBJ file")->required();
+    prepare->add_option("GRID", raw->options.grid, "Grid to write, a .quads file")->required();
+    prepare->add_option("--quad-area", raw->quadArea, "Mean area of a quad, in the square of the part's unit")
         ->type_name("A")
         ->required();
     prepare
-        ->add_option("--mode", raw.mode,
+        ->add_option("--mode", raw->mode,
                      "What is fixed when the part is flattened: two points far apart on its rim (pinned), or "
                      "its whole outer rim, rolled out (developable)")
         ->check(CLI::IsMember({"pinned", "developable"}))
         ->capture_default_str();
-    prepare->add_option("--flat", raw.flat, "Also write the mesh with its flat coordinates to this OBJ file")
+    prepare->add_option("--flat", raw->flat, "Also write the mesh with its flat coordinates to this OBJ file")
         ->type_name("FLAT.obj");
-    return prepare;
+    return {prepare, [raw] { return checkedPrepare(*raw); }};
 }
 
-void addBeamOptions(CLI::App& scan, RawOptions& raw) {
+void addBeamOptions(CLI::App& scan, RawScan& raw) {
     CLI::Option* const beams = scan.add_option(
         "--beams", raw.beams, "Beams to fire: a table with the heading ox,oy,oz,dx,dy,dz and a beam a line");
     CLI::Option* const raster =
@@ -110,55 +96,34 @@ void addBeamOptions(CLI::App& scan, RawOptions& raw) {
     direction->type_name("X,Y,Z")->needs(raster);
 }
 
-CLI::App* addScan(CLI::App& app, RawOptions& raw) {
+Command addScan(CLI::App& app) {
+    auto const raw = std::make_shared<RawScan>();
     CLI::App* const scan = app.add_subcommand("scan", "Fire beams at a grid and draw the C-scans");
-    scan->add_option("GRID", raw.scan.grid, "Grid of the part, a .quads file")->required();
-    addBeamOptions(*scan, raw);
-    scan->add_option("--csv", raw.scan.hits,
+    scan->add_option("GRID", raw->options.grid, "Grid of the part, a .quads file")->required();
+    addBeamOptions(*scan, *raw);
+    scan->add_option("--csv", raw->options.hits,
                      "Table of hits to write: u,v,x,y,z,distance,angle,valid; the angle to the surface's "
                      "normal is in radians, pi is head-on")
         ->type_name("HITS.csv")
         ->required();
-    scan->add_option("--image", raw.scan.imagePrefix,
+    scan->add_option("--image", raw->options.imagePrefix,
                      "Images to write: PREFIX_distance.png, PREFIX_angle.png, PREFIX_coverage.png")
         ->type_name("PREFIX")
         ->required();
-    raw.scan.unit = "units";
-    scan->add_option("--unit", raw.scan.unit, "The part's unit of length, for the labels")
+    raw->options.unit = "units";
+    scan->add_option("--unit", raw->options.unit, "The part's unit of length, for the labels")
         ->type_name("NAME")
         ->capture_default_str();
-    scan->add_flag("--flip-normals", raw.scan.doFlipNormals, "Take the grid's other side for the outside");
-    return scan;
+    scan->add_flag("--flip-normals", raw->options.doFlipNormals,
+                   "Take the grid's other side for the outside");
+    return {scan, [raw] { return checkedScan(*raw); }};
 }
 
-CLI::App* addInfo(CLI::App& app, RawOptions& raw) {
+Command addInfo(CLI::App& app) {
+    auto const options = std::make_shared<InfoOptions>();
     CLI::App* const info = app.add_subcommand("info", "Tell what an OBJ or a .quads file holds");
-    info->add_option("FILE", raw.info.file, "The file")->required();
-    return info;
-}
-
-PrepareOptions checkedPrepare(RawOptions const& raw) {
-    PrepareOptions options = raw.prepare;
-    options.quadArea = positiveNumberFor("--quad-area", raw.quadArea);
-    options.mode = raw.mode == "pinned" ? FlatteningMode::Pinned : FlatteningMode::Developable;
-    if (!raw.flat.empty()) {
-        options.flat = raw.flat;
-    }
-    return options;
-}
-
-ScanOptions checkedScan(RawOptions const& raw) {
-    ScanOptions options = raw.scan;
-    if (!raw.beams.empty()) {
-        options.beams = raw.beams;
-    } else if (!raw.rasterStep.empty()) {
-        options.raster = Raster{positiveNumberFor("--raster", raw.rasterStep),
-                                nonNegativeNumberFor("--standoff", raw.standoff),
-                                directionFor("--direction", raw.direction)};
-    } else {
-        throw UsageError("scan: --beams or --raster is required");
-    }
-    return options;
+    info->add_option("FILE", options->file, "The file")->required();
+    return {info, [options] { return *options; }};
 }
 
 std::string oneLine(std::string text) {
@@ -173,11 +138,13 @@ std::string oneLine(std::string text) {
 CommandLine parseCommandLine(int argumentCount, char const* const* arguments) {
     CLI::App app("Inspection of curved parts: from a triangle mesh to a C-scan.", "cscan");
     app.require_subcommand(1);
-    RawOptions raw;
-    CLI::App const* const demo = addDemo(app, raw);
-    CLI::App const* const prepare = addPrepare(app, raw);
-    CLI::App const* const scan = addScan(app, raw);
-    addInfo(app, raw);
+    std::vector<Command> commands{addDemo(app), addPrepare(app), addScan(app), addInfo(app)};
+    for (Command& command : addCloudCommands(app)) {
+        commands.push_back(std::move(command));
+    }
+    for (Command& command : addGridCommands(app)) {
+        commands.push_back(std::move(command));
+    }
     try {
         app.parse(argumentCount, arguments);
     } catch (CLI::CallForHelp const&) {
@@ -185,16 +152,9 @@ CommandLine parseCommandLine(int argumentCount, char const* const* arguments) {
     } catch (CLI::ParseError const& error) {
         throw UsageError(oneLine(error.what()));
     }
-    if (demo->parsed()) {
-        return {raw.demo, {}};
-    }
-    if (prepare->parsed()) {
-        return {checkedPrepare(raw), {}};
-    }
-    if (scan->parsed()) {
-        return {checkedScan(raw), {}};
-    }
-    return {raw.info, {}};
+    auto const asked = std::find_if(commands.begin(), commands.end(),
+                                    [](Command const& command) { return command.app->parsed(); });
+    return {asked->options(), {}};
 }
 
 } // namespace cscan

@@ -13,5 +13,9 @@ void runDemo(DemoOptions const& options, std::ostream& output, ProgressDisplay& 
 void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDisplay& display);
 void runScan(ScanOptions const& options, std::ostream& output, ProgressDisplay& display);
 void runInfo(InfoOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runFit(FitOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runRegister(RegisterOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runNeighbours(NeighboursOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runSelftest(SelftestOptions const& options, std::ostream& output, ProgressDisplay& display);
 
 } // namespace cscan

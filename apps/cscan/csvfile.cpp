@@ -3,13 +3,12 @@
 #include "apps/cscan/failure.h"
 #include "apps/cscan/files.h"
 #include "apps/cscan/numbers.h"
+#include "apps/cscan/textline.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <fstream>
 #include <istream>
-#include <limits>
 #include <ostream>
 #include <string_view>
 
@@ -18,18 +17,8 @@ namespace cscan {
 namespace {
 
 constexpr std::array<std::string_view, 6> beamColumns = {"ox", "oy", "oz", "dx", "dy", "dz"};
+constexpr std::array<std::string_view, 6> pairColumns = {"sx", "sy", "sz", "tx", "ty", "tz"};
 constexpr std::string_view hitHeading = "u,v,x,y,z,distance,angle,valid";
-
-/// A line of the table with what is needed to complain about it.
-struct Line {
-    std::string const& source;
-    std::size_t number;
-    std::string_view text;
-
-    [[noreturn]] void fail(std::string const& complaint) const {
-        throw Failure(source + ", line " + std::to_string(number) + ": " + complaint);
-    }
-};
 
 std::vector<std::string_view> fieldsOf(std::string_view line) {
     std::vector<std::string_view> fields;
@@ -41,46 +30,71 @@ std::vector<std::string_view> fieldsOf(std::string_view line) {
     return fields;
 }
 
-std::string_view withoutByteOrderMark(std::string_view text) {
-    constexpr std::string_view mark = "\xEF\xBB\xBF";
-    return text.starts_with(mark) ? text.substr(mark.size()) : text;
-}
+/// Six numbers a line.
+using Columns = std::array<std::string_view, 6>;
+using Row = std::array<double, 6>;
 
-void checkHeading(Line const& line) {
-    auto const fields = fieldsOf(withoutByteOrderMark(line.text));
-    if (!std::equal(fields.begin(), fields.end(), beamColumns.begin(), beamColumns.end())) {
-        line.fail("the heading must be ox,oy,oz,dx,dy,dz");
+void checkHeading(TextLine const& line, Columns const& columns, std::string const& heading) {
+    auto const fields = fieldsOf(line.text);
+    if (!std::equal(fields.begin(), fields.end(), columns.begin(), columns.end())) {
+        line.fail("the heading must be " + heading);
     }
 }
 
-std::array<double, 6> numbersOf(Line const& line) {
+Row numbersOf(TextLine const& line, Columns const& columns) {
     auto const fields = fieldsOf(line.text);
-    std::array<double, 6> numbers{};
+    Row numbers{};
     if (fields.size() != numbers.size()) {
         line.fail("6 numbers expected, " + std::to_string(fields.size()) + " fields found");
     }
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         auto const number = parseNumber(fields[i]);
         if (!number) {
-            line.fail("'" + std::string(fields[i]) + "' is no number for " + std::string(beamColumns[i]));
+            line.fail("'" + std::string(fields[i]) + "' is no number for " + std::string(columns[i]));
         }
         numbers[i] = *number;
     }
     return numbers;
 }
 
-Beam beamOf(Line const& line) {
-    auto const numbers = numbersOf(line);
-    for (std::size_t i = 0; i < 3; ++i) {
-        if (std::abs(numbers[i]) > std::numeric_limits<float>::max()) {
-            line.fail("the origin lies too far out");
-        }
+std::string headingOf(Columns const& columns) {
+    std::string heading(columns[0]);
+    for (std::size_t i = 1; i < columns.size(); ++i) {
+        heading += "," + std::string(columns[i]);
     }
+    return heading;
+}
+
+/// Calls `visit` with each line below the heading and its numbers. Blank lines are passed over.
+template <class Visit>
+void readTable(std::istream& input, std::string const& source, Columns const& columns, Visit visit) {
+    bool hasHeading = false;
+    forEachLine(input, source, [&](TextLine const& line) {
+        if (trimmed(line.text).empty()) {
+            return;
+        }
+        if (hasHeading) {
+            visit(line, numbersOf(line, columns));
+        } else {
+            checkHeading(line, columns, headingOf(columns));
+            hasHeading = true;
+        }
+    });
+}
+
+Beam beamOf(TextLine const& line, Row const& numbers) {
+    requirePointInReach(line, numbers, 0, "origin");
     Beam const beam{Point(numbers[0], numbers[1], numbers[2]), Vector(numbers[3], numbers[4], numbers[5])};
     if (!(beam.direction.lSqr() > 0.0)) {
         line.fail("the direction has no length");
     }
     return beam;
+}
+
+PointPair pairOf(TextLine const& line, Row const& numbers) {
+    requirePointInReach(line, numbers, 0, "source point");
+    requirePointInReach(line, numbers, 3, "target point");
+    return {Point(numbers[0], numbers[1], numbers[2]), Point(numbers[3], numbers[4], numbers[5])};
 }
 
 void writeHit(std::ostream& output, Hit const& hit) {
@@ -103,27 +117,25 @@ void writeHit(std::ostream& output, Hit const& hit) {
 
 std::vector<Beam> readBeams(std::istream& input, std::string const& source) {
     std::vector<Beam> beams;
-    std::string text;
-    bool hasHeading = false;
-    for (std::size_t number = 1; std::getline(input, text); ++number) {
-        Line const line{source, number, text};
-        if (trimmed(text).empty()) {
-            continue;
-        }
-        if (hasHeading) {
-            beams.push_back(beamOf(line));
-        } else {
-            checkHeading(line);
-            hasHeading = true;
-        }
-    }
-    if (input.bad()) {
-        throw Failure(source + ": cannot be read to its end");
-    }
+    readTable(input, source, beamColumns,
+              [&](TextLine const& line, Row const& numbers) { beams.push_back(beamOf(line, numbers)); });
     if (beams.empty()) {
         throw Failure(source + ": holds no beams");
     }
     return beams;
+}
+
+std::vector<PointPair> readPairs(std::istream& input, std::string const& source) {
+    std::vector<PointPair> pairs;
+    readTable(input, source, pairColumns,
+              [&](TextLine const& line, Row const& numbers) { pairs.push_back(pairOf(line, numbers)); });
+    return pairs;
+}
+
+std::vector<PointPair> readPairFile(std::filesystem::path const& path) {
+    requireReadable(path);
+    std::ifstream input(path);
+    return readPairs(input, path.string());
 }
 
 std::vector<Beam> readBeamFile(std::filesystem::path const& path) {

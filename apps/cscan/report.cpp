@@ -22,11 +22,6 @@ std::string pairText(double first, double second) {
     return toShortText(first, digits) + " x " + toShortText(second, digits);
 }
 
-std::string pointText(Point const& point) {
-    return "(" + toShortText(point.getX(), digits) + ", " + toShortText(point.getY(), digits) + ", " +
-           toShortText(point.getZ(), digits) + ")";
-}
-
 /// Least, mean and greatest of a quantity over the measured hits.
 template <class Quantity>
 std::string rangeText(std::vector<Hit> const& hits, Quantity quantity) {
@@ -48,6 +43,16 @@ std::string rangeText(std::vector<Hit> const& hits, Quantity quantity) {
 }
 
 } // namespace
+
+std::string pointText(Point const& point) {
+    return "(" + toShortText(point.getX(), digits) + ", " + toShortText(point.getY(), digits) + ", " +
+           toShortText(point.getZ(), digits) + ")";
+}
+
+std::string vectorText(Vector const& vector) {
+    return "(" + toShortText(vector.getdX(), digits) + ", " + toShortText(vector.getdY(), digits) + ", " +
+           toShortText(vector.getdZ(), digits) + ")";
+}
 
 void printItem(std::ostream& output, std::string const& name, std::string const& text) {
     output << padded(name, nameColumn) << text << '\n';

@@ -14,6 +14,10 @@ namespace cscan {
 /// A line of a name and what is to be said about it, the latter in a column.
 void printItem(std::ostream& output, std::string const& name, std::string const& text);
 
+/// "(1, 2, 3)"
+std::string pointText(Point const& point);
+std::string vectorText(Vector const& vector);
+
 /// "0.123 s"
 std::string secondsText(double seconds);
 

@@ -1,77 +1,18 @@
 // Runs the program itself, as a user would.
 
 #include "apps/cscan/bladepart.h"
-#include "tests/cscan/scratchdirectory.h"
+#include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>
-#include <png.h>
 
 #include <cstdlib>
-#include <set>
-#include <sstream>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
 namespace cscan {
 namespace {
 
-using Testing::readText;
-using Testing::ScratchDirectory;
-using Testing::writeText;
-
-struct Outcome {
-    int status = -1;
-    std::string output;
-    std::string errors;
-};
-
-std::string quoted(std::string const& argument) {
-    return "'" + argument + "'";
-}
-
-/// Runs the program with the scratch directory as its working directory.
-Outcome run(ScratchDirectory const& directory, std::vector<std::string> const& arguments) {
-    std::string command = "cd " + quoted(directory.get().string()) + " && " + quoted(CSCAN_BINARY);
-    for (std::string const& argument : arguments) {
-        command += " " + quoted(argument);
-    }
-    command += " > stdout.txt 2> stderr.txt < /dev/null";
-    int const status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readText(directory / "stdout.txt"),
-            readText(directory / "stderr.txt")};
-}
-
-std::vector<std::string> linesOf(std::string const& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-/// What stands behind a name in the program's findings; empty if the name isn't there.
-std::string itemIn(std::string const& output, std::string const& name) {
-    for (std::string const& line : linesOf(output)) {
-        if (line.rfind(name + "  ", 0) == 0) {
-            return line.substr(line.find_first_not_of(' ', name.size()));
-        }
-    }
-    return {};
-}
-
-std::vector<std::string> fieldsOf(std::string const& line) {
-    std::vector<std::string> fields(1);
-    for (char const character : line) {
-        if (character == ',') {
-            fields.emplace_back();
-        } else {
-            fields.back() += character;
-        }
-    }
-    return fields;
-}
+using namespace Testing;
 
 constexpr unsigned around = 150;
 constexpr unsigned rings = 8;
@@ -85,25 +26,6 @@ void makeGrid(ScratchDirectory const& directory) {
     Outcome const outcome =
         run(directory, {"prepare", "part.obj", "part.quads", "--quad-area", "4", "--mode", "pinned"});
     ASSERT_EQ(outcome.status, 0) << outcome.errors;
-}
-
-/// Number of colours of an image; 0 if it can't be read.
-std::size_t coloursOf(std::filesystem::path const& path) {
-    png_image image{};
-    image.version = PNG_IMAGE_VERSION;
-    if (png_image_begin_read_from_file(&image, path.c_str()) == 0) {
-        return 0;
-    }
-    image.format = PNG_FORMAT_RGB;
-    std::vector<unsigned char> bytes(PNG_IMAGE_SIZE(image));
-    if (png_image_finish_read(&image, nullptr, bytes.data(), 0, nullptr) == 0) {
-        return 0;
-    }
-    std::set<std::vector<unsigned char>> colours;
-    for (std::size_t i = 0; i + 2 < bytes.size(); i += 3) {
-        colours.insert({bytes[i], bytes[i + 1], bytes[i + 2]});
-    }
-    return colours.size();
 }
 
 void expectSolverItems(std::string const& output, std::vector<std::string> const& subjects) {
@@ -231,6 +153,22 @@ TEST(Cscan, scanOfGivenBeamsMeasuresEachOfThem) {
     EXPECT_EQ(itemIn(outcome.output, "from behind").find("1 hit "), 0U) << outcome.output;
 }
 
+TEST(Cscan, selftestFiresTheArrayAndEndsWithoutRoom) {
+    ScratchDirectory const directory;
+    makeGrid(directory);
+    Outcome const outcome =
+        run(directory, {"selftest", "part.quads", "--lines", "5", "--elements", "3", "--pitch", "2"});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(itemIn(outcome.output, "lines"), "5");
+    EXPECT_GT(std::stoul(itemIn(outcome.output, "beams")), 15UL);
+    EXPECT_EQ(itemIn(outcome.output, "failed"), "0");
+    expectComplaint(directory, {{"selftest", "part.quads", "--elements", "8", "--pitch", "90"},
+                                "part.quads: no line with room for an array of 8 beams at a pitch of 90 was "
+                                "found"});
+    expectComplaint(
+        directory, {{"selftest", "part.quads", "--lines", "0"}, "--lines: '0' is not between 1 and 1000000"});
+}
+
 TEST(Cscan, demoDoesTheWholeJobAndDrawsIt) {
     ScratchDirectory const directory;
     Outcome const outcome = run(directory, {"demo", "out/demo"});
@@ -253,31 +191,6 @@ TEST(Cscan, demoDoesTheWholeJobAndDrawsIt) {
     }
     EXPECT_GE(coloursOf(directory / "out/demo/coverage.png"), 8U);
     EXPECT_GE(coloursOf(directory / "out/demo/flatmap.png"), 8U);
-}
-
-/// The lines of standard error that the program speaks itself, in contrast to the library's messages.
-std::vector<std::string> complaintsIn(std::string const& errors) {
-    std::vector<std::string> complaints;
-    for (std::string const& line : linesOf(errors)) {
-        if (line.rfind("cscan: ", 0) == 0) {
-            complaints.push_back(line.substr(7));
-        }
-    }
-    return complaints;
-}
-
-struct Mistake {
-    std::vector<std::string> arguments;
-    std::string complaint;
-};
-
-void expectComplaint(ScratchDirectory const& directory, Mistake const& mistake) {
-    Outcome const outcome = run(directory, mistake.arguments);
-    EXPECT_GT(outcome.status, 0);
-    auto const complaints = complaintsIn(outcome.errors);
-    ASSERT_EQ(complaints.size(), 1U) << outcome.errors;
-    EXPECT_EQ(complaints[0], mistake.complaint);
-    EXPECT_EQ(linesOf(outcome.errors).back(), "cscan: " + mistake.complaint);
 }
 
 TEST(Cscan, saysInOneLineWhatIsWrongWithThePart) {

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "apps/cscan/options.h"
+
+#include <functional>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+/// The commands as the command line offers them, in files by what they work on.
+namespace cscan {
+
+struct Command {
+    CLI::App* app = nullptr;          ///< owned by the program's parser
+    std::function<Options()> options; ///< checks what was parsed; throws a `UsageError`
+};
+
+/// fit, register, neighbours
+std::vector<Command> addCloudCommands(CLI::App& app);
+
+/// selftest
+std::vector<Command> addGridCommands(CLI::App& app);
+
+} // namespace cscan

@@ -1,0 +1,66 @@
+#include "apps/cscan/stripetest.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace cscan {
+namespace {
+
+using Size = QELT::Geometry::TwoDimensional::Vector<double>;
+
+Grid planeOf(double width, double height) {
+    Grid grid;
+    grid.setAsPlane(Size(width, height), 1.0, false, 100);
+    return grid;
+}
+
+TEST(StripeTest, anArrayFindsRoomOnASurfaceThatIsWiderThanItself) {
+    Grid const grid = planeOf(60.0, 60.0);
+    EXPECT_TRUE(hasRoomFor(grid, {8, 1.0}, 1));
+    EXPECT_TRUE(hasRoomFor(grid, {1, 1.0}, 1));
+    EXPECT_FALSE(hasRoomFor(grid, {8, 20.0}, 1));
+    EXPECT_FALSE(hasRoomFor(grid, {1024, 1e9}, 1));
+}
+
+TEST(StripeTest, thereIsNoRoomOnAGridWithoutSurface) {
+    EXPECT_FALSE(hasRoomFor(Grid(), {1, 1.0}, 1));
+    Grid grid = planeOf(20.0, 20.0);
+    for (int v = 0; v <= 20; ++v) {
+        for (int u = 0; u <= 20; u += 2) {
+            grid.setPointValidity(GridIndex(u, v), false);
+        }
+    }
+    EXPECT_FALSE(hasRoomFor(grid, {1, 0.1}, 1));
+    EXPECT_FALSE(hasRoomFor(planeOf(1.0, 1.0), {1, 0.1}, 1));
+}
+
+TEST(StripeTest, everyBeamOfTheArrayMeetsItsQuadOnAnUnevenSurface) {
+    // On an even plane beams stand exactly on the quads' diagonals, where they miss.
+    Grid grid = planeOf(60.0, 60.0);
+    std::mt19937 random(3);
+    auto const noise = [&] { return 0.02 * static_cast<double>(random()) / 4294967296.0; };
+    for (int v = 0; v <= 60; ++v) {
+        for (int u = 0; u <= 60; ++u) {
+            grid.setPoint(GridIndex(u, v), Point(u + noise(), v + noise(), noise()));
+        }
+    }
+    ASSERT_TRUE(hasRoomFor(grid, {8, 1.0}, 1));
+    StripeTestResult const result = testStripes(grid, {8, 1.0}, 20, 1);
+    EXPECT_GT(result.passCount, 500U);
+    EXPECT_EQ(result.passCount % 8, 0U);
+    EXPECT_EQ(result.failureCount, 0U);
+    EXPECT_TRUE(result.failedLines.empty());
+    EXPECT_EQ(testStripes(grid, {8, 1.0}, 20, 1).passCount, result.passCount);
+}
+
+TEST(StripeTest, linesOnWhichABeamGoesAstrayAreNamed) {
+    Grid grid = planeOf(60.0, 60.0);
+    grid.setAxisFlipFlags(true, false); // reports other quads than those that were aimed at
+    StripeTestResult const result = testStripes(grid, {4, 1.0}, 5, 1);
+    EXPECT_GT(result.failureCount, 0U);
+    EXPECT_EQ(result.failedLines.size(), 5U);
+}
+
+} // namespace
+} // namespace cscan
