@@ -46,7 +46,8 @@ bool hasRoom(Grid const& grid, Trial const& line, double width, unsigned long el
         double const u = line.startU + std::floor(step / side * line.alongU + 0.5);
         double const v = line.startV + std::floor(step / side * line.alongV + 0.5);
         for (unsigned long k = 0; k < elementCount; ++k) {
-            double const place = (static_cast<double>(k) - static_cast<double>(elementCount / 2)) * width /
+            unsigned long const middle = elementCount / 2;
+            double const place = (static_cast<double>(k) - static_cast<double>(middle)) * width /
                                  static_cast<double>(elementCount);
             double const stepU = roundedAway(place * acrossU);
             double const stepV = roundedAway(place * acrossV);
