@@ -32,6 +32,12 @@ void run(Options const& options, std::ostream& output, ProgressDisplay& display)
         void operator()(NeighboursOptions const& cloud) const { runNeighbours(cloud, output, display); }
 
         void operator()(SelftestOptions const& test) const { runSelftest(test, output, display); }
+
+        void operator()(ReconstructOptions const& cloud) const { runReconstruct(cloud, output, display); }
+
+        void operator()(CutOptions const& cut) const { runCut(cut, output, display); }
+
+        void operator()(DeriveOptions const& derive) const { runDerive(derive, output, display); }
     };
 
     std::visit(Runner{output, display}, options);

@@ -19,6 +19,8 @@ struct RawPrepare {
     std::string quadArea;
     std::string mode = "developable";
     std::string flat;
+    std::string extend;
+    std::string smooth;
 };
 
 struct RawScan {
@@ -29,12 +31,22 @@ struct RawScan {
     std::string direction;
 };
 
+/// More are taken for a mistake.
+constexpr unsigned long mostExtensionPasses = 1000;
+constexpr unsigned long mostSmoothingPasses = 1000;
+
 PrepareOptions checkedPrepare(RawPrepare const& raw) {
     PrepareOptions options = raw.options;
     options.quadArea = positiveNumberFor("--quad-area", raw.quadArea);
     options.mode = raw.mode == "pinned" ? FlatteningMode::Pinned : FlatteningMode::Developable;
     if (!raw.flat.empty()) {
         options.flat = raw.flat;
+    }
+    if (!raw.extend.empty()) {
+        options.extensionPasses = wholeNumberFor("--extend", raw.extend, 1, mostExtensionPasses);
+    }
+    if (!raw.smooth.empty()) {
+        options.smoothingPasses = wholeNumberFor("--smooth", raw.smooth, 0, mostSmoothingPasses);
     }
     return options;
 }
@@ -65,7 +77,10 @@ Command addDemo(CLI::App& app) {
 Command addPrepare(CLI::App& app) {
     auto const raw = std::make_shared<RawPrepare>();
     CLI::App* const prepare = app.add_subcommand("prepare", "Turn a triangle mesh into a grid of quads");
-    prepare->add_option("PART", raw->options.part, "Mesh of the part, an OBJ file")->required();
+    prepare
+        ->add_option("PART", raw->options.part,
+                     "Mesh of the part, an OBJ file, or a cloud of its points, an .xyz file")
+        ->required();
     prepare->add_option("GRID", raw->options.grid, "Grid to write, a .quads file")->required();
     prepare->add_option("--quad-area", raw->quadArea, "Mean area of a quad, in the square of the part's unit")
         ->type_name("A")
@@ -78,6 +93,12 @@ Command addPrepare(CLI::App& app) {
         ->capture_default_str();
     prepare->add_option("--flat", raw->flat, "Also write the mesh with its flat coordinates to this OBJ file")
         ->type_name("FLAT.obj");
+    CLI::Option* const extend = prepare->add_option("--extend", raw->extend,
+                                                    "Continue the surface by this many quads beyond its rim");
+    extend->type_name("N");
+    prepare->add_option("--smooth", raw->smooth, "Smooth the rim so often after each of them")
+        ->type_name("M")
+        ->needs(extend);
     return {prepare, [raw] { return checkedPrepare(*raw); }};
 }
 
@@ -140,6 +161,9 @@ CommandLine parseCommandLine(int argumentCount, char const* const* arguments) {
     app.require_subcommand(1);
     std::vector<Command> commands{addDemo(app), addPrepare(app), addScan(app), addInfo(app)};
     for (Command& command : addCloudCommands(app)) {
+        commands.push_back(std::move(command));
+    }
+    for (Command& command : addMeshCommands(app)) {
         commands.push_back(std::move(command));
     }
     for (Command& command : addGridCommands(app)) {

@@ -20,7 +20,10 @@ struct Command {
 /// fit, register, neighbours
 std::vector<Command> addCloudCommands(CLI::App& app);
 
-/// selftest
+/// reconstruct, cut
+std::vector<Command> addMeshCommands(CLI::App& app);
+
+/// selftest, derive
 std::vector<Command> addGridCommands(CLI::App& app);
 
 } // namespace cscan

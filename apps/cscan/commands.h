@@ -17,5 +17,8 @@ void runFit(FitOptions const& options, std::ostream& output, ProgressDisplay& di
 void runRegister(RegisterOptions const& options, std::ostream& output, ProgressDisplay& display);
 void runNeighbours(NeighboursOptions const& options, std::ostream& output, ProgressDisplay& display);
 void runSelftest(SelftestOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runReconstruct(ReconstructOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runCut(CutOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runDerive(DeriveOptions const& options, std::ostream& output, ProgressDisplay& display);
 
 } // namespace cscan

@@ -102,11 +102,15 @@ void loadGrid(Grid& grid, std::filesystem::path const& path) {
     });
 }
 
-void saveGrid(Grid& grid, std::filesystem::path const& path) {
+void requireGridOutput(std::filesystem::path const& path) {
     if (path.extension() != ".quads") {
         throw Failure(path.string() + ": the name of a grid file must end in .quads");
     }
     requireWritable(path);
+}
+
+void saveGrid(Grid& grid, std::filesystem::path const& path) {
+    requireGridOutput(path);
     naming(path.string(), [&] { grid.save(path.c_str()); });
 }
 

@@ -30,6 +30,9 @@ GridFileHeader readGridFileHeader(std::filesystem::path const& path);
 /// number of valid nodes is known, after it is loaded. Failures name the file.
 void loadGrid(Grid& grid, std::filesystem::path const& path);
 
+/// Throws a `Failure` unless the name ends in ".quads" and the file can be written.
+void requireGridOutput(std::filesystem::path const& path);
+
 /// Saves the grid. The name must end in ".quads". Failures name the file.
 void saveGrid(Grid& grid, std::filesystem::path const& path);
 

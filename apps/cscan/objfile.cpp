@@ -13,6 +13,32 @@ ObjContents loadObj(Mesh& mesh, std::filesystem::path const& path) {
     });
 }
 
+std::filesystem::path cutFileOf(std::filesystem::path const& path) {
+    return path.parent_path() / (path.filename().string() + "\\" + path.stem().string() + "_cut_indices.txt");
+}
+
+void requireObjOutput(std::filesystem::path const& path) {
+    if (path.extension() != ".obj") {
+        throw Failure(path.string() + ": the name of a mesh file must end in .obj");
+    }
+    requireWritable(path);
+}
+
+void requireNoCutBeside(std::filesystem::path const& path) {
+    std::error_code ignored;
+    if (std::filesystem::exists(cutFileOf(path), ignored)) {
+        throw Failure(path.string() + ": the cut of another mesh lies beside it (" +
+                      cutFileOf(path).string() + "); remove it first");
+    }
+}
+
+void saveObj(Mesh const& mesh, std::filesystem::path const& path) {
+    naming(path.string(), [&] {
+        WorkingDirectory const directory(path);
+        mesh.save(path.filename().c_str(), false, false);
+    });
+}
+
 void saveFlatObj(Mesh const& mesh, std::filesystem::path const& path) {
     naming(path.string(), [&] {
         WorkingDirectory const directory(path);

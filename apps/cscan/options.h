@@ -23,6 +23,8 @@ struct PrepareOptions {
     double quadArea = 0.0;
     FlatteningMode mode = FlatteningMode::Developable;
     std::optional<std::filesystem::path> flat;
+    unsigned long extensionPasses = 0; ///< invented rows of nodes around the part
+    unsigned long smoothingPasses = 0; ///< of the rim after each of them
 };
 
 struct ScanOptions {
@@ -64,7 +66,57 @@ struct SelftestOptions {
     std::uint32_t seed = 1;
 };
 
-using Options = std::variant<DemoOptions, PrepareOptions, ScanOptions, InfoOptions, FitOptions,
-                             RegisterOptions, NeighboursOptions, SelftestOptions>;
+struct ReconstructOptions {
+    std::filesystem::path cloud;
+    std::filesystem::path part;
+};
+
+struct CutOptions {
+    std::filesystem::path part;
+    std::filesystem::path result;
+    bool isFromGreatest = false;  ///< the cut starts where the coordinate is greatest, else least
+    unsigned long axis = 0;       ///< of that coordinate, 0 to 2
+    unsigned long normalAxis = 0; ///< the axis along the surface's normal at the start
+};
+
+/// One change of a grid.
+struct FlattenGrid {};
+
+struct NormaliseGrid {
+    double size = 1.0; ///< the longest side of the result's box
+};
+
+struct ThinOutGrid {
+    bool isFactor = false; ///< every so manieth node, else so many quads at most
+    unsigned long value = 1;
+};
+
+struct RestrictGrid {
+    GridIndex low; ///< first and last node
+    GridIndex high;
+};
+
+struct MirrorGrid {
+    QELT::Geometry::ThreeDimensional::QuadMesh::CanonicalPlane plane =
+        QELT::Geometry::ThreeDimensional::QuadMesh::PlaneYZ;
+    QELT::Geometry::ThreeDimensional::QuadMesh::CanonicalAxis axis =
+        QELT::Geometry::ThreeDimensional::QuadMesh::AxisU; ///< reversed, so that the outside stays outside
+};
+
+struct ScaleGrid {
+    double scale = 1.0;
+};
+
+using Derivation = std::variant<FlattenGrid, NormaliseGrid, ThinOutGrid, RestrictGrid, MirrorGrid, ScaleGrid>;
+
+struct DeriveOptions {
+    std::filesystem::path source;
+    std::filesystem::path result;
+    Derivation derivation;
+};
+
+using Options =
+    std::variant<DemoOptions, PrepareOptions, ScanOptions, InfoOptions, FitOptions, RegisterOptions,
+                 NeighboursOptions, SelftestOptions, ReconstructOptions, CutOptions, DeriveOptions>;
 
 } // namespace cscan

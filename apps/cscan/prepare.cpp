@@ -4,8 +4,10 @@
 #include "apps/cscan/gridfile.h"
 #include "apps/cscan/numbers.h"
 #include "apps/cscan/objfile.h"
+#include "apps/cscan/reconstruction.h"
 #include "apps/cscan/report.h"
 #include "apps/cscan/stopwatch.h"
+#include "apps/cscan/xyzfile.h"
 
 #include <algorithm>
 #include <ostream>
@@ -16,17 +18,11 @@ namespace {
 
 /// Finds out before the long work that a result would have no place to go.
 void requireOutputs(PrepareOptions const& options) {
-    if (options.grid.extension() != ".quads") {
-        throw Failure(options.grid.string() + ": the name of a grid file must end in .quads");
-    }
-    requireWritable(options.grid);
+    requireGridOutput(options.grid);
     if (!options.flat) {
         return;
     }
-    if (options.flat->extension() != ".obj") {
-        throw Failure(options.flat->string() + ": the name of a mesh file must end in .obj");
-    }
-    requireWritable(*options.flat);
+    requireObjOutput(*options.flat);
 }
 
 /// A grid of more quads than this is taken for a mistake in the quad area; it would need gigabytes.
@@ -49,10 +45,20 @@ void requireBearableGrid(Mesh const& mesh, PrepareOptions const& options) {
 
 void loadPart(Mesh& mesh, std::filesystem::path const& path, std::ostream& output, ProgressDisplay& display) {
     Stopwatch const watch;
-    loadObj(mesh, path);
+    if (isCloudFile(path)) {
+        display.setMessage("Reconstructing...");
+        loadCloud(mesh, path);
+    } else {
+        loadObj(mesh, path);
+    }
     double const seconds = watch.seconds();
     display.clear();
     auto const triangles = trianglesOf(mesh);
+    std::size_t const looseCount = looseVertexCount(mesh, triangles);
+    if (looseCount > 0) {
+        throw Failure(path.string() + ": no triangle reaches " + counted(looseCount, "point", "points") +
+                      "; reconstruct to an OBJ file first, which leaves such points out");
+    }
     auto const loops = boundaryLoopsOf(triangles);
     output << path.string() << '\n';
     printItem(output, "load time", secondsText(seconds));
@@ -86,6 +92,15 @@ void flattenPart(Mesh& mesh, PrepareOptions const& options, std::ostream& output
     }
 }
 
+void extend(Grid& grid, PrepareOptions const& options, ProgressDisplay& display) {
+    if (options.extensionPasses > 0) {
+        using QELT::Geometry::ThreeDimensional::QuadMesh::Basic;
+        display.setMessage("Extending...");
+        naming(options.part.string(),
+               [&] { grid.extendBoundary(Basic, options.extensionPasses, options.smoothingPasses); });
+    }
+}
+
 } // namespace
 
 void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDisplay& display) {
@@ -103,6 +118,7 @@ void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDis
     Stopwatch const watch;
     naming(options.part.string(), [&] { grid.construct(mesh, options.quadArea); });
     double const seconds = watch.seconds();
+    extend(grid, options, display);
     saveGrid(grid, options.grid);
     display.clear();
     output << '\n' << options.grid.string() << '\n';

@@ -1,0 +1,66 @@
+#include "apps/cscan/commandparsers.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace cscan {
+
+namespace {
+
+Command addReconstruct(CLI::App& app) {
+    auto const options = std::make_shared<ReconstructOptions>();
+    CLI::App* const reconstruct =
+        app.add_subcommand("reconstruct", "Build a triangle mesh through a cloud of points");
+    reconstruct->add_option("CLOUD", options->cloud, "Points of the part, an .xyz file")->required();
+    reconstruct->add_option("OUT", options->part, "Mesh to write, an OBJ file")->required();
+    return {reconstruct, [options] { return *options; }};
+}
+
+unsigned long axisOf(std::string const& name) {
+    return static_cast<unsigned long>(name[0] - 'x');
+}
+
+Command addCut(CLI::App& app) {
+    struct Raw {
+        CutOptions options;
+        std::string metric;
+        std::string axis;
+        std::string across;
+    };
+
+    auto const raw = std::make_shared<Raw>();
+    CLI::App* const cut =
+        app.add_subcommand("cut", "Slit a tube from rim to rim, so that it can be prepared");
+    cut->add_option("PART", raw->options.part, "Mesh of the part, an OBJ file")->required();
+    cut->add_option("OUT", raw->options.result,
+                    "Mesh to write, an OBJ file; the file with the cut goes beside it and must stay there")
+        ->required();
+    CLI::IsMember const axes({"x", "y", "z"});
+    cut->add_option("--metric", raw->metric, "Start at the rim's least or greatest coordinate")
+        ->check(CLI::IsMember({"min", "max"}))
+        ->required();
+    cut->add_option("--axis", raw->axis, "Which coordinate that is; the cut runs on along this axis")
+        ->check(axes)
+        ->required();
+    cut->add_option(
+           "--across", raw->across,
+           "The axis along the surface's normal at the start, into or out of the part: the cut keeps "
+           "to the plane of both axes")
+        ->check(axes)
+        ->required();
+    return {cut, [raw] {
+                CutOptions options = raw->options;
+                options.isFromGreatest = raw->metric == "max";
+                options.axis = axisOf(raw->axis);
+                options.normalAxis = axisOf(raw->across);
+                return options;
+            }};
+}
+
+} // namespace
+
+std::vector<Command> addMeshCommands(CLI::App& app) {
+    return {addReconstruct(app), addCut(app)};
+}
+
+} // namespace cscan

@@ -1,0 +1,221 @@
+// The ways from clouds and tubes to grids, and from grid to grid, through the program.
+
+#include "apps/cscan/gridfile.h"
+#include "tests/cscan/program.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+namespace cscan {
+namespace {
+
+using namespace Testing;
+
+/// A gently curved patch of 13 by 11 points, sheared and stretched, so that no two distances are equal.
+std::string patchText() {
+    std::string text = "# patch\n";
+    for (int i = 0; i < 13; ++i) {
+        for (int j = 0; j < 11; ++j) {
+            double const x = i * (1.0 + 0.02 * i) + 0.5 * std::sin(0.7 * j);
+            double const y = j * (1.0 + 0.03 * j) + 0.03 * i * j;
+            text += std::to_string(x) + " " + std::to_string(y) + " " + std::to_string(0.02 * x * x) + "\n";
+        }
+    }
+    return text;
+}
+
+constexpr int around = 40;
+constexpr int rings = 20;
+
+/// A tube of radius 5 around z, open at both ends. Its rims are a little uneven, so that one vertex is
+/// highest.
+std::string tubeText() {
+    std::string text;
+    for (int k = 0; k <= rings; ++k) {
+        for (int i = 0; i < around; ++i) {
+            double const angle = 2.0 * 3.14159265358979 * i / around + 0.03 * (k - rings);
+            text += "v " + std::to_string(5.0 * std::cos(angle)) + " " +
+                    std::to_string(5.0 * std::sin(angle)) + " " + std::to_string(k + 0.01 * std::cos(angle)) +
+                    "\n";
+        }
+    }
+    for (int k = 0; k < rings; ++k) {
+        for (int i = 0; i < around; ++i) {
+            int const a = k * around + i + 1;
+            int const b = k * around + (i + 1) % around + 1;
+            text +=
+                "f " + std::to_string(a) + " " + std::to_string(b) + " " + std::to_string(b + around) + "\n";
+            text += "f " + std::to_string(a) + " " + std::to_string(b + around) + " " +
+                    std::to_string(a + around) + "\n";
+        }
+    }
+    return text;
+}
+
+TEST(MeshCommands, reconstructBuildsAMeshThatCanBePrepared) {
+    ScratchDirectory const directory;
+    writeText(directory / "c.xyz", patchText());
+    Outcome const outcome = run(directory, {"reconstruct", "c.xyz", "c.obj"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(itemIn(outcome.output, "vertices"), "143");
+    EXPECT_EQ(itemIn(outcome.output, "points left out"), "0");
+    EXPECT_GT(std::stoul(itemIn(outcome.output, "faces")), 200UL);
+    Outcome const prepared =
+        run(directory, {"prepare", "c.obj", "c.quads", "--quad-area", "0.25", "--mode", "pinned"});
+    EXPECT_EQ(prepared.status, 0) << prepared.errors;
+    EXPECT_EQ(itemIn(prepared.output, "vertices"), "143");
+}
+
+TEST(MeshCommands, prepareTakesACloud) {
+    ScratchDirectory const directory;
+    writeText(directory / "c.xyz", patchText());
+    Outcome const outcome =
+        run(directory, {"prepare", "c.xyz", "c.quads", "--quad-area", "0.25", "--mode", "pinned"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(itemIn(outcome.output, "vertices"), "143");
+    EXPECT_NEAR(std::stod(itemIn(outcome.output, "valid quads")), 842.0, 60.0);
+}
+
+TEST(MeshCommands, prepareExtendsTheRim) {
+    ScratchDirectory const directory;
+    writeText(directory / "c.xyz", patchText());
+    std::vector<std::string> arguments = {"prepare", "c.xyz",  "c.quads", "--quad-area",
+                                          "0.25",    "--mode", "pinned"};
+    std::string const before = run(directory, arguments).output;
+    arguments.insert(arguments.end(), {"--extend", "3", "--smooth", "2"});
+    Outcome const after = run(directory, arguments);
+    ASSERT_EQ(after.status, 0) << after.errors;
+    auto const widthOf = [](std::string const& output) { return std::stoul(itemIn(output, "grid extents")); };
+    EXPECT_EQ(widthOf(after.output), widthOf(before) + 6);
+    EXPECT_GT(std::stoul(itemIn(after.output, "valid quads")),
+              std::stoul(itemIn(before, "valid quads")) + 150);
+}
+
+TEST(MeshCommands, aCutTubeIsUnrolledWithItsCutBesideIt) {
+    ScratchDirectory const directory;
+    writeText(directory / "tube.obj", tubeText());
+    std::filesystem::create_directories(directory / "out");
+    Outcome const outcome = run(
+        directory, {"cut", "tube.obj", "out/slit.obj", "--metric", "max", "--axis", "z", "--across", "x"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(itemIn(outcome.output, "vertices"), std::to_string(around * (rings + 1) + rings + 1));
+    EXPECT_EQ(itemIn(outcome.output, "boundary loops"), "1");
+    EXPECT_TRUE(std::filesystem::exists(directory / "out/slit.obj\\slit_cut_indices.txt"));
+    Outcome const prepared = run(directory, {"prepare", "out/slit.obj", "tube.quads", "--quad-area", "0.25"});
+    ASSERT_EQ(prepared.status, 0) << prepared.errors;
+    // The developed tube measures 31.4 by 20.
+    EXPECT_NEAR(std::stod(itemIn(prepared.output, "valid quads")), 2512.0, 150.0);
+    std::string const info = run(directory, {"info", "tube.quads"}).output;
+    EXPECT_GT(std::stoul(itemIn(info, "  cut boundary")), 30UL) << info;
+}
+
+TEST(MeshCommands, sayInOneLineWhatIsWrong) {
+    ScratchDirectory const directory;
+    writeText(directory / "line.xyz", "0 0 0\n1 0 0\n");
+    writeText(directory / "tube.obj", tubeText());
+    writeText(directory / "old.obj\\old_cut_indices.txt", "1 2\n");
+    writeText(directory / "closed.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\n"
+                                        "f 1 3 2\nf 1 2 4\nf 2 3 4\nf 3 1 4\n");
+    std::vector<Mistake> const mistakes = {
+        {{"reconstruct", "line.xyz", "o.obj"}, "line.xyz: Cannot add floating triangle"},
+        {{"reconstruct", "line.xyz", "o.off"}, "o.off: the name of a mesh file must end in .obj"},
+        {{"reconstruct", "line.xyz", "old.obj"},
+         "old.obj: the cut of another mesh lies beside it (old.obj\\old_cut_indices.txt); remove it first"},
+        {{"prepare", "line.xyz", "o.quads", "--quad-area", "1"}, "line.xyz: Cannot add floating triangle"},
+        {{"prepare", "tube.obj", "o.quads", "--quad-area", "1", "--extend", "-1"},
+         "--extend: '-1' is not a whole number"},
+        {{"cut", "closed.obj", "o.obj", "--metric", "min", "--axis", "x", "--across", "y"},
+         "closed.obj: the mesh is closed; a cut leads from rim to rim"},
+        {{"cut", "tube.obj", "o.obj", "--metric", "max", "--axis", "z", "--across", "z"},
+         "tube.obj: no way for a cut from the greatest z with the surface's normal along z there"},
+    };
+    for (Mistake const& mistake : mistakes) {
+        expectComplaint(directory, mistake);
+    }
+    EXPECT_FALSE(std::filesystem::exists(directory / "o.obj"));
+}
+
+/// A grid of 12 by 8 quads of side 2, the corner of which lies at (2, 4, 6).
+void writeSlab(ScratchDirectory const& directory) {
+    Grid grid;
+    using Size = QELT::Geometry::TwoDimensional::Vector<double>;
+    ASSERT_TRUE(grid.setAsPlane(Size(24.0, 16.0), 2.0, false, 10));
+    for (int v = 0; v <= 8; ++v) {
+        for (int u = 0; u <= 12; ++u) {
+            grid.setPoint(GridIndex(u, v), Point(2.0 + 2.0 * u, 4.0 + 2.0 * v, 6.0));
+        }
+    }
+    saveGrid(grid, directory / "in.quads");
+}
+
+Outcome derive(ScratchDirectory const& directory, std::vector<std::string> const& how) {
+    std::vector<std::string> arguments = {"derive", "in.quads", "out.quads"};
+    arguments.insert(arguments.end(), how.begin(), how.end());
+    return run(directory, arguments);
+}
+
+struct Case {
+    std::vector<std::string> how;
+    std::string extents;
+    std::string box;
+    double area;
+};
+
+TEST(MeshCommands, deriveMakesEachKindOfGrid) {
+    ScratchDirectory const directory;
+    writeSlab(directory);
+    std::vector<Case> const cases = {
+        {{"--flatten"}, "12 x 8 quads", "(0, 0, 0) to (24, 16, 0)", 4.0},
+        {{"--normalise", "6"}, "12 x 8 quads", "(-3, -2, 0) to (3, 2, 0)", 0.25},
+        {{"--subsample", "30"}, "6 x 4 quads", "(2, 4, 6) to (26, 20, 6)", 16.0},
+        {{"--factor", "4"}, "3 x 2 quads", "(2, 4, 6) to (26, 20, 6)", 64.0},
+        {{"--restrict", "1,2,4,7"}, "3 x 5 quads", "(4, 8, 6) to (10, 18, 6)", 4.0},
+        {{"--mirror", "yz"}, "12 x 8 quads", "(-26, 4, 6) to (-2, 20, 6)", 4.0},
+        {{"--mirror", "xy", "--along", "v"}, "12 x 8 quads", "(2, 4, -6) to (26, 20, -6)", 4.0},
+        {{"--scale", "0.5"}, "12 x 8 quads", "(1, 2, 3) to (13, 10, 3)", 1.0},
+    };
+    for (Case const& expected : cases) {
+        Outcome const outcome = derive(directory, expected.how);
+        ASSERT_EQ(outcome.status, 0) << outcome.errors;
+        std::string const info = run(directory, {"info", "out.quads"}).output;
+        EXPECT_EQ(itemIn(info, "grid extents"), expected.extents) << expected.how[0];
+        EXPECT_EQ(itemIn(info, "bounding box"), expected.box) << expected.how[0];
+        std::string const area = itemIn(info, "quad area");
+        EXPECT_NEAR(std::stod(area.substr(area.find("mean ") + 5)), expected.area, 1e-5) << expected.how[0];
+    }
+}
+
+TEST(MeshCommands, deriveMayReplaceItsSource) {
+    ScratchDirectory const directory;
+    writeSlab(directory);
+    ASSERT_EQ(run(directory, {"derive", "in.quads", "in.quads", "--factor", "2"}).status, 0);
+    EXPECT_EQ(itemIn(run(directory, {"info", "in.quads"}).output, "grid extents"), "6 x 4 quads");
+}
+
+TEST(MeshCommands, deriveIsToldExactlyOneThingToDo) {
+    ScratchDirectory const directory;
+    writeSlab(directory);
+    std::string const one =
+        "derive: exactly one of --flatten, --normalise, --subsample, --factor, --restrict, "
+        "--mirror and --scale is required";
+    std::vector<Mistake> const mistakes = {
+        {{"derive", "in.quads", "o.quads"}, one},
+        {{"derive", "in.quads", "o.quads", "--flatten", "--scale", "2"}, one},
+        {{"derive", "in.quads", "o.quads", "--scale", "0"}, "--scale: '0' leaves no surface"},
+        {{"derive", "in.quads", "o.quads", "--restrict", "3,0,3,4"},
+         "--restrict: '3,0,3,4' is a box without extent"},
+        {{"derive", "in.quads", "o.quads", "--restrict", "0,0,4"},
+         "--restrict: '0,0,4' is not of the form U0,V0,U1,V1"},
+        {{"derive", "in.quads", "o.obj", "--flatten"}, "o.obj: the name of a grid file must end in .quads"},
+        {{"derive", "none.quads", "o.quads", "--flatten"},
+         "none.quads: cannot be read (No such file or directory)"},
+    };
+    for (Mistake const& mistake : mistakes) {
+        expectComplaint(directory, mistake);
+    }
+}
+
+} // namespace
+} // namespace cscan
