@@ -38,6 +38,8 @@ void run(Options const& options, std::ostream& output, ProgressDisplay& display)
         void operator()(CutOptions const& cut) const { runCut(cut, output, display); }
 
         void operator()(DeriveOptions const& derive) const { runDerive(derive, output, display); }
+
+        void operator()(FootprintOptions const& beam) const { runFootprint(beam, output, display); }
     };
 
     std::visit(Runner{output, display}, options);

@@ -25,6 +25,11 @@ struct RawPrepare {
 
 struct RawScan {
     ScanOptions options;
+    std::vector<std::string> grids;
+    std::vector<std::string> offsets;
+    std::vector<std::string> groups;
+    std::vector<std::string> active;
+    std::string position;
     std::string beams;
     std::string rasterStep;
     std::string standoff;
@@ -34,6 +39,9 @@ struct RawScan {
 /// More are taken for a mistake.
 constexpr unsigned long mostExtensionPasses = 1000;
 constexpr unsigned long mostSmoothingPasses = 1000;
+constexpr int largestOffset = 1000000;
+
+constexpr unsigned long lastPosition = 31;
 
 PrepareOptions checkedPrepare(RawPrepare const& raw) {
     PrepareOptions options = raw.options;
@@ -51,8 +59,45 @@ PrepareOptions checkedPrepare(RawPrepare const& raw) {
     return options;
 }
 
+void requireOneEach(char const* option, std::vector<std::string> const& values, std::size_t gridCount) {
+    if (!values.empty() && values.size() != gridCount) {
+        throw UsageError(std::string(option) + ": given " + std::to_string(values.size()) + " times for " +
+                         std::to_string(gridCount) + (gridCount == 1 ? " grid" : " grids"));
+    }
+}
+
+GridOffset offsetFor(std::string const& text) {
+    auto const numbers = wholeNumbersFor("--offset", text, "U,V");
+    if (numbers[0] < 0 || numbers[1] < 0 || std::max(numbers[0], numbers[1]) > largestOffset) {
+        throw UsageError("--offset: '" + text + "' is not between 0 and " + std::to_string(largestOffset));
+    }
+    return {numbers[0], numbers[1]};
+}
+
+std::vector<PlacedGrid> placedGrids(RawScan const& raw) {
+    requireOneEach("--offset", raw.offsets, raw.grids.size());
+    requireOneEach("--group", raw.groups, raw.grids.size());
+    requireOneEach("--active", raw.active, raw.grids.size());
+    std::vector<PlacedGrid> grids;
+    for (std::size_t i = 0; i < raw.grids.size(); ++i) {
+        PlacedGrid grid;
+        grid.file = raw.grids[i];
+        grid.offset = raw.offsets.empty() ? grid.offset : offsetFor(raw.offsets[i]);
+        grid.group = raw.groups.empty() ? grid.group : wholeNumberFor("--group", raw.groups[i]);
+        grid.active = raw.active.empty() ? grid.active : wholeNumberFor("--active", raw.active[i]);
+        grids.push_back(grid);
+    }
+    return grids;
+}
+
 ScanOptions checkedScan(RawScan const& raw) {
     ScanOptions options = raw.options;
+    options.grids = placedGrids(raw);
+    options.isOnPlane = raw.grids.size() > 1 || !raw.offsets.empty() || !raw.groups.empty() ||
+                        !raw.active.empty() || !raw.position.empty();
+    if (!raw.position.empty()) {
+        options.position = wholeNumberFor("--position", raw.position, 0, lastPosition);
+    }
     if (!raw.beams.empty()) {
         options.beams = raw.beams;
     } else if (!raw.rasterStep.empty()) {
@@ -117,10 +162,29 @@ void addBeamOptions(CLI::App& scan, RawScan& raw) {
     direction->type_name("X,Y,Z")->needs(raster);
 }
 
+void addPlaneOptions(CLI::App& scan, RawScan& raw) {
+    scan.add_option("--offset", raw.offsets,
+                    "Place of a grid in the scan plane, in quads; once for each GRID, in their order")
+        ->allow_extra_args(false)
+        ->type_name("U,V");
+    scan.add_option(
+            "--group", raw.groups,
+            "Number of a grid's group; once for each GRID. The group that answered last is asked first")
+        ->allow_extra_args(false)
+        ->type_name("I");
+    scan.add_option("--active", raw.active,
+                    "Sum of 2^P over the positions P, 0 to 31, at which a grid answers; once for each GRID")
+        ->allow_extra_args(false)
+        ->type_name("MASK");
+    scan.add_option("--position", raw.position, "Position of the inspection, 0 if not given")->type_name("P");
+}
+
 Command addScan(CLI::App& app) {
     auto const raw = std::make_shared<RawScan>();
     CLI::App* const scan = app.add_subcommand("scan", "Fire beams at a grid and draw the C-scans");
-    scan->add_option("GRID", raw->options.grid, "Grid of the part, a .quads file")->required();
+    scan->add_option("GRID", raw->grids, "Grid of the part, a .quads file; several share a scan plane")
+        ->required();
+    addPlaneOptions(*scan, *raw);
     addBeamOptions(*scan, *raw);
     scan->add_option("--csv", raw->options.hits,
                      "Table of hits to write: u,v,x,y,z,distance,angle,valid; the angle to the surface's "

@@ -23,7 +23,7 @@ std::vector<Command> addCloudCommands(CLI::App& app);
 /// reconstruct, cut
 std::vector<Command> addMeshCommands(CLI::App& app);
 
-/// selftest, derive
+/// selftest, derive, footprint
 std::vector<Command> addGridCommands(CLI::App& app);
 
 } // namespace cscan

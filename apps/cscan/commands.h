@@ -20,5 +20,6 @@ void runSelftest(SelftestOptions const& options, std::ostream& output, ProgressD
 void runReconstruct(ReconstructOptions const& options, std::ostream& output, ProgressDisplay& display);
 void runCut(CutOptions const& options, std::ostream& output, ProgressDisplay& display);
 void runDerive(DeriveOptions const& options, std::ostream& output, ProgressDisplay& display);
+void runFootprint(FootprintOptions const& options, std::ostream& output, ProgressDisplay& display);
 
 } // namespace cscan

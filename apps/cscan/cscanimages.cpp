@@ -39,10 +39,10 @@ std::vector<std::filesystem::path> imagePaths(std::string const& prefix) {
     return {stem + "distance.png", stem + "angle.png", stem + "coverage.png"};
 }
 
-std::vector<std::filesystem::path> writeScanImages(std::string const& prefix, Grid const& grid,
+std::vector<std::filesystem::path> writeScanImages(std::string const& prefix, QuadMap const& surface,
                                                    std::vector<Hit> const& hits, std::string const& unit) {
     auto const paths = imagePaths(prefix);
-    QuadMaps const maps = quadMapsOf(grid, hits);
+    QuadMaps const maps = quadMapsOf(surface, hits);
     writePng(paths[0], scanFigure(maps.distance, "Distance [" + unit + "]", false, 0.0));
     writePng(paths[1], scanFigure(maps.angleError, "Angle error [deg]", false, 0.0));
     writePng(paths[2], scanFigure(maps.coverage, "Coverage [hits per quad]", true, 1.0));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "apps/cscan/quadmap.h"
 #include "apps/cscan/scanner.h"
 
 #include <filesystem>
@@ -13,8 +13,9 @@ namespace cscan {
 /// that names a file and doesn't end in a separator gets an underscore between.
 std::vector<std::filesystem::path> imagePaths(std::string const& prefix);
 
-/// Writes the C-scan images of distance, angle error and coverage and returns their names.
-std::vector<std::filesystem::path> writeScanImages(std::string const& prefix, Grid const& grid,
+/// Writes the C-scan images, on the quads of `surface`, of distance, angle error and coverage and returns
+/// their names.
+std::vector<std::filesystem::path> writeScanImages(std::string const& prefix, QuadMap const& surface,
                                                    std::vector<Hit> const& hits, std::string const& unit);
 
 } // namespace cscan

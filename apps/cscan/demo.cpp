@@ -3,19 +3,25 @@
 #include "apps/cscan/cscanimages.h"
 #include "apps/cscan/failure.h"
 #include "apps/cscan/flatpicture.h"
+#include "apps/cscan/footprint.h"
 #include "apps/cscan/gridfile.h"
 #include "apps/cscan/numbers.h"
 #include "apps/cscan/objfile.h"
 #include "apps/cscan/pngfile.h"
 #include "apps/cscan/probepath.h"
 #include "apps/cscan/report.h"
+#include "apps/cscan/scanplane.h"
 #include "apps/cscan/stopwatch.h"
 
+#include <array>
+#include <cmath>
 #include <ostream>
 
 namespace cscan {
 
 namespace {
+
+using QELT::Geometry::ThreeDimensional::Utility;
 
 constexpr double quadArea = 0.16; ///< square millimetres
 
@@ -34,7 +40,9 @@ public:
     void resample();
     void saveAndReload();
     void scan();
+    void scanInTwo();
     void draw();
+    void drawFootprint();
 
     void print(std::ostream& output) const;
 
@@ -44,7 +52,10 @@ private:
     Mesh mesh;
     Grid grid;
     Grid reloaded;
+    std::vector<Beam> beams;
     ScanResult result;
+    QuadMap plane{0, 0};
+    ScanResult planeResult;
     std::vector<std::filesystem::path> files;
     std::vector<std::vector<std::string>> table{{"stage", "time", "result"}};
 
@@ -117,7 +128,7 @@ void Demonstration::saveAndReload() {
 
 void Demonstration::scan() {
     display.setMessage("Firing beams...");
-    auto const beams = bladeScanBeams({});
+    beams = bladeScanBeams({});
     result = fireBeams(reloaded, beams);
     ScanStatistics const statistics = statisticsOf(result);
     addRow("fire beams", result.seconds,
@@ -126,15 +137,78 @@ void Demonstration::scan() {
                toFixedText(statistics.beamsPerSecond, 0) + " beams per second");
 }
 
+/// Two overlapping halves of the part, side by side in one scan plane, answer the same beams as one.
+void Demonstration::scanInTwo() {
+    auto const extents = reloaded.getExtents();
+    auto const width = static_cast<int>(extents.getdU());
+    auto const height = static_cast<int>(extents.getdV());
+    int const overlap = width / 10;
+    std::vector<PlacedGrid> halves(2);
+    halves[0].file = directory / "blade_low_u.quads";
+    halves[1].file = directory / "blade_high_u.quads";
+    halves[1].offset = GridOffset(width / 2, 0);
+    std::array const widths{width / 2 + overlap, width - width / 2};
+    for (std::size_t i = 0; i < halves.size(); ++i) {
+        Grid half;
+        reloaded.getRestrictedToAABB(QELT::Geometry::TwoDimensional::BoundingBoxAA<int>(
+                                         GridIndex() + halves[i].offset, GridOffset(widths.at(i), height)),
+                                     half);
+        saveGrid(half, halves[i].file);
+        files.push_back(halves[i].file);
+    }
+    ScanPlane scanPlane = loadScanPlane(halves, 0, false);
+    display.setMessage("Firing beams at two grids...");
+    planeResult = fireBeams(scanPlane.groups, beams);
+    plane = scanPlane.surface;
+    std::size_t sameCount = 0;
+    for (std::size_t i = 0; i < beams.size(); ++i) {
+        Hit const& whole = result.hits[i];
+        Hit const& part = planeResult.hits[i];
+        sameCount += whole.isValid == part.isValid && (!whole.isValid || whole.quad == part.quad) ? 1U : 0U;
+    }
+    addRow("two grids as one", planeResult.seconds,
+           std::to_string(sameCount) + " of " + std::to_string(beams.size()) +
+               " beams answered as by the whole grid, " +
+               toFixedText(statisticsOf(planeResult).beamsPerSecond, 0) + " beams per second");
+}
+
+/// A beam that spreads by ten degrees, from the probe's place over the middle of the part.
+void Demonstration::drawFootprint() {
+    Stopwatch const watch;
+    std::size_t place = beams.size() / 3;
+    while (place < beams.size() && !result.hits[place].isMeasured) {
+        ++place;
+    }
+    if (place == beams.size()) {
+        throw Failure("the demonstration's beams all miss");
+    }
+    Vector const along = beams[place].direction / std::sqrt(beams[place].direction.lSqr());
+    Vector const across = Vector(0.0, 1.0, 0.0).cross(along);
+    SpreadingBeam beam{beams[place].origin, across / std::sqrt(across.lSqr())};
+    beam.axisB = along.cross(beam.axisA);
+    beam.cotangent = 1.0 / std::tan(Utility::degToRad(10.0));
+    beam.apertureRadius = 3.0;
+    Footprint const footprint = footprintOf(reloaded, beam);
+    auto const path = directory / "footprint.png";
+    writePng(path, footprintPictureOf(reloaded, beam, footprint, "mm"));
+    auto const axis = footprint.ends[0] - footprint.centre;
+    addRow("footprint", watch.seconds(),
+           "beam of 3 mm aperture spreading by 10 degrees reaches " +
+               toFixedText(std::hypot(axis.getdU(), axis.getdV()), 1) + " quads");
+    files.push_back(path);
+}
+
 void Demonstration::draw() {
     display.setMessage("Drawing...");
     Stopwatch const watch;
     auto const flat = directory / "flatmap.png";
     writePng(flat, flatPictureOf(mesh, "Flat map of the blade"));
-    auto const images = writeScanImages((directory / "").string(), reloaded, result.hits, "mm");
-    addRow("draw", watch.seconds(), std::to_string(images.size() + 1) + " images");
+    auto const images = writeScanImages((directory / "").string(), surfaceMapOf(reloaded), result.hits, "mm");
+    auto const planeImages = writeScanImages((directory / "plane").string(), plane, planeResult.hits, "mm");
+    addRow("draw", watch.seconds(), std::to_string(images.size() + planeImages.size() + 1) + " images");
     files.push_back(flat);
     files.insert(files.end(), images.begin(), images.end());
+    files.insert(files.end(), planeImages.begin(), planeImages.end());
 }
 
 void Demonstration::print(std::ostream& output) const {
@@ -156,7 +230,9 @@ void runDemo(DemoOptions const& options, std::ostream& output, ProgressDisplay& 
     demonstration.resample();
     demonstration.saveAndReload();
     demonstration.scan();
+    demonstration.scanInTwo();
     demonstration.draw();
+    demonstration.drawFootprint();
     display.clear();
     demonstration.print(output);
 }

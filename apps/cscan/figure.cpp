@@ -17,6 +17,7 @@ constexpr int lineHeight = glyphHeight * labelScale + 4;
 constexpr int barWidth = 28;
 constexpr int tickLength = 6;
 constexpr int leastBarHeight = 200;
+constexpr int outlineThickness = 3;
 constexpr Colour inkColour{40, 40, 40};
 
 int labelWidth(std::string const& text) {
@@ -58,6 +59,19 @@ Image pixelsOf(QuadMap const& map, Scale const& scale) {
         }
     }
     return image;
+}
+
+/// Draws closed lines over a map in which a quad has a side of `pixelsPerQuad`.
+void drawOutlines(Image& map, std::vector<std::vector<FlatPoint>> const& outlines, double pixelsPerQuad) {
+    auto const x = [&](FlatPoint const& point) { return point.getU() * pixelsPerQuad; };
+    auto const y = [&](FlatPoint const& point) { return map.getHeight() - point.getV() * pixelsPerQuad; };
+    for (auto const& outline : outlines) {
+        for (std::size_t i = 0; i < outline.size(); ++i) {
+            FlatPoint const& from = outline[i];
+            FlatPoint const& to = outline[(i + 1) % outline.size()];
+            map.drawLine(x(from), y(from), x(to), y(to), outlineThickness, black);
+        }
+    }
 }
 
 /// Where the parts of the picture go, in pixels.
@@ -151,7 +165,11 @@ void drawAxes(Image& image, Layout const& layout, QuadMap const& quads) {
 } // namespace
 
 Image figureOf(QuadMap const& quads, FigureStyle const& style) {
-    Image const map = pixelsOf(quads.averaged(reductionOf(quads)), style.scale);
+    std::size_t const reduction = reductionOf(quads);
+    QuadMap const shown = quads.averaged(reduction);
+    Image map = pixelsOf(shown, style.scale);
+    drawOutlines(map, style.outlines,
+                 static_cast<double>(magnificationOf(shown)) / static_cast<double>(reduction));
     Layout const layout = layoutOf(map, quads, style);
     Image image(layout.width, layout.height);
     image.drawText(margin, margin, style.title, titleScale, black);

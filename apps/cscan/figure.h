@@ -5,6 +5,7 @@
 #include "apps/cscan/scale.h"
 
 #include <string>
+#include <vector>
 
 namespace cscan {
 
@@ -12,7 +13,8 @@ namespace cscan {
 struct FigureStyle {
     std::string title; ///< with the unit
     Scale scale;
-    std::string note; ///< a line below the map
+    std::string note;                               ///< a line below the map
+    std::vector<std::vector<FlatPoint>> outlines{}; ///< closed lines drawn over the map, in quads
 };
 
 /// The picture of a map: title, map with the v axis upwards, colour bar with labels, a line of figures.

@@ -148,10 +148,65 @@ Command addDerive(CLI::App& app) {
     return {derive, [raw] { return checkedDerive(*raw); }};
 }
 
+struct RawFootprint {
+    FootprintOptions options;
+    std::string origin;
+    std::string axisA;
+    std::string axisB;
+    std::string cotangent;
+    std::string aperture;
+};
+
+/// How far two axes of unit length may be from a right angle, as a cosine.
+constexpr double rightAngleTolerance = 1e-6;
+
+FootprintOptions checkedFootprint(RawFootprint const& raw) {
+    FootprintOptions options = raw.options;
+    Vector const axisA = directionFor("--axis-a", raw.axisA);
+    Vector const axisB = directionFor("--axis-b", raw.axisB);
+    options.beam.origin = pointFor("--origin", raw.origin);
+    options.beam.axisA = axisA / std::sqrt(axisA.lSqr());
+    options.beam.axisB = axisB / std::sqrt(axisB.lSqr());
+    options.beam.cotangent = positiveNumberFor("--cotangent", raw.cotangent);
+    options.beam.apertureRadius = nonNegativeNumberFor("--aperture", raw.aperture);
+    if (!(std::abs(options.beam.axisA.dot(options.beam.axisB)) < rightAngleTolerance)) {
+        throw UsageError("--axis-b: '" + raw.axisB + "' is not at a right angle to --axis-a");
+    }
+    return options;
+}
+
+Command addFootprint(CLI::App& app) {
+    auto const raw = std::make_shared<RawFootprint>();
+    CLI::App* const footprint =
+        app.add_subcommand("footprint", "Draw what a spreading beam covers of a grid, to first order");
+    footprint->add_option("GRID", raw->options.grid, "Grid of the part, a .quads file")->required();
+    footprint->add_option("--origin", raw->origin, "Where the beam starts")->type_name("X,Y,Z")->required();
+    footprint->add_option("--axis-a", raw->axisA, "First axis of the beam's cross-section")
+        ->type_name("X,Y,Z")
+        ->required();
+    footprint
+        ->add_option("--axis-b", raw->axisB,
+                     "Second axis, at a right angle to the first; the beam goes along A x B")
+        ->type_name("X,Y,Z")
+        ->required();
+    footprint->add_option("--cotangent", raw->cotangent, "Cotangent of the angle by which the beam spreads")
+        ->type_name("C")
+        ->required();
+    footprint->add_option("--aperture", raw->aperture, "Radius of the beam where it starts")
+        ->type_name("R")
+        ->required();
+    footprint->add_option("--image", raw->options.image, "Picture to write")->type_name("PNG")->required();
+    raw->options.unit = "units";
+    footprint->add_option("--unit", raw->options.unit, "The part's unit of length, for the labels")
+        ->type_name("NAME")
+        ->capture_default_str();
+    return {footprint, [raw] { return checkedFootprint(*raw); }};
+}
+
 } // namespace
 
 std::vector<Command> addGridCommands(CLI::App& app) {
-    return {addSelftest(app), addDerive(app)};
+    return {addSelftest(app), addDerive(app), addFootprint(app)};
 }
 
 } // namespace cscan

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "apps/cscan/flattening.h"
+#include "apps/cscan/footprint.h"
 #include "apps/cscan/names.h"
 #include "apps/cscan/raster.h"
+#include "apps/cscan/scanplane.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace cscan {
 
@@ -28,7 +31,9 @@ struct PrepareOptions {
 };
 
 struct ScanOptions {
-    std::filesystem::path grid;
+    std::vector<PlacedGrid> grids;
+    bool isOnPlane = false;     ///< whether the grids are asked as groups in a scan plane; else there is one
+    unsigned long position = 0; ///< of the inspection; which grids are active depends on it
     std::optional<std::filesystem::path> beams; ///< the beams come from here, or
     std::optional<Raster> raster;               ///< are laid over the part
     std::filesystem::path hits;
@@ -115,8 +120,15 @@ struct DeriveOptions {
     Derivation derivation;
 };
 
-using Options =
-    std::variant<DemoOptions, PrepareOptions, ScanOptions, InfoOptions, FitOptions, RegisterOptions,
-                 NeighboursOptions, SelftestOptions, ReconstructOptions, CutOptions, DeriveOptions>;
+struct FootprintOptions {
+    std::filesystem::path grid;
+    SpreadingBeam beam;
+    std::filesystem::path image;
+    std::string unit;
+};
+
+using Options = std::variant<DemoOptions, PrepareOptions, ScanOptions, InfoOptions, FitOptions,
+                             RegisterOptions, NeighboursOptions, SelftestOptions, ReconstructOptions,
+                             CutOptions, DeriveOptions, FootprintOptions>;
 
 } // namespace cscan

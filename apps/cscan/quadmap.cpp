@@ -47,19 +47,6 @@ QuadMap QuadMap::averaged(std::size_t factor) const {
 
 namespace {
 
-QuadMap emptyMapOf(Grid const& grid) {
-    auto const extents = grid.getExtents();
-    QuadMap map(extents.getdU(), extents.getdV());
-    for (std::size_t v = 0; v < map.getHeight(); ++v) {
-        for (std::size_t u = 0; u < map.getWidth(); ++u) {
-            if (grid.getIsQuadValid(GridIndex(static_cast<int>(u), static_cast<int>(v)))) {
-                map.at(u, v).kind = Cell::NoValue;
-            }
-        }
-    }
-    return map;
-}
-
 bool isOnMap(GridIndex const& quad, QuadMap const& map) {
     return quad.getU() >= 0 && quad.getV() >= 0 && static_cast<std::size_t>(quad.getU()) < map.getWidth() &&
            static_cast<std::size_t>(quad.getV()) < map.getHeight();
@@ -94,12 +81,24 @@ void countMissedSurface(QuadMap& coverage) {
 
 } // namespace
 
-QuadMaps quadMapsOf(Grid const& grid, std::vector<Hit> const& hits) {
+QuadMap surfaceMapOf(Grid const& grid) {
+    auto const extents = grid.getExtents();
+    QuadMap map(extents.getdU(), extents.getdV());
+    for (std::size_t v = 0; v < map.getHeight(); ++v) {
+        for (std::size_t u = 0; u < map.getWidth(); ++u) {
+            if (grid.getIsQuadValid(GridIndex(static_cast<int>(u), static_cast<int>(v)))) {
+                map.at(u, v).kind = Cell::NoValue;
+            }
+        }
+    }
+    return map;
+}
+
+QuadMaps quadMapsOf(QuadMap const& surface, std::vector<Hit> const& hits) {
     constexpr double degrees = 180.0 / std::numbers::pi;
-    QuadMap const empty = emptyMapOf(grid);
-    QuadMaps maps{empty, empty, empty};
+    QuadMaps maps{surface, surface, surface};
     for (Hit const& hit : hits) {
-        if (hit.isValid && hit.isMeasured && isOnMap(hit.quad, empty)) {
+        if (hit.isValid && hit.isMeasured && isOnMap(hit.quad, surface)) {
             addTo(maps.distance, hit.quad, hit.distance);
             addTo(maps.angleError, hit.quad, hit.angleError * degrees);
             addTo(maps.coverage, hit.quad, 1.0);
@@ -109,6 +108,10 @@ QuadMaps quadMapsOf(Grid const& grid, std::vector<Hit> const& hits) {
     divideBy(maps.coverage, maps.angleError);
     countMissedSurface(maps.coverage);
     return maps;
+}
+
+QuadMaps quadMapsOf(Grid const& grid, std::vector<Hit> const& hits) {
+    return quadMapsOf(surfaceMapOf(grid), hits);
 }
 
 } // namespace cscan

@@ -54,6 +54,11 @@ struct QuadMaps {
     QuadMap coverage;   ///< number of hits; 0 on surface that no beam met
 };
 
+/// The quads that a grid has, without values.
+QuadMap surfaceMapOf(Grid const& grid);
+
+/// On the quads of `surface`; hits beside it count nowhere.
+QuadMaps quadMapsOf(QuadMap const& surface, std::vector<Hit> const& hits);
 QuadMaps quadMapsOf(Grid const& grid, std::vector<Hit> const& hits);
 
 } // namespace cscan

@@ -6,6 +6,7 @@
 #include "apps/cscan/gridfile.h"
 #include "apps/cscan/gridsummary.h"
 #include "apps/cscan/report.h"
+#include "apps/cscan/scanplane.h"
 
 #include <ostream>
 
@@ -13,15 +14,39 @@ namespace cscan {
 
 namespace {
 
-std::vector<Beam> beamsFor(ScanOptions const& options, Grid const& grid) {
+/// What was scanned and what came of it.
+struct Scan {
+    QuadMap surface;
+    ScanResult result;
+};
+
+std::vector<Beam> beamsOver(ScanOptions const& options, bool isEmpty, Point const& low, Point const& high) {
     if (options.beams) {
         return readBeamFile(*options.beams);
     }
-    GridSummary const summary = gridSummaryOf(grid);
-    if (summary.validNodeCount == 0) {
-        throw Failure(options.grid.string() + ": holds no valid node to lay a raster over");
+    if (isEmpty) {
+        throw Failure(options.grids.front().file.string() +
+                      (options.grids.size() == 1 ? "" : " and the other active grids") +
+                      ": holds no valid node to lay a raster over");
     }
-    return rasterBeams(*options.raster, summary.low, summary.high);
+    return rasterBeams(*options.raster, low, high);
+}
+
+Scan scanGrid(ScanOptions const& options, ProgressDisplay& display) {
+    Grid grid;
+    loadGrid(grid, options.grids.front().file);
+    grid.setDoFlipNormals(options.doFlipNormals);
+    GridSummary const summary = gridSummaryOf(grid);
+    auto const beams = beamsOver(options, summary.validNodeCount == 0, summary.low, summary.high);
+    display.setMessage("Firing beams...");
+    return {surfaceMapOf(grid), fireBeams(grid, beams)};
+}
+
+Scan scanOnPlane(ScanOptions const& options, ProgressDisplay& display) {
+    ScanPlane plane = loadScanPlane(options.grids, options.position, options.doFlipNormals);
+    auto const beams = beamsOver(options, plane.isEmpty, plane.low, plane.high);
+    display.setMessage("Firing beams...");
+    return {plane.surface, fireBeams(plane.groups, beams)};
 }
 
 /// Finds out before the work that a result would have no place to go.
@@ -35,19 +60,21 @@ void requireOutputs(ScanOptions const& options) {
 } // namespace
 
 void runScan(ScanOptions const& options, std::ostream& output, ProgressDisplay& display) {
-    requireReadable(options.grid);
+    for (PlacedGrid const& grid : options.grids) {
+        requireReadable(grid.file);
+    }
     requireOutputs(options);
-    Grid grid;
-    loadGrid(grid, options.grid);
-    grid.setDoFlipNormals(options.doFlipNormals);
-    auto const beams = beamsFor(options, grid);
-    display.setMessage("Firing beams...");
-    ScanResult const result = fireBeams(grid, beams);
+    Scan const scan = options.isOnPlane ? scanOnPlane(options, display) : scanGrid(options, display);
     display.setMessage("Writing results...");
-    writeHitFile(options.hits, result.hits);
-    auto const images = writeScanImages(options.imagePrefix, grid, result.hits, options.unit);
+    writeHitFile(options.hits, scan.result.hits);
+    auto const images = writeScanImages(options.imagePrefix, scan.surface, scan.result.hits, options.unit);
     display.clear();
-    printScan(output, result);
+    if (options.isOnPlane) {
+        printItem(output, "scan plane",
+                  std::to_string(scan.surface.getWidth()) + " x " + std::to_string(scan.surface.getHeight()) +
+                      " quads");
+    }
+    printScan(output, scan.result);
     printItem(output, "table", options.hits.string());
     for (auto const& image : images) {
         printItem(output, "image", image.string());

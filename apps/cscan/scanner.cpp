@@ -29,17 +29,33 @@ Hit hitOf(Status const& status, Point const& origin) {
     return hit;
 }
 
-} // namespace
-
-ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams) {
+template <class Ask>
+ScanResult resultOf(std::vector<Beam> const& beams, Ask ask) {
     ScanResult result;
     result.hits.reserve(beams.size());
     Stopwatch const watch;
     for (Beam const& beam : beams) {
-        result.hits.push_back(hitOf(grid.getIntersection(beam.origin, beam.direction), beam.origin));
+        result.hits.push_back(hitOf(ask(beam), beam.origin));
     }
     result.seconds = watch.seconds();
     return result;
+}
+
+} // namespace
+
+ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams) {
+    return resultOf(beams,
+                    [&](Beam const& beam) { return grid.getIntersection(beam.origin, beam.direction); });
+}
+
+ScanResult fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups& groups,
+                     std::vector<Beam> const& beams) {
+    return resultOf(beams, [&](Beam const& beam) {
+        Status const status = groups.getIntersectionStatus(beam.origin, beam.direction, false);
+        return status.getIsGoodIntersection()
+                   ? status
+                   : groups.getIntersectionStatus(beam.origin, beam.direction, true);
+    });
 }
 
 ScanStatistics statisticsOf(ScanResult const& result) {

@@ -32,6 +32,11 @@ constexpr double measurementLimit = 10000.0;
 /// search at the quad that the last one ended on.
 ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams);
 
+/// The same of grids that answer as one: like a single grid they are asked again from a fresh start if the
+/// first answer is no hit within a quarter turn of head-on.
+ScanResult fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups& groups,
+                     std::vector<Beam> const& beams);
+
 struct ScanStatistics {
     std::size_t beamCount = 0;
     std::size_t hitCount = 0;

@@ -173,8 +173,8 @@ TEST(Cscan, demoDoesTheWholeJobAndDrawsIt) {
     ScratchDirectory const directory;
     Outcome const outcome = run(directory, {"demo", "out/demo"});
     ASSERT_EQ(outcome.status, 0) << outcome.errors;
-    for (char const* stage :
-         {"make part", "load OBJ", "flatten", "resample", "save and reload", "fire beams", "draw"}) {
+    for (char const* stage : {"make part", "load OBJ", "flatten", "resample", "save and reload", "fire beams",
+                              "two grids as one", "draw", "footprint"}) {
         EXPECT_FALSE(itemIn(outcome.output, stage).empty()) << stage;
     }
     EXPECT_NE(itemIn(outcome.output, "load OBJ").find("2 boundary loops"), std::string::npos);
@@ -188,6 +188,15 @@ TEST(Cscan, demoDoesTheWholeJobAndDrawsIt) {
     EXPECT_TRUE(std::filesystem::exists(directory / "out/demo/blade.quads"));
     for (char const* name : {"distance.png", "angle.png"}) {
         EXPECT_GT(coloursOf(directory / (std::string("out/demo/") + name)), 100U) << name;
+    }
+    std::string const inTwo = itemIn(outcome.output, "two grids as one");
+    auto const number = [](std::string const& text, std::string const& before) {
+        return std::stod(text.substr(text.find(before) + before.size()));
+    };
+    // Next to all beams: at steps of the search from quad to quad the two ways may part.
+    EXPECT_GT(number(inTwo, " s "), 0.999 * number(inTwo, " of ")) << inTwo;
+    for (char const* name : {"plane_distance.png", "plane_angle.png", "footprint.png"}) {
+        EXPECT_GT(coloursOf(directory / (std::string("out/demo/") + name)), 50U) << name;
     }
     EXPECT_GE(coloursOf(directory / "out/demo/coverage.png"), 8U);
     EXPECT_GE(coloursOf(directory / "out/demo/flatmap.png"), 8U);

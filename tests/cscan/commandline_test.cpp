@@ -70,10 +70,30 @@ TEST(CommandLine, scanTakesATableOfBeamsOrARaster) {
     EXPECT_FALSE(raster.doFlipNormals);
 }
 
+TEST(CommandLine, scanPlacesItsGridsInTheirOrder) {
+    auto const options = optionsOf<ScanOptions>(
+        {"scan", "a.quads", "b.quads", "--offset", "0,3",   "--offset", "12,0", "--group",
+         "1",    "--group", "0",       "--active", "5",     "--active", "2",    "--position",
+         "2",    "--beams", "b.csv",   "--csv",    "h.csv", "--image",  "p"});
+    ASSERT_EQ(options.grids.size(), 2U);
+    EXPECT_TRUE(options.isOnPlane);
+    EXPECT_EQ(options.position, 2U);
+    EXPECT_EQ(options.grids[0].offset, GridOffset(0, 3));
+    EXPECT_EQ(options.grids[1].offset, GridOffset(12, 0));
+    EXPECT_EQ(options.grids[1].file, "b.quads");
+    EXPECT_EQ(options.grids[0].group, 1U);
+    EXPECT_EQ(options.grids[0].active, 5U);
+    auto const single =
+        optionsOf<ScanOptions>({"scan", "a.quads", "--beams", "b.csv", "--csv", "h.csv", "--image", "p"});
+    EXPECT_FALSE(single.isOnPlane);
+    EXPECT_EQ(single.grids.at(0).file, "a.quads");
+}
+
 TEST(CommandLine, helpIsShownForTheProgramAndForEachCommand) {
     CommandLine const all = parsed({"--help"});
     EXPECT_FALSE(all.options.has_value());
-    for (char const* command : {"demo", "prepare", "scan", "info"}) {
+    for (char const* command : {"demo", "prepare", "scan", "info", "fit", "register", "neighbours",
+                                "selftest", "reconstruct", "cut", "derive", "footprint"}) {
         EXPECT_NE(all.help.find(command), std::string::npos) << command;
     }
     CommandLine const one = parsed({"prepare", "--help"});

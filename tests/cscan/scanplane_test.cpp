@@ -1,0 +1,134 @@
+#include "apps/cscan/scanplane.h"
+
+#include "apps/cscan/gridfile.h"
+#include "apps/cscan/scanner.h"
+#include "tests/cscan/program.h"
+
+#include <gtest/gtest.h>
+
+namespace cscan {
+namespace {
+
+using namespace Testing;
+using Size = QELT::Geometry::TwoDimensional::Vector<double>;
+
+/// Quads of side 1 in the plane z = height, the low corner at (x, 0).
+void writePlane(std::filesystem::path const& path, int width, int depth, double x, double height) {
+    Grid grid;
+    ASSERT_TRUE(grid.setAsPlane(Size(width, depth), 1.0, false, 10));
+    for (int v = 0; v <= depth; ++v) {
+        for (int u = 0; u <= width; ++u) {
+            grid.setPoint(GridIndex(u, v), Point(x + u, v, height));
+        }
+    }
+    saveGrid(grid, path);
+}
+
+Beam downAt(double x, double y) {
+    return {Point(x, y, 20.0), Vector(0.0, 0.0, -1.0)};
+}
+
+TEST(ScanPlane, gridsAnswerInTheIndicesOfThePlane) {
+    ScratchDirectory const directory;
+    writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
+    writePlane(directory / "b.quads", 6, 4, 5.0, 1.0);
+    ScanPlane plane =
+        loadScanPlane({{directory / "a.quads", {0, 1}, 7}, {directory / "b.quads", {8, 0}, 3}}, 0, false);
+    EXPECT_EQ(plane.surface.getWidth(), 14U);
+    EXPECT_EQ(plane.surface.getHeight(), 5U);
+    EXPECT_EQ(plane.surface.at(0, 0).kind, Cell::NoSurface);
+    EXPECT_EQ(plane.surface.at(0, 1).kind, Cell::NoValue);
+    EXPECT_EQ(plane.surface.at(6, 1).kind, Cell::NoSurface);
+    EXPECT_EQ(plane.surface.at(13, 3).kind, Cell::NoValue);
+    EXPECT_EQ(plane.low, Point(0.0, 0.0, 0.0));
+    EXPECT_EQ(plane.high, Point(11.0, 4.0, 1.0));
+    auto const hits = fireBeams(plane.groups, {downAt(2.3, 1.6), downAt(7.3, 1.6), downAt(30.0, 1.6)}).hits;
+    ASSERT_TRUE(hits[0].isValid && hits[1].isValid);
+    EXPECT_EQ(hits[0].quad, GridIndex(2, 2));
+    EXPECT_EQ(hits[1].quad, GridIndex(10, 1));
+    EXPECT_NEAR(hits[0].distance, 20.0, 1e-6);
+    EXPECT_NEAR(hits[1].distance, 19.0, 1e-6);
+    EXPECT_FALSE(hits[2].isValid);
+}
+
+TEST(ScanPlane, gridsAnswerOnlyWhileTheirPositionIsActive) {
+    ScratchDirectory const directory;
+    writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
+    std::vector<PlacedGrid> const grids = {{directory / "a.quads", {0, 0}, 0, 4}};
+    ScanPlane active = loadScanPlane(grids, 2, false);
+    EXPECT_TRUE(fireBeams(active.groups, {downAt(2.3, 1.6)}).hits[0].isValid);
+    EXPECT_FALSE(active.isEmpty);
+    ScanPlane inactive = loadScanPlane(grids, 0, false);
+    EXPECT_FALSE(fireBeams(inactive.groups, {downAt(2.3, 1.6)}).hits[0].isValid);
+    EXPECT_TRUE(inactive.isEmpty);
+    EXPECT_EQ(inactive.surface.at(0, 0).kind, Cell::NoSurface);
+}
+
+TEST(ScanPlane, normalsAreFlippedInEveryGrid) {
+    ScratchDirectory const directory;
+    writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
+    ScanPlane plain = loadScanPlane({{directory / "a.quads"}}, 0, false);
+    ScanPlane flipped = loadScanPlane({{directory / "a.quads"}}, 0, true);
+    EXPECT_NEAR(fireBeams(plain.groups, {downAt(2.3, 1.6)}).hits[0].angleError, 0.0, 1e-6);
+    EXPECT_GT(fireBeams(flipped.groups, {downAt(2.3, 1.6)}).hits[0].angleError, 3.1);
+}
+
+TEST(ScanPlane, refusesAPlaneBeyondAllMeasure) {
+    ScratchDirectory const directory;
+    writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
+    EXPECT_EQ(messageOf([&] {
+                  loadScanPlane({{directory / "a.quads", {1000000, 999996}}}, 0, false);
+              }),
+              "the scan plane of 1000005 x 1000000 quads is too large; check the offsets");
+}
+
+std::vector<std::string> scanOf(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "scan");
+    arguments.insert(arguments.end(), {"--raster", "0.7", "--standoff", "5", "--direction", "0,0,-1", "--csv",
+                                       "hits.csv", "--image", "scan"});
+    return arguments;
+}
+
+TEST(ScanPlane, theProgramScansSeveralGridsAsOne) {
+    ScratchDirectory const directory;
+    writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
+    writePlane(directory / "b.quads", 6, 4, 5.0, 1.0);
+    Outcome const outcome = run(directory, scanOf({"a.quads", "b.quads", "--offset", "0,0", "--offset", "5,0",
+                                                   "--group", "0", "--group", "1"}));
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(itemIn(outcome.output, "scan plane"), "11 x 4 quads");
+    EXPECT_GT(std::stod(itemIn(outcome.output, "hit rate")), 75.0);
+    int greatest = 0;
+    auto const lines = linesOf(readText(directory / "hits.csv"));
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        auto const fields = fieldsOf(lines[i]);
+        greatest = fields.at(7) == "1" ? std::max(greatest, std::stoi(fields.at(0))) : greatest;
+    }
+    EXPECT_EQ(greatest, 10);
+    EXPECT_GT(coloursOf(directory / "scan_distance.png"), 5U);
+
+    Outcome const half = run(directory, scanOf({"a.quads", "b.quads", "--offset", "0,0", "--offset", "5,0",
+                                                "--active", "1", "--active", "2", "--position", "1"}));
+    ASSERT_EQ(half.status, 0) << half.errors;
+    EXPECT_LT(std::stoul(itemIn(half.output, "beams")), std::stoul(itemIn(outcome.output, "beams")));
+}
+
+TEST(ScanPlane, theProgramSaysInOneLineWhatIsWrong) {
+    ScratchDirectory const directory;
+    writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
+    std::vector<Mistake> const mistakes = {
+        {scanOf({"a.quads", "a.quads", "--offset", "0,0"}), "--offset: given 1 times for 2 grids"},
+        {scanOf({"a.quads", "--group", "0", "--group", "0"}), "--group: given 2 times for 1 grid"},
+        {scanOf({"a.quads", "--offset", "-3,0"}), "--offset: '-3,0' is not between 0 and 1000000"},
+        {scanOf({"a.quads", "--offset", "3"}), "--offset: '3' is not of the form U,V"},
+        {scanOf({"a.quads", "--position", "32"}), "--position: '32' is not between 0 and 31"},
+        {scanOf({"a.quads", "--active", "2"}), "a.quads: holds no valid node to lay a raster over"},
+        {scanOf({"a.quads", "none.quads"}), "none.quads: cannot be read (No such file or directory)"},
+    };
+    for (Mistake const& mistake : mistakes) {
+        expectComplaint(directory, mistake);
+    }
+}
+
+} // namespace
+} // namespace cscan
