@@ -120,11 +120,12 @@ public:
     ///       (   |   )
     ///        '--*--'
     ///
-    /// `perpendicularAxis` is thus the axis along which the surface's normal points at the start, outward,
-    /// and not one across the surface. True when the mesh was cut: the vertices of the path have then been
-    /// doubled, the twins on its left getting new indices, and the pairs are kept as the cut. False, with the
-    /// mesh as it was and no cut, if there is no boundary, if the path finds no edge that leads on, meets
-    /// itself or runs along the boundary, or if one of its edges ends exactly on the plane.
+    /// `perpendicularAxis` is thus the axis along which the surface's normal points at the start, outward and
+    /// to the axis's positive side, and not one across the surface. True when the mesh was cut: the vertices
+    /// of the path have then been doubled, the twins on its left getting new indices, and the pairs are kept
+    /// as the cut. False, with the mesh as it was and no cut, if there is no boundary, if the path finds no
+    /// edge that leads on, meets itself or runs along the boundary, or if one of its edges ends exactly on
+    /// the plane.
     bool makeCut(CutMetric metric, unsigned long axis, unsigned long perpendicularAxis);
 
     /// Gives every vertex its place in the plane by a least-squares conformal map: the discrete harmonic map

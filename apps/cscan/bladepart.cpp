@@ -1,11 +1,8 @@
 #include "apps/cscan/bladepart.h"
 
-#include "apps/cscan/failure.h"
-#include "apps/cscan/numbers.h"
 #include "apps/cscan/randomnoise.h"
 
 #include <cmath>
-#include <fstream>
 #include <numbers>
 
 namespace cscan {
@@ -100,23 +97,6 @@ PartMesh measuredBlade(BladeResolution const& resolution) {
         }
     }
     return part;
-}
-
-void writePart(PartMesh const& part, std::filesystem::path const& path) {
-    std::ofstream file(path);
-    file << "# A measured blade, millimetres\n";
-    for (Point const& point : part.points) {
-        file << "v " << toExactText(point.getX()) << ' ' << toExactText(point.getY()) << ' '
-             << toExactText(point.getZ()) << '\n';
-    }
-    for (auto const& face : part.faces) {
-        file << "f " << std::to_string(face[0] + 1) << ' ' << std::to_string(face[1] + 1) << ' '
-             << std::to_string(face[2] + 1) << '\n';
-    }
-    file.close();
-    if (!file) {
-        throw Failure(path.string() + ": cannot be written");
-    }
 }
 
 } // namespace cscan

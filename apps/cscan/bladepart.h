@@ -1,11 +1,9 @@
 #pragma once
 
 #include "apps/cscan/bladesurface.h"
-#include "apps/cscan/names.h"
+#include "apps/cscan/facemesh.h"
 
-#include <array>
 #include <cstdint>
-#include <filesystem>
 #include <vector>
 
 namespace cscan {
@@ -19,17 +17,12 @@ struct BladeResolution {
 };
 
 /// Triangles as a measuring system would hand them over.
-struct PartMesh {
+struct PartMesh : FaceMesh {
     std::vector<BladePlace> places; ///< of the points, on the unrolled outline
-    std::vector<Point> points;
-    std::vector<std::array<unsigned, 3>> faces; ///< counter-clockwise seen from outside
 };
 
 /// A measured blade: rings of triangles from the oval cut-out, growing as they near the outline, so that the
 /// patch has one outer loop and one hole. 2 * around * rings triangles.
 PartMesh measuredBlade(BladeResolution const& resolution);
-
-/// Writes the points and faces as an OBJ file. Failures name the file.
-void writePart(PartMesh const& part, std::filesystem::path const& path);
 
 } // namespace cscan

@@ -2,6 +2,7 @@
 
 #include "apps/cscan/arguments.h"
 #include "apps/cscan/commandparsers.h"
+#include "apps/cscan/xyzfile.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -19,6 +20,7 @@ struct RawPrepare {
     std::string quadArea;
     std::string mode = "developable";
     std::string flat;
+    RawRepair repair;
     std::string extend;
     std::string smooth;
 };
@@ -46,6 +48,10 @@ constexpr unsigned long lastPosition = 31;
 PrepareOptions checkedPrepare(RawPrepare const& raw) {
     PrepareOptions options = raw.options;
     options.quadArea = positiveNumberFor("--quad-area", raw.quadArea);
+    if (!isCloudFile(options.part) && !(raw.repair.longestSide + raw.repair.largestHole).empty()) {
+        throw UsageError("prepare: --max-side and --fill-holes are for clouds");
+    }
+    options.repair = checkedRepair(raw.repair);
     options.mode = raw.mode == "pinned" ? FlatteningMode::Pinned : FlatteningMode::Developable;
     if (!raw.flat.empty()) {
         options.flat = raw.flat;
@@ -136,6 +142,7 @@ Command addPrepare(CLI::App& app) {
                      "its whole outer rim, rolled out (developable)")
         ->check(CLI::IsMember({"pinned", "developable"}))
         ->capture_default_str();
+    addRepairOptions(*prepare, raw->repair);
     prepare->add_option("--flat", raw->flat, "Also write the mesh with its flat coordinates to this OBJ file")
         ->type_name("FLAT.obj");
     CLI::Option* const extend = prepare->add_option("--extend", raw->extend,

@@ -3,6 +3,7 @@
 #include "apps/cscan/options.h"
 
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace CLI {
@@ -16,6 +17,15 @@ struct Command {
     CLI::App* app = nullptr;          ///< owned by the program's parser
     std::function<Options()> options; ///< checks what was parsed; throws a `UsageError`
 };
+
+/// What is done to the surface through a cloud, as the command line has it.
+struct RawRepair {
+    std::string longestSide;
+    std::string largestHole;
+};
+
+void addRepairOptions(CLI::App& app, RawRepair& raw);
+RepairOptions checkedRepair(RawRepair const& raw);
 
 /// fit, register, neighbours
 std::vector<Command> addCloudCommands(CLI::App& app);

@@ -24,7 +24,7 @@ void cut(Mesh& mesh, CutOptions const& options) {
     if (!isCut) {
         throw Failure(options.part.string() + ": no way for a cut from the " +
                       (options.isFromGreatest ? "greatest " : "least ") + axisNames.at(options.axis) +
-                      " with the surface's normal along " + axisNames.at(options.normalAxis) + " there");
+                      " with the surface's normal along +" + axisNames.at(options.normalAxis) + " there");
     }
 }
 

@@ -70,7 +70,7 @@ void Demonstration::makePart() {
     Stopwatch const watch;
     auto const path = directory / "blade.obj";
     PartMesh const part = measuredBlade({});
-    writePart(part, path);
+    writeFaces(part, path);
     addRow("make part", watch.seconds(),
            std::to_string(part.points.size()) + " points, " + std::to_string(part.faces.size()) +
                " triangles");

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <system_error>
 
@@ -52,6 +53,20 @@ WorkingDirectory::WorkingDirectory(std::filesystem::path const& path)
 WorkingDirectory::~WorkingDirectory() {
     std::error_code ignored;
     std::filesystem::current_path(former, ignored);
+}
+
+TemporaryDirectory::TemporaryDirectory() {
+    std::string name = (std::filesystem::temp_directory_path() / "cscan-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) {
+        std::string const reason = std::generic_category().message(errno);
+        throw Failure(name + ": cannot be made (" + reason + ")");
+    }
+    path = name;
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
 }
 
 } // namespace cscan

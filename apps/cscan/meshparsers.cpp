@@ -1,3 +1,4 @@
+#include "apps/cscan/arguments.h"
 #include "apps/cscan/commandparsers.h"
 
 #include <CLI/CLI.hpp>
@@ -7,13 +8,26 @@ namespace cscan {
 
 namespace {
 
+/// Covering a hole costs the cube of its sides; more are taken for a mistake.
+constexpr unsigned long largestHole = 1000;
+
 Command addReconstruct(CLI::App& app) {
-    auto const options = std::make_shared<ReconstructOptions>();
+    struct Raw {
+        ReconstructOptions options;
+        RawRepair repair;
+    };
+
+    auto const raw = std::make_shared<Raw>();
     CLI::App* const reconstruct =
         app.add_subcommand("reconstruct", "Build a triangle mesh through a cloud of points");
-    reconstruct->add_option("CLOUD", options->cloud, "Points of the part, an .xyz file")->required();
-    reconstruct->add_option("OUT", options->part, "Mesh to write, an OBJ file")->required();
-    return {reconstruct, [options] { return *options; }};
+    reconstruct->add_option("CLOUD", raw->options.cloud, "Points of the part, an .xyz file")->required();
+    reconstruct->add_option("OUT", raw->options.part, "Mesh to write, an OBJ file")->required();
+    addRepairOptions(*reconstruct, raw->repair);
+    return {reconstruct, [raw] {
+                ReconstructOptions options = raw->options;
+                options.repair = checkedRepair(raw->repair);
+                return options;
+            }};
 }
 
 unsigned long axisOf(std::string const& name) {
@@ -44,8 +58,8 @@ Command addCut(CLI::App& app) {
         ->required();
     cut->add_option(
            "--across", raw->across,
-           "The axis along the surface's normal at the start, into or out of the part: the cut keeps "
-           "to the plane of both axes")
+           "The axis along which the surface's normal points at the start, to its positive side: the cut "
+           "keeps to the plane of both axes")
         ->check(axes)
         ->required();
     return {cut, [raw] {
@@ -58,6 +72,26 @@ Command addCut(CLI::App& app) {
 }
 
 } // namespace
+
+void addRepairOptions(CLI::App& app, RawRepair& raw) {
+    app.add_option("--max-side", raw.longestSide,
+                   "Of a cloud: leave out triangles with a side longer than this, which bridge gaps")
+        ->type_name("L");
+    app.add_option("--fill-holes", raw.largestHole,
+                   "Of a cloud: close holes of at most so many sides; 3 if it is not given")
+        ->type_name("N");
+}
+
+RepairOptions checkedRepair(RawRepair const& raw) {
+    RepairOptions options;
+    if (!raw.longestSide.empty()) {
+        options.longestSide = positiveNumberFor("--max-side", raw.longestSide);
+    }
+    if (!raw.largestHole.empty()) {
+        options.largestHole = wholeNumberFor("--fill-holes", raw.largestHole, 0, largestHole);
+    }
+    return options;
+}
 
 std::vector<Command> addMeshCommands(CLI::App& app) {
     return {addReconstruct(app), addCut(app)};

@@ -5,6 +5,7 @@
 #include "apps/cscan/names.h"
 #include "apps/cscan/raster.h"
 #include "apps/cscan/scanplane.h"
+#include "apps/cscan/surfacerepair.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -24,6 +25,7 @@ struct PrepareOptions {
     std::filesystem::path part;
     std::filesystem::path grid;
     double quadArea = 0.0;
+    RepairOptions repair; ///< of the surface through a cloud
     FlatteningMode mode = FlatteningMode::Developable;
     std::optional<std::filesystem::path> flat;
     unsigned long extensionPasses = 0; ///< invented rows of nodes around the part
@@ -74,6 +76,7 @@ struct SelftestOptions {
 struct ReconstructOptions {
     std::filesystem::path cloud;
     std::filesystem::path part;
+    RepairOptions repair;
 };
 
 struct CutOptions {

@@ -43,25 +43,35 @@ void requireBearableGrid(Mesh const& mesh, PrepareOptions const& options) {
     }
 }
 
-void loadPart(Mesh& mesh, std::filesystem::path const& path, std::ostream& output, ProgressDisplay& display) {
+/// Hands the surface over in a file, the library's only way for triangles that are there already.
+RepairReport loadCloud(Mesh& mesh, PrepareOptions const& options) {
+    auto const [surface, repair] = reconstructFrom(options.part, options.repair);
+    TemporaryDirectory const directory;
+    auto const path = directory / (options.part.stem().string() + ".obj");
+    writeFaces(surface, path);
+    loadObj(mesh, path);
+    return repair;
+}
+
+void loadPart(Mesh& mesh, PrepareOptions const& options, std::ostream& output, ProgressDisplay& display) {
+    auto const& path = options.part;
     Stopwatch const watch;
+    std::optional<RepairReport> repair;
     if (isCloudFile(path)) {
         display.setMessage("Reconstructing...");
-        loadCloud(mesh, path);
+        repair = loadCloud(mesh, options);
     } else {
         loadObj(mesh, path);
     }
     double const seconds = watch.seconds();
     display.clear();
     auto const triangles = trianglesOf(mesh);
-    std::size_t const looseCount = looseVertexCount(mesh, triangles);
-    if (looseCount > 0) {
-        throw Failure(path.string() + ": no triangle reaches " + counted(looseCount, "point", "points") +
-                      "; reconstruct to an OBJ file first, which leaves such points out");
-    }
     auto const loops = boundaryLoopsOf(triangles);
     output << path.string() << '\n';
     printItem(output, "load time", secondsText(seconds));
+    if (repair) {
+        printRepair(output, *repair);
+    }
     printMesh(output, mesh, triangles, loops);
     output << std::flush;
     if (loops.empty()) {
@@ -108,7 +118,7 @@ void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDis
     requireOutputs(options);
     Mesh mesh;
     mesh.setProgressListener(&display);
-    loadPart(mesh, options.part, output, display);
+    loadPart(mesh, options, output, display);
     flattenPart(mesh, options, output, display);
 
     requireBearableGrid(mesh, options);

@@ -14,19 +14,20 @@ void runReconstruct(ReconstructOptions const& options, std::ostream& output, Pro
     requireReadable(options.cloud);
     requireObjOutput(options.part);
     requireNoCutBeside(options.part);
-    Mesh mesh;
-    mesh.setProgressListener(&display);
     display.setMessage("Reconstructing...");
     Stopwatch const watch;
-    loadCloud(mesh, options.cloud);
+    auto const [surface, repair] = reconstructFrom(options.cloud, options.repair);
     double const seconds = watch.seconds();
-    saveObj(mesh, options.part);
+    writeFaces(surface, options.part);
+    Mesh mesh;
+    mesh.setProgressListener(&display);
+    loadObj(mesh, options.part);
     display.clear();
     auto const triangles = trianglesOf(mesh);
     output << options.part.string() << '\n';
     printItem(output, "time", secondsText(seconds));
+    printRepair(output, repair);
     printMesh(output, mesh, triangles, boundaryLoopsOf(triangles));
-    printItem(output, "points left out", std::to_string(looseVertexCount(mesh, triangles)));
 }
 
 } // namespace cscan

@@ -7,22 +7,38 @@
 
 namespace cscan {
 
-void loadCloud(Mesh& mesh, std::filesystem::path const& path) {
+namespace {
+
+FaceMesh surfaceThrough(std::vector<Point> const& points) {
     QELT::Geometry::ThreeDimensional::PointCloud::Cloud cloud;
-    for (Point const& point : readCloudFile(path)) {
+    for (Point const& point : points) {
         cloud.addPoint(point);
     }
-    naming(path.string(), [&] { mesh.construct(cloud); });
+    Mesh mesh;
+    mesh.construct(cloud);
+    return faceMeshOf(mesh);
 }
 
-std::size_t looseVertexCount(Mesh const& mesh, std::vector<Triangle*> const& triangles) {
-    std::vector<bool> isReached(mesh.getNumberOfVertices(), false);
-    for (Triangle const* triangle : triangles) {
-        for (unsigned long corner = 0; corner < 3; ++corner) {
-            isReached[triangle->getAdjacentVertexIndex(corner)] = true;
-        }
+FaceMesh surfaceFromEitherSide(std::vector<Point> points) {
+    try {
+        return surfaceThrough(points);
+    } catch (std::runtime_error const&) {
+        std::reverse(points.begin(), points.end());
+        return surfaceThrough(points);
     }
-    return static_cast<std::size_t>(std::count(isReached.begin(), isReached.end(), false));
+}
+
+} // namespace
+
+Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions const& options) {
+    auto const points = readCloudFile(cloud);
+    Reconstruction result;
+    result.surface = naming(cloud.string(), [&] { return surfaceFromEitherSide(points); });
+    result.repair = repairSurface(result.surface, options);
+    if (result.surface.faces.empty()) {
+        throw Failure(cloud.string() + ": no triangle's sides are all that short");
+    }
+    return result;
 }
 
 } // namespace cscan

@@ -1,16 +1,20 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "apps/cscan/surfacerepair.h"
 
 #include <filesystem>
-#include <vector>
 
 namespace cscan {
 
-/// Builds a surface through the points of a cloud in an empty mesh. Failures name the file.
-void loadCloud(Mesh& mesh, std::filesystem::path const& path);
+/// A surface through the points of a cloud.
+struct Reconstruction {
+    FaceMesh surface;
+    RepairReport repair;
+};
 
-/// How many vertices of a mesh no triangle reaches. An OBJ file leaves them out when it is loaded.
-std::size_t looseVertexCount(Mesh const& mesh, std::vector<Triangle*> const& triangles);
+/// Builds the surface and makes it fit to be flattened. The library starts at the closest pair of points, on
+/// the one side of it that the points' order tells, and fails if no triangle there faces z; then the other
+/// side is tried. Failures name the file.
+Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions const& options);
 
 } // namespace cscan

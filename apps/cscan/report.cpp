@@ -14,6 +14,8 @@ namespace {
 constexpr std::size_t nameColumn = 20;
 constexpr int digits = 6;
 
+constexpr std::size_t mostLoops = 10;
+
 std::string padded(std::string const& text, std::size_t length) {
     return text + std::string(length > text.size() ? length - text.size() : 0, ' ');
 }
@@ -71,14 +73,33 @@ void printMesh(std::ostream& output, Mesh const& mesh, std::vector<Triangle*> co
     printItem(output, "vertices", std::to_string(mesh.getNumberOfVertices()));
     printItem(output, "faces", std::to_string(triangles.size()));
     printItem(output, "boundary loops", std::to_string(loops.size()));
-    for (std::size_t i = 0; i < loops.size(); ++i) {
+    std::size_t const toldCount = std::min(loops.size(), mostLoops);
+    for (std::size_t i = 0; i < toldCount; ++i) {
         printItem(output, "  loop " + std::to_string(i + 1),
                   counted(loops[i].vertices.size(), "edge", "edges") + ", length " +
                       toShortText(loops[i].length, digits));
     }
+    if (toldCount < loops.size()) {
+        printItem(output, "  others",
+                  counted(loops.size() - toldCount, "loop", "loops") + " of length " +
+                      toShortText(loops.back().length, digits) + " to " +
+                      toShortText(loops[toldCount].length, digits));
+    }
     auto const cutCount = mesh.getCutEdgeIndices().first.size();
     if (cutCount > 0) {
         printItem(output, "cut entries", std::to_string(cutCount));
+    }
+}
+
+void printRepair(std::ostream& output, RepairReport const& repair) {
+    printItem(output, "left out",
+              counted(repair.droppedCount, "triangle", "triangles") + ", " +
+                  counted(repair.looseCount, "point", "points"));
+    printItem(output, "holes closed", std::to_string(repair.closedCount));
+    if (repair.handleCount > 0) {
+        printItem(output, "note",
+                  counted(repair.handleCount, "sheet passes", "sheets pass") +
+                      " over another; --max-side leaves out the triangles that bridge gaps");
     }
 }
 

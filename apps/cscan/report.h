@@ -3,6 +3,7 @@
 #include "apps/cscan/gridsummary.h"
 #include "apps/cscan/meshsummary.h"
 #include "apps/cscan/scanner.h"
+#include "apps/cscan/surfacerepair.h"
 
 #include <iosfwd>
 #include <string>
@@ -24,8 +25,10 @@ std::string secondsText(double seconds);
 /// "1 hole", "2 holes"
 std::string counted(std::size_t count, std::string const& singular, std::string const& plural);
 
+/// The longest loops are told one by one.
 void printMesh(std::ostream& output, Mesh const& mesh, std::vector<Triangle*> const& triangles,
                std::vector<BoundaryLoop> const& loops);
+void printRepair(std::ostream& output, RepairReport const& repair);
 void printFlat(std::ostream& output, FlatSummary const& flat);
 void printGrid(std::ostream& output, Grid const& grid, GridSummary const& summary);
 void printScan(std::ostream& output, ScanResult const& result);

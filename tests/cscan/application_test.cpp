@@ -18,7 +18,7 @@ constexpr unsigned around = 150;
 constexpr unsigned rings = 8;
 
 void makePart(ScratchDirectory const& directory) {
-    writePart(measuredBlade({around, rings, 0.003, 7}), directory / "part.obj");
+    writeFaces(measuredBlade({around, rings, 0.003, 7}), directory / "part.obj");
 }
 
 void makeGrid(ScratchDirectory const& directory) {

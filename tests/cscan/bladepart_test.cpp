@@ -52,7 +52,7 @@ TEST(BladePart, usesNoDirectedEdgeTwice) {
 TEST(BladePart, loadsAsOneOutlineAndOneHole) {
     Testing::ScratchDirectory const directory;
     BladeResolution const resolution{150, 10, 0.003, 5};
-    writePart(measuredBlade(resolution), directory / "part.obj");
+    writeFaces(measuredBlade(resolution), directory / "part.obj");
     Mesh mesh;
     loadObj(mesh, directory / "part.obj");
     auto const triangles = trianglesOf(mesh);

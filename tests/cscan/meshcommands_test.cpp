@@ -1,11 +1,13 @@
 // The ways from clouds and tubes to grids, and from grid to grid, through the program.
 
 #include "apps/cscan/gridfile.h"
+#include "apps/cscan/randomnoise.h"
 #include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numbers>
 #include <string>
 
 namespace cscan {
@@ -60,7 +62,7 @@ TEST(MeshCommands, reconstructBuildsAMeshThatCanBePrepared) {
     Outcome const outcome = run(directory, {"reconstruct", "c.xyz", "c.obj"});
     ASSERT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(itemIn(outcome.output, "vertices"), "143");
-    EXPECT_EQ(itemIn(outcome.output, "points left out"), "0");
+    EXPECT_EQ(itemIn(outcome.output, "left out"), "0 triangles, 0 points");
     EXPECT_GT(std::stoul(itemIn(outcome.output, "faces")), 200UL);
     Outcome const prepared =
         run(directory, {"prepare", "c.obj", "c.quads", "--quad-area", "0.25", "--mode", "pinned"});
@@ -111,9 +113,95 @@ TEST(MeshCommands, aCutTubeIsUnrolledWithItsCutBesideIt) {
     EXPECT_GT(std::stoul(itemIn(info, "  cut boundary")), 30UL) << info;
 }
 
+constexpr double bendRadius = 60.0;
+constexpr double tubeRadius = 20.0;
+constexpr double quarterTurn = 0.5 * std::numbers::pi;
+
+/// Of a quarter of a ring: `along` from 0 to 1 from rim to rim, `angle` from 0 on the outside of the bend.
+Point onElbow(double along, double angle, double radius) {
+    double const reach = bendRadius + radius * std::cos(angle);
+    return {bendRadius - reach * std::cos(quarterTurn * along), radius * std::sin(angle),
+            reach * std::sin(quarterTurn * along)};
+}
+
+/// A measured elbow of 10,000 triangles, open at both ends. Its first rim is a little oblique, so that it is
+/// lowest on the inside of the bend, where the normal points along x.
+std::string elbowText() {
+    constexpr int side = 100;
+    constexpr int steps = 50;
+    RandomNoise noise(5);
+    std::string text;
+    for (int k = 0; k <= steps; ++k) {
+        for (int i = 0; i < side; ++i) {
+            double const angle = 2.0 * std::numbers::pi * (i + 0.3 * (k % 2) + 0.4 * noise.even()) / side;
+            double const moved = k == 0 || k == steps ? 0.0 : 0.4 * noise.even();
+            Point const point = onElbow((k + moved) / steps, angle, tubeRadius + 0.01 * noise.bell());
+            double const tilt = k == 0 ? -0.02 * point.getX() : 0.0;
+            text += "v " + std::to_string(point.getX()) + " " + std::to_string(point.getY()) + " " +
+                    std::to_string(point.getZ() + tilt) + "\n";
+        }
+    }
+    for (int k = 0; k < steps; ++k) {
+        for (int i = 0; i < side; ++i) {
+            int const a = k * side + i + 1;
+            int const b = k * side + (i + 1) % side + 1;
+            text +=
+                "f " + std::to_string(a) + " " + std::to_string(b + side) + " " + std::to_string(b) + "\n";
+            text += "f " + std::to_string(a) + " " + std::to_string(a + side) + " " +
+                    std::to_string(b + side) + "\n";
+        }
+    }
+    return text;
+}
+
+/// Beams straight down on the elbow from 15 above it, back and forth around the tube.
+std::string beamsOnElbow() {
+    std::string text = "ox,oy,oz,dx,dy,dz\n";
+    for (int k = 0; k < 100; ++k) {
+        for (int i = 0; i < 200; ++i) {
+            double const angle = 2.0 * std::numbers::pi * ((k % 2 == 0 ? i : 199 - i) + 0.37) / 200.0;
+            double const along = (k + 0.5) / 100.0;
+            Point const origin = onElbow(along, angle, tubeRadius + 15.0);
+            Vector const down = onElbow(along, angle, tubeRadius) - origin;
+            for (double const value : std::initializer_list<double>{
+                     origin.getX(), origin.getY(), origin.getZ(), down.getdX(), down.getdY()}) {
+                text += std::to_string(value) + ",";
+            }
+            text += std::to_string(down.getdZ()) + "\n";
+        }
+    }
+    return text;
+}
+
+TEST(MeshCommands, anElbowIsCutUnrolledExtendedAndScannedAllAround) {
+    ScratchDirectory const directory;
+    writeText(directory / "elbow.obj", elbowText());
+    writeText(directory / "beams.csv", beamsOnElbow());
+    Outcome const cut =
+        run(directory, {"cut", "elbow.obj", "slit.obj", "--metric", "min", "--axis", "z", "--across", "x"});
+    ASSERT_EQ(cut.status, 0) << cut.errors;
+    EXPECT_EQ(itemIn(cut.output, "faces"), "10000");
+    EXPECT_EQ(itemIn(cut.output, "boundary loops"), "1");
+    EXPECT_EQ(itemIn(cut.output, "cut entries"), "51");
+    Outcome const prepared = run(directory, {"prepare", "slit.obj", "elbow.quads", "--quad-area", "1",
+                                             "--extend", "5", "--smooth", "3"});
+    ASSERT_EQ(prepared.status, 0) << prepared.errors;
+    EXPECT_EQ(itemIn(prepared.output, "flipped triangles"), "0");
+    // The elbow's surface measures 2 pi 20 by a quarter of 2 pi 60, and five quads more at each rim.
+    EXPECT_NEAR(std::stod(itemIn(prepared.output, "valid quads")), 11844.0 + 2.0 * 5.0 * 126.0, 1200.0);
+    Outcome const scanned = run(
+        directory, {"scan", "elbow.quads", "--beams", "beams.csv", "--csv", "hits.csv", "--image", "elbow"});
+    ASSERT_EQ(scanned.status, 0) << scanned.errors;
+    EXPECT_GT(std::stod(itemIn(scanned.output, "hit rate")), 98.0);
+    EXPECT_EQ(itemIn(scanned.output, "from behind"), "");
+    std::string const distances = itemIn(scanned.output, "distance");
+    EXPECT_NEAR(std::stod(distances.substr(distances.find("mean ") + 5)), 15.0, 0.05) << distances;
+}
+
 TEST(MeshCommands, sayInOneLineWhatIsWrong) {
     ScratchDirectory const directory;
     writeText(directory / "line.xyz", "0 0 0\n1 0 0\n");
+    writeText(directory / "triangle.xyz", "0 0 0\n1 0 0\n0 1 0\n");
     writeText(directory / "tube.obj", tubeText());
     writeText(directory / "old.obj\\old_cut_indices.txt", "1 2\n");
     writeText(directory / "closed.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\n"
@@ -129,7 +217,14 @@ TEST(MeshCommands, sayInOneLineWhatIsWrong) {
         {{"cut", "closed.obj", "o.obj", "--metric", "min", "--axis", "x", "--across", "y"},
          "closed.obj: the mesh is closed; a cut leads from rim to rim"},
         {{"cut", "tube.obj", "o.obj", "--metric", "max", "--axis", "z", "--across", "z"},
-         "tube.obj: no way for a cut from the greatest z with the surface's normal along z there"},
+         "tube.obj: no way for a cut from the greatest z with the surface's normal along +z there"},
+        {{"reconstruct", "line.xyz", "o.obj", "--max-side", "0"}, "--max-side: '0' is not above zero"},
+        {{"reconstruct", "line.xyz", "o.obj", "--fill-holes", "1001"},
+         "--fill-holes: '1001' is not between 0 and 1000"},
+        {{"reconstruct", "triangle.xyz", "o.obj", "--max-side", "1.2"},
+         "triangle.xyz: no triangle's sides are all that short"},
+        {{"prepare", "tube.obj", "o.quads", "--quad-area", "1", "--fill-holes", "4"},
+         "prepare: --max-side and --fill-holes are for clouds"},
     };
     for (Mistake const& mistake : mistakes) {
         expectComplaint(directory, mistake);

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "apps/cscan/names.h"
+
+#include <array>
+#include <filesystem>
+#include <vector>
+
+namespace cscan {
+
+/// The corners of a triangle, counter-clockwise seen from outside.
+using Face = std::array<unsigned, 3>;
+
+/// Points and the triangles between them, as files hold them.
+struct FaceMesh {
+    std::vector<Point> points;
+    std::vector<Face> faces;
+};
+
+FaceMesh faceMeshOf(Mesh const& mesh);
+
+/// Takes out the points that no face touches and tells how many there were.
+std::size_t dropLoosePoints(FaceMesh& mesh);
+
+/// Writes an OBJ file that reads back as the same points and faces. Failures name the file.
+void writeFaces(FaceMesh const& mesh, std::filesystem::path const& path);
+
+} // namespace cscan
