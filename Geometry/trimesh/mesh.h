@@ -98,8 +98,11 @@ public:
     /// two points on, always the waiting triangle of the smallest circumradius is built next. A point forms
     /// triangles with its 64 nearest others only, or with as many as there are, and uses each such link once.
     /// Vertex i is point i, also when no triangle reaches it; normals are not computed, and sides still open
-    /// when all points are reached stay open. The first triangle faces up, towards +z. Time grows with the
-    /// square of the number of points, memory with the number.
+    /// when all points are reached stay open. Where the front meets itself, sheets may touch in a point alone
+    /// or pass over each other; `conformalMap` refuses the former. The first triangle faces up, towards +z,
+    /// and stands on the left of its closest pair, lower index first: on a rim there may be no point there,
+    /// and the points in reverse order then do. Time grows with the square of the number of points, memory
+    /// with the number.
     /// \throws std::runtime_error "Cannot add floating triangle" if no first triangle can be made.
     void construct(PointCloud::Cloud const& cloud);
 

@@ -54,7 +54,8 @@ Command addNeighbours(CLI::App& app) {
     };
 
     auto const raw = std::make_shared<Raw>();
-    CLI::App* const neighbours = app.add_subcommand("neighbours", "Find the points of a cloud near a place");
+    CLI::App* const neighbours = app.add_subcommand(
+        "neighbours", "Find points of a cloud near a place; the search may miss some of the nearest");
     neighbours->add_option("CLOUD", raw->options.cloud, "Points, an .xyz file")->required();
     neighbours->add_option("--at", raw->place, "The place")->type_name("X,Y,Z")->required();
     neighbours->add_option("-k", raw->count, "How many points")->type_name("K")->capture_default_str();

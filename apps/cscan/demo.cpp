@@ -188,7 +188,7 @@ void Demonstration::drawFootprint() {
     beam.axisB = along.cross(beam.axisA);
     beam.cotangent = 1.0 / std::tan(Utility::degToRad(10.0));
     beam.apertureRadius = 3.0;
-    Footprint const footprint = footprintOf(reloaded, beam);
+    Footprint const footprint = naming("footprint", [&] { return footprintOf(reloaded, beam); });
     auto const path = directory / "footprint.png";
     writePng(path, footprintPictureOf(reloaded, beam, footprint, "mm"));
     auto const axis = footprint.ends[0] - footprint.centre;

@@ -38,13 +38,7 @@ void print(std::ostream& output, ParaboloidFit const& fit) {
 
 template <class Cloud, class Fit>
 void fitAndPrint(FitOptions const& options, std::ostream& output, Cloud const& cloud, Fit fit) {
-    auto const result = naming(options.cloud.string(), [&] {
-        try {
-            return fit(cloud);
-        } catch (Failure const& failure) {
-            throw Failure(options.cloud.string() + ": " + failure.what());
-        }
-    });
+    auto const result = naming(options.cloud.string(), [&] { return fit(cloud); });
     FitQuality const& quality = result.quality;
     print(output, result);
     printItem(output, "residual",

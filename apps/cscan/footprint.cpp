@@ -1,12 +1,12 @@
 #include "apps/cscan/footprint.h"
 
-#include "apps/cscan/failure.h"
 #include "apps/cscan/figure.h"
 #include "apps/cscan/numbers.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <stdexcept>
 
 namespace cscan {
 
@@ -59,12 +59,12 @@ QuadMap distancesFrom(Point const& origin, Grid const& grid) {
 Footprint footprintOf(Grid& grid, SpreadingBeam const& beam) {
     auto const status = grid.getIntersection(beam.origin, beam.axisA.cross(beam.axisB));
     if (!status.getIsValid()) {
-        throw Failure("the beam's axis meets no quad");
+        throw std::runtime_error("the beam's axis meets no quad");
     }
     Footprint footprint;
     footprint.quad = status.getIndices();
     if (!doesMeetPlane(beam, grid.getQuadNormalVector(footprint.quad, true))) {
-        throw Failure("a ray at the beam's rim does not meet the surface");
+        throw std::runtime_error("a ray at the beam's rim does not meet the surface");
     }
     QELT::Geometry::ThreeDimensional::QuadMesh::QuadIndicesEllipseIntersectionInfo info;
     grid.getConeIntersection(beam.origin, beam.axisA, beam.axisB, beam.cotangent, beam.apertureRadius,

@@ -26,8 +26,8 @@ struct Footprint {
     std::array<FlatPoint, 4> ends{}; ///< of the half-axes, in quads as the centre
 };
 
-/// Fails, naming no subject, if the axis meets no quad or if a ray at the rim does not meet the
-/// plane of that quad.
+/// Throws a `std::runtime_error` if the axis meets no quad or if a ray at the rim does not meet the plane of
+/// that quad.
 Footprint footprintOf(Grid& grid, SpreadingBeam const& beam);
 
 /// The closed line around it, in quads.

@@ -17,14 +17,6 @@ std::string pairText(double u, double v) {
     return "(" + toFixedText(u, 3) + ", " + toFixedText(v, 3) + ")";
 }
 
-Footprint find(Grid& grid, FootprintOptions const& options) {
-    try {
-        return footprintOf(grid, options.beam);
-    } catch (Failure const& failure) {
-        throw Failure(options.grid.string() + ": " + failure.what());
-    }
-}
-
 } // namespace
 
 void runFootprint(FootprintOptions const& options, std::ostream& output, ProgressDisplay& display) {
@@ -32,7 +24,8 @@ void runFootprint(FootprintOptions const& options, std::ostream& output, Progres
     requireWritable(options.image);
     Grid grid;
     loadGrid(grid, options.grid);
-    Footprint const footprint = find(grid, options);
+    Footprint const footprint =
+        naming(options.grid.string(), [&] { return footprintOf(grid, options.beam); });
     display.setMessage("Drawing...");
     writePng(options.image, footprintPictureOf(grid, options.beam, footprint, options.unit));
     display.clear();

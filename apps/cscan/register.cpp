@@ -5,24 +5,21 @@
 #include "apps/cscan/report.h"
 
 #include <ostream>
+#include <stdexcept>
 
 namespace cscan {
 
 namespace {
 
-Registration registrationOf(std::vector<PointPair> const& pairs, std::string const& source) {
-    try {
-        switch (pairs.size()) {
-        case 3:
-            return rigidRegistration(pairs);
-        case 4:
-            return affineRegistration(pairs);
-        default:
-            throw Failure("3 pairs of points (a rigid motion) or 4 (an affine map) expected, " +
-                          std::to_string(pairs.size()) + " found");
-        }
-    } catch (Failure const& failure) {
-        throw Failure(source + ": " + failure.what());
+Registration registrationOf(std::vector<PointPair> const& pairs) {
+    switch (pairs.size()) {
+    case 3:
+        return rigidRegistration(pairs);
+    case 4:
+        return affineRegistration(pairs);
+    default:
+        throw std::runtime_error("3 pairs of points (a rigid motion) or 4 (an affine map) expected, " +
+                                 std::to_string(pairs.size()) + " found");
     }
 }
 
@@ -34,7 +31,7 @@ std::string rowText(LinearMap const& map, unsigned long row) {
 
 void runRegister(RegisterOptions const& options, std::ostream& output, ProgressDisplay&) {
     auto const pairs = readPairFile(options.pairs);
-    Registration const registration = registrationOf(pairs, options.pairs.string());
+    Registration const registration = naming(options.pairs.string(), [&] { return registrationOf(pairs); });
     // Where the origin goes is the map's translation about the origin.
     Vector const translation = registration(Point()) - Point();
     printItem(output, "map", pairs.size() == 3 ? "rigid" : "affine");

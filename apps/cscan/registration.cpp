@@ -1,10 +1,9 @@
 #include "apps/cscan/registration.h"
 
-#include "apps/cscan/failure.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <stdexcept>
 
 namespace cscan {
 
@@ -58,7 +57,7 @@ Registration rigidRegistration(std::vector<PointPair> const& pairs) {
     std::array<Point, 3> const sources{pairs.at(0).source, pairs.at(1).source, pairs.at(2).source};
     std::array<Point, 3> const targets{pairs.at(0).target, pairs.at(1).target, pairs.at(2).target};
     if (isLine(sources) || isLine(targets)) {
-        throw Failure("three points on a line leave the motion open");
+        throw std::runtime_error("three points on a line leave the motion open");
     }
     Point const sourceCentre = centroidOf(sources);
     Point const targetCentre = centroidOf(targets);
@@ -76,7 +75,7 @@ Registration rigidRegistration(std::vector<PointPair> const& pairs) {
     result.source = sourceCentre;
     result.target = targetCentre;
     if (!isFinite(result.map)) {
-        throw Failure("the registration came to no result");
+        throw std::runtime_error("the registration came to no result");
     }
     return result;
 }
@@ -93,7 +92,7 @@ Registration affineRegistration(std::vector<PointPair> const& pairs) {
     result.source = sources[0];
     result.target = targets[0];
     if (!isFinite(result.map)) {
-        throw Failure("four source points in a plane leave the map open");
+        throw std::runtime_error("four source points in a plane leave the map open");
     }
     return result;
 }

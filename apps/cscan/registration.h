@@ -21,7 +21,8 @@ struct Registration {
 };
 
 /// The rigid motion that takes three points closest to three others, and the affine map that takes four to
-/// four. Points on a place or a plane that leave the map open are a failure without a subject.
+/// four. Points on a place or a plane that leave the map open are a
+/// `std::runtime_error`.
 Registration rigidRegistration(std::vector<PointPair> const& pairs);
 Registration affineRegistration(std::vector<PointPair> const& pairs);
 

@@ -1,9 +1,8 @@
 #include "apps/cscan/surfacefits.h"
 
-#include "apps/cscan/failure.h"
-
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 
 namespace cscan {
 
@@ -52,7 +51,7 @@ Frame unitFrame(std::vector<Point> const& points, Point const& origin) {
     }
     double const scale = std::sqrt(static_cast<double>(points.size()) / sum);
     if (!std::isfinite(scale)) {
-        throw Failure("all points coincide");
+        throw std::runtime_error("all points coincide");
     }
     return {origin, scale};
 }
@@ -77,14 +76,14 @@ std::vector<Point> toFit(Frame const& frame, std::vector<Point> points) {
 
 void requireCount(std::size_t count, std::size_t least) {
     if (count < least) {
-        throw Failure("at least " + std::to_string(least) + " points are needed, " + std::to_string(count) +
-                      " found");
+        throw std::runtime_error("at least " + std::to_string(least) + " points are needed, " +
+                                 std::to_string(count) + " found");
     }
 }
 
 void requireResult(double figure) {
     if (!std::isfinite(figure)) {
-        throw Failure("the fit came to no result");
+        throw std::runtime_error("the fit came to no result");
     }
 }
 

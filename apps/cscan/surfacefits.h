@@ -40,10 +40,10 @@ struct ParaboloidFit {
     FitQuality quality;
 };
 
-/// At least four points; a failure without a subject if the points have no sphere.
+/// At least four points; a `std::runtime_error` if the points have no sphere.
 SphereFit fitSphere(std::vector<Point> const& points);
 
-/// At least three points with normals; a failure without a subject if nothing comes out.
+/// At least three points with normals; a `std::runtime_error` if nothing comes out.
 CylinderFit fitCylinder(OrientedCloud const& cloud);
 
 /// Starts at the first point as vertex, with the z axis as normal; the second point gives the start's
