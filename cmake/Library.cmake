@@ -9,6 +9,7 @@ set(qelt_internal_headers
     Geometry/fitting/cylinderfitfunction.h
     Geometry/fitting/realvaluedvectorfunction.h
     Geometry/groups/bestintersection.h
+    Geometry/groups/lengthcheck.h
     Geometry/linearalgebra/compactrows.h
     Geometry/linearalgebra/normalequations.h
     Geometry/quadmesh/quadfileheader.h

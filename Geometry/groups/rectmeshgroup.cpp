@@ -1,8 +1,7 @@
 #include "Geometry/groups/rectmeshgroup.h"
 
 #include "Geometry/groups/bestintersection.h"
-
-#include <stdexcept>
+#include "Geometry/groups/lengthcheck.h"
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -13,12 +12,6 @@ using UVBox = TwoDimensional::BoundingBoxAA<int>;
 UVBox getPlacedBox(TwoDimensional::Vector<int> const& offset, unsigned long extentU, unsigned long extentV) {
     return {TwoDimensional::Point<int>() + offset,
             {static_cast<int>(toUInt32(extentU)), static_cast<int>(toUInt32(extentV))}};
-}
-
-void checkLength(std::size_t length, std::size_t wanted, char const* message) {
-    if (length != wanted) {
-        throw std::runtime_error(message);
-    }
 }
 
 } // namespace

@@ -1,20 +1,13 @@
 #include "Geometry/groups/rectmeshgroups.h"
 
 #include "Geometry/groups/bestintersection.h"
-
-#include <stdexcept>
+#include "Geometry/groups/lengthcheck.h"
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 namespace {
 
 constexpr double areaBeyondAll = 1e20;
-
-void checkLength(std::size_t length, std::size_t wanted, char const* message) {
-    if (length != wanted) {
-        throw std::runtime_error(message);
-    }
-}
 
 } // namespace
 
