@@ -17,6 +17,7 @@ set(qelt_internal_headers
     Geometry/trimesh/boundaryloops.h
     Geometry/trimesh/facestitcher.h
     Geometry/trimesh/minheap.h
+    Geometry/trimesh/nearestpoints.h
     Geometry/trimesh/sharpestturns.h
     Geometry/trimesh/textscanner.h
     Geometry/trimesh/trianglearena.h)

@@ -101,8 +101,8 @@ public:
     /// when all points are reached stay open. Where the front meets itself, sheets may touch in a point alone
     /// or pass over each other; `conformalMap` refuses the former. The first triangle faces up, towards +z,
     /// and stands on the left of its closest pair, lower index first: on a rim there may be no point there,
-    /// and the points in reverse order then do. Time grows with the square of the number of points, memory
-    /// with the number.
+    /// and the points in reverse order then do. Time grows a little faster than the number of points,
+    /// but with its square where many distances are equal, as on a lattice; memory grows with the number.
     /// \throws std::runtime_error "Cannot add floating triangle" if no first triangle can be made.
     void construct(PointCloud::Cloud const& cloud);
 

@@ -3,9 +3,12 @@
 #include "Geometry/trimesh/map.h"
 #include "Geometry/trimesh/mesh.h"
 #include "Geometry/trimesh/minheap.h"
+#include "Geometry/trimesh/nearestpoints.h"
 #include "Geometry/trimesh/trianglearena.h"
 
 #include <algorithm>
+#include <cmath>
+#include <optional>
 #include <stdexcept>
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
@@ -26,6 +29,65 @@ using Candidate = Map<Map<Map<Edge, bool>, int>, double>;
 [[noreturn]] void throwNoSeed() {
     throw std::runtime_error("Cannot add floating triangle");
 }
+
+bool isFinite(Point const& point) {
+    return std::isfinite(point.getX()) && std::isfinite(point.getY()) && std::isfinite(point.getZ());
+}
+
+/// The nearest others of a vertex in the order in which a heap over all others gives them. Which of equally
+/// near ones comes first is a matter of that heap's moves; where no two are equally near there is but one
+/// order, which is found without looking at all others.
+class NeighbourOrder {
+public:
+    explicit NeighbourOrder(std::vector<Vertex> const& vertices) {
+        for (Vertex const& vertex : vertices) {
+            points.push_back(vertex.getPoint3D());
+        }
+        if (std::all_of(points.begin(), points.end(), isFinite)) {
+            search.emplace(points);
+        }
+    }
+
+    /// Valid until the next call.
+    std::vector<Neighbour> const& nearestOf(std::uint32_t i) {
+        nearest.clear();
+        if (!search || !findDistinct(i)) {
+            askHeap(i);
+        }
+        return nearest;
+    }
+
+private:
+    std::vector<Point> points;
+    std::optional<NearestPoints> search; ///< if all coordinates are finite
+    MinHeap<Neighbour> heap;
+    std::vector<Neighbour> nearest;
+
+    /// One more than wanted is asked for: it tells whether the last wanted one has an equal.
+    bool findDistinct(std::uint32_t i) {
+        auto const& found = search->find(i, numberOfNeighbours + 1);
+        auto const isTie = [](auto const& a, auto const& b) { return a.first == b.first; };
+        if (std::adjacent_find(found.begin(), found.end(), isTie) != found.end()) {
+            return false;
+        }
+        for (std::size_t k = 0; k < found.size() && k < numberOfNeighbours; ++k) {
+            nearest.emplace_back(found[k].second, found[k].first);
+        }
+        return true;
+    }
+
+    void askHeap(std::uint32_t i) {
+        heap.clear();
+        for (std::uint32_t j = 0; j < toUInt32(points.size()); ++j) {
+            if (j != i && points[i] != points[j]) {
+                heap.push(Neighbour(j, points[i].dSqr(points[j])));
+            }
+        }
+        while (!heap.getIsEmpty() && nearest.size() < numberOfNeighbours) {
+            nearest.push_back(heap.pop());
+        }
+    }
+};
 
 } // namespace
 
@@ -131,24 +193,15 @@ void Mesh::construct(PointCloud::Cloud const& cloud) {
     }
 }
 
-/// Finds each point's nearest others, by a heap over all of them; coincident points do not count.
+/// Finds each point's nearest others; coincident points do not count.
 Mesh::NeighbourLinks Mesh::linkNeighbours() const {
     NeighbourLinks links;
     double best = beyondAllDistances;
-    MinHeap<Neighbour> heap;
+    NeighbourOrder order(vertices);
     std::uint32_t const numberOfPoints = toUInt32(vertices.size());
     links.nearest.resize(numberOfPoints);
     for (std::uint32_t i = 0; i < numberOfPoints; ++i) {
-        heap.clear();
-        Point const& point = vertices[i].getPoint3D();
-        for (std::uint32_t j = 0; j < numberOfPoints; ++j) {
-            Point const& other = vertices[j].getPoint3D();
-            if (j != i && point != other) {
-                heap.push(Neighbour(j, point.dSqr(other)));
-            }
-        }
-        while (!heap.getIsEmpty() && links.nearest[i].size() < numberOfNeighbours) {
-            Neighbour const neighbour = heap.pop();
+        for (Neighbour const& neighbour : order.nearestOf(i)) {
             links.nearest[i].push_back(neighbour.gets());
             if (best > neighbour.gett()) {
                 best = neighbour.gett();

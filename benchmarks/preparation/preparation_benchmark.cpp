@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -112,9 +113,39 @@ void resample(benchmark::State& state) {
                             static_cast<std::int64_t>(extents.getdU() * extents.getdV()));
 }
 
+/// A cloud of points anywhere on the wavy patch, or on a flat lattice, where most distances have equals.
+PointCloud::Cloud makeCloud(int count, bool isLattice) {
+    PointCloud::Cloud cloud;
+    std::mt19937 generator(1);
+    auto const place = [&] { return patchSize * static_cast<double>(generator()) / 4294967296.0; };
+    int const side = static_cast<int>(std::lround(std::sqrt(count)));
+    for (int i = count - 1; i >= 0; --i) { // backwards, so that the first pair has points on its left
+        double const x = isLattice ? patchSize * (i % side) / side : place();
+        double const y = isLattice ? patchSize * (i / side) / side : place();
+        cloud.addPoint(Point(x, y, isLattice ? 0.0 : 5.0 * std::sin(0.07 * x) * std::cos(0.05 * y)));
+    }
+    return cloud;
+}
+
+void reconstruct(benchmark::State& state, bool isLattice) {
+    PointCloud::Cloud const cloud = makeCloud(static_cast<int>(state.range(0)), isLattice);
+    for (auto _ : state) {
+        TriMesh::Mesh mesh;
+        mesh.construct(cloud);
+        benchmark::DoNotOptimize(mesh.getNumberOfVertices());
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 } // namespace
 
 BENCHMARK(load)->Arg(50)->Arg(200)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(flatten, pinned, true)->Arg(30)->Arg(70)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(flatten, developable, false)->Arg(33)->Arg(70)->Unit(benchmark::kMillisecond);
 BENCHMARK(resample)->Arg(70)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(reconstruct, scattered, false)
+    ->Arg(2500)
+    ->Arg(10000)
+    ->Arg(40000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(reconstruct, lattice, true)->Arg(2500)->Arg(10000)->Unit(benchmark::kMillisecond);
