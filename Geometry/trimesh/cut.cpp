@@ -53,9 +53,23 @@ Edge Mesh::getFirstSpoke(std::uint32_t v, bool isOnBoundary) const {
     return edge;
 }
 
+/// Whether the edge starts in the fan that its vertex is listed with. A cut divides that fan, also where
+/// others touch it in the vertex.
+bool Mesh::getIsSpokeOfListedFan(Edge const& edge, bool isOnBoundary) const {
+    Edge const first = getFirstSpoke(toUInt32(edge.org()), isOnBoundary);
+    Edge spoke = first;
+    do {
+        if (spoke == edge) {
+            return true;
+        }
+        spoke = spoke.onext();
+    } while (spoke.triangle != nullptr && spoke != first);
+    return false;
+}
+
 /// Finds edges from the start to another boundary vertex, each ending as near as can be to the plane through
-/// the start. False if the path gets stuck, runs into itself or along the boundary, or if an edge ends
-/// exactly on the plane.
+/// the start. False if the path gets stuck, runs into itself or along the boundary, if an edge ends exactly
+/// on the plane, or if one leads into a lesser fan of its end.
 bool Mesh::findCutPath(std::uint32_t start, Vector const& planeNormal, std::vector<Edge>& path) const {
     Point const origin = vertices[start].getPoint3D();
     std::vector<bool> isOnPath(vertices.size(), false);
@@ -88,6 +102,9 @@ bool Mesh::findCutPath(std::uint32_t start, Vector const& planeNormal, std::vect
         }
         normal = chosen.N();
         isOnBoundary = getIsBoundaryVertex(current);
+        if (!getIsSpokeOfListedFan(chosen.rot(), isOnBoundary)) {
+            return false;
+        }
         path.push_back(chosen);
     } while (!isOnBoundary);
     return true;

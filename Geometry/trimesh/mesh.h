@@ -102,33 +102,36 @@ public:
     /// or pass over each other; `conformalMap` refuses the former. The first triangle faces up, towards +z,
     /// and stands on the left of its closest pair, lower index first: on a rim there may be no point there,
     /// and the points in reverse order then do. Time grows a little faster than the number of points,
-    /// but with its square where many distances are equal, as on a lattice; memory grows with the number.
+    /// but with its square where many distances are equal, as on a lattice; memory grows with the number. The
+    /// file name and the cut of an earlier mesh stay.
     /// \throws std::runtime_error "Cannot add floating triangle" if no first triangle can be made.
     void construct(PointCloud::Cloud const& cloud);
 
     /// The four corners of the longest boundary loop, by how sharply it turns and how far they lie apart,
     /// into `corners[0]` to `corners[3]`. The first and the third are the ends of the longest diagonal. A
-    /// loop without a turn of more than 80 degrees gives its first four vertices; a mesh without boundary
-    /// leaves `corners` as they are.
+    /// loop without a turn of more than 80 degrees gives its first four vertices, over again if it has fewer;
+    /// of more than 1024 such turns only the sharpest count. A mesh without boundary leaves `corners` as they
+    /// are.
     void getCorners(Point* corners) const;
 
     /// Slits the mesh along edges, from the boundary vertex with the least or greatest coordinate `axis` to
     /// another boundary, as straight as edges allow in the plane through that vertex along both axes. Meant
     /// for tubes, before they are flattened:
     ///
-    ///          start (metric Maximum, axis z)        z
-    ///        .--*--.                                 |
-    ///       (   |   ) --> normal, perpendicularAxis  '--- x
-    ///       |   |   |     of the tube x
-    ///       (   |   )
-    ///        '--*--'
+    ///        .-----.                           z
+    ///       (       * start: Maximum along z   |
+    ///       |       |                          '--- x
+    ///       |       |--> normal: perpendicularAxis x
+    ///       |       |
+    ///       (       * end
+    ///        '-----'
     ///
     /// `perpendicularAxis` is thus the axis along which the surface's normal points at the start, outward and
     /// to the axis's positive side, and not one across the surface. True when the mesh was cut: the vertices
     /// of the path have then been doubled, the twins on its left getting new indices, and the pairs are kept
     /// as the cut. False, with the mesh as it was and no cut, if there is no boundary, if the path finds no
-    /// edge that leads on, meets itself or runs along the boundary, or if one of its edges ends exactly on
-    /// the plane.
+    /// edge that leads on, meets itself or runs along the boundary, if one of its edges ends exactly on the
+    /// plane, or if one ends where sheets touch in a point alone, in another sheet than the first.
     bool makeCut(CutMetric metric, unsigned long axis, unsigned long perpendicularAxis);
 
     /// Gives every vertex its place in the plane by a least-squares conformal map: the discrete harmonic map
@@ -251,7 +254,6 @@ private:
     bool getMinrTSqr(unsigned long a, unsigned long b, std::vector<std::vector<std::uint32_t>>& nearest,
                      std::vector<std::uint32_t>& counts, Vector const& normal, unsigned long* apex,
                      double* rTSqr, bool* apexWasFloating) const;
-    bool getIsBesideFront(unsigned long a, unsigned long b, unsigned long w) const;
     unsigned long getEndOfLastSpoke(unsigned long v) const;
     static void removeEdgeFromIndices(unsigned long a, unsigned long b,
                                       std::vector<std::vector<std::uint32_t>>& nearest,
@@ -266,6 +268,7 @@ private:
 
     bool findExtremeBoundaryVertex(CutMetric metric, unsigned long axis, std::uint32_t& extreme) const;
     Edge getFirstSpoke(std::uint32_t v, bool isOnBoundary) const;
+    bool getIsSpokeOfListedFan(Edge const& edge, bool isOnBoundary) const;
     bool findCutPath(std::uint32_t start, Vector const& planeNormal, std::vector<Edge>& path) const;
     void slit(std::vector<Edge> const& path);
     std::uint32_t splitVertex(std::uint32_t v, Edge const& edge, Triangle* other);

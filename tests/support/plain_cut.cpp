@@ -71,6 +71,18 @@ private:
         return e;
     }
 
+    /// Looks for the triangle among those that are reached from the vertex's first listed one.
+    bool isInListedFan(std::uint32_t v, bool onBoundary, int triangleNumber) const {
+        PlainEdge const first = firstSpoke(v, onBoundary);
+        bool isFound = false;
+        PlainEdge w = first;
+        do {
+            isFound = isFound || w.triangle == triangleNumber;
+            w = mesh.onext(w);
+        } while (w != first && w.triangle != PlainMesh::none);
+        return isFound;
+    }
+
     PlainCutOutcome findPath() {
         Vector normal = unitNormal(firstSpoke(start, true));
         Point const origin = position(start);
@@ -106,6 +118,9 @@ private:
             visited.push_back(next);
             normal = unitNormal(chosen);
             onBoundary = mesh.isBoundaryVertex(next);
+            if (!isInListedFan(next, onBoundary, chosen.triangle)) {
+                return PlainCutOutcome::entersOtherFan;
+            }
             path.push_back(chosen);
         } while (!onBoundary);
         return PlainCutOutcome::cut;

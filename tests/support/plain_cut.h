@@ -15,6 +15,7 @@ enum class PlainCutOutcome {
     noSpoke,
     alongBoundary,
     meetsItself,
+    entersOtherFan,
 };
 
 /// Slits the mesh from the extreme boundary vertex along `axis` to another one. Unless it is cut, the mesh is

@@ -16,6 +16,7 @@
 #include <map>
 #include <memory>
 #include <numbers>
+#include <random>
 #include <set>
 #include <string>
 #include <vector>
@@ -57,6 +58,24 @@ Soup makeElbow(std::uint32_t segments, std::uint32_t rings, double bendRadius) {
     return soup;
 }
 
+/// A curved sheet that meets itself: vertex 3 has two fans that touch in it alone.
+Soup makePinchedSheet() {
+    Soup soup;
+    soup.points = {
+        {0.990653, -0.136403, 1.446930}, {-0.087043, 0.996205, 1.002241}, {0.855114, 0.518440, 0.144102},
+        {0.995007, 0.099801, 0.999765},  {0.679038, -0.734103, 1.607478}, {0.903561, -0.428460, 1.862412},
+        {-0.078984, 0.996876, 0.049798}, {0.459285, 0.888289, 1.096980},  {0.348441, 0.937331, 0.935506},
+        {0.807263, 0.590192, 0.409698},  {0.953451, -0.301548, 0.954802}, {0.965240, -0.261365, 0.627989},
+        {0.428183, 0.903692, 1.145251},  {0.624184, 0.781277, 0.552098},  {0.865476, 0.500951, 0.905686},
+        {-0.204139, 0.978942, 0.740702}, {0.996256, -0.086454, 1.812847}, {-0.311043, 0.950396, 0.844748},
+        {-0.057370, 0.998353, 0.829772}};
+    soup.faces = {{7, 12, 8},  {8, 12, 1},  {8, 1, 18}, {18, 1, 17}, {18, 17, 15}, {7, 8, 13},
+                  {6, 18, 15}, {18, 6, 13}, {4, 5, 0},  {0, 5, 16},  {4, 0, 10},   {10, 0, 3},
+                  {10, 3, 11}, {11, 3, 9},  {9, 3, 14}, {14, 13, 9}, {9, 13, 2},   {13, 3, 7},
+                  {7, 14, 12}, {6, 2, 13},  {3, 0, 14}, {16, 14, 0}, {14, 16, 12}};
+    return soup;
+}
+
 Soup makeNoisyTube() {
     return withNoise(makeSlantedTube(16, 12), 0.02, 1);
 }
@@ -80,6 +99,18 @@ struct CutCounts {
     std::map<PlainCutOutcome, int> of;
 };
 
+/// Walks around a vertex start from the triangle that it is listed with first.
+void expectSoundLists(Mesh const& mesh) {
+    for (std::uint32_t v = 0; v < mesh.getNumberOfVertices(); ++v) {
+        Triangle const* const listed = mesh.vertexTriangles[v].front();
+        if (listed != nullptr) {
+            EXPECT_TRUE(listed->getAdjacentVertexIndex(0) == v || listed->getAdjacentVertexIndex(1) == v ||
+                        listed->getAdjacentVertexIndex(2) == v)
+                << v;
+        }
+    }
+}
+
 /// Cuts both ways and compares everything that a mesh holds.
 PlainCutOutcome expectPlainCut(Mesh& mesh, CutMetric metric, unsigned long axis,
                                unsigned long perpendicular) {
@@ -88,6 +119,7 @@ PlainCutOutcome expectPlainCut(Mesh& mesh, CutMetric metric, unsigned long axis,
                                                  static_cast<std::uint32_t>(perpendicular));
     EXPECT_EQ(mesh.makeCut(metric, axis, perpendicular), outcome == PlainCutOutcome::cut);
     EXPECT_EQ(describe(mesh), describe(plain));
+    expectSoundLists(mesh);
     return outcome;
 }
 
@@ -570,6 +602,47 @@ TEST(Cut, ACutTubeThatWasSavedAndLoadedIsMarkedAlike) {
         loaded.cutEdgeIndices.second.pop_back();
         expectMarksOnBothLips(loaded, doPin);
     }
+}
+
+TEST(Cut, APathThatEndsInAFanWhichTouchesTheRestInAPointAloneIsNone) {
+    auto const mesh = makeMesh(makePinchedSheet());
+    std::string const before = describe(*mesh);
+    EXPECT_EQ(expectPlainCut(*mesh, Maximum, 0, 2), PlainCutOutcome::entersOtherFan);
+    EXPECT_EQ(describe(*mesh), before);
+    std::array<Point, 4> corners;
+    mesh->getCorners(corners.data());
+}
+
+/// Scattered points of a bent sheet; a front that advances over them meets itself here and there.
+Cloud makeScatteredBend(std::uint32_t seed) {
+    std::mt19937 generator(seed);
+    auto const draw = [&] { return static_cast<double>(generator()) / 4294967296.0; };
+    Cloud cloud;
+    for (int i = 0; i < 60; ++i) {
+        double const angle = 2.0 * draw();
+        double const radius = 1.0 + 0.05 * draw();
+        cloud.addPoint(Point(radius * std::cos(angle), 1.5 * draw(), radius * std::sin(angle)));
+    }
+    return cloud;
+}
+
+TEST(Cut, SurfacesThatMeetThemselvesAreCutLikeThePlainOnesOrNotAtAll) {
+    CutCounts counts;
+    for (std::uint32_t seed = 0; seed < 60; ++seed) {
+        Cloud const cloud = makeScatteredBend(seed);
+        for (unsigned long axis = 0; axis < 3; ++axis) {
+            for (CutMetric const metric : {Minimum, Maximum}) {
+                SCOPED_TRACE(testing::Message() << seed << " " << axis << " " << metric);
+                Mesh mesh;
+                mesh.construct(cloud);
+                ++counts.of[expectPlainCut(mesh, metric, axis, (axis + 2) % 3)];
+                std::array<Point, 4> corners;
+                mesh.getCorners(corners.data());
+            }
+        }
+    }
+    EXPECT_GT(counts.of[PlainCutOutcome::cut], 20);
+    EXPECT_GT(counts.of[PlainCutOutcome::entersOtherFan], 0);
 }
 
 TEST(Cut, SurfacesFromCloudsAreCutLikeThePlainOnes) {
