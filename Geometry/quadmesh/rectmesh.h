@@ -231,8 +231,10 @@ public:
     /// moves the nodes of the new boundary to the middle of their neighbours `smoothingPasses` times.
     /// Invented nodes have the flag `Valid` alone. Nothing is grown from a node beside a cut. Each pass adds
     /// a margin of one node on all sides, which only the next pass fills: node (u, v) becomes (u + 1, v + 1),
-    /// while offset and search points stay. \throws std::runtime_error "Unsupported boundary extension
-    /// algorithm.", "No boundary found" or "Insufficient memory to initialise quad-mesh.".
+    /// while offset and search points stay and the next search starts cold. Nodes are read as `getPoint`
+    /// shows them and the invented ones stored: extend a grid before it is scaled, not after. \throws
+    /// std::runtime_error "Unsupported boundary extension algorithm.", "No boundary found" or "Insufficient
+    /// memory to initialise quad-mesh.".
     void extendBoundary(BoundaryExtensionAlgorithm algorithm, unsigned long passes,
                         unsigned long smoothingPasses);
 

@@ -137,7 +137,7 @@ public:
             }
             ++numberOfTriangles;
             if (!mesh.addBoundaryTriangle(edge, apex)) {
-                break;
+                break; // no front that is ready is known to be refused; what was built is kept
             }
             openNewSides(edge);
             attached += wasFloating ? 1 : 0;
@@ -225,6 +225,19 @@ bool Mesh::getIsFrontReady(Edge const& edge, unsigned long apex) const {
            getIsBoundaryVertex(org) && getIsBoundaryVertex(dest) && getIsBoundaryVertex(apex);
 }
 
+namespace {
+
+/// Where the front goes on from the two ends of an open side.
+struct FrontAtSide {
+    unsigned long fromA = 0;
+    unsigned long fromB = 0;
+
+    /// Whether it leads from b on to w, or from a on to b.
+    bool isBeside(unsigned long b, std::uint32_t w) const { return fromB == w || fromA == toUInt32(b); }
+};
+
+} // namespace
+
 bool Mesh::getMinrTSqr(unsigned long a, unsigned long b, std::vector<std::vector<std::uint32_t>>& nearest,
                        std::vector<std::uint32_t>& counts, Vector const& normal, unsigned long* apex,
                        double* rTSqr, bool* apexWasFloating) const {
@@ -234,11 +247,20 @@ bool Mesh::getMinrTSqr(unsigned long a, unsigned long b, std::vector<std::vector
     bool isAny = false;
     bool isBestFloating = false;
     std::uint32_t bestApex = 0;
+    std::optional<FrontAtSide> front;
     for (std::uint32_t i = 0; i < counts[a]; ++i) {
         std::uint32_t const w = nearest[a][i];
         bool const isFloating = getIsVertexFloating(w);
-        if (!isFloating && (!getIsBoundaryVertex(w) || !getIsBesideFront(a, b, w))) {
-            continue;
+        if (!isFloating) {
+            if (!getIsBoundaryVertex(w)) {
+                continue;
+            }
+            if (!front) {
+                front = {getEndOfLastSpoke(a), getEndOfLastSpoke(b)};
+            }
+            if (!front->isBeside(b, w)) {
+                continue;
+            }
         }
         Point const& pointW = vertices[w].getPoint3D();
         double const r = Utility::rTSqr(pointA, pointB, pointW);
@@ -261,11 +283,6 @@ bool Mesh::getMinrTSqr(unsigned long a, unsigned long b, std::vector<std::vector
     *apex = bestApex;
     *rTSqr = best;
     return true;
-}
-
-/// Whether the front leads from b on to w, or from a on to b.
-bool Mesh::getIsBesideFront(unsigned long a, unsigned long b, unsigned long w) const {
-    return getEndOfLastSpoke(b) == toUInt32(w) || getEndOfLastSpoke(a) == toUInt32(b);
 }
 
 /// Where the third side of the last triangle of the vertex' first fan ends.

@@ -12,7 +12,10 @@ namespace QELT::Geometry::ThreeDimensional::TriMesh {
 /// equal ones the latest found first. Only so many are kept; when there are more, the least sharp are lost.
 class SharpestTurns {
 public:
-    explicit SharpestTurns(std::size_t newCapacity) : capacity(newCapacity) {}
+    explicit SharpestTurns(std::size_t newCapacity) : capacity(newCapacity) {
+        cosines.reserve(capacity + 1);
+        positions.reserve(capacity + 1);
+    }
 
     /// Offers a place of the loop with the cosine of the turn there: 1 straight on, -1 back. A NaN is no
     /// corner.

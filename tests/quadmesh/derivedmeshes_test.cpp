@@ -178,11 +178,19 @@ TEST(Flattened, GoesByTheStoredMeanArea) {
 
 TEST(Flattened, DoesNotBuildSearchPoints) {
     RectMesh grid = flatGrid(12, 12);
-    RectMesh result;
-    grid.getFlattened(result);
-    EXPECT_TRUE(result.searchPoints.empty());
-    EXPECT_EQ(result.numberOfSearchPointsU, 1U);
-    EXPECT_EQ(result.numberOfSearchPointsV, 1U);
+    RectMesh fresh;
+    grid.getFlattened(fresh);
+    EXPECT_TRUE(fresh.searchPoints.empty());
+
+    RectMesh used = flatGrid(30, 50);
+    used.calculateSearchPoints(10, used.numberOfSearchPointsU, used.numberOfSearchPointsV);
+    auto const former = used.searchPoints;
+    ASSERT_GT(used.numberOfSearchPointsU, 1U);
+    ASSERT_GT(used.numberOfSearchPointsV, 1U);
+    grid.getFlattened(used);
+    EXPECT_EQ(used.searchPoints, former);
+    EXPECT_EQ(used.numberOfSearchPointsU, 1U);
+    EXPECT_EQ(used.numberOfSearchPointsV, 1U);
 }
 
 // Normalised

@@ -243,6 +243,29 @@ TEST(Corners, AreThePlainOnesOnAllFamilies) {
     }
 }
 
+/// A patch of a few squares in its plane, turned by any angle: its diagonals are equal but for rounding.
+Soup makeTurnedPatch(std::uint32_t seed) {
+    std::mt19937 generator(seed);
+    auto const draw = [&](std::uint32_t count) { return static_cast<std::uint32_t>(generator() % count); };
+    double const angle = 2.0 * std::numbers::pi * draw(1000000) / 1e6;
+    std::uint32_t const columns = 1 + draw(3);
+    std::uint32_t const rows = 1 + draw(3);
+    double const width = 1.0 + 0.7 * draw(5);
+    Soup soup = makeGridPatch(columns, rows, width, 1.0 + 0.9 * draw(5));
+    for (auto& point : soup.points) {
+        point = {point[0] * std::cos(angle) - point[1] * std::sin(angle),
+                 point[0] * std::sin(angle) + point[1] * std::cos(angle), 0.0};
+    }
+    return soup;
+}
+
+TEST(Corners, OfPatchesTurnedByAnyAngleAreThePlainOnesToTheLastBitOfTheDiagonals) {
+    for (std::uint32_t seed = 0; seed < 300; ++seed) {
+        SCOPED_TRACE(seed);
+        expectPlainCorners(*makeMesh(makeTurnedPatch(seed)));
+    }
+}
+
 TEST(Corners, ATriangleAloneGivesFourPointsOfIt) {
     auto const mesh = makeMesh(Soup{{{0, 0, 0}, {2, 0, 1}, {0, 3, 0}}, {{0, 1, 2}}});
     expectPlainCorners(*mesh);
@@ -303,6 +326,23 @@ TEST(ExtremeBoundaryVertices, ATurnJustBelowFiveDegreesIsNoKinkAndOneJustAboveIs
     EXPECT_GT(plain.second, 0U);
     EXPECT_EQ(extremesOf(*mesh).first, plain.first);
     EXPECT_EQ(extremesOf(*mesh).second, plain.second);
+}
+
+TEST(ExtremeBoundaryVertices, ATurnIsAKinkFromFiveDegreesOn) {
+    for (double const beyond : {-1e-3, 1e-3}) {
+        double const turn = (5.0 + beyond) * std::numbers::pi / 180.0;
+        // The turn lies between the second and the fourth vertex, which are sharp.
+        auto const mesh = makeMesh(makeFan({{0.0, 2.0, 0.0},
+                                            {-1.0, 0.0, 0.0},
+                                            {0.0, 0.0, 0.0},
+                                            {std::cos(turn), std::sin(turn), 0.0},
+                                            {1.0, 2.0, 0.0}},
+                                           {0.0, 1.0, 0.0}));
+        Extremes const extremes = extremesOf(*mesh);
+        EXPECT_TRUE(extremes.isFound);
+        EXPECT_EQ(extremes.first, beyond < 0.0 ? 1U : 0xFFFFFFFFU);
+        EXPECT_EQ(extremes.second, beyond < 0.0 ? 3U : 1U);
+    }
 }
 
 TEST(ExtremeBoundaryVertices, OfASquareAreTheFirstSideBetweenTwoKinks) {
