@@ -1,10 +1,13 @@
 #include "apps/cscan/commands.h"
 #include "apps/cscan/failure.h"
 #include "apps/cscan/files.h"
+#include "apps/cscan/numbers.h"
 #include "apps/cscan/objfile.h"
 #include "apps/cscan/report.h"
+#include "apps/cscan/tubecut.h"
 
 #include <array>
+#include <cmath>
 #include <ostream>
 
 namespace cscan {
@@ -13,18 +16,28 @@ namespace {
 
 constexpr std::array<char const*, 3> axisNames{"x", "y", "z"};
 
-void cut(Mesh& mesh, CutOptions const& options) {
-    using namespace QELT::Geometry::ThreeDimensional::TriMesh;
+CutPlane cut(Mesh& mesh, CutOptions const& options) {
     if (boundaryLoopsOf(trianglesOf(mesh)).empty()) {
         throw Failure(options.part.string() + ": the mesh is closed; a cut leads from rim to rim");
     }
-    bool const isCut = naming(options.part.string(), [&] {
-        return mesh.makeCut(options.isFromGreatest ? Maximum : Minimum, options.axis, options.normalAxis);
-    });
-    if (!isCut) {
+    auto const plane = naming(options.part.string(), [&] { return cutTube(mesh, options); });
+    if (!plane) {
         throw Failure(options.part.string() + ": no way for a cut from the " +
                       (options.isFromGreatest ? "greatest " : "least ") + axisNames.at(options.axis) +
-                      " with the surface's normal along +" + axisNames.at(options.normalAxis) + " there");
+                      " with the surface's normal along " + axisNames.at(options.normalAxis) + " there");
+    }
+    return *plane;
+}
+
+void printPlane(std::ostream& output, CutPlane const& plane, CutOptions const& options) {
+    if (plane.isTurned) {
+        printItem(output, "note",
+                  std::string("the normal at the start points along -") + axisNames.at(options.normalAxis));
+    }
+    if (plane.slope != 0.0) {
+        printItem(output, "note",
+                  "points lie exactly in the plane of the cut; it was made to lean by " +
+                      toShortText(std::abs(plane.slope), 2));
     }
 }
 
@@ -37,12 +50,13 @@ void runCut(CutOptions const& options, std::ostream& output, ProgressDisplay& di
     Mesh mesh;
     mesh.setProgressListener(&display);
     loadObj(mesh, options.part);
-    cut(mesh, options);
+    CutPlane const plane = cut(mesh, options);
     saveObj(mesh, options.result);
     display.clear();
     auto const triangles = trianglesOf(mesh);
     output << options.result.string() << '\n';
     printMesh(output, mesh, triangles, boundaryLoopsOf(triangles));
+    printPlane(output, plane, options);
     printItem(output, "cut file", cutFileOf(options.result).string());
 }
 

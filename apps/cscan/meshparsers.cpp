@@ -58,8 +58,8 @@ Command addCut(CLI::App& app) {
         ->required();
     cut->add_option(
            "--across", raw->across,
-           "The axis along which the surface's normal points at the start, to its positive side: the cut "
-           "keeps to the plane of both axes")
+           "The axis along which the surface's normal points at the start, either way: the cut keeps to the "
+           "plane of both axes")
         ->check(axes)
         ->required();
     return {cut, [raw] {

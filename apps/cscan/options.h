@@ -84,7 +84,7 @@ struct CutOptions {
     std::filesystem::path result;
     bool isFromGreatest = false;  ///< the cut starts where the coordinate is greatest, else least
     unsigned long axis = 0;       ///< of that coordinate, 0 to 2
-    unsigned long normalAxis = 0; ///< the axis along the surface's normal at the start
+    unsigned long normalAxis = 0; ///< along the surface's normal at the start
 };
 
 /// One change of a grid.

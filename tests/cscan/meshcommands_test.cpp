@@ -1,6 +1,7 @@
 // The ways from clouds and tubes to grids, and from grid to grid, through the program.
 
 #include "apps/cscan/gridfile.h"
+#include "apps/cscan/objfile.h"
 #include "apps/cscan/randomnoise.h"
 #include "tests/cscan/program.h"
 
@@ -8,6 +9,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <sstream>
 #include <string>
 
 namespace cscan {
@@ -198,6 +200,92 @@ TEST(MeshCommands, anElbowIsCutUnrolledExtendedAndScannedAllAround) {
     EXPECT_NEAR(std::stod(distances.substr(distances.find("mean ") + 5)), 15.0, 0.05) << distances;
 }
 
+/// A regular tube along z, straight and with flat rims. Its first point, where the cut starts, lies at this
+/// angle.
+std::string regularTubeText(double firstAngle) {
+    std::string text;
+    for (int k = 0; k <= 10; ++k) {
+        for (int i = 0; i < 24; ++i) {
+            double const angle = firstAngle + 2.0 * std::numbers::pi * i / 24;
+            text += "v " + std::to_string(5.0 * std::cos(angle)) + " " +
+                    std::to_string(5.0 * std::sin(angle)) + " " + std::to_string(k) + "\n";
+        }
+    }
+    for (int k = 0; k < 10; ++k) {
+        for (int i = 0; i < 24; ++i) {
+            int const a = k * 24 + i + 1;
+            int const b = k * 24 + (i + 1) % 24 + 1;
+            text += "f " + std::to_string(a) + " " + std::to_string(b) + " " + std::to_string(b + 24) + "\n";
+            text +=
+                "f " + std::to_string(a) + " " + std::to_string(b + 24) + " " + std::to_string(a + 24) + "\n";
+        }
+    }
+    return text;
+}
+
+/// Turns each ring of the tube a little farther than the one below.
+std::string withTwist(std::string const& tube) {
+    std::string text;
+    for (std::string const& line : linesOf(tube)) {
+        std::istringstream fields(line);
+        std::string kind;
+        double x = 0.0;
+        double y = 0.0;
+        double z = 0.0;
+        if (fields >> kind >> x >> y >> z && kind == "v") {
+            double const angle = 0.01 * z;
+            text += "v " + std::to_string(x * std::cos(angle) - y * std::sin(angle)) + " " +
+                    std::to_string(x * std::sin(angle) + y * std::cos(angle)) + " " + std::to_string(z) +
+                    "\n";
+        } else {
+            text += line + "\n";
+        }
+    }
+    return text;
+}
+
+TEST(MeshCommands, cutTurnsThePlaneOrMakesItLeanWhereThereIsNoWayInItAndMovesNoPoint) {
+    ScratchDirectory const directory;
+
+    struct Try {
+        std::string tube;
+        std::string across;
+        std::vector<std::string> notes;
+    };
+
+    std::string const leans = "points lie exactly in the plane of the cut; it was made to lean by 0.001";
+    std::string const pointsBack = "the normal at the start points along -x";
+    std::vector<Try> const tries = {
+        {regularTubeText(0.0), "x", {leans}},
+        {regularTubeText(std::numbers::pi), "x", {pointsBack, leans}},
+        {regularTubeText(0.5 * std::numbers::pi), "y", {leans}},
+        {withTwist(regularTubeText(0.0)), "x", {}},
+        {withTwist(regularTubeText(std::numbers::pi)), "x", {pointsBack}},
+    };
+    for (Try const& attempt : tries) {
+        writeText(directory / "tube.obj", attempt.tube);
+        Outcome const outcome = run(directory, {"cut", "tube.obj", "slit.obj", "--metric", "min", "--axis",
+                                                "z", "--across", attempt.across});
+        ASSERT_EQ(outcome.status, 0) << outcome.errors;
+        EXPECT_EQ(itemsIn(outcome.output, "note"), attempt.notes);
+        EXPECT_EQ(itemIn(outcome.output, "boundary loops"), "1");
+        EXPECT_EQ(itemIn(outcome.output, "cut entries"), "11");
+        Mesh before;
+        Mesh after;
+        loadObj(before, directory / "tube.obj");
+        loadObj(after, directory / "slit.obj");
+        ASSERT_EQ(after.getNumberOfVertices(), before.getNumberOfVertices() + 11);
+        for (unsigned long i = 0; i < before.getNumberOfVertices(); ++i) {
+            ASSERT_TRUE(after.getVertex(i).getPoint3D() == before.getVertex(i).getPoint3D()) << i;
+        }
+        auto const& [first, second] = after.getCutEdgeIndices();
+        for (std::size_t k = 0; k < 11; ++k) {
+            ASSERT_TRUE(after.getVertex(first[k].index).getPoint3D() ==
+                        after.getVertex(second[k].index).getPoint3D());
+        }
+    }
+}
+
 TEST(MeshCommands, sayInOneLineWhatIsWrong) {
     ScratchDirectory const directory;
     writeText(directory / "line.xyz", "0 0 0\n1 0 0\n");
@@ -217,7 +305,7 @@ TEST(MeshCommands, sayInOneLineWhatIsWrong) {
         {{"cut", "closed.obj", "o.obj", "--metric", "min", "--axis", "x", "--across", "y"},
          "closed.obj: the mesh is closed; a cut leads from rim to rim"},
         {{"cut", "tube.obj", "o.obj", "--metric", "max", "--axis", "z", "--across", "z"},
-         "tube.obj: no way for a cut from the greatest z with the surface's normal along +z there"},
+         "tube.obj: no way for a cut from the greatest z with the surface's normal along z there"},
         {{"reconstruct", "line.xyz", "o.obj", "--max-side", "0"}, "--max-side: '0' is not above zero"},
         {{"reconstruct", "line.xyz", "o.obj", "--fill-holes", "1001"},
          "--fill-holes: '1001' is not between 0 and 1000"},

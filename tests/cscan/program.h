@@ -46,14 +46,21 @@ inline std::vector<std::string> linesOf(std::string const& text) {
     return lines;
 }
 
-/// What stands behind a name in the program's findings; empty if the name isn't there.
-inline std::string itemIn(std::string const& output, std::string const& name) {
+/// What stands behind each occurrence of a name in the program's findings.
+inline std::vector<std::string> itemsIn(std::string const& output, std::string const& name) {
+    std::vector<std::string> items;
     for (std::string const& line : linesOf(output)) {
         if (line.rfind(name + "  ", 0) == 0) {
-            return line.substr(line.find_first_not_of(' ', name.size()));
+            items.push_back(line.substr(line.find_first_not_of(' ', name.size())));
         }
     }
-    return {};
+    return items;
+}
+
+/// What stands behind a name in the program's findings; empty if the name isn't there.
+inline std::string itemIn(std::string const& output, std::string const& name) {
+    auto const items = itemsIn(output, name);
+    return items.empty() ? std::string() : items.front();
 }
 
 inline std::vector<std::string> fieldsOf(std::string const& line) {
