@@ -17,14 +17,19 @@ namespace {
 constexpr std::array<char const*, 3> axisNames{"x", "y", "z"};
 
 CutPlane cut(Mesh& mesh, CutOptions const& options) {
-    if (boundaryLoopsOf(trianglesOf(mesh)).empty()) {
+    std::size_t const rimCount = boundaryLoopsOf(trianglesOf(mesh)).size();
+    if (rimCount == 0) {
         throw Failure(options.part.string() + ": the mesh is closed; a cut leads from rim to rim");
     }
+    std::string const start =
+        std::string(options.isFromGreatest ? "greatest " : "least ") + axisNames.at(options.axis);
     auto const plane = naming(options.part.string(), [&] { return cutTube(mesh, options); });
     if (!plane) {
-        throw Failure(options.part.string() + ": no way for a cut from the " +
-                      (options.isFromGreatest ? "greatest " : "least ") + axisNames.at(options.axis) +
+        throw Failure(options.part.string() + ": no way for a cut from the " + start +
                       " with the surface's normal along " + axisNames.at(options.normalAxis) + " there");
+    }
+    if (boundaryLoopsOf(trianglesOf(mesh)).size() >= rimCount) {
+        throw Failure(options.part.string() + ": the cut from the " + start + " leads back to its own rim");
     }
     return *plane;
 }

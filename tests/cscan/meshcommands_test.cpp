@@ -286,11 +286,32 @@ TEST(MeshCommands, cutTurnsThePlaneOrMakesItLeanWhereThereIsNoWayInItAndMovesNoP
     }
 }
 
+/// A sheet of six by two squares with one rim, its first column a little to one side.
+std::string squaresText() {
+    std::string text;
+    for (int v = 0; v <= 2; ++v) {
+        for (int u = 0; u <= 6; ++u) {
+            text += "v " + std::to_string(u - (u == 0 && v == 1 ? 0.1 : 0.0)) + " " +
+                    std::to_string(v + 0.01 * u) + " 0\n";
+        }
+    }
+    for (int v = 0; v < 2; ++v) {
+        for (int u = 0; u < 6; ++u) {
+            int const a = 7 * v + u + 1;
+            text += "f " + std::to_string(a) + " " + std::to_string(a + 1) + " " + std::to_string(a + 8) +
+                    "\nf " + std::to_string(a) + " " + std::to_string(a + 8) + " " + std::to_string(a + 7) +
+                    "\n";
+        }
+    }
+    return text;
+}
+
 TEST(MeshCommands, sayInOneLineWhatIsWrong) {
     ScratchDirectory const directory;
     writeText(directory / "line.xyz", "0 0 0\n1 0 0\n");
     writeText(directory / "triangle.xyz", "0 0 0\n1 0 0\n0 1 0\n");
     writeText(directory / "tube.obj", tubeText());
+    writeText(directory / "patch.obj", squaresText());
     writeText(directory / "old.obj\\old_cut_indices.txt", "1 2\n");
     writeText(directory / "closed.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 0 0 1\n"
                                         "f 1 3 2\nf 1 2 4\nf 2 3 4\nf 3 1 4\n");
@@ -306,6 +327,8 @@ TEST(MeshCommands, sayInOneLineWhatIsWrong) {
          "closed.obj: the mesh is closed; a cut leads from rim to rim"},
         {{"cut", "tube.obj", "o.obj", "--metric", "max", "--axis", "z", "--across", "z"},
          "tube.obj: no way for a cut from the greatest z with the surface's normal along z there"},
+        {{"cut", "patch.obj", "o.obj", "--metric", "min", "--axis", "x", "--across", "z"},
+         "patch.obj: the cut from the least x leads back to its own rim"},
         {{"reconstruct", "line.xyz", "o.obj", "--max-side", "0"}, "--max-side: '0' is not above zero"},
         {{"reconstruct", "line.xyz", "o.obj", "--fill-holes", "1001"},
          "--fill-holes: '1001' is not between 0 and 1000"},
