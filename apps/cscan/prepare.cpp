@@ -28,6 +28,9 @@ void requireOutputs(PrepareOptions const& options) {
 /// A grid of more quads than this is taken for a mistake in the quad area; it would need gigabytes.
 constexpr double largestGrid = 64e6;
 
+/// A map with more of its triangles turned over has come out badly.
+constexpr double bearableFlippedShare = 0.02;
+
 /// Quads on the longer side of the grid that is suggested instead.
 constexpr double handySide = 1000.0;
 
@@ -90,9 +93,12 @@ void flattenPart(Mesh& mesh, PrepareOptions const& options, std::ostream& output
     auto const triangles = trianglesOf(mesh);
     FlatSummary const flat = flatSummaryOf(mesh, triangles);
     printFlat(output, flat);
-    if (2 * flat.flippedCount > triangles.size()) {
+    double const flippedShare =
+        static_cast<double>(flat.flippedCount) / static_cast<double>(triangles.size());
+    if (flippedShare > bearableFlippedShare) {
         printItem(output, "note",
-                  "most triangles are turned over and will leave holes; try the other --mode");
+                  toFixedText(100.0 * flippedShare, 0) +
+                      " % of the triangles are turned over and will leave holes; try the other --mode");
     }
     output << std::flush;
     if (options.flat) {

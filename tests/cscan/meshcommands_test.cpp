@@ -286,6 +286,51 @@ TEST(MeshCommands, cutTurnsThePlaneOrMakesItLeanWhereThereIsNoWayInItAndMovesNoP
     }
 }
 
+/// A ball, closed at the bottom, with a small opening at the top.
+std::string bottleText() {
+    constexpr int side = 16;
+    constexpr int steps = 12;
+    std::string text = "v 0 0 -5\n";
+    for (int k = 1; k <= steps; ++k) {
+        double const down = 0.9 * std::numbers::pi * k / steps;
+        for (int i = 0; i < side; ++i) {
+            double const angle = 2.0 * std::numbers::pi * i / side;
+            text += "v " + std::to_string(5.0 * std::sin(down) * std::cos(angle)) + " " +
+                    std::to_string(5.0 * std::sin(down) * std::sin(angle)) + " " +
+                    std::to_string(-5.0 * std::cos(down)) + "\n";
+        }
+    }
+    for (int i = 0; i < side; ++i) {
+        text += "f 1 " + std::to_string(2 + (i + 1) % side) + " " + std::to_string(2 + i) + "\n";
+    }
+    for (int k = 0; k + 1 < steps; ++k) {
+        for (int i = 0; i < side; ++i) {
+            int const a = 2 + k * side + i;
+            int const b = 2 + k * side + (i + 1) % side;
+            text +=
+                "f " + std::to_string(a) + " " + std::to_string(b) + " " + std::to_string(b + side) + "\n";
+            text += "f " + std::to_string(a) + " " + std::to_string(b + side) + " " +
+                    std::to_string(a + side) + "\n";
+        }
+    }
+    return text;
+}
+
+TEST(MeshCommands, prepareWarnsOfAMapThatCameOutTurnedOver) {
+    ScratchDirectory const directory;
+    writeText(directory / "bottle.obj", bottleText());
+    auto const prepare = [&](std::string const& mode) {
+        return run(directory, {"prepare", "bottle.obj", "bottle.quads", "--quad-area", "20", "--mode", mode});
+    };
+    Outcome const rolledOut = prepare("developable");
+    EXPECT_EQ(itemIn(rolledOut.output, "note"),
+              "100 % of the triangles are turned over and will leave holes; try the other --mode");
+    EXPECT_EQ(rolledOut.status, 1) << "such a map leaves no quad at all";
+    Outcome const pinned = prepare("pinned");
+    EXPECT_EQ(itemIn(pinned.output, "note"), "");
+    EXPECT_EQ(pinned.status, 0) << pinned.errors;
+}
+
 /// A sheet of six by two squares with one rim, its first column a little to one side.
 std::string squaresText() {
     std::string text;
