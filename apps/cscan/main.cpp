@@ -1,4 +1,4 @@
-#include "apps/cscan/application.h"
+#include "apps/cscan/commands/application.h"
 
 #include <iostream>
 

@@ -262,6 +262,41 @@ TEST(Architecture, TheUmbrellaHeaderReachesEveryPublicHeader) {
     }
 }
 
+/// Below which folder of the application each of its folders stands: those whose headers its files include.
+std::map<std::string, Names> applicationFolders() {
+    static std::regex const pattern(R"(apps/cscan/([^/]+)/.*)");
+    auto const folderIn = [](std::string const& name) {
+        std::smatch match;
+        return std::regex_match(name, match, pattern) ? match[1].str() : std::string();
+    };
+    std::map<std::string, Names> folders;
+    for (auto const& [file, includes] : readTree("apps/cscan")) {
+        for (std::string const& included : includes.quoted) {
+            std::string const from = folderIn(file);
+            std::string const to = folderIn(included);
+            if (!from.empty() && !to.empty() && from != to) {
+                folders[from].insert(to);
+            }
+        }
+    }
+    return folders;
+}
+
+TEST(Architecture, TheFoldersOfTheApplicationStandInNoCircle) {
+    auto folders = applicationFolders();
+    ASSERT_FALSE(folders.empty());
+    auto const isFree = [&](auto const& entry) {
+        return std::none_of(entry.second.begin(), entry.second.end(),
+                            [&](std::string const& below) { return folders.contains(below); });
+    };
+    // What stands on nothing that is left is taken away, until nothing is left or a circle.
+    while (std::erase_if(folders, isFree) > 0) {
+    }
+    for (auto const& [folder, below] : folders) {
+        ADD_FAILURE() << folder << " stands in a circle or on one";
+    }
+}
+
 TEST(Architecture, ClientsIncludePublicHeadersAlone) {
     for (char const* folder : {"apps", "examples", "benchmarks", "fuzz"}) {
         for (auto const& [file, includes] : readTree(folder)) {

@@ -1,8 +1,8 @@
-#include "apps/cscan/bladepart.h"
+#include "apps/cscan/surface/bladepart.h"
 
-#include "apps/cscan/meshsummary.h"
-#include "apps/cscan/objfile.h"
-#include "apps/cscan/probepath.h"
+#include "apps/cscan/files/objfile.h"
+#include "apps/cscan/scanning/probepath.h"
+#include "apps/cscan/surface/meshsummary.h"
 #include "tests/cscan/scratchdirectory.h"
 
 #include <gtest/gtest.h>

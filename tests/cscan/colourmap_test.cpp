@@ -1,4 +1,4 @@
-#include "apps/cscan/colourmap.h"
+#include "apps/cscan/pictures/colourmap.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "apps/cscan/commandline.h"
+#include "apps/cscan/commandline/commandline.h"
 
 #include "tests/cscan/scratchdirectory.h"
 

@@ -1,4 +1,4 @@
-#include "apps/cscan/csvfile.h"
+#include "apps/cscan/scanning/csvfile.h"
 
 #include "tests/cscan/scratchdirectory.h"
 

@@ -1,6 +1,6 @@
-#include "apps/cscan/files.h"
+#include "apps/cscan/files/files.h"
 
-#include "apps/cscan/objfile.h"
+#include "apps/cscan/files/objfile.h"
 #include "tests/cscan/scratchdirectory.h"
 
 #include <gtest/gtest.h>

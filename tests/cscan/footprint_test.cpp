@@ -1,7 +1,7 @@
-#include "apps/cscan/footprint.h"
+#include "apps/cscan/pictures/footprintpicture.h"
 
-#include "apps/cscan/figure.h"
-#include "apps/cscan/gridfile.h"
+#include "apps/cscan/grids/gridfile.h"
+#include "apps/cscan/pictures/figure.h"
 #include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "apps/cscan/gridfile.h"
+#include "apps/cscan/grids/gridfile.h"
 
-#include "apps/cscan/gridsummary.h"
+#include "apps/cscan/grids/gridsummary.h"
 #include "tests/cscan/scratchdirectory.h"
 
 #include <gtest/gtest.h>

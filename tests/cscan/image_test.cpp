@@ -1,7 +1,7 @@
-#include "apps/cscan/image.h"
+#include "apps/cscan/pictures/image.h"
 
-#include "apps/cscan/font.h"
-#include "apps/cscan/pngfile.h"
+#include "apps/cscan/pictures/font.h"
+#include "apps/cscan/pictures/pngfile.h"
 #include "tests/cscan/scratchdirectory.h"
 
 #include <gtest/gtest.h>

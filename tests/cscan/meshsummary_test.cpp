@@ -1,7 +1,7 @@
-#include "apps/cscan/meshsummary.h"
+#include "apps/cscan/surface/meshsummary.h"
 
-#include "apps/cscan/flatpicture.h"
-#include "apps/cscan/objfile.h"
+#include "apps/cscan/files/objfile.h"
+#include "apps/cscan/pictures/flatpicture.h"
 #include "tests/cscan/scratchdirectory.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "apps/cscan/numbers.h"
+#include "apps/cscan/files/numbers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "apps/cscan/progressdisplay.h"
+#include "apps/cscan/progress/progressdisplay.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "apps/cscan/quadmap.h"
+#include "apps/cscan/scanning/quadmap.h"
 
-#include "apps/cscan/colourmap.h"
-#include "apps/cscan/cscanimages.h"
-#include "apps/cscan/figure.h"
+#include "apps/cscan/pictures/colourmap.h"
+#include "apps/cscan/pictures/cscanimages.h"
+#include "apps/cscan/pictures/figure.h"
 
 #include <gtest/gtest.h>
 

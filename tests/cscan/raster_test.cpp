@@ -1,4 +1,4 @@
-#include "apps/cscan/raster.h"
+#include "apps/cscan/scanning/raster.h"
 
 #include "tests/cscan/scratchdirectory.h"
 

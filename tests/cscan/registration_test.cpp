@@ -1,4 +1,4 @@
-#include "apps/cscan/registration.h"
+#include "apps/cscan/fits/registration.h"
 
 #include "tests/cscan/scratchdirectory.h"
 

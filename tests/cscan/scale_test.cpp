@@ -1,4 +1,4 @@
-#include "apps/cscan/scale.h"
+#include "apps/cscan/pictures/scale.h"
 
 #include <gtest/gtest.h>
 

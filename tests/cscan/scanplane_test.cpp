@@ -1,7 +1,7 @@
-#include "apps/cscan/scanplane.h"
+#include "apps/cscan/scanning/scanplane.h"
 
-#include "apps/cscan/gridfile.h"
-#include "apps/cscan/scanner.h"
+#include "apps/cscan/grids/gridfile.h"
+#include "apps/cscan/scanning/scanner.h"
 #include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "apps/cscan/solvermonitor.h"
+#include "apps/cscan/progress/solvermonitor.h"
 
-#include "apps/cscan/flattening.h"
+#include "apps/cscan/surface/flattening.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "apps/cscan/stripetest.h"
+#include "apps/cscan/scanning/stripetest.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "apps/cscan/surfacefits.h"
+#include "apps/cscan/fits/surfacefits.h"
 
 #include "tests/cscan/scratchdirectory.h"
 

@@ -1,10 +1,10 @@
-#include "apps/cscan/surfacerepair.h"
+#include "apps/cscan/surface/surfacerepair.h"
 
-#include "apps/cscan/flattening.h"
-#include "apps/cscan/objfile.h"
-#include "apps/cscan/progressdisplay.h"
-#include "apps/cscan/randomnoise.h"
-#include "apps/cscan/reconstruction.h"
+#include "apps/cscan/files/objfile.h"
+#include "apps/cscan/progress/progressdisplay.h"
+#include "apps/cscan/surface/flattening.h"
+#include "apps/cscan/surface/randomnoise.h"
+#include "apps/cscan/surface/reconstruction.h"
 #include "tests/cscan/scratchdirectory.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "apps/cscan/xyzfile.h"
+#include "apps/cscan/files/xyzfile.h"
 
 #include "tests/cscan/scratchdirectory.h"
 

@@ -1,0 +1,240 @@
+#include "apps/cscan/commands/commands.h"
+#include "apps/cscan/commands/report.h"
+#include "apps/cscan/files/failure.h"
+#include "apps/cscan/files/numbers.h"
+#include "apps/cscan/files/objfile.h"
+#include "apps/cscan/grids/gridfile.h"
+#include "apps/cscan/pictures/cscanimages.h"
+#include "apps/cscan/pictures/flatpicture.h"
+#include "apps/cscan/pictures/footprintpicture.h"
+#include "apps/cscan/pictures/pngfile.h"
+#include "apps/cscan/progress/stopwatch.h"
+#include "apps/cscan/scanning/probepath.h"
+#include "apps/cscan/scanning/scanplane.h"
+#include "apps/cscan/surface/bladepart.h"
+
+#include <array>
+#include <cmath>
+#include <ostream>
+
+namespace cscan {
+
+namespace {
+
+using QELT::Geometry::ThreeDimensional::Utility;
+
+constexpr double quadArea = 0.16; ///< square millimetres
+
+/// The main job, stage by stage. Each stage adds a row to the table that is printed at the end.
+class Demonstration {
+public:
+    Demonstration(std::filesystem::path targetDirectory, ProgressDisplay& progressDisplay)
+        : directory(std::move(targetDirectory)), display(progressDisplay) {
+        mesh.setProgressListener(&display);
+        grid.setProgressListener(&display);
+    }
+
+    void makePart();
+    void loadPart();
+    void flattenPart();
+    void resample();
+    void saveAndReload();
+    void scan();
+    void scanInTwo();
+    void draw();
+    void drawFootprint();
+
+    void print(std::ostream& output) const;
+
+private:
+    std::filesystem::path directory;
+    ProgressDisplay& display;
+    Mesh mesh;
+    Grid grid;
+    Grid reloaded;
+    std::vector<Beam> beams;
+    ScanResult result;
+    QuadMap plane{0, 0};
+    ScanResult planeResult;
+    std::vector<std::filesystem::path> files;
+    std::vector<std::vector<std::string>> table{{"stage", "time", "result"}};
+
+    void addRow(std::string const& stage, double seconds, std::string const& text) {
+        table.push_back({stage, secondsText(seconds), text});
+    }
+
+    void addNote(std::string const& text) { table.push_back({"", "", text}); }
+};
+
+void Demonstration::makePart() {
+    Stopwatch const watch;
+    auto const path = directory / "blade.obj";
+    PartMesh const part = measuredBlade({});
+    writeFaces(part, path);
+    addRow("make part", watch.seconds(),
+           std::to_string(part.points.size()) + " points, " + std::to_string(part.faces.size()) +
+               " triangles");
+    files.push_back(path);
+}
+
+void Demonstration::loadPart() {
+    Stopwatch const watch;
+    loadObj(mesh, files.front());
+    double const seconds = watch.seconds();
+    auto const triangles = trianglesOf(mesh);
+    auto const loops = boundaryLoopsOf(triangles);
+    addRow("load OBJ", seconds,
+           std::to_string(mesh.getNumberOfVertices()) + " vertices, " + std::to_string(triangles.size()) +
+               " faces, " + counted(loops.size(), "boundary loop", "boundary loops"));
+}
+
+void Demonstration::flattenPart() {
+    FlatteningReport const report =
+        naming("flattening", [&] { return flatten(mesh, FlatteningMode::Developable, display); });
+    FlatSummary const flat = flatSummaryOf(mesh, trianglesOf(mesh));
+    addRow("flatten", report.seconds,
+           "flat extent " + toShortText(flat.width, 5) + " x " + toShortText(flat.height, 5) + ", " +
+               counted(flat.flippedCount, "flipped triangle", "flipped triangles"));
+    for (std::string const& line : linesOf(report)) {
+        addNote(line);
+    }
+}
+
+void Demonstration::resample() {
+    display.setMessage("Resampling...");
+    Stopwatch const watch;
+    naming("resampling", [&] { grid.construct(mesh, quadArea); });
+    double const seconds = watch.seconds();
+    GridSummary const summary = gridSummaryOf(grid);
+    addRow("resample", seconds,
+           std::to_string(summary.extentU) + " x " + std::to_string(summary.extentV) + " quads, " +
+               std::to_string(summary.validQuadCount) + " valid, mean area " +
+               toShortText(grid.getMeanQuadArea(), 4) + " mm2");
+}
+
+void Demonstration::saveAndReload() {
+    Stopwatch const watch;
+    auto const path = directory / "blade.quads";
+    saveGrid(grid, path);
+    loadGrid(reloaded, path);
+    double const seconds = watch.seconds();
+    if (!haveSameSurface(grid, reloaded)) {
+        throw Failure(path.string() + ": the reloaded grid differs from the saved one");
+    }
+    addRow("save and reload", seconds,
+           std::to_string(std::filesystem::file_size(path)) + " bytes, reloaded grid identical");
+    files.push_back(path);
+}
+
+void Demonstration::scan() {
+    display.setMessage("Firing beams...");
+    beams = bladeScanBeams({});
+    result = fireBeams(reloaded, beams);
+    ScanStatistics const statistics = statisticsOf(result);
+    addRow("fire beams", result.seconds,
+           std::to_string(statistics.beamCount) + " beams, hit rate " +
+               toFixedText(100.0 * statistics.hitRate, 2) + " %, " +
+               toFixedText(statistics.beamsPerSecond, 0) + " beams per second");
+}
+
+/// Two overlapping halves of the part, side by side in one scan plane, answer the same beams as one.
+void Demonstration::scanInTwo() {
+    auto const extents = reloaded.getExtents();
+    auto const width = static_cast<int>(extents.getdU());
+    auto const height = static_cast<int>(extents.getdV());
+    int const overlap = width / 10;
+    std::vector<PlacedGrid> halves(2);
+    halves[0].file = directory / "blade_low_u.quads";
+    halves[1].file = directory / "blade_high_u.quads";
+    halves[1].offset = GridOffset(width / 2, 0);
+    std::array const widths{width / 2 + overlap, width - width / 2};
+    for (std::size_t i = 0; i < halves.size(); ++i) {
+        Grid half;
+        reloaded.getRestrictedToAABB(QELT::Geometry::TwoDimensional::BoundingBoxAA<int>(
+                                         GridIndex() + halves[i].offset, GridOffset(widths.at(i), height)),
+                                     half);
+        saveGrid(half, halves[i].file);
+        files.push_back(halves[i].file);
+    }
+    ScanPlane scanPlane = loadScanPlane(halves, 0, false);
+    display.setMessage("Firing beams at two grids...");
+    planeResult = fireBeams(scanPlane.groups, beams);
+    plane = scanPlane.surface;
+    std::size_t sameCount = 0;
+    for (std::size_t i = 0; i < beams.size(); ++i) {
+        Hit const& whole = result.hits[i];
+        Hit const& part = planeResult.hits[i];
+        sameCount += whole.isValid == part.isValid && (!whole.isValid || whole.quad == part.quad) ? 1U : 0U;
+    }
+    addRow("two grids as one", planeResult.seconds,
+           std::to_string(sameCount) + " of " + std::to_string(beams.size()) +
+               " beams answered as by the whole grid, " +
+               toFixedText(statisticsOf(planeResult).beamsPerSecond, 0) + " beams per second");
+}
+
+/// A beam that spreads by ten degrees, from the probe's place over the middle of the part.
+void Demonstration::drawFootprint() {
+    Stopwatch const watch;
+    std::size_t place = beams.size() / 3;
+    while (place < beams.size() && !result.hits[place].isMeasured) {
+        ++place;
+    }
+    if (place == beams.size()) {
+        throw Failure("the demonstration's beams all miss");
+    }
+    Vector const along = beams[place].direction / std::sqrt(beams[place].direction.lSqr());
+    Vector const across = Vector(0.0, 1.0, 0.0).cross(along);
+    SpreadingBeam beam{beams[place].origin, across / std::sqrt(across.lSqr())};
+    beam.axisB = along.cross(beam.axisA);
+    beam.cotangent = 1.0 / std::tan(Utility::degToRad(10.0));
+    beam.apertureRadius = 3.0;
+    Footprint const footprint = naming("footprint", [&] { return footprintOf(reloaded, beam); });
+    auto const path = directory / "footprint.png";
+    writePng(path, footprintPictureOf(reloaded, beam, footprint, "mm"));
+    auto const axis = footprint.ends[0] - footprint.centre;
+    addRow("footprint", watch.seconds(),
+           "beam of 3 mm aperture spreading by 10 degrees reaches " +
+               toFixedText(std::hypot(axis.getdU(), axis.getdV()), 1) + " quads");
+    files.push_back(path);
+}
+
+void Demonstration::draw() {
+    display.setMessage("Drawing...");
+    Stopwatch const watch;
+    auto const flat = directory / "flatmap.png";
+    writePng(flat, flatPictureOf(mesh, "Flat map of the blade"));
+    auto const images = writeScanImages((directory / "").string(), surfaceMapOf(reloaded), result.hits, "mm");
+    auto const planeImages = writeScanImages((directory / "plane").string(), plane, planeResult.hits, "mm");
+    addRow("draw", watch.seconds(), std::to_string(images.size() + planeImages.size() + 1) + " images");
+    files.push_back(flat);
+    files.insert(files.end(), images.begin(), images.end());
+    files.insert(files.end(), planeImages.begin(), planeImages.end());
+}
+
+void Demonstration::print(std::ostream& output) const {
+    printTable(output, table);
+    output << "\nwritten\n";
+    for (auto const& file : files) {
+        output << "  " << file.string() << '\n';
+    }
+}
+
+} // namespace
+
+void runDemo(DemoOptions const& options, std::ostream& output, ProgressDisplay& display) {
+    naming(options.directory.string(), [&] { std::filesystem::create_directories(options.directory); });
+    Demonstration demonstration(options.directory, display);
+    demonstration.makePart();
+    demonstration.loadPart();
+    demonstration.flattenPart();
+    demonstration.resample();
+    demonstration.saveAndReload();
+    demonstration.scan();
+    demonstration.scanInTwo();
+    demonstration.draw();
+    demonstration.drawFootprint();
+    display.clear();
+    demonstration.print(output);
+}
+
+} // namespace cscan

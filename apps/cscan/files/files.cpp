@@ -1,0 +1,72 @@
+#include "apps/cscan/files/files.h"
+
+#include "apps/cscan/files/failure.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <system_error>
+
+namespace cscan {
+
+namespace {
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+void requireOpening(std::filesystem::path const& path, char const* mode, char const* complaint) {
+    std::unique_ptr<std::FILE, CloseFile> const file(std::fopen(path.c_str(), mode));
+    if (!file) {
+        std::string const reason = std::generic_category().message(errno);
+        throw Failure(path.string() + ": " + complaint + " (" + reason + ")");
+    }
+}
+
+} // namespace
+
+void requireReadable(std::filesystem::path const& path) {
+    requireOpening(path, "rb", "cannot be read");
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) {
+        throw Failure(path.string() + ": cannot be read (it is a directory)");
+    }
+}
+
+void requireWritable(std::filesystem::path const& path) {
+    std::error_code ignored;
+    bool const isNew = !std::filesystem::exists(path, ignored);
+    requireOpening(path, "ab", "cannot be written");
+    if (isNew) {
+        std::filesystem::remove(path, ignored);
+    }
+}
+
+WorkingDirectory::WorkingDirectory(std::filesystem::path const& path)
+    : former(std::filesystem::current_path()) {
+    if (path.has_parent_path()) {
+        std::filesystem::current_path(path.parent_path());
+    }
+}
+
+WorkingDirectory::~WorkingDirectory() {
+    std::error_code ignored;
+    std::filesystem::current_path(former, ignored);
+}
+
+TemporaryDirectory::TemporaryDirectory() {
+    std::string name = (std::filesystem::temp_directory_path() / "cscan-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) {
+        std::string const reason = std::generic_category().message(errno);
+        throw Failure(name + ": cannot be made (" + reason + ")");
+    }
+    path = name;
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+}
+
+} // namespace cscan

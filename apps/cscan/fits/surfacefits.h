@@ -1,0 +1,53 @@
+#pragma once
+
+#include "apps/cscan/files/xyzfile.h"
+
+#include <cstddef>
+
+/// Surfaces fitted to clouds. The library's fits descend with fixed steps, which suit coordinates of a
+/// certain size and a certain number of points. Here a cloud is brought to that size first, thinned out
+/// evenly if it has more points, and the result is brought back; residuals are those of all points.
+namespace cscan {
+
+struct FitQuality {
+    bool isSettled = true; ///< whether the descent came to rest within its limit
+    std::size_t usedCount = 0;
+    double meanResidual = 0.0;
+    double maxResidual = 0.0;
+};
+
+struct SphereFit {
+    Point centre;
+    double radius = 0.0;
+    FitQuality quality;
+};
+
+struct CylinderFit {
+    Point axisPoint;
+    Vector axisDirection; ///< of unit length
+    double radius = 0.0;
+    FitQuality quality;
+};
+
+/// normal coordinate = (curvatureU u^2 + curvatureV v^2) / 2 from the vertex on
+struct ParaboloidFit {
+    Point vertex;
+    Vector axisU;
+    Vector axisV;
+    Vector axisN;
+    double curvatureU = 0.0;
+    double curvatureV = 0.0;
+    FitQuality quality;
+};
+
+/// At least four points; a `std::runtime_error` if the points have no sphere.
+SphereFit fitSphere(std::vector<Point> const& points);
+
+/// At least three points with normals; a `std::runtime_error` if nothing comes out.
+CylinderFit fitCylinder(OrientedCloud const& cloud);
+
+/// Starts at the first point as vertex, with the z axis as normal; the second point gives the start's
+/// curvature. On scattered points it runs to its limit of steps, which takes minutes.
+ParaboloidFit fitParaboloid(std::vector<Point> const& points);
+
+} // namespace cscan

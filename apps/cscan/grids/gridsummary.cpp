@@ -1,0 +1,61 @@
+#include "apps/cscan/grids/gridsummary.h"
+
+namespace cscan {
+
+namespace {
+
+/// Calls `visit` with the index of every node; of no node if the grid is empty.
+template <class Visit>
+void forEachNode(Grid const& grid, Visit visit) {
+    auto const extents = grid.getExtents();
+    for (unsigned long v = 0; v <= extents.getdV(); ++v) {
+        for (unsigned long u = 0; u <= extents.getdU(); ++u) {
+            visit(GridIndex(static_cast<int>(u), static_cast<int>(v)));
+        }
+    }
+}
+
+void countNode(Grid const& grid, GridIndex const& node, GridSummary& summary) {
+    ++summary.nodeCount;
+    if (!grid.getIsPointValid(node)) {
+        return;
+    }
+    ++summary.validNodeCount;
+    bool const isInterior = grid.getPointFlag(node, Grid::Interior);
+    bool const isBoundary = grid.getPointFlag(node, Grid::Boundary);
+    summary.interiorCount += isInterior ? 1U : 0U;
+    summary.boundaryCount += isBoundary ? 1U : 0U;
+    summary.cutBoundaryCount += grid.getPointFlag(node, Grid::CutBoundary) ? 1U : 0U;
+    summary.extendedCount += isInterior || isBoundary ? 0 : 1;
+    summary.validQuadCount += grid.getIsQuadValid(node) ? 1U : 0U;
+}
+
+} // namespace
+
+GridSummary gridSummaryOf(Grid const& grid) {
+    GridSummary summary;
+    summary.extentU = grid.getExtents().getdU();
+    summary.extentV = grid.getExtents().getdV();
+    forEachNode(grid, [&](GridIndex const& node) { countNode(grid, node, summary); });
+    if (summary.validNodeCount > 0) {
+        auto const box = grid.getBoundingBoxAA();
+        summary.low = box.getp();
+        summary.high = box.getp1();
+    }
+    return summary;
+}
+
+bool haveSameSurface(Grid const& a, Grid const& b) {
+    if (a.getExtents() != b.getExtents()) {
+        return false;
+    }
+    bool isSame = true;
+    forEachNode(a, [&](GridIndex const& node) {
+        bool const isSameNode = a.getPointFlags(node) == b.getPointFlags(node) &&
+                                (!a.getIsPointValid(node) || a.getPoint(node) == b.getPoint(node));
+        isSame = isSame && isSameNode;
+    });
+    return isSame;
+}
+
+} // namespace cscan

@@ -1,0 +1,52 @@
+#include "apps/cscan/pictures/cscanimages.h"
+
+#include "apps/cscan/files/numbers.h"
+#include "apps/cscan/pictures/figure.h"
+#include "apps/cscan/pictures/pngfile.h"
+#include "apps/cscan/pictures/scale.h"
+#include "apps/cscan/scanning/quadmap.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace cscan {
+
+namespace {
+
+std::string noteOn(std::vector<double> const& values) {
+    if (values.empty()) {
+        return "no quad was hit";
+    }
+    constexpr int digits = 5;
+    auto const [low, high] = std::minmax_element(values.begin(), values.end());
+    double const sum = std::accumulate(values.begin(), values.end(), 0.0);
+    double const mean = sum / static_cast<double>(values.size());
+    return "quads: min " + toShortText(*low, digits) + "  mean " + toShortText(mean, digits) + "  max " +
+           toShortText(*high, digits);
+}
+
+Image scanFigure(QuadMap const& map, std::string const& title, bool isFromZero, double smallestStep) {
+    std::vector<double> const values = map.values();
+    Scale const scale = isFromZero ? scaleFromZero(values, smallestStep) : scaleFor(values, smallestStep);
+    return figureOf(map, {title, scale, noteOn(values)});
+}
+
+} // namespace
+
+std::vector<std::filesystem::path> imagePaths(std::string const& prefix) {
+    bool const isDirectory = prefix.empty() || prefix.back() == '/';
+    std::string const stem = isDirectory ? prefix : prefix + "_";
+    return {stem + "distance.png", stem + "angle.png", stem + "coverage.png"};
+}
+
+std::vector<std::filesystem::path> writeScanImages(std::string const& prefix, QuadMap const& surface,
+                                                   std::vector<Hit> const& hits, std::string const& unit) {
+    auto const paths = imagePaths(prefix);
+    QuadMaps const maps = quadMapsOf(surface, hits);
+    writePng(paths[0], scanFigure(maps.distance, "Distance [" + unit + "]", false, 0.0));
+    writePng(paths[1], scanFigure(maps.angleError, "Angle error [deg]", false, 0.0));
+    writePng(paths[2], scanFigure(maps.coverage, "Coverage [hits per quad]", true, 1.0));
+    return paths;
+}
+
+} // namespace cscan

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "apps/cscan/pictures/image.h"
+#include "apps/cscan/pictures/scale.h"
+#include "apps/cscan/scanning/quadmap.h"
+
+#include <string>
+#include <vector>
+
+namespace cscan {
+
+/// How a map is to be shown.
+struct FigureStyle {
+    std::string title; ///< with the unit
+    Scale scale;
+    std::string note;                               ///< a line below the map
+    std::vector<std::vector<FlatPoint>> outlines{}; ///< closed lines drawn over the map, in quads
+};
+
+/// The picture of a map: title, map with the v axis upwards, colour bar with labels, a line of figures.
+/// Small maps are magnified by a whole factor, large ones averaged down.
+Image figureOf(QuadMap const& map, FigureStyle const& style);
+
+/// Quads without surface.
+constexpr Colour noSurfaceColour{190, 190, 190};
+
+/// Surface that holds no value.
+constexpr Colour noValueColour = white;
+
+/// The longest side of a map in pixels beyond which quads are averaged.
+constexpr std::size_t longestSide = 1600;
+
+/// The side up to which small maps are magnified.
+constexpr std::size_t magnifiedSide = 900;
+
+} // namespace cscan

@@ -1,0 +1,163 @@
+#include "apps/cscan/scanning/csvfile.h"
+
+#include "apps/cscan/files/failure.h"
+#include "apps/cscan/files/files.h"
+#include "apps/cscan/files/numbers.h"
+#include "apps/cscan/files/textline.h"
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <istream>
+#include <ostream>
+#include <string_view>
+
+namespace cscan {
+
+namespace {
+
+constexpr std::array<std::string_view, 6> beamColumns = {"ox", "oy", "oz", "dx", "dy", "dz"};
+constexpr std::array<std::string_view, 6> pairColumns = {"sx", "sy", "sz", "tx", "ty", "tz"};
+constexpr std::string_view hitHeading = "u,v,x,y,z,distance,angle,valid";
+
+std::vector<std::string_view> fieldsOf(std::string_view line) {
+    std::vector<std::string_view> fields;
+    for (auto comma = line.find(','); comma != std::string_view::npos; comma = line.find(',')) {
+        fields.push_back(trimmed(line.substr(0, comma)));
+        line.remove_prefix(comma + 1);
+    }
+    fields.push_back(trimmed(line));
+    return fields;
+}
+
+/// Six numbers a line.
+using Columns = std::array<std::string_view, 6>;
+using Row = std::array<double, 6>;
+
+void checkHeading(TextLine const& line, Columns const& columns, std::string const& heading) {
+    auto const fields = fieldsOf(line.text);
+    if (!std::equal(fields.begin(), fields.end(), columns.begin(), columns.end())) {
+        line.fail("the heading must be " + heading);
+    }
+}
+
+Row numbersOf(TextLine const& line, Columns const& columns) {
+    auto const fields = fieldsOf(line.text);
+    Row numbers{};
+    if (fields.size() != numbers.size()) {
+        line.fail("6 numbers expected, " + std::to_string(fields.size()) + " fields found");
+    }
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        auto const number = parseNumber(fields[i]);
+        if (!number) {
+            line.fail("'" + std::string(fields[i]) + "' is no number for " + std::string(columns[i]));
+        }
+        numbers[i] = *number;
+    }
+    return numbers;
+}
+
+std::string headingOf(Columns const& columns) {
+    std::string heading(columns[0]);
+    for (std::size_t i = 1; i < columns.size(); ++i) {
+        heading += "," + std::string(columns[i]);
+    }
+    return heading;
+}
+
+/// Calls `visit` with each line below the heading and its numbers. Blank lines are passed over.
+template <class Visit>
+void readTable(std::istream& input, std::string const& source, Columns const& columns, Visit visit) {
+    bool hasHeading = false;
+    forEachLine(input, source, [&](TextLine const& line) {
+        if (trimmed(line.text).empty()) {
+            return;
+        }
+        if (hasHeading) {
+            visit(line, numbersOf(line, columns));
+        } else {
+            checkHeading(line, columns, headingOf(columns));
+            hasHeading = true;
+        }
+    });
+}
+
+Beam beamOf(TextLine const& line, Row const& numbers) {
+    requirePointInReach(line, numbers, 0, "origin");
+    Beam const beam{Point(numbers[0], numbers[1], numbers[2]), Vector(numbers[3], numbers[4], numbers[5])};
+    if (!(beam.direction.lSqr() > 0.0)) {
+        line.fail("the direction has no length");
+    }
+    return beam;
+}
+
+PointPair pairOf(TextLine const& line, Row const& numbers) {
+    requirePointInReach(line, numbers, 0, "source point");
+    requirePointInReach(line, numbers, 3, "target point");
+    return {Point(numbers[0], numbers[1], numbers[2]), Point(numbers[3], numbers[4], numbers[5])};
+}
+
+void writeHit(std::ostream& output, Hit const& hit) {
+    if (!hit.isValid) {
+        output << ",,,,,,,0\n";
+        return;
+    }
+    output << std::to_string(hit.quad.getU()) << ',' << std::to_string(hit.quad.getV());
+    output << ',' << toExactText(hit.point.getX()) << ',' << toExactText(hit.point.getY()) << ','
+           << toExactText(hit.point.getZ());
+    if (hit.isMeasured) {
+        output << ',' << toExactText(hit.distance) << ',' << toExactText(hit.angleToNormal);
+    } else {
+        output << ",,";
+    }
+    output << ",1\n";
+}
+
+} // namespace
+
+std::vector<Beam> readBeams(std::istream& input, std::string const& source) {
+    std::vector<Beam> beams;
+    readTable(input, source, beamColumns,
+              [&](TextLine const& line, Row const& numbers) { beams.push_back(beamOf(line, numbers)); });
+    if (beams.empty()) {
+        throw Failure(source + ": holds no beams");
+    }
+    return beams;
+}
+
+std::vector<PointPair> readPairs(std::istream& input, std::string const& source) {
+    std::vector<PointPair> pairs;
+    readTable(input, source, pairColumns,
+              [&](TextLine const& line, Row const& numbers) { pairs.push_back(pairOf(line, numbers)); });
+    return pairs;
+}
+
+std::vector<PointPair> readPairFile(std::filesystem::path const& path) {
+    requireReadable(path);
+    std::ifstream input(path);
+    return readPairs(input, path.string());
+}
+
+std::vector<Beam> readBeamFile(std::filesystem::path const& path) {
+    requireReadable(path);
+    std::ifstream input(path);
+    return readBeams(input, path.string());
+}
+
+void writeHits(std::ostream& output, std::vector<Hit> const& hits) {
+    output << hitHeading << '\n';
+    for (Hit const& hit : hits) {
+        writeHit(output, hit);
+    }
+}
+
+void writeHitFile(std::filesystem::path const& path, std::vector<Hit> const& hits) {
+    std::ofstream output(path);
+    writeHits(output, hits);
+    output.close();
+    if (!output) {
+        throw Failure(path.string() + ": cannot be written");
+    }
+}
+
+} // namespace cscan

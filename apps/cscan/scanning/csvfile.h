@@ -1,0 +1,36 @@
+#pragma once
+
+#include "apps/cscan/scanning/beam.h"
+#include "apps/cscan/scanning/scanner.h"
+
+#include <filesystem>
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+/// Beams, hits and pairs of points as tables of comma-separated values.
+namespace cscan {
+
+/// Reads a table with the heading "ox,oy,oz,dx,dy,dz" and one beam a line. Blank lines are passed over, both
+/// kinds of line end are taken. A wrong heading, a line that does not hold six finite numbers and a direction
+/// of no length are failures that name `source` and the line's number; so is a table without a beam.
+std::vector<Beam> readBeams(std::istream& input, std::string const& source);
+std::vector<Beam> readBeamFile(std::filesystem::path const& path);
+
+/// A point and where it is to go.
+struct PointPair {
+    Point source;
+    Point target;
+};
+
+/// The same for a table with the heading "sx,sy,sz,tx,ty,tz", of any number of pairs.
+std::vector<PointPair> readPairs(std::istream& input, std::string const& source);
+std::vector<PointPair> readPairFile(std::filesystem::path const& path);
+
+/// Writes the heading "u,v,x,y,z,distance,angle,valid" and one line a hit: quad indices, the point, distance,
+/// angle to the normal in radians, and 1 or 0. Every number reads back as the same value. What a miss or an
+/// unmeasured hit doesn't have is left empty.
+void writeHits(std::ostream& output, std::vector<Hit> const& hits);
+void writeHitFile(std::filesystem::path const& path, std::vector<Hit> const& hits);
+
+} // namespace cscan

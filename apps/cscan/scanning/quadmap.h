@@ -1,0 +1,64 @@
+#pragma once
+
+#include "apps/cscan/names.h"
+#include "apps/cscan/scanning/scanner.h"
+
+#include <cstddef>
+#include <vector>
+
+namespace cscan {
+
+/// What is known of one quad.
+struct Cell {
+    enum Kind { NoSurface, NoValue, Measured };
+
+    Kind kind = NoSurface;
+    double value = 0.0; ///< only where measured
+};
+
+/// A value for each quad of a grid: the C-scan before it becomes a picture. Rows run along u, row 0 is v = 0.
+class QuadMap {
+public:
+    /// Every quad without surface.
+    QuadMap(std::size_t width, std::size_t height);
+
+    std::size_t getWidth() const { return width; }
+
+    std::size_t getHeight() const { return height; }
+
+    Cell const& at(std::size_t u, std::size_t v) const { return cells[v * width + u]; }
+
+    Cell& at(std::size_t u, std::size_t v) { return cells[v * width + u]; }
+
+    /// The measured values, row by row.
+    std::vector<double> values() const;
+
+    /// A map in which a cell stands for `factor` by `factor` quads: the mean of those that are measured;
+    /// without one, surface if any of them has it. What is left over at the ends of rows and columns makes
+    /// cells of its own.
+    QuadMap averaged(std::size_t factor) const;
+
+private:
+    std::size_t width;
+    std::size_t height;
+    std::vector<Cell> cells;
+
+    Cell averageOfBlock(std::size_t left, std::size_t bottom, std::size_t factor) const;
+};
+
+/// The three C-scans of a scan, each on the grid's own quads. A quad that was hit several times shows the
+/// mean. Hits that the library did not measure count nowhere.
+struct QuadMaps {
+    QuadMap distance;   ///< in the part's unit
+    QuadMap angleError; ///< degrees off head-on
+    QuadMap coverage;   ///< number of hits; 0 on surface that no beam met
+};
+
+/// The quads that a grid has, without values.
+QuadMap surfaceMapOf(Grid const& grid);
+
+/// On the quads of `surface`; hits beside it count nowhere.
+QuadMaps quadMapsOf(QuadMap const& surface, std::vector<Hit> const& hits);
+QuadMaps quadMapsOf(Grid const& grid, std::vector<Hit> const& hits);
+
+} // namespace cscan

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "apps/cscan/names.h"
+#include "apps/cscan/scanning/beam.h"
+
+#include <vector>
+
+namespace cscan {
+
+/// A raster of parallel beams over a part.
+struct Raster {
+    double step = 1.0;     ///< spacing of the beams in both directions, above 0
+    double standoff = 0.0; ///< from the plane of the probe to the near side of the part's bounding box
+    Vector direction;      ///< of the beams; any length but 0
+};
+
+/// More beams than this are taken for a mistake in the step.
+constexpr double largestRaster = 50e6;
+
+/// The raster's beams over the box from `low` to `high`, as it is seen along the direction. The rows are run
+/// in turns to and fro, so that each beam is a neighbour of the one before it. The raster is centred on the
+/// box. Fails if it would hold more than `largestRaster` beams.
+std::vector<Beam> rasterBeams(Raster const& raster, Point const& low, Point const& high);
+
+} // namespace cscan

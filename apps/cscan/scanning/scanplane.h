@@ -1,0 +1,40 @@
+#pragma once
+
+#include "apps/cscan/names.h"
+#include "apps/cscan/scanning/quadmap.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+/// Several grids side by side in one scan plane.
+namespace cscan {
+
+using GridOffset = QELT::Geometry::TwoDimensional::Vector<int>;
+using GridGroups = QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups;
+
+/// A grid's file and its place.
+struct PlacedGrid {
+    std::filesystem::path file;
+    GridOffset offset{};               ///< of its quads in the scan plane, not negative
+    unsigned long group = 0;           ///< grids of the same number make a group
+    unsigned long active = 0xFFFFFFFF; ///< the grid answers at the positions whose bits are set
+};
+
+/// Grids that answer beams as one, and the part of the scan plane that they take.
+struct ScanPlane {
+    GridGroups groups;
+    QuadMap surface{0, 0}; ///< where a grid that is active has a quad
+    bool isEmpty = true;   ///< whether no active grid has a valid node
+    Point low{};           ///< the box of the active grids' nodes
+    Point high{};
+};
+
+/// A scan plane of more quads than this is taken for a mistake in an offset.
+constexpr double largestScanPlane = 64e6;
+
+/// Loads the grids, twice each: once to check the file and to see its surface, once into the groups, which
+/// stand in the order of their numbers. Failures name the file.
+ScanPlane loadScanPlane(std::vector<PlacedGrid> const& grids, unsigned long position, bool doFlipNormals);
+
+} // namespace cscan

@@ -1,0 +1,44 @@
+#include "apps/cscan/surface/reconstruction.h"
+
+#include "apps/cscan/files/failure.h"
+#include "apps/cscan/files/xyzfile.h"
+
+#include <algorithm>
+
+namespace cscan {
+
+namespace {
+
+FaceMesh surfaceThrough(std::vector<Point> const& points) {
+    QELT::Geometry::ThreeDimensional::PointCloud::Cloud cloud;
+    for (Point const& point : points) {
+        cloud.addPoint(point);
+    }
+    Mesh mesh;
+    mesh.construct(cloud);
+    return faceMeshOf(mesh);
+}
+
+FaceMesh surfaceFromEitherSide(std::vector<Point> points) {
+    try {
+        return surfaceThrough(points);
+    } catch (std::runtime_error const&) {
+        std::reverse(points.begin(), points.end());
+        return surfaceThrough(points);
+    }
+}
+
+} // namespace
+
+Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions const& options) {
+    auto const points = readCloudFile(cloud);
+    Reconstruction result;
+    result.surface = naming(cloud.string(), [&] { return surfaceFromEitherSide(points); });
+    result.repair = repairSurface(result.surface, options);
+    if (result.surface.faces.empty()) {
+        throw Failure(cloud.string() + ": no triangle's sides are all that short");
+    }
+    return result;
+}
+
+} // namespace cscan

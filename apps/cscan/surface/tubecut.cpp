@@ -1,0 +1,72 @@
+#include "apps/cscan/surface/tubecut.h"
+
+#include <array>
+#include <vector>
+
+namespace cscan {
+
+namespace {
+
+/// So little that the cut is as straight as without.
+constexpr double smallSlope = 1e-3;
+
+constexpr std::array planes{CutPlane{false, 0.0}, CutPlane{false, smallSlope}, CutPlane{false, -smallSlope},
+                            CutPlane{true, 0.0},  CutPlane{true, smallSlope},  CutPlane{true, -smallSlope}};
+
+std::vector<Point> pointsOf(Mesh const& mesh) {
+    std::vector<Point> points;
+    for (unsigned long i = 0; i < mesh.getNumberOfVertices(); ++i) {
+        points.push_back(mesh.getVertex(i).getPoint3D());
+    }
+    return points;
+}
+
+/// Where a point comes to lie if the part is moved in place of the plane. Its place along the axis of the
+/// cut, which decides where the cut starts, stays.
+Point moved(Point point, CutPlane const& plane, TubeCut const& cut) {
+    unsigned long const aside = 3 - cut.axis - cut.normalAxis;
+    if (plane.isTurned) {
+        point.seti(cut.normalAxis, -point.get(cut.normalAxis));
+        point.seti(aside, -point.get(aside));
+    }
+    point.seti(aside, point.get(aside) + plane.slope * point.get(cut.axis));
+    return point;
+}
+
+void place(Mesh& mesh, std::vector<Point> const& points, CutPlane const& plane, TubeCut const& cut) {
+    for (unsigned long i = 0; i < points.size(); ++i) {
+        mesh.getVertex(i).setPoint3D(moved(points[i], plane, cut));
+    }
+}
+
+/// The twins of the cut take the places of those that they were made from.
+void restore(Mesh& mesh, std::vector<Point> const& points) {
+    for (unsigned long i = 0; i < points.size(); ++i) {
+        mesh.getVertex(i).setPoint3D(points[i]);
+    }
+    auto const& [first, second] = mesh.getCutEdgeIndices();
+    for (std::size_t k = 0; k < first.size(); ++k) {
+        mesh.getVertex(second[k].index).setPoint3D(points[first[k].index]);
+    }
+}
+
+} // namespace
+
+std::optional<CutPlane> cutTube(Mesh& mesh, TubeCut const& cut) {
+    using namespace QELT::Geometry::ThreeDimensional::TriMesh;
+    if (cut.axis == cut.normalAxis) {
+        return std::nullopt;
+    }
+    auto const points = pointsOf(mesh);
+    for (CutPlane const& plane : planes) {
+        place(mesh, points, plane, cut);
+        bool const isCut = mesh.makeCut(cut.isFromGreatest ? Maximum : Minimum, cut.axis, cut.normalAxis);
+        restore(mesh, points);
+        if (isCut) {
+            return plane;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace cscan
