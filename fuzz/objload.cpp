@@ -1,17 +1,20 @@
 // OBJ texts: whatever the file holds, `load` ends with a mesh or with an exception, and a mesh that was
-// loaded can be walked, written, read again and flattened.
+// loaded can be walked, written, read again, flattened and cut.
 
 #include "Geometry/geometry.h"
 #include "fuzz/harness.h"
+#include "fuzz/meshuse.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
-#include <vector>
 
 using namespace QELT::Geometry::ThreeDimensional;
+using QELT::Fuzzing::cutAllWays;
+using QELT::Fuzzing::flatten;
 using QELT::Fuzzing::require;
 using QELT::Fuzzing::TemporaryFile;
+using QELT::Fuzzing::walkTriangles;
 
 namespace {
 
@@ -27,24 +30,6 @@ bool doesLoad(TriMesh::Mesh& mesh, char const* path) {
     }
 }
 
-/// The number of triangles, all of whose corners and neighbours have been looked at.
-std::size_t walkTriangles(TriMesh::Mesh const& mesh) {
-    std::vector<TriMesh::Triangle*> list;
-    std::vector<TriMesh::Triangle*>::iterator first;
-    std::vector<TriMesh::Triangle*>::iterator last;
-    mesh.getTriangles(list, first, last);
-    std::size_t count = 0;
-    for (auto i = first; i != last; ++i, ++count) {
-        for (unsigned long side = 0; side < 3; ++side) {
-            TriMesh::Edge const edge = (*i)->getEdge(side);
-            require(edge.org() < mesh.getNumberOfVertices(), "a corner is a vertex of the mesh");
-            require(edge.isBoundary() || edge.sym().sym() == edge, "neighbours know each other");
-            require(edge.isBoundary() || edge.sym().org() == edge.dest(), "neighbours are wound alike");
-        }
-    }
-    return count;
-}
-
 void writeAndReadAgain(TriMesh::Mesh const& mesh, std::size_t numberOfTriangles) {
     TemporaryFile const copy(".obj");
     mesh.save(copy.getPath(), true, false);
@@ -52,14 +37,6 @@ void writeAndReadAgain(TriMesh::Mesh const& mesh, std::size_t numberOfTriangles)
     if (doesLoad(again, copy.getPath())) {
         require(again.getNumberOfVertices() == mesh.getNumberOfVertices(), "vertices survive a file");
         require(walkTriangles(again) == numberOfTriangles, "triangles survive a file");
-    }
-}
-
-void flatten(TriMesh::Mesh& mesh, bool doPinExtremeCorners) {
-    try {
-        mesh.conformalMap(doPinExtremeCorners, nullptr, false);
-    } catch (std::runtime_error const&) {
-        // A mesh without a usable boundary has no flat map.
     }
 }
 
@@ -80,5 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         flatten(mesh, false);
         require(walkTriangles(mesh) == numberOfTriangles, "flattening keeps the triangles");
     }
+    cutAllWays(mesh);
+    require(walkTriangles(mesh) == numberOfTriangles, "cuts keep the triangles");
     return 0;
 }
