@@ -23,15 +23,15 @@ public:
 
     /// Puts a copy of `value` at the front and takes the first element equal to it out of its place, so that
     /// iterators to that one become invalid; `value` may refer to it. The result is the place at which it
-    /// was, or the former size if there was none and the list grew by one.
+    /// was, or the former size if there was none and the list grew by one. Without memory for the copy it
+    /// throws and leaves the list as it was.
     unsigned long move_to_front(T const& value) {
-        T const copy = value;
-        auto const found = std::find(this->begin(), this->end(), copy);
+        auto const found = std::find(this->begin(), this->end(), value);
         auto const place = static_cast<std::uint32_t>(std::distance(this->begin(), found));
+        this->push_front(value); // first, since it may throw, and `value` may be the element found
         if (found != this->end()) {
             this->erase(found);
         }
-        this->push_front(copy);
         return place;
     }
 };

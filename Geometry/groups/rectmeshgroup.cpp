@@ -29,8 +29,8 @@ RectMeshGroup& RectMeshGroup::operator=(RectMeshGroup const& other) {
 }
 
 void RectMeshGroup::addOwnedMesh(std::unique_ptr<RectMesh> mesh) {
-    quadMeshes.push_back({mesh.get(), true});
     ownedMeshes.push_back(std::make_shared<std::unique_ptr<RectMesh>>(std::move(mesh)));
+    quadMeshes.push_back({ownedMeshes.back()->get(), true});
 }
 
 void RectMeshGroup::clear() {

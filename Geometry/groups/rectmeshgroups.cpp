@@ -41,8 +41,8 @@ void RectMeshGroups::load(std::vector<std::vector<std::string>> const& groupFile
     for (std::size_t i = 0; i < groupFileNames.size(); ++i) {
         auto group = std::make_shared<RectMeshGroup>();
         group->load(groupFileNames[i], groupOffsets[i]);
-        groups.push_back(group.get());
         ownedGroups.push_back(std::move(group));
+        groups.push_back(ownedGroups.back().get());
     }
 }
 

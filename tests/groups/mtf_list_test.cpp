@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <list>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -97,15 +99,62 @@ TEST(MoveToFrontList, IsAListOtherwise) {
     EXPECT_TRUE(list.empty());
 }
 
+using SharedList = mtf_list<std::shared_ptr<int>>;
+
+/// A list that keeps one more.
+class KeepingList : public SharedList {
+public:
+    explicit KeepingList(std::shared_ptr<int> newKept) : kept(std::move(newKept)) {}
+
+private:
+    std::shared_ptr<int> kept;
+};
+
 TEST(MoveToFrontList, EmptiesItselfWhenDestroyedThroughItsBase) {
     auto const watched = std::make_shared<int>(3);
-    auto* const list = new mtf_list<std::shared_ptr<int>>();
+    SharedList* const list = new KeepingList(watched);
     list->push_back(watched);
     list->push_back(watched);
     list->move_to_front(watched);
-    EXPECT_EQ(watched.use_count(), 3);
+    EXPECT_EQ(watched.use_count(), 4);
     delete list;
     EXPECT_EQ(watched.use_count(), 1);
+}
+
+/// What the allocators below still hand out.
+int nodesLeft = 0;
+
+template <class T>
+struct ScarceAllocator : std::allocator<T> {
+    template <class Other>
+    struct rebind {
+        using other = ScarceAllocator<Other>;
+    };
+
+    ScarceAllocator() = default;
+
+    template <class Other>
+    explicit ScarceAllocator(ScarceAllocator<Other> const& /*other*/) {}
+
+    T* allocate(std::size_t count) {
+        if (nodesLeft == 0) {
+            throw std::bad_alloc();
+        }
+        --nodesLeft;
+        return std::allocator<T>::allocate(count);
+    }
+};
+
+TEST(MoveToFrontList, StaysAsItWasWithoutMemoryForTheCopy) {
+    mtf_list<int, ScarceAllocator<int>> list;
+    nodesLeft = 3;
+    for (int const value : {1, 2, 3}) {
+        list.push_back(value);
+    }
+    for (int const value : {1, 3, 4}) {
+        EXPECT_THROW(list.move_to_front(value), std::bad_alloc);
+        EXPECT_EQ((std::vector<int>(list.begin(), list.end())), (std::vector<int>{1, 2, 3}));
+    }
 }
 
 TEST(MoveToFrontList, KeepsTheOrderOfPlainMoves) {

@@ -1,0 +1,128 @@
+#include "tests/groups/grouptwins.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+
+namespace {
+
+/// How often this program still gets memory through `operator new`; for ever if negative. Volatile, since a
+/// compiler may take it that `operator new` changes no object that it can see.
+long volatile allocationsLeft = -1;
+
+void* allocate(std::size_t size) noexcept {
+    if (allocationsLeft == 0) {
+        return nullptr;
+    }
+    if (allocationsLeft > 0) {
+        allocationsLeft = allocationsLeft - 1;
+    }
+    return std::malloc(size == 0 ? 1 : size);
+}
+
+} // namespace
+
+// Not inline: where only one of a pair is, the compiler sees a mismatch of `new` and `free` and warns.
+
+[[gnu::noinline]] void* operator new(std::size_t size) {
+    void* const block = allocate(size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+[[gnu::noinline]] void* operator new[](std::size_t size) {
+    return ::operator new(size);
+}
+
+[[gnu::noinline]] void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+    return allocate(size);
+}
+
+[[gnu::noinline]] void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
+    return allocate(size);
+}
+
+[[gnu::noinline]] void operator delete(void* block) noexcept {
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete[](void* block) noexcept {
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete[](void* block, std::size_t) noexcept {
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete(void* block, std::nothrow_t const&) noexcept {
+    std::free(block);
+}
+
+[[gnu::noinline]] void operator delete[](void* block, std::nothrow_t const&) noexcept {
+    std::free(block);
+}
+
+namespace QELT::Testing {
+namespace {
+
+class GroupAllocation : public GroupTest {};
+
+/// Whether something can be done with no more than so much memory.
+template <class Action>
+bool isDoneWith(long allocations, Action action) {
+    bool isDone = true;
+    allocationsLeft = allocations;
+    try {
+        action();
+    } catch (std::bad_alloc const&) {
+        isDone = false;
+    }
+    allocationsLeft = -1;
+    return isDone;
+}
+
+/// Whether each listed grid is among those that the group will destroy.
+bool isAllOwned(RectMeshGroup const& group) {
+    std::vector<RectMesh*> const listed = meshesOf(group);
+    return std::all_of(listed.begin(), listed.end(), [&](RectMesh const* mesh) {
+        return std::any_of(group.ownedMeshes.begin(), group.ownedMeshes.end(),
+                           [&](auto const& owned) { return owned->get() == mesh; });
+    });
+}
+
+TEST_F(GroupAllocation, ListsNoMeshThatItCouldNotOwn) {
+    int failures = 0;
+    bool isDone = false;
+    while (!isDone) {
+        RectMeshGroup group;
+        auto mesh = std::make_unique<RectMesh>();
+        isDone = isDoneWith(failures, [&] { group.addOwnedMesh(std::move(mesh)); });
+        failures += isDone ? 0 : 1;
+        EXPECT_EQ(group.quadMeshes.size(), isDone ? 1U : 0U);
+        EXPECT_TRUE(isAllOwned(group)) << failures;
+    }
+    EXPECT_GE(failures, 3) << "the owner, the list of owners and the list each take memory";
+}
+
+TEST_F(GroupAllocation, ListsNoGroupThatItCouldNotOwn) {
+    int failures = 0;
+    bool isDone = false;
+    while (!isDone) {
+        RectMeshGroups groups;
+        isDone = isDoneWith(failures, [&] { groups.load({{}}, {{}}); });
+        failures += isDone ? 0 : 1;
+        EXPECT_EQ(groups.groups.size(), isDone ? 1U : 0U);
+        EXPECT_LE(groups.groups.size(), groups.ownedGroups.size());
+    }
+    EXPECT_GE(failures, 3);
+}
+
+} // namespace
+} // namespace QELT::Testing
