@@ -56,6 +56,21 @@ inline RectMesh flatAt(double x, double height, std::uint32_t u = 5, std::uint32
     return makeGrid(u, v, [=](int i, int j) { return SpacePoint(x + i, j, height); });
 }
 
+/// A flat grid that notes that it is read.
+inline std::unique_ptr<NotingGrid> notingFlat(double x, double height) {
+    auto grid = std::make_unique<NotingGrid>();
+    RectMesh::Extents const extents{5, 5};
+    grid->init({extents.u, extents.v});
+    for (int u = 0; u <= 5; ++u) {
+        for (int v = 0; v <= 5; ++v) {
+            grid->setPoint({u, v}, SpacePoint(x + u, v, height));
+        }
+    }
+    settle(*grid);
+    grid->nodes.clear();
+    return grid;
+}
+
 inline Beam downAt(double x, double y, double height = 50.0) {
     return {SpacePoint(x, y, height), SpaceVector(0.0, 0.0, -1.0)};
 }
@@ -144,6 +159,7 @@ inline testing::AssertionResult sameAnswer(QuadIndicesIntersectionStatus const& 
         return testing::AssertionFailure() << "another mesh than number " << expected.member;
     }
     PlainStatus const& status = expected.status;
+    QuadIntersectionData const& data = actual.getIntersectionData();
     if (actual.getIsValid() != status.isValid || plain(actual.getIndices()) != status.indices) {
         return testing::AssertionFailure() << "other indices or validity";
     }
@@ -151,8 +167,9 @@ inline testing::AssertionResult sameAnswer(QuadIndicesIntersectionStatus const& 
          {sameBits(actual.getQuadPoint().getX(), status.quadPoint.x),
           sameBits(actual.getQuadPoint().getY(), status.quadPoint.y),
           sameBits(actual.getQuadPoint().getZ(), status.quadPoint.z),
-          sameBits(actual.getIntersectionData().getDistanceToObject(), status.data.distanceToObject),
-          sameBits(actual.getIntersectionData().getAngleToObjectNormal(), status.data.angleToObjectNormal)}) {
+          sameBits(data.getDistanceToObject(), status.data.distanceToObject),
+          sameBits(data.getAngleToObjectNormal(), status.data.angleToObjectNormal),
+          sameBits(data.getDistanceSqrToQuadCentre(), status.data.distanceSqrToQuadCentre)}) {
         if (!same) {
             return same;
         }

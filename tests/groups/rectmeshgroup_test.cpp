@@ -27,21 +27,6 @@ private:
     int& deaths;
 };
 
-/// A flat grid that notes that it is read.
-std::unique_ptr<NotingGrid> notingFlat(double x, double height) {
-    auto grid = std::make_unique<NotingGrid>();
-    RectMesh::Extents const extents{5, 5};
-    grid->init({extents.u, extents.v});
-    for (int u = 0; u <= 5; ++u) {
-        for (int v = 0; v <= 5; ++v) {
-            grid->setPoint({u, v}, SpacePoint(x + u, v, height));
-        }
-    }
-    settle(*grid);
-    grid->nodes.clear();
-    return grid;
-}
-
 QuadIndicesIntersectionStatus ask(RectMeshGroup& group, Beam const& beam, bool doReset = false) {
     return group.getIntersectionStatus(beam.origin, beam.direction, doReset);
 }
@@ -113,6 +98,21 @@ TEST_F(MeshGroup, ClearLeavesLoadedMeshesAlive) {
     EXPECT_EQ(meshes[1]->getExtents().getdU(), 3U);
     for (RectMesh* const mesh : meshes) {
         delete mesh; // now for the caller to do
+    }
+}
+
+TEST_F(MeshGroup, KeepsItsFlagWhenMeshesComeAndGo) {
+    for (bool const isGood : {false, true}) {
+        RectMesh added = flatAt(0.0, 0.0);
+        RectMeshGroup group;
+        group.isLastIntersectionGood = isGood;
+        group.addQuadMesh(&added);
+        EXPECT_EQ(group.isLastIntersectionGood, isGood);
+        group.clear();
+        EXPECT_EQ(group.isLastIntersectionGood, isGood);
+        group.addOwnedMesh(std::make_unique<RectMesh>());
+        group.deleteMeshes();
+        EXPECT_EQ(group.isLastIntersectionGood, isGood);
     }
 }
 

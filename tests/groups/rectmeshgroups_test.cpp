@@ -197,32 +197,37 @@ TEST_F(MeshGroups, BringsTheGroupThatAnsweredToTheFrontAndAsksItAlone) {
 }
 
 TEST_F(MeshGroups, AsksTheNextGroupWhenOneHasNoActiveMesh) {
-    RectMesh a = flatAt(0.0, 10.0);
-    RectMesh b = flatAt(0.0, 0.0);
-    RectMeshGroups groups;
-    groups.addGroup()->addQuadMesh(&a);
-    groups.addGroup()->addQuadMesh(&b);
-    groups.setActivePositionFlags({{0xFFFFFFF7UL}, {0xFFFFFFFFUL}});
-    for (unsigned long const position : {3UL, 35UL}) {
+    for (unsigned long const position : {3UL, 35UL, 4UL, 36UL}) {
+        RectMesh near = flatAt(0.0, 10.0);
+        RectMesh far = flatAt(0.0, 0.0);
+        RectMeshGroups groups; // new ones each time, in which nothing has answered yet
+        groups.addGroup()->addQuadMesh(&near);
+        groups.addGroup()->addQuadMesh(&far);
+        groups.setActivePositionFlags({{0xFFFFFFF7UL}, {0xFFFFFFFFUL}});
         groups.setPosition(position);
-        EXPECT_EQ(a.position, position);
-        EXPECT_EQ(ask(groups, downAt(2.3, 2.4)).quadMesh, &b) << "position " << position;
+        EXPECT_EQ(near.position, position);
+        bool const isNearActive = position % 32 != 3;
+        EXPECT_EQ(ask(groups, downAt(2.3, 2.4)).quadMesh, isNearActive ? &near : &far)
+            << "position " << position;
     }
-    groups.setPosition(4);
-    groups.isLastIntersectionGood = false;
-    EXPECT_EQ(ask(groups, downAt(2.3, 2.4)).quadMesh, &a) << "the nearer answers again";
 }
 
 TEST_F(MeshGroups, AsksEveryGroupInModesOneAndTwo) {
     for (int const mode : {1, 2}) {
         setQualityMode(mode);
-        RectMesh a = flatAt(0.0, 0.0);
-        RectMesh b = flatAt(0.0, 10.0);
+        auto const low = notingFlat(0.0, 0.0);
+        auto const high = notingFlat(0.0, 10.0);
         RectMeshGroups groups;
-        groups.addGroup()->addQuadMesh(&a);
-        groups.addGroup()->addQuadMesh(&b);
-        for (int i = 0; i < 2; ++i) {
-            EXPECT_EQ(ask(groups, downAt(2.3, 2.4)).quadMesh, mode == 1 ? &b : &a);
+        groups.addGroup()->addQuadMesh(low.get());
+        groups.addGroup()->addQuadMesh(high.get());
+        for (int i = 0; i < 3; ++i) {
+            low->nodes.clear();
+            high->nodes.clear();
+            EXPECT_EQ(ask(groups, downAt(2.3, 2.4)).quadMesh, mode == 1 ? high.get() : low.get())
+                << "the nearer; of equal angles the first";
+            EXPECT_FALSE(low->nodes.empty());
+            EXPECT_FALSE(high->nodes.empty());
+            EXPECT_TRUE(groups.isLastIntersectionGood);
         }
     }
 }
