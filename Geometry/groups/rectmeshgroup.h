@@ -51,6 +51,8 @@ public:
 
     /// Empties the list and destroys no grid, not even an owned one: those live on, and it is then for the
     /// caller to delete them, through pointers taken before. A status that names one of them stays usable.
+    /// That gives the grids away for all copies that share them: these still list them but own them no more,
+    /// and must not ask them once they are deleted.
     void clear();
 
     /// Replaces the grids by those of the files, each at its offset.
