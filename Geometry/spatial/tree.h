@@ -1,13 +1,10 @@
 #pragma once
 
-#include "Geometry/foundations/boundingbox.h"
 #include "Geometry/foundations/export.h"
-#include "Geometry/foundations/plane.h"
 #include "Geometry/foundations/point.h"
 #include "Geometry/spatial/node.h"
 #include "Geometry/spatial/object.h"
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -29,9 +26,10 @@ public:
     /// before z. Where no axis separates the objects the box is halved along x until that can separate them
     /// no more, then along y, then along z; objects that no plane separates, as coincident ones, stand in a
     /// chain of nodes. An object that is neither above nor below a chosen plane is dropped, as one with a NaN
-    /// or, if the cloud is wider than the range of floats, one whose distance overflows. Cost: each level
-    /// classifies its objects three times; an outlier among a tight cluster makes a long chain of nodes with
-    /// one empty side each.
+    /// or, if the cloud is wider than the range of floats, one whose distance overflows. A NaN in the first
+    /// object is in the box around all, and by it in every plane, so that all objects are dropped. Cost: each
+    /// level classifies its objects three times; an outlier among a tight cluster makes a long chain of nodes
+    /// with one empty side each.
     bool construct(std::vector<Object*> const& objects, unsigned long numberOfObjects);
 
     /// The `k` objects nearest to a point, nearest first, of equals in no fixed order; always true. `objects`

@@ -1,7 +1,10 @@
+#include "Geometry/foundations/boundingbox.h"
 #include "Geometry/foundations/element.h"
+#include "Geometry/foundations/plane.h"
 #include "Geometry/spatial/tree.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numeric>
 #include <utility>

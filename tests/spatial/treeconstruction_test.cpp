@@ -306,6 +306,21 @@ TEST(TreeConstruction, DropsObjectsThatAreNoNumber) {
     EXPECT_EQ(tree.depth, 0U);
 }
 
+TEST(TreeConstruction, DropsAllObjectsIfTheFirstIsNoNumber) {
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    for (unsigned long axis = 0; axis < 3; ++axis) {
+        Points points = Testing::uniformCloud(3, 20);
+        points[0].seti(axis, nan);
+        Objects const objects = objectsOf(points);
+        Tree const tree = treeOf(objects);
+        EXPECT_TRUE(leavesOf(tree).empty()) << "axis " << axis;
+        EXPECT_EQ(tree.depth, 0U);
+        EXPECT_TRUE(sameTree(tree, Testing::plainTree(objects)));
+        std::swap(points[0], points[1]);
+        EXPECT_EQ(leavesOf(treeOf(objects)).size(), 19U) << "axis " << axis;
+    }
+}
+
 /// An interval along x, which a plane through it has neither above nor below it, or both.
 class Interval : public Object {
 public:
