@@ -14,6 +14,9 @@ namespace BinarySpacePartition {
 /// the library's own kind; any shape that answers these five questions can stand beside it.
 class QELT_EXPORT Object {
 public:
+    Object() = default;
+    Object(Object const&) = default;
+    Object& operator=(Object const&) = default;
     virtual ~Object() = default;
 
     /// Whether the object lies on the side of the plane to which its normal points.
@@ -30,11 +33,6 @@ public:
 
     /// The axis-aligned box around the object.
     virtual BoundingBoxAA getBoundingBox() const = 0;
-
-protected:
-    Object() = default;
-    Object(Object const&) = default;
-    Object& operator=(Object const&) = default;
 };
 
 } // namespace BinarySpacePartition

@@ -11,6 +11,7 @@ namespace {
 
 static_assert(std::has_virtual_destructor_v<Object> && std::is_abstract_v<Object>);
 static_assert(std::has_virtual_destructor_v<Node>);
+static_assert(std::is_copy_assignable_v<Object>);
 static_assert(std::is_base_of_v<Node, InternalNode> && std::is_base_of_v<Node, LeafNode>);
 static_assert(std::is_base_of_v<Object, Point>);
 
