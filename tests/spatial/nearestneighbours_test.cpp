@@ -204,7 +204,7 @@ TEST(NearestNeighbours, OfAPointOnAPlaneAreSoughtAboveIt) {
     EXPECT_EQ(found.distances[0], 1.0);
     PlainTree const plain = Testing::plainTree(objectsOf(points));
     EXPECT_EQ(found.objects[0], Testing::plainNearestInTree(plain, Point(1.0, 0.0, 0.0), 1)[0].first);
-    // Three of them: the descent asks the plane x = 4 next if it goes up from x = 2, and ends if it goes
+    // Three of them: the descent asks the plane x = 3 next if it goes up from x = 2, and ends if it goes
     // down.
     Points more = {{0.0, 0.0, 0.0}, {3.0, 0.0, 0.0}, {4.0, 0.0, 0.0}};
     Tree const deeper = treeOf(more);
