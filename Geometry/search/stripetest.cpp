@@ -21,8 +21,7 @@ constexpr double beamHeight = 10.0;
 constexpr double shareOfQuadAlong = 0.25;
 
 int getRandomIndex(std::uint32_t extent) {
-    return static_cast<int>(static_cast<std::uint32_t>(std::rand()) %
-                            extent); // NOLINT(concurrency-mt-unsafe)
+    return static_cast<int>(static_cast<std::uint32_t>(std::rand()) % extent);
 }
 
 /// The quads on the way from a to b, towards growing u, without the end (Bresenham, "Algorithm for Computer
