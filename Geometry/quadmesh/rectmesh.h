@@ -395,10 +395,12 @@ public:
     /// `numberOfElements` beams (at least one) set across the line at `elementPitch`, fires each straight
     /// down at a known quad, and counts whether `getIntersection` names it. The counters are added to, and
     /// lines on which a beam failed are appended to `failedLines`; the result is whether that is empty. Lines
-    /// come from `rand`, which is not seeded here. Only for grids without offset and flips. Where a line
-    /// steps along the quads' diagonal so are its beams moved, and on a flat regular grid many then stand
-    /// exactly on it, where no beam hits: failures there speak of that alone. On a grid on which no line has
-    /// room for the array this never returns; on one without any quad along an axis it tests nothing.
+    /// come from `rand`, which is not seeded here. A line runs up to its end but not onto it, and no beam is
+    /// fired at the last two quads before: a line of two quads fires nothing and counts as passed. Only for
+    /// grids without offset and flips. Where a line steps along the quads' diagonal so are its beams moved,
+    /// and on a flat regular grid many then stand exactly on it, where no beam hits: failures there speak of
+    /// that alone. On a grid on which no line has room for the array this never returns; on one without any
+    /// quad along an axis it tests nothing.
     bool testArrayStripes(
         unsigned long numberOfTests, double elementPitch, unsigned long numberOfElements,
         unsigned long& numberOfPasses, unsigned long& numberOfFailures,
