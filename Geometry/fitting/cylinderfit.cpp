@@ -10,7 +10,6 @@ namespace {
 
 constexpr double descentStep = -0.001;
 constexpr double changeTolerance = 1e-11;
-constexpr int mostSteps = 4194304;
 
 Vector getDirection(LinearAlgebra::Vector const& x) {
     return {x.get(3), x.get(4), x.get(5)};
@@ -23,7 +22,7 @@ void reverseDirection(LinearAlgebra::Vector& x) {
 }
 
 /// Descends from a fixed start; whether the value of the function settled.
-bool descend(CylinderFitFunction& function, Point const* points, std::uint32_t count,
+bool descend(RealValuedVectorFunction& function, Point const* points, std::uint32_t count, int mostSteps,
              LinearAlgebra::Vector& x) {
     x.allOnes();
     double previousValue = 0.0;
@@ -50,10 +49,17 @@ double getDistanceFromAxis(Point const& p, Point const& foot, Vector const& unit
 
 bool Utility::getCylinderFit(Point const* points, Vector const* normals, unsigned long numberOfPoints,
                              Point& axisPoint, Vector& axisDirection, double& radius, double* residuals) {
+    return fitCylinder(points, normals, numberOfPoints, axisPoint, axisDirection, radius, residuals,
+                       mostCylinderSteps);
+}
+
+bool Utility::fitCylinder(Point const* points, Vector const* normals, unsigned long numberOfPoints,
+                          Point& axisPoint, Vector& axisDirection, double& radius, double* residuals,
+                          int mostSteps) {
     std::uint32_t const count = toUInt32(numberOfPoints);
     CylinderFitFunction function(count, points, normals);
     LinearAlgebra::Vector x(6);
-    bool const isConverged = descend(function, points, count, x);
+    bool const isConverged = descend(function, points, count, mostSteps, x);
     Point const c(x.get(0), x.get(1), x.get(2));
     Vector const d = getDirection(x);
     Vector const unit = d / std::sqrt(d.dot(d));

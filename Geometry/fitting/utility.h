@@ -103,6 +103,13 @@ public:
                                          double* residuals);
 
 private:
+    static constexpr int mostCylinderSteps = 4194304;
+
+    /// The fit with a limit of any size, at least 1.
+    static bool fitCylinder(Point const* points, Vector const* normals, unsigned long numberOfPoints,
+                            Point& axisPoint, Vector& axisDirection, double& radius, double* residuals,
+                            int mostSteps);
+
     static double weightedSum(double a, double b, double wa, double wb) { return wa * a + wb * b; }
 };
 

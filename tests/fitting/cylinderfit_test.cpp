@@ -78,6 +78,16 @@ CylinderFit fitCylinder(SpacePoints const& points, SpaceVectors const& normals) 
     return fit;
 }
 
+/// The fit ended after so many steps.
+CylinderFit fitWithin(std::uint32_t mostSteps, SpacePoints const& points, SpaceVectors const& normals) {
+    CylinderFit fit;
+    fit.residuals.assign(points.size(), -9.0);
+    fit.isConverged =
+        Utility::fitCylinder(points.data(), normals.data(), points.size(), fit.axisPoint, fit.axisDirection,
+                             fit.radius, fit.residuals.data(), static_cast<int>(mostSteps));
+    return fit;
+}
+
 testing::AssertionResult same(CylinderFit const& fit, Testing::PlainCylinder const& expected) {
     if (fit.isConverged != expected.isConverged) {
         return testing::AssertionFailure() << "converged: " << fit.isConverged;
@@ -272,6 +282,37 @@ TEST(CylinderFit, IsThePlainDescentToTheBit) {
         }
     }
     EXPECT_GE(compared, 40);
+}
+
+TEST(CylinderFit, IsThePlainDescentWhereverItIsCutOff) {
+    for (std::uint32_t i = 0; i < 12; ++i) {
+        CylinderCloud const cloud = randomCylinder(i, 2 + i, 0.01);
+        for (std::uint32_t const limit : {1U, 2U, 3U, 10U, 57U}) {
+            Testing::PlainCylinder const expected =
+                Testing::plainCylinderFit(cloud.points, cloud.normals, limit);
+            ASSERT_FALSE(expected.isConverged);
+            ASSERT_TRUE(same(fitWithin(limit, cloud.points, cloud.normals), expected))
+                << "case " << i << ", " << limit << " steps";
+        }
+    }
+}
+
+static_assert(Utility::mostCylinderSteps == 4194304);
+
+TEST(CylinderFit, AnswersFalseWithItsOutputsWrittenWhenTheStepsRunOut) {
+    // The points lie at right angles to the starting axis, on both sides of the plane in which the normals
+    // have their foot. Squared normals of 1000 in all would let each step of 0.001 throw the axis to the
+    // other side of it, as far as it was before; a little less, and it swings down slowly.
+    Vector const across(1.0, -1.0, 0.0);
+    Vector const aside(2.0, 2.0, -4.0);
+    Point const start(1.0, 1.0, 1.0);
+    SpacePoints const points = {start + (0.25 * across + aside), start + (-0.25 * across + aside)};
+    SpaceVectors const normals = {20.0 * across, 10.0 * (1.0 - 0x1p-21) * across};
+    Testing::PlainCylinder const expected = Testing::plainCylinderFit(points, normals);
+    ASSERT_EQ(expected.iterations, 4194304U);
+    CylinderFit const fit = fitCylinder(points, normals);
+    EXPECT_FALSE(fit.isConverged);
+    EXPECT_TRUE(same(fit, expected));
 }
 
 TEST(CylinderFit, StopsAtTheFirstNumberThatIsNone) {
