@@ -104,6 +104,17 @@ TEST(SphereFit, IsTrueAlsoWhenTheSweepsRunOut) {
     EXPECT_TRUE(same(fit, expected));
 }
 
+TEST(SphereFit, StopsByItsTolerancesWhereThePlainDescentDoes) {
+    // Descents that stop within the sweeps while the radius still moves: one sweep more or less shows.
+    for (std::uint32_t const seed : {0U, 6U, 82U}) {
+        std::mt19937 generator(seed);
+        SpacePoints const points = randomSphere(generator, 4, Point(), 1.0, 0.0, false);
+        Testing::PlainSphere const expected = Testing::plainSphereFit(points);
+        ASSERT_LT(expected.sweeps, 100000U);
+        EXPECT_TRUE(same(fitSphere(points), expected)) << "seed " << seed;
+    }
+}
+
 TEST(SphereFit, HasUnsignedDistancesToTheSurfaceAsResiduals) {
     SpacePoints points = octahedron(Point(), 1.0);
     for (Point const& outer : octahedron(Point(), 1.5)) {
