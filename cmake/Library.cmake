@@ -8,6 +8,7 @@ set(qelt_internal_headers
     Geometry/foundations/percentage.h
     Geometry/fitting/cylinderfitfunction.h
     Geometry/fitting/realvaluedvectorfunction.h
+    Geometry/fitting/samenumber.h
     Geometry/groups/bestintersection.h
     Geometry/groups/lengthcheck.h
     Geometry/linearalgebra/compactrows.h

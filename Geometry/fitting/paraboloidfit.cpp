@@ -1,9 +1,11 @@
+#include "Geometry/fitting/samenumber.h"
 #include "Geometry/fitting/utility.h"
 #include "Geometry/foundations/element.h"
 #include "Geometry/foundations/quaternion.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 
 namespace QELT::Geometry::ThreeDimensional {
@@ -13,7 +15,6 @@ namespace {
 /// Twice, from the derivative of a square, times the rate of the descent.
 constexpr double rateFactor = 2e-12;
 constexpr double changeTolerance = 1e-24;
-constexpr int mostPasses = 268435456;
 
 using Frame = std::array<Vector, 3>;
 
@@ -61,12 +62,18 @@ public:
         return {w, a, b, c - (curvatureU * a * a + curvatureV * b * b) * 0.5};
     }
 
-    /// Whether the next pass and all after it give NaNs again: with points, a NaN in the curvatures and in
-    /// the axes is in every residual and by it in all that is fitted, and without points nothing moves.
-    bool getIsLost() const {
-        bool const isBent = std::isnan(curvatureU) && std::isnan(curvatureV);
-        return isBent && (count == 0 || (getIsNaN(axes[0]) && getIsNaN(axes[1]) && getIsNaN(axes[2]) &&
-                                         getIsNaN(vertex - Point())));
+    /// Whether passes from here and from there give the same: in all that a pass reads. The axes are not
+    /// among it, since it starts with making them from the quaternion.
+    bool getIsAtSameState(Paraboloid const& other) const {
+        bool isSame =
+            getIsSameNumber(curvatureU, other.curvatureU) && getIsSameNumber(curvatureV, other.curvatureV);
+        for (unsigned long k = 0; k < 3 && isSame; ++k) {
+            isSame = getIsSameNumber(vertex.get(k), other.vertex.get(k));
+        }
+        for (unsigned long m = 0; m < 4 && isSame; ++m) {
+            isSame = getIsSameNumber(q.get(m), other.q.get(m));
+        }
+        return isSame;
     }
 
     Point const& getVertex() const { return vertex; }
@@ -78,10 +85,6 @@ public:
     double getCurvatureV() const { return curvatureV; }
 
 private:
-    static bool getIsNaN(Vector const& v) {
-        return std::isnan(v.getdX()) && std::isnan(v.getdY()) && std::isnan(v.getdZ());
-    }
-
     double moveVertex() {
         Point newVertex = vertex;
         for (std::uint32_t i = 0; i < count; ++i) {
@@ -149,20 +152,48 @@ private:
     double curvatureV;
 };
 
+/// Makes passes until one changes nothing, at most so many; whether there was one. Many descents come back to
+/// a state in which they were before and go round from there on, be it as NaNs on the spot. The state kept
+/// from the last pass whose number is a power of two shows it (Brent, "An Improved Monte Carlo Factorization
+/// Algorithm", 1980); of the passes left, those of whole rounds are not made.
+bool descend(Paraboloid& paraboloid, int mostPasses) {
+    Paraboloid kept = paraboloid;
+    int keptAt = 0;
+    for (int passes = 1; passes <= mostPasses; ++passes) {
+        if (paraboloid.pass()) {
+            return true;
+        }
+        if (paraboloid.getIsAtSameState(kept)) {
+            int const round = passes - keptAt;
+            for (int left = (mostPasses - passes) % round; left > 0; --left) {
+                paraboloid.pass();
+            }
+            return false;
+        }
+        if (std::has_single_bit(static_cast<unsigned>(passes))) {
+            kept = paraboloid;
+            keptAt = passes;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 bool Utility::getEllipticParaboloidFit(Point const* points, unsigned long numberOfPoints,
                                        Vector const& axisHint, Point& vertex, Vector& axisU, Vector& axisV,
                                        Vector& axisN, double& curvatureU, double& curvatureV,
                                        double* residuals) {
+    return fitParaboloid(points, numberOfPoints, axisHint, vertex, axisU, axisV, axisN, curvatureU,
+                         curvatureV, residuals, mostParaboloidPasses);
+}
+
+bool Utility::fitParaboloid(Point const* points, unsigned long numberOfPoints, Vector const& axisHint,
+                            Point& vertex, Vector& axisU, Vector& axisV, Vector& axisN, double& curvatureU,
+                            double& curvatureV, double* residuals, int mostPasses) {
     std::uint32_t const count = toUInt32(numberOfPoints);
     Paraboloid paraboloid(points, count, axisHint);
-    bool isConverged = false;
-    int passes = 0;
-    do {
-        isConverged = paraboloid.pass();
-        ++passes;
-    } while (!isConverged && passes < mostPasses && !paraboloid.getIsLost());
+    bool const isConverged = descend(paraboloid, mostPasses);
     vertex = paraboloid.getVertex();
     axisU = paraboloid.getAxes()[0];
     axisV = paraboloid.getAxes()[1];

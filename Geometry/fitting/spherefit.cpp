@@ -1,9 +1,8 @@
+#include "Geometry/fitting/samenumber.h"
 #include "Geometry/fitting/utility.h"
 #include "Geometry/foundations/element.h"
 
-#include <bit>
 #include <cmath>
-#include <cstdint>
 
 namespace QELT::Geometry::ThreeDimensional {
 
@@ -52,15 +51,10 @@ bool sweep(Point const* points, std::uint32_t count, Sphere& sphere) {
     return std::abs(radiusGradient) < radiusTolerance && centreGradient.lSqr() < centreToleranceSqr;
 }
 
-/// The same bits, or a NaN of any kind in both.
-bool getIsSame(double a, double b) {
-    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b) ||
-           (std::isnan(a) && std::isnan(b));
-}
-
 bool getIsSame(Sphere const& a, Sphere const& b) {
-    return getIsSame(a.radius, b.radius) && getIsSame(a.centre.getX(), b.centre.getX()) &&
-           getIsSame(a.centre.getY(), b.centre.getY()) && getIsSame(a.centre.getZ(), b.centre.getZ());
+    return getIsSameNumber(a.radius, b.radius) && getIsSameNumber(a.centre.getX(), b.centre.getX()) &&
+           getIsSameNumber(a.centre.getY(), b.centre.getY()) &&
+           getIsSameNumber(a.centre.getZ(), b.centre.getZ());
 }
 
 /// A centre of floats comes to rest long before its gradient is small, and NaNs stay what they are: a sweep

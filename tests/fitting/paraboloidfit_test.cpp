@@ -36,6 +36,16 @@ ParaboloidFit fitParaboloid(SpacePoints const& points, Vector const& axisHint) {
     return fit;
 }
 
+/// The fit ended after so many passes.
+ParaboloidFit fitWithin(std::uint32_t mostPasses, SpacePoints const& points, Vector const& axisHint) {
+    ParaboloidFit fit;
+    fit.residuals.assign(points.size(), -9.0);
+    fit.isConverged = Utility::fitParaboloid(points.data(), points.size(), axisHint, fit.vertex, fit.axisU,
+                                             fit.axisV, fit.axisN, fit.curvatureU, fit.curvatureV,
+                                             fit.residuals.data(), static_cast<int>(mostPasses));
+    return fit;
+}
+
 testing::AssertionResult same(ParaboloidFit const& fit, Testing::PlainParaboloid const& expected) {
     if (fit.isConverged != expected.isConverged) {
         return testing::AssertionFailure() << "converged: " << fit.isConverged;
@@ -150,11 +160,12 @@ TEST(ParaboloidFit, LetsTheCurvatureStepFindWhatAZeroHintLeavesOut) {
         double const sign = k < 2 ? 1.0 : -1.0;
         points.push_back(vertex + Vector(sign * a, sign * b, 0.5 * 0.01 * (a * a + b * b)));
     }
-    Testing::PlainParaboloid const first = Testing::plainParaboloidFit(points, Vector(), 1);
+    ParaboloidFit const first = fitWithin(1, points, Vector());
     EXPECT_GT(first.curvatureU, 0.0);
-    Testing::PlainParaboloid const later = Testing::plainParaboloidFit(points, Vector(), 5000);
+    ParaboloidFit const later = fitWithin(5000, points, Vector());
     EXPECT_NEAR(later.curvatureU, 0.01, 0.002);
     EXPECT_NEAR(later.curvatureV, 0.01, 0.002);
+    EXPECT_TRUE(same(later, Testing::plainParaboloidFit(points, Vector(), 5000)));
 }
 
 TEST(ParaboloidFit, WithAZeroHintOfPointsInThePlaneIsThePlane) {
@@ -185,6 +196,93 @@ TEST(ParaboloidFit, IsThePlainDescentToTheBit) {
     EXPECT_GE(converged, 10);
     EXPECT_GE(lost, 20) << "numbers that are none end it, since they stay";
     EXPECT_GE(mostPasses, 1000U);
+}
+
+static_assert(Utility::mostParaboloidPasses == 268435456);
+
+/// A cloud whose fit comes back to a state every `period` passes, the first time before pass `from` (1: it
+/// stays there).
+struct RecurrentCloud {
+    SpacePoints points;
+    Vector axisHint;
+    std::uint32_t from;
+    std::uint32_t period;
+};
+
+std::vector<RecurrentCloud> recurrentClouds() {
+    return {{{{0.0, 0.0, 3000.0}, {0.0, 0.0, 3100.0}}, Vector(), 2, 1},
+            {steepBowl(0), alongZ, 60, 2},
+            {steepBowl(7), alongZ, 8200, 13},
+            {steepBowl(81), alongZ, 33000, 3},
+            {steepBowl(32), alongZ, 57000, 2},
+            {steepBowl(14), alongZ, 80000, 1}};
+}
+
+TEST(ParaboloidFit, IsThePlainDescentWhereverItIsCutOff) {
+    for (RecurrentCloud const& cloud : recurrentClouds()) {
+        std::vector<std::uint32_t> limits = {1, 2, 3, 4, 5, 31, 32, 33, cloud.from};
+        for (std::uint32_t i = 0; i <= 2 * cloud.period && cloud.from < 50000; ++i) {
+            limits.push_back(2 * cloud.from + i);
+        }
+        for (std::uint32_t const limit : limits) {
+            Testing::PlainParaboloid const expected =
+                Testing::plainParaboloidFit(cloud.points, cloud.axisHint, limit);
+            ASSERT_FALSE(expected.isConverged);
+            ASSERT_TRUE(same(fitWithin(limit, cloud.points, cloud.axisHint), expected))
+                << cloud.points.size() << " points, " << limit << " passes";
+        }
+    }
+}
+
+TEST(ParaboloidFit, EndsAsAtItsLimitWhereItsStatesRecur) {
+    std::uint32_t const limit = 268435456;
+    for (RecurrentCloud const& cloud : recurrentClouds()) {
+        std::uint32_t const early = cloud.from + (limit - cloud.from) % cloud.period;
+        Testing::PlainParaboloid const expected =
+            Testing::plainParaboloidFit(cloud.points, cloud.axisHint, early);
+        ParaboloidFit const fit = fitParaboloid(cloud.points, cloud.axisHint);
+        EXPECT_FALSE(fit.isConverged);
+        EXPECT_TRUE(same(fit, expected)) << cloud.points.size() << " points";
+    }
+}
+
+TEST(ParaboloidFit, GoesOnWhileOnlyTheVertexMoves) {
+    SpacePoints const points = {{0.0, 0.0, 0.0}, {0.0, 0.0, 1e-7}};
+    ParaboloidFit const fit = fitWithin(1000, points, Vector());
+    EXPECT_FALSE(fit.isConverged);
+    EXPECT_TRUE(same(fit, Testing::plainParaboloidFit(points, Vector(), 1000)));
+    EXPECT_NEAR(fit.vertex.getZ(), 1000 * 2e-19, 1e-19);
+    EXPECT_EQ(fit.axisN.getdZ(), 1.0);
+    EXPECT_EQ(fit.curvatureU, 0.0);
+    EXPECT_EQ(fit.curvatureV, 0.0);
+}
+
+/// Whether a fit from a zero hint ends with its first pass, or does not, as the plain one.
+testing::AssertionResult endsAtOnce(SpacePoints const& points, bool isWanted) {
+    ParaboloidFit const fit = fitWithin(2, points, Vector());
+    std::uint32_t const passes = Testing::plainParaboloidFit(points, Vector(), 2).passes;
+    if (fit.isConverged != isWanted || (passes == 1) != isWanted) {
+        return testing::AssertionFailure() << "converged " << fit.isConverged << ", plain passes " << passes;
+    }
+    return same(fit, Testing::plainParaboloidFit(points, Vector(), 2));
+}
+
+TEST(ParaboloidFit, TakesStepsBelowItsToleranceForNone) {
+    // The curvatures start at 0. A height h above the vertex moves it by 2e-12 h; beside it, at a distance a,
+    // it turns the quaternion by 4e-12 a h and bends by 1e-12 a^2 h. A vertex at height 1 is held by its
+    // float.
+    double const h = 0x1p-23;
+    for (double const share : {0.98, 1.02}) {
+        double const change = share * 1e-24;
+        bool const isNone = share < 1.0;
+        EXPECT_TRUE(endsAtOnce({{0.0, 0.0, 0.0}, {0.0, 0.0, change / 2e-12}}, isNone)) << "vertex";
+        double const a = change / (4e-12 * h);
+        EXPECT_TRUE(endsAtOnce({{0.0, 0.0, 1.0}, {a, 0.0, 1.0 + h}}, isNone)) << "quaternion";
+        // Two points whose turns cancel and whose bends add up.
+        double const b = std::sqrt(change / (2e-12 * h));
+        EXPECT_TRUE(endsAtOnce({{0.0, 0.0, 1.0}, {b, 0.0, 1.0 + h}, {-b, 0.0, 1.0 + h}}, isNone)) << "U";
+        EXPECT_TRUE(endsAtOnce({{0.0, 0.0, 1.0}, {0.0, b, 1.0 + h}, {0.0, -b, 1.0 + h}}, isNone)) << "V";
+    }
 }
 
 TEST(ParaboloidFit, HasOrthonormalAxes) {
