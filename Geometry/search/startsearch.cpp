@@ -17,9 +17,10 @@ constexpr double trustedDistanceSqr = 400.0;
 
 constexpr double startOfBatchDistanceSqr = 1000000.0;
 
-/// Passes of a descent, all in all. One that ends by itself halves its spans and so takes a few dozen, and
-/// the extra passes asked for.
-constexpr int mostPasses = 65536;
+/// Passes of a descent, besides one for each row and column of the grid: with a single sample it moves on by
+/// one quad a pass. Extra passes that do not come nearer may lead it in a circle; without them each pass that
+/// goes on comes strictly nearer, so it ends by itself.
+constexpr std::uint64_t mostPasses = 65536;
 
 /// Samples of a pass: a lattice of 1024 by 1024. More would find no better start.
 constexpr std::uint32_t mostSamples = 1U << 20U;
@@ -75,7 +76,9 @@ GridPoint RectMesh::getStartSearchPoint(Point const& target) const {
     int const side = truncateToInt32(std::sqrt(static_cast<double>(samples.size())));
     GridStep span(static_cast<int>(extents.u), static_cast<int>(extents.v));
     std::uint32_t doNMoreCount = 0;
-    for (int pass = 0; pass < mostPasses; ++pass) {
+    bool const canCircle = maxDoNMoreTimes > 0;
+    std::uint64_t const limit = mostPasses + extents.u + extents.v;
+    for (std::uint64_t pass = 0; !canCircle || pass < limit; ++pass) {
         GridStep const halfCell = getRoundedQuotient(span, 2 * side);
         fillSamples(best, span, halfCell, side, samples);
         bool hasInvalidQuad = false;

@@ -320,7 +320,7 @@ TEST_F(StartSearch, DescentsAgreeWithTheTwinForAllSettings) {
 
 TEST_F(StartSearch, DescentThatRepeatsItselfForEverIsCutOff) {
     // Two or three samples on a grid with holes: some of these targets never let the descent end by itself.
-    constexpr std::uint32_t limit = 65536;
+    constexpr std::uint32_t limit = 65536 + 25 + 25;
     RectMesh grid = wavyGrid(25, 25, 3.0);
     punchSpeckles(grid, 0.35, 47);
     std::mt19937 random(91);
@@ -341,7 +341,22 @@ TEST_F(StartSearch, DescentThatRepeatsItselfForEverIsCutOff) {
     EXPECT_GT(cutOff, 0);
 }
 
-TEST_F(StartSearch, EndlessExtraPassesAreCutOffAfter65536InAll) {
+TEST_F(StartSearch, DescentByOneQuadAPassReachesTheEndOfALongGrid) {
+    RectMesh const grid = flatGrid(200001, 2, 0.001);
+    SpacePoint const target(199.0, 0.0, 0.0);
+    for (unsigned long const more : {0UL, 1UL}) {
+        RectMesh::searchDivideByNTimes = 1;
+        RectMesh::setMaxDoNMoreTimes(more);
+        std::uint32_t passes = 0;
+        PlainIndex const expected = twinStart(grid, target, &passes);
+        EXPECT_GT(passes, 65536U);
+        GridIndex const start = grid.getStartSearchPoint(target);
+        EXPECT_EQ(plain(start), expected);
+        EXPECT_NEAR(start.getU(), 199000, 1);
+    }
+}
+
+TEST_F(StartSearch, EndlessExtraPassesAreCutOffAfter65536AndOneARowAndColumn) {
     NotingGrid grid;
     static_cast<RectMesh&>(grid) = flatGrid(40, 40);
     RectMesh::setMaxDoNMoreTimes(0xFFFFFFFFUL);
@@ -349,11 +364,12 @@ TEST_F(StartSearch, EndlessExtraPassesAreCutOffAfter65536InAll) {
     SpacePoint const target(20.0, 20.0, 1000.0);
     std::uint32_t passes = 0;
     PlainIndex const expected = twinStart(grid, target, &passes);
-    EXPECT_EQ(passes, 65536U);
+    constexpr std::uint32_t limit = 65536 + 40 + 40;
+    EXPECT_EQ(passes, limit);
     grid.nodes.clear();
     EXPECT_EQ(plain(grid.getStartSearchPoint(target)), expected);
     // The middle at first, and then once in every pass.
-    EXPECT_EQ(grid.nodes.size(), 1U + 65536U);
+    EXPECT_EQ(grid.nodes.size(), 1U + limit);
 }
 
 TEST_F(StartSearch, TargetThatIsNoNumberStaysInTheMiddle) {

@@ -226,7 +226,9 @@ PlainIndex PlainSearch::getStartSearchPoint(PlainSearchSettings const& settings,
     auto spanU = static_cast<std::int32_t>(grid.highestU);
     auto spanV = static_cast<std::int32_t>(grid.highestV);
     std::uint32_t doNMoreCount = 0;
-    for (std::uint32_t pass = 0; pass < mostPasses; ++pass) {
+    std::uint32_t const limit = settings.maxDoNMoreTimes > 0 ? mostPasses + grid.highestU + grid.highestV
+                                                             : std::numeric_limits<std::uint32_t>::max();
+    for (std::uint32_t pass = 0; pass < limit; ++pass) {
         lastPasses = pass + 1;
         std::int32_t const stepU = plainRounded(spanU / (2.0 * s));
         std::int32_t const stepV = plainRounded(spanV / (2.0 * s));
