@@ -109,6 +109,8 @@ ThreeDimensional::Point RectMesh::getMeanQuadPoint(GridPoint const& p) const {
     return origin + 0.25 * sum;
 }
 
+/// By the two triangles on either side of the diagonal from the u corner to the v corner. The other queries
+/// take the other diagonal, but files carry areas, which stay comparable only if this one stays.
 double RectMesh::getQuadArea(GridPoint const& p) const {
     ThreeDimensional::Point const alongU = getPoint(p + GridStep(1, 0));
     ThreeDimensional::Point const alongV = getPoint(p + GridStep(0, 1));
@@ -140,20 +142,17 @@ void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) con
 ThreeDimensional::BoundingBoxAA RectMesh::getBoundingBoxAA() const {
     ThreeDimensional::BoundingBoxAA box;
     bool isStarted = false;
-    for (std::uint32_t v = 0; v <= extents.v; ++v) {
-        for (std::uint32_t u = 0; u <= extents.u; ++u) {
-            GridPoint const node(static_cast<int>(u), static_cast<int>(v));
-            if (!getIsPointValid(node)) {
-                continue;
-            }
-            ThreeDimensional::BoundingBoxAA const nodeBox = getPoint(node).getBoundingBox();
-            if (!isStarted) {
-                box = nodeBox;
-                isStarted = true;
-            }
-            box.expand(nodeBox);
+    forEachNode([&](GridPoint const& node) {
+        if (!getIsPointValid(node)) {
+            return;
         }
-    }
+        ThreeDimensional::BoundingBoxAA const nodeBox = getPoint(node).getBoundingBox();
+        if (!isStarted) {
+            box = nodeBox;
+            isStarted = true;
+        }
+        box.expand(nodeBox);
+    });
     return box;
 }
 

@@ -189,8 +189,9 @@ public:
                                                  unsigned long index) const;
     ThreeDimensional::Vector getQuadUnitNormalVector(TwoDimensional::Point<int> const& p, bool lower) const;
 
-    /// The unit sum of the normals of quads p, p + (1, 0), p + (0, 1), p + (1, 1), the ones up and right; if
-    /// none exists, of p - (1, 0), p - (0, 1), p - (1, 1); else (0, 0, 1).
+    /// The unit sum of the normals, each of the lower triangle, of quads p, p + (1, 0), p + (0, 1),
+    /// p + (1, 1), the ones up and right; if none exists, of p - (1, 0), p - (0, 1), p - (1, 1); else
+    /// (0, 0, 1).
     ThreeDimensional::Vector getPointUnitNormalVector(TwoDimensional::Point<int> const& p) const;
 
     /// The edges of the quad from its low corner, along u and along v. No range check.
@@ -203,7 +204,8 @@ public:
     /// The box around all valid nodes.
     ThreeDimensional::BoundingBoxAA getBoundingBoxAA() const;
 
-    /// Areas of the quads as settled when the grid was made or loaded. Without quads: mean and maximum 0,
+    /// Areas of the quads as settled when the grid was made or loaded, each the sum of the triangles on
+    /// either side of the diagonal from its u corner to its v corner. Without quads: mean and maximum 0,
     /// minimum 1e11.
     double getMeanQuadArea() const { return meanQuadArea; }
 
@@ -221,8 +223,10 @@ public:
     /// over in the flat map covers no node, and a map that does not start at (0, 0) is cut at the grid.
     /// The outline gets the flag `Boundary` (the loop of the first boundary edge found), beside a cut also
     /// `CutBoundary`, all other valid nodes `Interior`. Cost: the lattice points of the triangles' boxes.
-    /// \throws std::runtime_error "Insufficient memory to initialise quad-mesh." (an area of zero asks for
-    /// infinitely many nodes), or "No boundary found" if no quad comes out; the nodes then stay.
+    /// Percentages are reported without a text, up to 101, and beyond where triangles have no flat area.
+    /// Names and the area asked for are taken over at once and stay when this throws. \throws
+    /// std::runtime_error "Insufficient memory to initialise quad-mesh." (an area of zero asks for infinitely
+    /// many nodes), or "No boundary found" if no quad comes out; the nodes then stay.
     void construct(TriMesh::Mesh const& mesh, double quadArea);
 
     /// Grows the valid region by invented nodes, so that a beam just off the part still finds a quad: each
@@ -356,15 +360,17 @@ public:
     ///@{
 
     /// Which quad the beam from `origin` along `direction` meets: a search from where the last beam hit and,
-    /// unless that gives a hit within a quarter turn of head-on, a second one from a fresh start.
+    /// unless that gives a hit within a quarter turn of head-on, a second one from a fresh start, whose
+    /// answer stands also if the first had a hit and it has none.
     QuadIndicesIntersectionStatus getIntersection(ThreeDimensional::Point const& origin,
                                                   ThreeDimensional::Vector const& direction);
 
     /// One search. It walks from the quad remembered, or with `doReset` or nothing remembered from a start
     /// found by sampling the grid for nodes near `origin`, by projecting the beam onto the current quad's
     /// plane, for at most 32 steps. A start outside the grid is walked from the nearest quad inside. Beams
-    /// that meet an edge of a triangle exactly miss. Not valid if nothing was hit or the position is not
-    /// active.
+    /// that meet an edge of a triangle exactly miss, as do beams along the surface and quads without area;
+    /// hits behind the origin count. The next search starts from here only after a hit on the front, nearer
+    /// than 1000. Not valid if nothing was hit or the position is not active.
     QuadIndicesIntersectionStatus getIntersectionStatus(ThreeDimensional::Point const& origin,
                                                         ThreeDimensional::Vector const& direction,
                                                         bool doReset);
@@ -415,7 +421,9 @@ public:
 
     static std::uint32_t maxDoNMoreTimes;
 
-    /// How many samples a pass of the search for a start takes. For all grids.
+    /// How many samples a pass of the search for a start takes: a lattice of the greatest square in this
+    /// number, the rest at (0, 0); none if 0, which leaves the start in the middle; at most 2^20. For all
+    /// grids.
     static std::uint32_t searchDivideByNTimes;
 
     ///@}

@@ -184,12 +184,15 @@ void RectMesh::rasterise(TriMesh::Triangle const& triangle, double h) {
     Run const insideV = alongV.getInside(extents.v);
     FlatTriangle const flat(triangle);
     for (std::int64_t j = insideV.first; j < insideV.last; ++j) {
+        auto const& pointRow = points[alongV.first + j];
+        auto const& flagRow = flags[alongV.first + j];
         for (std::int64_t i = insideU.first; i < insideU.last; ++i) {
             FlatPoint const g(alongU.start + static_cast<double>(i) * h,
                               alongV.start + static_cast<double>(j) * h);
             if (flat.getIsInside(g)) {
-                setPoint({static_cast<int>(alongU.first + i), static_cast<int>(alongV.first + j)},
-                         flat.getPoint(g));
+                auto const u = static_cast<std::size_t>(alongU.first + i);
+                pointRow[u] = flat.getPoint(g);
+                flagRow[u] = setFlag(flagRow[u], Valid, true);
             }
         }
     }
@@ -252,14 +255,11 @@ void RectMesh::markCutNode(GridPoint const& node) {
 }
 
 void RectMesh::markInterior() {
-    for (int v = 0; v <= static_cast<int>(extents.v); ++v) {
-        for (int u = 0; u <= static_cast<int>(extents.u); ++u) {
-            GridPoint const node(u, v);
-            if (getIsPointValid(node) && !getPointFlag(node, Boundary)) {
-                setPointFlag(node, Interior, true);
-            }
+    forEachNode([this](GridPoint const& node) {
+        if (getIsPointValid(node) && !getPointFlag(node, Boundary)) {
+            setPointFlag(node, Interior, true);
         }
-    }
+    });
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::QuadMesh

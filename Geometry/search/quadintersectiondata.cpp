@@ -9,9 +9,13 @@ bool QuadIntersectionData::isEnableFlipAngle = false;
 QuadIntersectionData::QuadIntersectionData(double newDistanceToObject, double newAngleToObjectNormal,
                                            double newDistanceSqrToQuadCentre)
     : distanceToObject(newDistanceToObject),
-      angleToObjectNormal(isEnableFlipAngle ? 3.141592653589793 - newAngleToObjectNormal
-                                            : newAngleToObjectNormal),
+      angleToObjectNormal(getStoredAngle(newAngleToObjectNormal)),
       distanceSqrToQuadCentre(newDistanceSqrToQuadCentre) {}
+
+double QuadIntersectionData::getStoredAngle(double angle) {
+    constexpr double pi = 3.141592653589793;
+    return isEnableFlipAngle ? pi - angle : angle;
+}
 
 double QuadIntersectionData::getAngleError() const {
     return Utility::twopi() * 0.5 - angleToObjectNormal;

@@ -36,6 +36,9 @@ public:
 private:
     friend class RectMesh;
 
+    /// The angle as it is stored: turned over if that is switched on.
+    static double getStoredAngle(double angle);
+
     double distanceToObject = 0.0;
     double angleToObjectNormal = 0.0;
     double distanceSqrToQuadCentre = 0.0;

@@ -14,7 +14,6 @@ namespace {
 using GridPoint = TwoDimensional::Point<int>;
 using GridStep = TwoDimensional::Vector<int>;
 
-constexpr double pi = 3.141592653589793;
 constexpr double quarterTurn = 1.5707963267948966;
 
 /// A hit at this distance or beyond is a hit, but is not measured.
@@ -82,7 +81,7 @@ bool RectMesh::getDoesIntersectQuad(GridPoint const& quad, Point const& origin, 
             Point const centre = low + 0.5 * ((alongU - low) + (alongV - low));
             data->distanceSqrToQuadCentre = hitPoint.dSqr(centre);
             data->distanceToObject = t > 0.0 ? distance : -distance;
-            data->angleToObjectNormal = QuadIntersectionData::isEnableFlipAngle ? pi - angle : angle;
+            data->angleToObjectNormal = QuadIntersectionData::getStoredAngle(angle);
         }
         return true;
     }
