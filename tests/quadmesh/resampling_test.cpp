@@ -4,6 +4,7 @@
 #include "Geometry/quadmesh/rectmesh.h"
 #include "Geometry/trimesh/triangle.h"
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -207,14 +208,56 @@ TEST(Resampling, TheMeanRatioCountsTrianglesNotAreas) {
     EXPECT_NEAR(grid.spacing, 0.5, 1e-12);
 }
 
-TEST(Resampling, ATriangleTurnedOverInTheMapLeavesAHole) {
-    MeshPointer const mesh = makeFlattened(makeGridPatch(8, 8, 8.0, 8.0));
-    // Vertex (4, 4) moves below the diagonal neighbours: its upper triangles overlap, lower ones turn over.
-    mesh->getVertex(40).setPoint2D({6.5, 2.5});
-    Plain::Grid const expected = expectPlainResult(*mesh, 0.04);
-    EXPECT_GT(expected.repeatedStores, 0U);
-    // With all triangles turned over nothing is covered.
-    flatten(*mesh, [](double x, double y, double) { return Flat{8.0 - x, y}; });
+/// A square of 6 by 6 cells without its cells 2 to 4 by 2 to `lastRow`. On the left side of that gap stands a
+/// triangle with a second one folded over it, whose tip lies at (2.5, `tip`): in the map it runs clockwise.
+MeshPointer makeSquareWithFold(std::uint32_t lastRow, double tip) {
+    Soup soup = makeGridPatch(6, 6, 6.0, 6.0);
+    std::erase_if(soup.faces, [&](auto const& face) {
+        std::uint32_t const low = std::min({face[0], face[1], face[2]});
+        std::uint32_t const u = low % 7;
+        std::uint32_t const v = low / 7;
+        return u >= 2 && u <= 4 && v >= 2 && v <= lastRow;
+    });
+    auto const n = static_cast<std::uint32_t>(soup.points.size());
+    soup.points.push_back({3.0, 2.75, 0.0});
+    soup.points.push_back({2.5, tip, 0.0});
+    soup.faces.push_back({16, n, 23});
+    soup.faces.push_back({n, 16, n + 1});
+    MeshPointer mesh = buildMesh(soup);
+    flatten(*mesh, fromAbove);
+    return mesh;
+}
+
+TEST(Resampling, ATriangleTurnedOverInTheMapLeavesAHoleThatIsNotWalked) {
+    MeshPointer const mesh = makeSquareWithFold(4, 3.75);
+    RectMesh grid;
+    grid.construct(*mesh, 0.0625);
+    EXPECT_EQ(flagsAt(grid, 11, 12), 0);
+    EXPECT_EQ(flagsAt(grid, 10, 13), 0);
+    // The triangle below the fold, and the side on which it stands.
+    EXPECT_EQ(flagsAt(grid, 9, 10), validInterior);
+    EXPECT_EQ(flagsAt(grid, 8, 14), validInterior);
+    EXPECT_EQ(flagsAt(grid, 0, 9), validBoundary);
+    expectPlainResult(*mesh, 0.0625);
+}
+
+TEST(Resampling, AHoleOfATurnedTriangleThatReachesTheOutlineIsWalked) {
+    MeshPointer const mesh = makeSquareWithFold(5, 6.0);
+    RectMesh grid;
+    grid.construct(*mesh, 0.0625);
+    EXPECT_EQ(flagsAt(grid, 11, 12), 0);
+    EXPECT_EQ(flagsAt(grid, 10, 24), 0);
+    EXPECT_EQ(flagsAt(grid, 9, 10), validBoundary);
+    EXPECT_EQ(flagsAt(grid, 8, 14), validBoundary);
+    EXPECT_EQ(flagsAt(grid, 8, 24), validBoundary);
+    EXPECT_EQ(flagsAt(grid, 7, 14), validInterior);
+    expectPlainResult(*mesh, 0.0625);
+}
+
+TEST(Resampling, AMapTurnedOverAsAWholeCoversNothing) {
+    MeshPointer const mesh = makeFlattened(makeGridPatch(8, 8, 8.0, 8.0), [](double x, double y, double) {
+        return Flat{8.0 - x, y};
+    });
     RectMesh grid;
     EXPECT_EQ(construct(grid, *mesh, 0.25), "No boundary found");
     for (int v = 0; v <= static_cast<int>(grid.getExtents().getdV()); ++v) {
