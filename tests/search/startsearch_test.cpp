@@ -271,10 +271,12 @@ TEST_F(StartSearch, SampleInAHoleGetsFourLooksAroundIt) {
     // Only the sample (10, 10) of the first pass falls into the hole.
     punchHole(grid, {9, 9}, {11, 11});
     grid.nodes.clear();
-    grid.getStartSearchPoint({20.0, 20.0, 0.0});
-    for (GridIndex const& look : {GridIndex(5, 5), GridIndex(15, 5), GridIndex(5, 15), GridIndex(15, 15)}) {
-        EXPECT_TRUE(grid.getWasRead(look)) << look.getU() << " " << look.getV();
-    }
+    EXPECT_EQ(grid.getStartSearchPoint({20.0, 20.0, 0.0}), GridIndex(20, 20));
+    // The middle, the samples outside the hole, and then the looks around every sample.
+    std::vector<GridIndex> const expected{{20, 20}, {30, 10}, {10, 30}, {30, 30}, {5, 5},   {15, 5}, {5, 15},
+                                          {15, 15}, {25, 5},  {35, 5},  {25, 15}, {35, 15}, {5, 25}, {15, 25},
+                                          {5, 35},  {15, 35}, {25, 25}, {35, 25}, {25, 35}, {35, 35}};
+    EXPECT_EQ(grid.nodes, expected);
 }
 
 TEST_F(StartSearch, ExtraPassesAreTakenOnlyBeyondTwentyUnits) {
