@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -197,6 +198,33 @@ TEST(QuadGeometry, PointNormalAtTheTopRightCornerIsThatOfTheLastQuadsLowerTriang
     EXPECT_NE(actual.getdX(), upper.getdX());
 }
 
+TEST(QuadGeometry, PointNormalSumsTheQuadsToTheRightBeforeThoseAbove) {
+    // Along x the lower triangles have 2^60, 1, -2^60 and 0: the 1 is lost before the large ones cancel.
+    // Along y there are twice -2^60 and then twice 2^60.
+    double const large = std::ldexp(1.0, 60);
+    RectMesh grid = flatGrid(4, 4);
+    grid.setPoint({1, 1}, {1.0, 1.0, large});
+    grid.setPoint({3, 1}, {3.0, 1.0, -1.0});
+    grid.setPoint({2, 2}, {2.0, 2.0, large});
+    grid.setPoint({3, 2}, {3.0, 2.0, large});
+    EXPECT_TRUE(sameVector(grid.getPointUnitNormalVector({1, 1}), {0.0, 0.0, 1.0}));
+}
+
+TEST(QuadGeometry, PointNormalSumsTheQuadsToTheLeftBelowAndAtTheDiagonalInThisOrder) {
+    // Of the quads left, below and at the diagonal the lower triangles have, along x, 2^60, 1, -2^60 or 1,
+    // 2^60, -2^60; along y nothing.
+    double const large = std::ldexp(1.0, 60);
+    for (auto const& [left, below] : {std::pair(large, 1.0), std::pair(1.0, large)}) {
+        RectMesh grid = flatGrid(4, 4);
+        grid.setPoint({0, 1}, {0.0, 1.0, left});
+        grid.setPoint({2, 0}, {2.0, 0.0, -below});
+        grid.setPoint({2, 1}, {2.0, 1.0, -below});
+        grid.setPoint({0, 0}, {0.0, 0.0, -large});
+        punchHole(grid, {2, 2}, {2, 2});
+        EXPECT_TRUE(sameVector(grid.getPointUnitNormalVector({1, 1}), {0.0, 0.0, 1.0}));
+    }
+}
+
 TEST(QuadGeometry, PointNormalOfAnIsolatedNodePointsAlongZ) {
     RectMesh grid = wavyGrid(6, 6, 3.0);
     punchHole(grid, {0, 0}, {6, 6});
@@ -212,6 +240,20 @@ TEST(QuadGeometry, MeanPointOfAQuadThatIsMissingIsTheOrigin) {
     EXPECT_EQ(grid.getMeanQuadPoint({1, 1}), SpacePoint());
     RectMesh const empty;
     EXPECT_EQ(empty.getMeanQuadPoint({0, 0}), SpacePoint());
+}
+
+TEST(QuadGeometry, MeanPointSumsTheHighCornerFirstAndTheLowOneLast) {
+    // Beside 2^60 a 1 is lost: which of the ones remain tells the order.
+    double const large = std::ldexp(1.0, 60);
+    auto const meanOf = [](double p, double alongU, double alongV, double opposite) {
+        std::array<double, 4> const heights{p, alongU, alongV, opposite};
+        RectMesh const grid = makeGrid(1, 1, [&](int u, int v) {
+            return SpacePoint(u, v, heights[static_cast<std::size_t>(2 * v + u)]);
+        });
+        return grid.getMeanQuadPoint({0, 0}).getZ();
+    };
+    EXPECT_EQ(meanOf(1.0, -large, 1.0, large), 0.25F);
+    EXPECT_EQ(meanOf(1.0, 1.0, -large, large), 0.5F);
 }
 
 TEST(QuadGeometry, AreasOfAFlatUnitGridAreOne) {

@@ -55,6 +55,7 @@ void addSurfaces(std::vector<GridFamily>& families, std::uint32_t seed) {
     families.push_back({"huge offset", hugeOffsetGrid(18, 16)});
     families.push_back({"tiny scale", tinyScaleGrid(16, 18)});
     families.push_back({"degenerate quads", degenerateGrid(20, 20, seed + 2)});
+    families.push_back({"mixed magnitudes", mixedMagnitudesGrid(18, 22, seed + 6)});
     families.push_back({"wide", wavyGrid(90, 3, 1.0)});
     families.push_back({"tall", wavyGrid(3, 90, 1.0)});
 }
@@ -162,6 +163,14 @@ RectMesh tinyScaleGrid(std::uint32_t extentU, std::uint32_t extentV) {
         SpacePoint const p = wave(u, v, 2.0);
         return SpacePoint(1.0e-7 * p.getX(), 1.0e-7 * p.getY(), 1.0e-7 * p.getZ());
     });
+}
+
+RectMesh mixedMagnitudesGrid(std::uint32_t extentU, std::uint32_t extentV, std::uint32_t seed) {
+    constexpr double large = 1152921504606846976.0;
+    constexpr std::array<double, 4> heights{1.0, -1.0, large, -large};
+    std::mt19937 random(seed);
+    return makeGrid(extentU, extentV,
+                    [&](int u, int v) { return SpacePoint(u, v, heights[random() % heights.size()]); });
 }
 
 RectMesh degenerateGrid(std::uint32_t extentU, std::uint32_t extentV, std::uint32_t seed) {

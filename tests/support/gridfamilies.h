@@ -60,6 +60,10 @@ RectMesh hugeOffsetGrid(std::uint32_t extentU, std::uint32_t extentV);
 /// The wavy field scaled by 1e-7.
 RectMesh tinyScaleGrid(std::uint32_t extentU, std::uint32_t extentV);
 
+/// The unit lattice with heights of 1 and 2^60, of either sign: the ones are lost in sums or not, as the
+/// order is.
+RectMesh mixedMagnitudesGrid(std::uint32_t extentU, std::uint32_t extentV, std::uint32_t seed);
+
 /// The wavy field with some rows and columns repeated (quads of no area) and some nodes moved onto their
 /// neighbours (quads with a triangle of no area).
 RectMesh degenerateGrid(std::uint32_t extentU, std::uint32_t extentV, std::uint32_t seed);
