@@ -214,6 +214,20 @@ TEST_F(RaySearch, BeamOnTheDiagonalOrACommonEdgeIsAMiss) {
     EXPECT_TRUE(ask(grid, down(2.51, 3.5)).getIsValid());
 }
 
+TEST_F(RaySearch, WalkEndsAtAStepOfZero) {
+    NotingGrid grid;
+    static_cast<RectMesh&>(grid) = flatGrid(10, 10);
+    SearchTwin pair(grid);
+    pair.setMemory(false, {2, 3});
+    grid.nodes.clear();
+    EXPECT_TRUE(pair.agreesOn(down(2.5, 3.5), Query::Status));
+    EXPECT_FALSE(pair.actual.getIsValid());
+    EXPECT_EQ(pair.twin.lastWalkSteps, 1);
+    // The quad's four corners, the three of the step and its low one again, and once more the four.
+    EXPECT_EQ(grid.nodes.size(), 12U);
+    EXPECT_FALSE(grid.getWasRead({5, 5})) << "the middle, where a cold search would look first";
+}
+
 TEST_F(RaySearch, StepAcrossAHoleOntoTheFarSideHits) {
     RectMesh grid = flatGrid(30, 10);
     punchHole(grid, {10, 0}, {19, 10});
