@@ -107,12 +107,16 @@ TEST_F(RaySearch, QuadTestOfAQuadThatIsNotValidWritesNothing) {
 }
 
 TEST_F(RaySearch, QuadTestWritesTheHitPointOfTheLastPlaneOnAMiss) {
-    RectMesh const grid = flatGrid(3, 3);
+    // With (1, 0) at height 1 the lower triangle's plane is z = x - y, the upper one's z = 0.
+    RectMesh grid = flatGrid(3, 3);
+    grid.setPoint({1, 0}, {1.0, 0.0, 1.0});
     SpacePoint hitPoint;
     QuadIntersectionData data(-4.0, -5.0, -6.0);
     EXPECT_FALSE(grid.getDoesIntersectQuad({0, 0}, {2.5, 1.25, 5.0}, {0.0, 0.0, -1.0}, hitPoint, &data));
     EXPECT_EQ(hitPoint, SpacePoint(2.5, 1.25, 0.0));
     EXPECT_EQ(data.getDistanceToObject(), -4.0);
+    EXPECT_EQ(data.getAngleToObjectNormal(), -5.0);
+    EXPECT_EQ(data.getDistanceSqrToQuadCentre(), -6.0);
 }
 
 TEST_F(RaySearch, DistanceBehindTheOriginIsNegative) {
