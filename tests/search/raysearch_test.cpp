@@ -604,6 +604,23 @@ TEST_F(RaySearch, ValidWarmHitIsGivenUpForARetryThatMisses) {
     EXPECT_TRUE(grid.doResetSearch);
 }
 
+TEST_F(RaySearch, HitWhoseAngleIsNoNumberConvincesButIsNotRemembered) {
+    // So long a direction that its inner product with the normal is infinite, which leaves the hit at the
+    // beam's origin, and that their cross product takes infinities from each other.
+    NotingGrid grid;
+    static_cast<RectMesh&>(grid) =
+        makeGrid(20, 20, [](int u, int v) { return SpacePoint(1000.0 * u, 1000.0 * v, 50.0 * v); });
+    warm(grid, {1, 1});
+    grid.nodes.clear();
+    SpacePoint const centroid(5000.0 / 3.0, 4000.0 / 3.0, 200.0 / 3.0);
+    QuadIndicesIntersectionStatus const status = grid.getIntersection(centroid, {1e305, 1e305, -1e305});
+    EXPECT_TRUE(status.getIsValid());
+    EXPECT_EQ(status.getIndices(), GridIndex(1, 1));
+    EXPECT_TRUE(std::isnan(status.getIntersectionData().getAngleToObjectNormal()));
+    EXPECT_FALSE(grid.getWasRead({10, 10})) << "the middle, where a cold search would look first";
+    EXPECT_TRUE(grid.doResetSearch);
+}
+
 TEST_F(RaySearch, MissIsRetriedFromAFreshStart) {
     RectMesh grid = flatGrid(20, 20);
     warm(grid, {0, 0});
