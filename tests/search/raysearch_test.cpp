@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <limits>
+#include <string>
 #include <utility>
 
 namespace QELT::Testing {
@@ -637,14 +638,16 @@ TEST_F(RaySearch, MissIsRetriedFromAFreshStart) {
 
 TEST_F(RaySearch, StatusNamesTheMeshAndItsFile) {
     RectMesh grid = flatGrid(10, 10);
-    grid.setFileName("part.quads");
+    std::string const fileName = "parts\\part.quads";
+    grid.setFileName(fileName);
+    ASSERT_NE(grid.getShortFileName(), fileName);
     QuadIndicesIntersectionStatus const hit = ask(grid, down(7.3, 2.6));
     EXPECT_EQ(&hit.getQuadMesh(), &grid);
-    EXPECT_EQ(hit.getFileName(), "part.quads");
+    EXPECT_EQ(hit.getFileName(), fileName);
     EXPECT_EQ(hit.getQuadPoint(), SpacePoint(7.3, 2.6, 0.0));
     QuadIndicesIntersectionStatus const miss = ask(grid, down(70.3, 2.6));
     EXPECT_EQ(&miss.getQuadMesh(), &grid);
-    EXPECT_EQ(miss.getFileName(), "part.quads");
+    EXPECT_EQ(miss.getFileName(), fileName);
     EXPECT_EQ(miss.getQuadPoint(), SpacePoint());
 }
 
@@ -679,7 +682,7 @@ TEST_F(RaySearch, OffsetWrapsAround) {
 
 TEST_F(RaySearch, InactivePositionAnswersAtOnceAndLeavesTheMemoryAlone) {
     RectMesh grid = flatGrid(10, 10);
-    grid.setFileName("part.quads");
+    grid.setFileName("parts\\part.quads");
     grid.setOffset({100, 200});
     grid.setAxisFlipFlags(true, true);
     ask(grid, down(7.3, 2.6));
@@ -694,7 +697,7 @@ TEST_F(RaySearch, InactivePositionAnswersAtOnceAndLeavesTheMemoryAlone) {
         EXPECT_EQ(status.getIntersectionData().getDistanceToObject(), -1.0);
         EXPECT_EQ(status.getIntersectionData().getAngleToObjectNormal(), -1.0);
         EXPECT_EQ(status.getIntersectionData().getDistanceSqrToQuadCentre(), -1.0);
-        EXPECT_EQ(status.getFileName(), "part.quads");
+        EXPECT_EQ(status.getFileName(), "parts\\part.quads");
         EXPECT_FALSE(grid.doResetSearch);
         EXPECT_EQ(grid.lastQuadIndices, GridIndex(7, 2));
     }
