@@ -225,6 +225,11 @@ TEST_F(StartSearch, DescentStartsInTheMiddleThoughItIsNoQuad) {
     EXPECT_EQ(grid.getStartSearchPoint({3.0, 3.0, 3.0}), GridIndex(10, 7));
 }
 
+TEST_F(StartSearch, DescentOnAGridWithoutNodesStaysAtTheOrigin) {
+    RectMesh const grid;
+    EXPECT_EQ(grid.getStartSearchPoint({3.0, 3.0, 3.0}), GridIndex(0, 0));
+}
+
 TEST_F(StartSearch, WithoutSamplesTheDescentStaysInTheMiddle) {
     RectMesh const grid = flatGrid(21, 15);
     RectMesh::searchDivideByNTimes = 0;
