@@ -1,5 +1,6 @@
 #include "tests/support/flattening_fixtures.h"
 #include "tests/support/plain_resampling.h"
+#include "tests/support/randomindex.h"
 
 #include "Geometry/quadmesh/rectmesh.h"
 #include "Geometry/trimesh/triangle.h"
@@ -409,20 +410,22 @@ TEST(Resampling, ACutMarksTheBoundaryNodesOfTheGridEdgesThatItCrosses) {
     EXPECT_GT(marked, 0U);
 }
 
-/// A square of unit faces with a cut through given flat places, which are hung on vertices that no triangle
-/// uses.
-MeshPointer makeSquareWithCut(std::vector<Flat> const& first, std::vector<Flat> const& second) {
-    Soup soup = makeGridPatch(4, 4, 4.0, 4.0);
-    std::vector<std::uint32_t> firstIndices;
-    std::vector<std::uint32_t> secondIndices;
-    for (Flat const& p : first) {
-        firstIndices.push_back(static_cast<std::uint32_t>(soup.points.size()));
+/// Hangs places of the plane on new vertices that no triangle uses, whose indices are handed out.
+std::vector<std::uint32_t> addPlaces(Soup& soup, std::vector<Flat> const& places) {
+    std::vector<std::uint32_t> indices;
+    for (Flat const& p : places) {
+        indices.push_back(static_cast<std::uint32_t>(soup.points.size()));
         soup.points.push_back({p[0], p[1], 9.0});
     }
-    for (Flat const& p : second) {
-        secondIndices.push_back(static_cast<std::uint32_t>(soup.points.size()));
-        soup.points.push_back({p[0], p[1], 9.0});
-    }
+    return indices;
+}
+
+/// A square of 4 by 4 unit faces, its low corner at a given place, with a cut through others.
+MeshPointer makeSquareWithCut(std::vector<Flat> const& first, std::vector<Flat> const& second,
+                              Flat const& corner = {0.0, 0.0}) {
+    Soup soup = translated(makeGridPatch(4, 4, 4.0, 4.0), corner[0], corner[1], 0.0);
+    std::vector<std::uint32_t> const firstIndices = addPlaces(soup, first);
+    std::vector<std::uint32_t> const secondIndices = addPlaces(soup, second);
     MeshPointer mesh = buildMesh(soup);
     flatten(*mesh, fromAbove);
     giveCut(*mesh, firstIndices, secondIndices);
@@ -469,6 +472,20 @@ TEST(Resampling, RowsAndColumnsAtTheEndsOfTheSegmentsBoxAreLeftOut) {
 TEST(Resampling, TheCrossingTestTakesEndsOfEdgesIn) {
     // Through the nodes (1, 1), (2, 2), (3, 3) of the diagonal and out at the corner: edges are met at ends.
     EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{2.5, 2.5}, {4.0, 4.0}}, {})), "(4, 3)(3, 4)");
+}
+
+TEST(Resampling, AGridEdgeIsCrossedThoughItsOtherEndLiesOutsideTheGrid) {
+    // Left of the grid and below it.
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{-0.5, 0.5}, {-0.5, 2.5}}, {})), "(0, 1)(0, 2)");
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{0.5, -0.5}, {2.5, -0.5}}, {})), "(1, 0)(2, 0)");
+    // A map that starts at 2 is cut at the grid's last column or row, 5.
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{5.5, 0.5}, {5.5, 2.5}}, {}, {2.0, 0.0})), "(5, 1)(5, 2)");
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{0.5, 5.5}, {2.5, 5.5}}, {}, {0.0, 2.0})), "(1, 5)(2, 5)");
+}
+
+TEST(Resampling, TheLastColumnAndRowOfTheGridAreCrossedToo) {
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{4.5, 0.5}, {5.5, 0.5}}, {}, {2.0, 0.0})), "(5, 0)(5, 1)");
+    EXPECT_EQ(markedNodesOf(*makeSquareWithCut({{0.5, 4.5}, {0.5, 5.5}}, {}, {0.0, 2.0})), "(0, 5)(1, 5)");
 }
 
 TEST(Resampling, BothLipsAreMarkedPairByPairInEitherDirection) {
@@ -521,18 +538,39 @@ TEST(Resampling, GivesThePlainVersionsGridOnFlattenedFamilies) {
     }
 }
 
-TEST(Resampling, GivesThePlainVersionsGridWhereNodesMeetSidesToTheLastBit) {
-    // Sides at multiples of a step that no double holds, nodes at multiples of a fraction of it: whether a
-    // node lies on a side or beside it is decided by the rounding of its place, uStart + i * h.
+/// A square of n by n unit faces whose first column and first row begin at `low`, with a cut through places
+/// at multiples of a half on it and up to one beyond.
+MeshPointer makeSquareWithScatteredCut(std::uint32_t n, double low, std::mt19937& generator) {
+    Soup soup = makeGridPatch(n, n, n, n);
+    for (auto& p : soup.points) {
+        p = {p[0] == 0.0 ? low : p[0], p[1] == 0.0 ? low : p[1], 0.0};
+    }
+    auto const draw = [&] { return randomBelow(generator, 2 * n + 5) / 2.0 - 1.0; };
+    std::vector<Flat> places(48);
+    for (Flat& place : places) {
+        place = {draw(), draw()};
+    }
+    std::vector<std::uint32_t> const indices = addPlaces(soup, places);
+    MeshPointer mesh = buildMesh(soup);
+    giveCut(*mesh, {indices.begin(), indices.begin() + 24}, {indices.begin() + 24, indices.end()});
+    return mesh;
+}
+
+TEST(Resampling, GivesThePlainVersionsGridWhereNodesMeetSidesAndCutsToTheLastBit) {
+    // Sides and cuts at multiples of a step that no double holds, nodes at multiples of a fraction of it:
+    // whether a node lies on a side or beside it, and on which side of a cut, is decided by the rounding of
+    // its place, uStart + i * h. In the second maps uStart is negative for the first column, and not where
+    // the column starts.
+    std::mt19937 generator(17);
     for (double const step : {0.1, 0.07, 1.0 / 3.0, 0.3, 1.1}) {
         for (std::uint32_t const n : {3U, 5U, 6U, 7U, 9U, 11U}) {
-            SCOPED_TRACE(std::to_string(step) + ", " + std::to_string(n));
-            MeshPointer const mesh =
-                makeFlattened(makeGridPatch(n, n, n, n), [&](double x, double y, double) {
-                    return Flat{x * step, y * step};
-                });
-            for (double const parts : {1.0, 2.0, 3.0, 5.0}) {
-                expectPlainResult(*mesh, 1.0 / (parts * parts));
+            for (double const low : {0.0, -2.3125}) {
+                SCOPED_TRACE(std::to_string(step) + ", " + std::to_string(n) + ", " + std::to_string(low));
+                MeshPointer const mesh = makeSquareWithScatteredCut(n, low, generator);
+                flatten(*mesh, [&](double x, double y, double) { return Flat{x * step, y * step}; });
+                for (double const parts : {1.0, 2.0, 3.0, 5.0}) {
+                    expectPlainResult(*mesh, 1.0 / (parts * parts));
+                }
             }
         }
     }
@@ -563,6 +601,10 @@ TEST(Resampling, GivesThePlainVersionsGridOnWildMaps) {
 TEST(Resampling, AMapThatDoesNotStartAtTheOriginIsCutAtTheGrid) {
     std::uint32_t cutOff = 0;
     for (Flat const& shift : std::vector<Flat>{{0.3, 0.0},
+                                               {0.0, 0.3},
+                                               {-0.45, 0.0},
+                                               {0.0, -0.45},
+                                               {0.0, -0.4},
                                                {-0.4, -0.3},
                                                {2.0, 1.0},
                                                {-5.0, 0.0},
@@ -575,7 +617,8 @@ TEST(Resampling, AMapThatDoesNotStartAtTheOriginIsCutAtTheGrid) {
         MeshPointer const mesh = makeFlattened(makeGridPatch(4, 4), [&](double x, double y, double) {
             return Flat{x + shift[0], y + shift[1]};
         });
-        giveCut(*mesh, {0, 5, 10}, {4, 8, 12});
+        // Along both diagonals, a row and a column.
+        giveCut(*mesh, {0, 6, 12, 18, 24, 10, 11, 12, 13, 14}, {4, 8, 12, 16, 20, 2, 7, 12, 17, 22});
         cutOff += expectPlainResult(*mesh, 0.01).storesOutside;
     }
     EXPECT_GT(cutOff, 0U);
