@@ -155,8 +155,17 @@ TEST(Resampling, TheRingOfTheValidNodesIsTheBoundaryAndTheCentreIsInterior) {
 }
 
 TEST(Resampling, NodesOnTheSharedDiagonalLieInBothTriangles) {
-    Plain::Grid const grid = expectPlainResult(*makeUnitSquare(), 0.25);
-    EXPECT_EQ(grid.repeatedStores, 3U);
+    Soup const square = makeGridPatch(1, 1);
+    for (auto const& face : square.faces) {
+        MeshPointer const mesh = buildMesh(Soup{square.points, {face}});
+        flatten(*mesh, fromAbove);
+        RectMesh grid;
+        grid.construct(*mesh, 0.25);
+        for (int k = 0; k <= 2; ++k) {
+            EXPECT_TRUE(grid.getIsPointValid({k, k})) << k;
+        }
+        EXPECT_NE(grid.getIsPointValid({2, 0}), grid.getIsPointValid({0, 2}));
+    }
 }
 
 TEST(Resampling, OfTwoTrianglesOverANodeTheLaterOneStands) {
