@@ -297,8 +297,10 @@ TEST(QuadGeometry, AreasWithoutQuadsAreZeroAndATenthOfATrillion) {
 }
 
 TEST(QuadGeometry, AreasThatAreNoNumbersAreNeitherLargestNorSmallest) {
+    // The first quad and the last.
     RectMesh grid = flatGrid(3, 1);
     grid.setPoint({0, 0}, {std::nan(""), 0.0, 0.0});
+    grid.setPoint({3, 1}, {std::nan(""), 1.0, 0.0});
     double max = 0.0;
     double mean = 0.0;
     double min = 0.0;
