@@ -162,6 +162,17 @@ TEST(QuadGeometry, FanIndexPastSevenWritesNothing) {
     }
 }
 
+TEST(QuadGeometry, FanIndexIsReadIn32Bits) {
+    RectMesh const grid = flatGrid(8, 8);
+    for (unsigned long const index : {0UL, 5UL}) {
+        Corners corners = untouched();
+        Corners expected = untouched();
+        grid.getQuadTrianglePoints({4, 4}, corners.data(), 0x100000000UL + index, 1);
+        grid.getQuadTrianglePoints({4, 4}, expected.data(), index, 1);
+        EXPECT_EQ(corners, expected);
+    }
+}
+
 TEST(QuadGeometry, NormalIsTwiceTheTrianglesArea) {
     RectMesh const grid = flatGrid(4, 3, 3.0);
     EXPECT_TRUE(sameVector(grid.getQuadNormalVector({0, 0}, true), {0.0, 0.0, 9.0}));
@@ -320,6 +331,17 @@ TEST(QuadGeometry, BoxHoldsTheValidNodesAlone) {
     // Nodes on the rim of the grid count, although they are no low corners of quads.
     RectMesh single = flatGrid(5, 0);
     EXPECT_TRUE(sameVector(single.getBoundingBoxAA().getd(), {5.0, 0.0, 0.0}));
+}
+
+TEST(QuadGeometry, BoxOfANodeAtInfinityHasAnExtentThatIsNoNumber) {
+    // A box grows by every node, its first one again included: from infinity to infinity.
+    double const infinity = std::numeric_limits<double>::infinity();
+    RectMesh const grid = makeGrid(0, 0, [&](int, int) { return SpacePoint(infinity, 2.0, -infinity); });
+    SpaceBox const box = grid.getBoundingBoxAA();
+    EXPECT_EQ(box.getp(), SpacePoint(infinity, 2.0, -infinity));
+    EXPECT_TRUE(std::isnan(box.getd().getdX()));
+    EXPECT_EQ(box.getd().getdY(), 0.0);
+    EXPECT_TRUE(std::isnan(box.getd().getdZ()));
 }
 
 TEST(QuadGeometry, BoxWithoutValidNodesIsTheDefaultBox) {
