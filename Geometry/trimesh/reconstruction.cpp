@@ -26,6 +26,15 @@ using Neighbour = Map<unsigned long, double>;
 /// apex, and the squared circumradius that it is ranked by.
 using Candidate = Map<Map<Map<Edge, bool>, int>, double>;
 
+/// Where the front goes on from the two ends of an open side.
+struct FrontAtSide {
+    unsigned long fromA = 0;
+    unsigned long fromB = 0;
+
+    /// Whether it leads from b on to w, or from a on to b.
+    bool isBeside(unsigned long b, std::uint32_t w) const { return fromB == w || fromA == toUInt32(b); }
+};
+
 [[noreturn]] void throwNoSeed() {
     throw std::runtime_error("Cannot add floating triangle");
 }
@@ -224,19 +233,6 @@ bool Mesh::getIsFrontReady(Edge const& edge, unsigned long apex) const {
            !getDoesEdgeExist(org, apex, nullptr) && !getDoesEdgeExist(apex, dest, nullptr) &&
            getIsBoundaryVertex(org) && getIsBoundaryVertex(dest) && getIsBoundaryVertex(apex);
 }
-
-namespace {
-
-/// Where the front goes on from the two ends of an open side.
-struct FrontAtSide {
-    unsigned long fromA = 0;
-    unsigned long fromB = 0;
-
-    /// Whether it leads from b on to w, or from a on to b.
-    bool isBeside(unsigned long b, std::uint32_t w) const { return fromB == w || fromA == toUInt32(b); }
-};
-
-} // namespace
 
 bool Mesh::getMinrTSqr(unsigned long a, unsigned long b, std::vector<std::vector<std::uint32_t>>& nearest,
                        std::vector<std::uint32_t>& counts, Vector const& normal, unsigned long* apex,

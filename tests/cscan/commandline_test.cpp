@@ -35,7 +35,7 @@ TEST(CommandLine, demoGoesIntoTheNamedDirectoryOrIntoOneOfItsOwn) {
     EXPECT_EQ(optionsOf<DemoOptions>({"demo", "out/here"}).directory, "out/here");
 }
 
-TEST(CommandLine, prepareTakesTheDevelopableModeUnlessToldOtherwise) {
+TEST(CommandLine, prepareRollsMeshesOutAndPinsCloudsUnlessToldOtherwise) {
     auto const options = optionsOf<PrepareOptions>({"prepare", "a.obj", "a.quads", "--quad-area", "0.25"});
     EXPECT_EQ(options.part, "a.obj");
     EXPECT_EQ(options.grid, "a.quads");
@@ -46,6 +46,11 @@ TEST(CommandLine, prepareTakesTheDevelopableModeUnlessToldOtherwise) {
         {"prepare", "a.obj", "a.quads", "--quad-area=1e-4", "--mode", "pinned", "--flat", "f.obj"});
     EXPECT_EQ(pinned.quadArea, 1e-4);
     EXPECT_EQ(pinned.mode, FlatteningMode::Pinned);
+    auto const cloud = optionsOf<PrepareOptions>({"prepare", "a.xyz", "a.quads", "--quad-area", "1"});
+    EXPECT_EQ(cloud.mode, FlatteningMode::Pinned);
+    auto const rolledOut = optionsOf<PrepareOptions>(
+        {"prepare", "a.xyz", "a.quads", "--quad-area", "1", "--mode", "developable"});
+    EXPECT_EQ(rolledOut.mode, FlatteningMode::Developable);
     EXPECT_EQ(pinned.flat, std::filesystem::path("f.obj"));
 }
 

@@ -75,8 +75,7 @@ TEST(MeshCommands, reconstructBuildsAMeshThatCanBePrepared) {
 TEST(MeshCommands, prepareTakesACloud) {
     ScratchDirectory const directory;
     writeText(directory / "c.xyz", patchText());
-    Outcome const outcome =
-        run(directory, {"prepare", "c.xyz", "c.quads", "--quad-area", "0.25", "--mode", "pinned"});
+    Outcome const outcome = run(directory, {"prepare", "c.xyz", "c.quads", "--quad-area", "0.25"});
     ASSERT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(itemIn(outcome.output, "vertices"), "143");
     EXPECT_NEAR(std::stod(itemIn(outcome.output, "valid quads")), 842.0, 60.0);

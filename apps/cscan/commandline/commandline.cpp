@@ -18,7 +18,7 @@ namespace {
 struct RawPrepare {
     PrepareOptions options;
     std::string quadArea;
-    std::string mode = "developable";
+    std::string mode;
     std::string flat;
     RawRepair repair;
     std::string extend;
@@ -52,7 +52,9 @@ PrepareOptions checkedPrepare(RawPrepare const& raw) {
         throw UsageError("prepare: --max-side and --fill-holes are for clouds");
     }
     options.repair = checkedRepair(raw.repair);
-    options.mode = raw.mode == "pinned" ? FlatteningMode::Pinned : FlatteningMode::Developable;
+    // The outline of a surface through a cloud is too rough to be rolled out.
+    bool const isPinned = raw.mode.empty() ? isCloudFile(options.part) : raw.mode == "pinned";
+    options.mode = isPinned ? FlatteningMode::Pinned : FlatteningMode::Developable;
     if (!raw.flat.empty()) {
         options.flat = raw.flat;
     }
@@ -139,9 +141,9 @@ Command addPrepare(CLI::App& app) {
     prepare
         ->add_option("--mode", raw->mode,
                      "What is fixed when the part is flattened: two points far apart on its rim (pinned), or "
-                     "its whole outer rim, rolled out (developable)")
-        ->check(CLI::IsMember({"pinned", "developable"}))
-        ->capture_default_str();
+                     "its whole outer rim, rolled out (developable); without it meshes are rolled out and "
+                     "clouds pinned")
+        ->check(CLI::IsMember({"pinned", "developable"}));
     addRepairOptions(*prepare, raw->repair);
     prepare->add_option("--flat", raw->flat, "Also write the mesh with its flat coordinates to this OBJ file")
         ->type_name("FLAT.obj");
