@@ -1,6 +1,7 @@
 #include "Geometry/fitting/cylinderfitfunction.h"
 #include "Geometry/fitting/utility.h"
 
+#include "tests/fitting/fitchecks.h"
 #include "tests/support/float_bits.h"
 #include "tests/support/gridchecks.h"
 #include "tests/support/plain_fits.h"
@@ -8,6 +9,7 @@
 #include <cmath>
 #include <memory>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -15,6 +17,7 @@
 namespace QELT::Geometry::ThreeDimensional {
 namespace {
 
+using Testing::allHold;
 using Testing::sameBits;
 using Testing::SixValues;
 using Testing::SpacePoints;
@@ -97,15 +100,7 @@ testing::AssertionResult same(CylinderFit const& fit, Testing::PlainCylinder con
         checks.push_back(sameBits(fit.axisPoint.get(k), expected.axisPoint.get(k)));
         checks.push_back(sameBits(fit.axisDirection.get(k), expected.axisDirection.get(k)));
     }
-    for (std::size_t i = 0; i < expected.residuals.size(); ++i) {
-        checks.push_back(sameBits(fit.residuals[i], expected.residuals[i]));
-    }
-    for (std::size_t i = 0; i < checks.size(); ++i) {
-        if (!checks[i]) {
-            return testing::AssertionFailure() << "number " << i << ": " << checks[i].message();
-        }
-    }
-    return testing::AssertionSuccess();
+    return allHold(std::move(checks), fit.residuals, expected.residuals);
 }
 
 LinearAlgebra::Vector sixOf(SixValues const& values) {

@@ -1,11 +1,13 @@
 #include "Geometry/fitting/utility.h"
 
+#include "tests/fitting/fitchecks.h"
 #include "tests/support/float_bits.h"
 #include "tests/support/plain_fits.h"
 
 #include <algorithm>
 #include <cmath>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -13,6 +15,7 @@
 namespace QELT::Geometry::ThreeDimensional {
 namespace {
 
+using Testing::allHold;
 using Testing::sameBits;
 using Testing::SpacePoints;
 
@@ -58,15 +61,7 @@ testing::AssertionResult same(ParaboloidFit const& fit, Testing::PlainParaboloid
         checks.push_back(sameBits(fit.axisV.get(k), expected.axisV.get(k)));
         checks.push_back(sameBits(fit.axisN.get(k), expected.axisN.get(k)));
     }
-    for (std::size_t i = 0; i < expected.residuals.size(); ++i) {
-        checks.push_back(sameBits(fit.residuals[i], expected.residuals[i]));
-    }
-    for (std::size_t i = 0; i < checks.size(); ++i) {
-        if (!checks[i]) {
-            return testing::AssertionFailure() << "number " << i << ": " << checks[i].message();
-        }
-    }
-    return testing::AssertionSuccess();
+    return allHold(std::move(checks), fit.residuals, expected.residuals);
 }
 
 testing::AssertionResult isOrthonormal(ParaboloidFit const& fit, double tolerance) {

@@ -1,10 +1,12 @@
 #include "Geometry/fitting/utility.h"
 
+#include "tests/fitting/fitchecks.h"
 #include "tests/support/float_bits.h"
 #include "tests/support/plain_fits.h"
 
 #include <cmath>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,6 +14,7 @@
 namespace QELT::Geometry::ThreeDimensional {
 namespace {
 
+using Testing::allHold;
 using Testing::sameBits;
 using Testing::SpacePoints;
 
@@ -35,15 +38,7 @@ testing::AssertionResult same(SphereFit const& fit, Testing::PlainSphere const& 
                                                     sameBits(fit.centre.getX(), expected.centre.getX()),
                                                     sameBits(fit.centre.getY(), expected.centre.getY()),
                                                     sameBits(fit.centre.getZ(), expected.centre.getZ())};
-    for (std::size_t i = 0; i < expected.residuals.size(); ++i) {
-        checks.push_back(sameBits(fit.residuals[i], expected.residuals[i]));
-    }
-    for (std::size_t i = 0; i < checks.size(); ++i) {
-        if (!checks[i]) {
-            return testing::AssertionFailure() << "number " << i << ": " << checks[i].message();
-        }
-    }
-    return testing::AssertionSuccess();
+    return allHold(std::move(checks), fit.residuals, expected.residuals);
 }
 
 SpacePoints octahedron(Point const& centre, double radius) {

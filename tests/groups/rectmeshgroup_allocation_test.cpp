@@ -1,73 +1,9 @@
 #include "tests/groups/grouptwins.h"
+#include "tests/support/watchedheap.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <new>
 #include <stdexcept>
-
-namespace {
-
-/// How often this program still gets memory through `operator new`; for ever if negative. Volatile, since a
-/// compiler may take it that `operator new` changes no object that it can see.
-long volatile allocationsLeft = -1;
-
-void* allocate(std::size_t size) noexcept {
-    if (allocationsLeft == 0) {
-        return nullptr;
-    }
-    if (allocationsLeft > 0) {
-        allocationsLeft = allocationsLeft - 1;
-    }
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-} // namespace
-
-// Not inline: where only one of a pair is, the compiler sees a mismatch of `new` and `free` and warns.
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    void* const block = allocate(size);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    return block;
-}
-
-[[gnu::noinline]] void* operator new[](std::size_t size) {
-    return ::operator new(size);
-}
-
-[[gnu::noinline]] void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
-    return allocate(size);
-}
-
-[[gnu::noinline]] void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
-    return allocate(size);
-}
-
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete[](void* block) noexcept {
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete[](void* block, std::size_t) noexcept {
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete(void* block, std::nothrow_t const&) noexcept {
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete[](void* block, std::nothrow_t const&) noexcept {
-    std::free(block);
-}
 
 namespace QELT::Testing {
 namespace {

@@ -28,16 +28,6 @@ constexpr char cutBoundary = 1 | 4 | 16;
 
 char const* const extendingText = "Extending quad-mesh boundary...";
 
-/// A grid that shows its stored points sheared and moved.
-class ShearedGrid : public RectMesh {
-public:
-    SpacePoint getPoint(GridIndex const& p) const override {
-        SpacePoint const stored = RectMesh::getPoint(p);
-        return {1.5 * stored.getX() + 0.25 * stored.getZ() - 3.0, stored.getY() - 0.5 * stored.getX(),
-                0.75 * stored.getZ() + 0.125 * stored.getY() + 7.0};
-    }
-};
-
 PlainPoint plainSheared(PlainPoint const& p) {
     double const x = p.x;
     double const y = p.y;
@@ -53,19 +43,6 @@ testing::AssertionResult samePoint(SpacePoint const& actual, SpacePoint const& e
     return testing::AssertionFailure()
            << "(" << actual.getX() << ", " << actual.getY() << ", " << actual.getZ() << "), not ("
            << expected.getX() << ", " << expected.getY() << ", " << expected.getZ() << ")";
-}
-
-/// The stored nodes; a copy shows them whatever the class of the grid.
-testing::AssertionResult sameStored(RectMesh const& grid, PlainGrid const& expected) {
-    RectMesh const base(grid);
-    return sameNodes(base, expected);
-}
-
-testing::AssertionResult sameAreas(RectMesh const& grid, PlainAreas const& expected) {
-    auto const max = sameBits(grid.getMaxQuadArea(), expected.max);
-    auto const mean = sameBits(grid.getMeanQuadArea(), expected.mean);
-    auto const min = sameBits(grid.getMinQuadArea(), expected.min);
-    return max ? (mean ? min : mean) : max;
 }
 
 void setFlags(RectMesh& grid, std::vector<GridIndex> const& nodes, char flagByte) {

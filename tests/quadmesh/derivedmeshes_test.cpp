@@ -31,19 +31,6 @@ using GridBox = Geometry::TwoDimensional::BoundingBoxAA<int>;
 
 char const* const insufficientMemory = "Insufficient memory to initialise quad-mesh.";
 
-/// The stored nodes; a copy shows them whatever the class of the grid.
-testing::AssertionResult sameStored(RectMesh const& grid, PlainGrid const& expected) {
-    RectMesh const base(grid);
-    return sameNodes(base, expected);
-}
-
-testing::AssertionResult sameAreas(RectMesh const& grid, PlainAreas const& expected) {
-    auto const max = sameBits(grid.getMaxQuadArea(), expected.max);
-    auto const mean = sameBits(grid.getMeanQuadArea(), expected.mean);
-    auto const min = sameBits(grid.getMinQuadArea(), expected.min);
-    return max ? (mean ? min : mean) : max;
-}
-
 PlainVector plain(SpaceVector const& v) {
     return {v.getdX(), v.getdY(), v.getdZ()};
 }

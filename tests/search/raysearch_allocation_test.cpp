@@ -1,67 +1,6 @@
 #include "tests/search/searchtwin.h"
 #include "tests/support/gridfamilies.h"
-
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-/// Counts what this program takes from the heap through `operator new`. Volatile, since a compiler may take
-/// it that `operator new` changes no object that it can see.
-std::size_t volatile allocations = 0;
-
-void* allocate(std::size_t size) noexcept {
-    allocations = allocations + 1;
-    return std::malloc(size == 0 ? 1 : size);
-}
-
-} // namespace
-
-// Not inline: where only one of a pair is, the compiler sees a mismatch of `new` and `free` and warns.
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    void* const block = allocate(size);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    return block;
-}
-
-[[gnu::noinline]] void* operator new[](std::size_t size) {
-    return ::operator new(size);
-}
-
-[[gnu::noinline]] void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
-    return allocate(size);
-}
-
-[[gnu::noinline]] void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
-    return allocate(size);
-}
-
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete[](void* block) noexcept {
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete[](void* block, std::size_t) noexcept {
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete(void* block, std::nothrow_t const&) noexcept {
-    std::free(block);
-}
-
-[[gnu::noinline]] void operator delete[](void* block, std::nothrow_t const&) noexcept {
-    std::free(block);
-}
+#include "tests/support/watchedheap.h"
 
 namespace QELT::Testing {
 

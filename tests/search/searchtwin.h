@@ -4,6 +4,7 @@
 #include "Geometry/search/quadindicesintersectionstatus.h"
 #include "Geometry/search/quadintersectiondata.h"
 #include "tests/support/float_bits.h"
+#include "tests/support/gridfamilies.h"
 #include "tests/support/plain_search.h"
 
 #include <string>
@@ -73,16 +74,6 @@ public:
     }
 
     mutable std::vector<GridIndex> nodes;
-};
-
-/// A grid that shows its stored points stretched, sheared and moved.
-class ShearedGrid : public RectMesh {
-public:
-    SpacePoint getPoint(GridIndex const& p) const override {
-        SpacePoint const stored = RectMesh::getPoint(p);
-        return {1.5 * stored.getX() + 0.25 * stored.getZ() - 3.0, stored.getY() - 0.5 * stored.getX(),
-                0.75 * stored.getZ() + 0.125 * stored.getY() + 7.0};
-    }
 };
 
 struct Beam {

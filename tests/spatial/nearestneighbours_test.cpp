@@ -1,5 +1,6 @@
 #include "Geometry/spatial/tree.h"
 
+#include "tests/spatial/treeobjects.h"
 #include "tests/support/cloudfamilies.h"
 #include "tests/support/float_bits.h"
 #include "tests/support/plain_tree.h"
@@ -19,17 +20,6 @@ namespace {
 using Testing::CloudFamily;
 using Testing::PlainTree;
 using Testing::sameBits;
-
-using Points = std::vector<Point>;
-using Objects = std::vector<Object*>;
-
-Objects objectsOf(Points& points) {
-    Objects objects;
-    for (Point& p : points) {
-        objects.push_back(&p);
-    }
-    return objects;
-}
 
 Tree treeOf(Points& points) {
     Tree tree;

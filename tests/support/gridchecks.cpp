@@ -47,6 +47,18 @@ testing::AssertionResult sameNodes(RectMesh const& grid, PlainGrid const& expect
     return testing::AssertionSuccess();
 }
 
+testing::AssertionResult sameStored(RectMesh const& grid, PlainGrid const& expected) {
+    RectMesh const base(grid);
+    return sameNodes(base, expected);
+}
+
+testing::AssertionResult sameAreas(RectMesh const& grid, PlainAreas const& expected) {
+    auto const max = sameBits(grid.getMaxQuadArea(), expected.max);
+    auto const mean = sameBits(grid.getMeanQuadArea(), expected.mean);
+    auto const min = sameBits(grid.getMinQuadArea(), expected.min);
+    return max ? (mean ? min : mean) : max;
+}
+
 testing::AssertionResult sameSearchPoints(RectMesh const& grid, PlainGrid const& expected) {
     PlainSearchPoints const plain = expected.getSearchPoints(grid.quadsPerSearchPoint);
     if (grid.numberOfSearchPointsU != plain.countU || grid.numberOfSearchPointsV != plain.countV) {

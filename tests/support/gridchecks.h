@@ -16,6 +16,14 @@ namespace QELT::Testing {
 testing::AssertionResult sameNodes(Geometry::ThreeDimensional::QuadMesh::RectMesh const& grid,
                                    PlainGrid const& expected);
 
+/// The same of the stored nodes, whatever the class of the grid shows.
+testing::AssertionResult sameStored(Geometry::ThreeDimensional::QuadMesh::RectMesh const& grid,
+                                    PlainGrid const& expected);
+
+/// Whether the grid has settled these areas, to the bit.
+testing::AssertionResult sameAreas(Geometry::ThreeDimensional::QuadMesh::RectMesh const& grid,
+                                   PlainAreas const& expected);
+
 /// Whether the search points and their counts are those that the plain grid has for the divisor of `grid`.
 testing::AssertionResult sameSearchPoints(Geometry::ThreeDimensional::QuadMesh::RectMesh const& grid,
                                           PlainGrid const& expected);

@@ -97,4 +97,14 @@ std::vector<GridFamily> gridFamilies(std::uint32_t seed);
 /// The ones among them that have a quad.
 std::vector<GridFamily> gridFamiliesWithQuads(std::uint32_t seed);
 
+/// A grid that shows its stored points stretched, sheared and moved.
+class ShearedGrid : public RectMesh {
+public:
+    SpacePoint getPoint(GridIndex const& p) const override {
+        SpacePoint const stored = RectMesh::getPoint(p);
+        return {1.5 * stored.getX() + 0.25 * stored.getZ() - 3.0, stored.getY() - 0.5 * stored.getX(),
+                0.75 * stored.getZ() + 0.125 * stored.getY() + 7.0};
+    }
+};
+
 } // namespace QELT::Testing
