@@ -3,7 +3,7 @@
 #include "Geometry/geometry.h"
 
 /// Short names for the library's types that the application works with.
-namespace cscan {
+namespace QELT::Inspection {
 
 using Point = QELT::Geometry::ThreeDimensional::Point;
 using Vector = QELT::Geometry::ThreeDimensional::Vector;
@@ -14,4 +14,4 @@ using Triangle = QELT::Geometry::ThreeDimensional::TriMesh::Triangle;
 using Edge = QELT::Geometry::ThreeDimensional::TriMesh::Edge;
 using Grid = QELT::Geometry::ThreeDimensional::QuadMesh::RectMesh;
 
-} // namespace cscan
+} // namespace QELT::Inspection

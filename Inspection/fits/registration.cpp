@@ -1,11 +1,11 @@
-#include "apps/cscan/fits/registration.h"
+#include "Inspection/fits/registration.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <stdexcept>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -105,4 +105,4 @@ double largestMiss(Registration const& registration, std::vector<PointPair> cons
     return miss;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

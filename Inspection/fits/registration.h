@@ -1,12 +1,12 @@
 #pragma once
 
-#include "apps/cscan/names.h"
-#include "apps/cscan/scanning/csvfile.h"
+#include "Inspection/names.h"
+#include "Inspection/scanning/csvfile.h"
 
 #include <vector>
 
 /// Maps that take points to their places.
-namespace cscan {
+namespace QELT::Inspection {
 
 using LinearMap = QELT::Geometry::ThreeDimensional::LinearMap;
 
@@ -29,4 +29,4 @@ Registration affineRegistration(std::vector<PointPair> const& pairs);
 /// How far the map leaves the farthest source point from its target.
 double largestMiss(Registration const& registration, std::vector<PointPair> const& pairs);
 
-} // namespace cscan
+} // namespace QELT::Inspection

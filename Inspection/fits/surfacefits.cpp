@@ -1,10 +1,10 @@
-#include "apps/cscan/fits/surfacefits.h"
+#include "Inspection/fits/surfacefits.h"
 
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -166,4 +166,4 @@ ParaboloidFit fitParaboloid(std::vector<Point> const& points) {
     return fit;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

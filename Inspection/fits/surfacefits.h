@@ -1,13 +1,13 @@
 #pragma once
 
-#include "apps/cscan/files/xyzfile.h"
+#include "Inspection/import/xyzfile.h"
 
 #include <cstddef>
 
 /// Surfaces fitted to clouds. The library's fits descend with fixed steps, which suit coordinates of a
 /// certain size and a certain number of points. Here a cloud is brought to that size first, thinned out
 /// evenly if it has more points, and the result is brought back; residuals are those of all points.
-namespace cscan {
+namespace QELT::Inspection {
 
 struct FitQuality {
     bool isSettled = true; ///< whether the descent came to rest within its limit
@@ -50,4 +50,4 @@ CylinderFit fitCylinder(OrientedCloud const& cloud);
 /// curvature. On scattered points it runs to its limit of steps, which takes minutes.
 ParaboloidFit fitParaboloid(std::vector<Point> const& points);
 
-} // namespace cscan
+} // namespace QELT::Inspection

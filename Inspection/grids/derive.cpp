@@ -1,12 +1,12 @@
+#include "Inspection/grids/gridfile.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/commands/report.h"
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
-#include "apps/cscan/grids/gridfile.h"
 
 #include <ostream>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -65,4 +65,4 @@ void runDerive(DeriveOptions const& options, std::ostream& output, ProgressDispl
     printGrid(output, result, gridSummaryOf(result));
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,14 +1,14 @@
-#include "apps/cscan/grids/gridfile.h"
+#include "Inspection/grids/gridfile.h"
 
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
-#include "apps/cscan/grids/gridsummary.h"
+#include "Inspection/grids/gridsummary.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
 
 #include <array>
 #include <fstream>
 #include <string_view>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -127,4 +127,4 @@ std::string nameOfDataType(std::uint32_t coordinateDataType) {
     }
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

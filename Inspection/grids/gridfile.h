@@ -1,12 +1,12 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <string>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// The header of a `.quads` file.
 struct GridFileHeader {
@@ -39,4 +39,4 @@ void saveGrid(Grid& grid, std::filesystem::path const& path);
 /// The usual words for a coordinate data type of the format.
 std::string nameOfDataType(std::uint32_t coordinateDataType);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,6 +1,6 @@
-#include "apps/cscan/grids/gridsummary.h"
+#include "Inspection/grids/gridsummary.h"
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -58,4 +58,4 @@ bool haveSameSurface(Grid const& a, Grid const& b) {
     return isSame;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

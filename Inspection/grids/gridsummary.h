@@ -1,10 +1,10 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
 #include <cstddef>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// A count of a grid's nodes and quads, and the box of its valid nodes.
 struct GridSummary {
@@ -26,4 +26,4 @@ GridSummary gridSummaryOf(Grid const& grid);
 /// Whether two grids hold the same flags, and at valid nodes the same points.
 bool haveSameSurface(Grid const& a, Grid const& b);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,18 +1,18 @@
+#include "Inspection/grids/gridfile.h"
+#include "Inspection/import/objfile.h"
+#include "Inspection/import/xyzfile.h"
+#include "Inspection/parts/reconstruction.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+#include "Inspection/records/numbers.h"
+#include "Inspection/records/stopwatch.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/commands/report.h"
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/files/objfile.h"
-#include "apps/cscan/files/xyzfile.h"
-#include "apps/cscan/grids/gridfile.h"
-#include "apps/cscan/progress/stopwatch.h"
-#include "apps/cscan/surface/reconstruction.h"
 
 #include <algorithm>
 #include <ostream>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -142,4 +142,4 @@ void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDis
     printGrid(output, grid, gridSummaryOf(grid));
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,9 +1,9 @@
-#include "apps/cscan/files/objfile.h"
+#include "Inspection/import/objfile.h"
 
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
 
-namespace cscan {
+namespace QELT::Inspection {
 
 ObjContents loadObj(Mesh& mesh, std::filesystem::path const& path) {
     requireReadable(path);
@@ -46,4 +46,4 @@ void saveFlatObj(Mesh const& mesh, std::filesystem::path const& path) {
     });
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

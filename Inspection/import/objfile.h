@@ -1,10 +1,10 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
 #include <filesystem>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// What came out of an OBJ file besides the mesh itself.
 struct ObjContents {
@@ -31,4 +31,4 @@ void saveObj(Mesh const& mesh, std::filesystem::path const& path);
 /// Saves the mesh with its flat coordinates, and its cut beside it. Failures name the file.
 void saveFlatObj(Mesh const& mesh, std::filesystem::path const& path);
 
-} // namespace cscan
+} // namespace QELT::Inspection

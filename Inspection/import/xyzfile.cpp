@@ -1,15 +1,15 @@
-#include "apps/cscan/files/xyzfile.h"
+#include "Inspection/import/xyzfile.h"
 
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/files/textline.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+#include "Inspection/records/numbers.h"
+#include "Inspection/records/textline.h"
 
 #include <algorithm>
 #include <cmath>
 #include <fstream>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -107,4 +107,4 @@ OrientedCloud readOrientedCloudFile(std::filesystem::path const& path) {
     return readOrientedCloud(input, path.string());
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
 #include <filesystem>
 #include <iosfwd>
@@ -8,7 +8,7 @@
 #include <vector>
 
 /// Clouds of points as text.
-namespace cscan {
+namespace QELT::Inspection {
 
 /// Whether the name is that of a cloud.
 bool isCloudFile(std::filesystem::path const& path);
@@ -29,4 +29,4 @@ struct OrientedCloud {
 OrientedCloud readOrientedCloud(std::istream& input, std::string const& source);
 OrientedCloud readOrientedCloudFile(std::filesystem::path const& path);
 
-} // namespace cscan
+} // namespace QELT::Inspection

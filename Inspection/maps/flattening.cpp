@@ -1,14 +1,14 @@
-#include "apps/cscan/surface/flattening.h"
+#include "Inspection/maps/flattening.h"
 
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/progress/stopwatch.h"
+#include "Inspection/records/numbers.h"
+#include "Inspection/records/stopwatch.h"
 
 #include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <string_view>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -135,4 +135,4 @@ std::vector<std::string> linesOf(FlatteningReport const& report) {
     return lines;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/maps/internal/solvermonitor.h"
+#include "Inspection/names.h"
 #include "apps/cscan/progress/progressdisplay.h"
-#include "apps/cscan/progress/solvermonitor.h"
 
 #include <string>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// Which points of the flat map are fixed before it is solved for.
 enum class FlatteningMode {
@@ -28,4 +28,4 @@ FlatteningReport flatten(Mesh& mesh, FlatteningMode mode, ProgressDisplay& displ
 /// A line on each solve: what was solved for, iterations, residual, result.
 std::vector<std::string> linesOf(FlatteningReport const& report);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,14 +1,14 @@
-#include "apps/cscan/surface/facemesh.h"
+#include "Inspection/parts/facemesh.h"
 
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/surface/meshsummary.h"
+#include "Inspection/parts/meshsummary.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/numbers.h"
 
 #include <fstream>
 #include <limits>
 #include <string>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 FaceMesh faceMeshOf(Mesh const& mesh) {
     FaceMesh result;
@@ -66,4 +66,4 @@ void writeFaces(FaceMesh const& mesh, std::filesystem::path const& path) {
     }
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
 #include <array>
 #include <filesystem>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// The corners of a triangle, counter-clockwise seen from outside.
 using Face = std::array<unsigned, 3>;
@@ -25,4 +25,4 @@ std::size_t dropLoosePoints(FaceMesh& mesh);
 /// Writes an OBJ file that reads back as the same points and faces. Failures name the file.
 void writeFaces(FaceMesh const& mesh, std::filesystem::path const& path);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,11 +1,11 @@
-#include "apps/cscan/surface/meshsummary.h"
+#include "Inspection/parts/meshsummary.h"
 
 #include <algorithm>
 #include <cmath>
 #include <set>
 #include <utility>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -101,4 +101,4 @@ GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const&
     return {flat.width / spacing, flat.height / spacing};
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

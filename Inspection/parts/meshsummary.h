@@ -1,11 +1,11 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
 #include <cstddef>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// The triangles of a mesh, each once.
 std::vector<Triangle*> trianglesOf(Mesh const& mesh);
@@ -43,4 +43,4 @@ struct GridSize {
 /// grid. No number if no triangle has a flat area.
 GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const& triangles, double quadArea);
 
-} // namespace cscan
+} // namespace QELT::Inspection

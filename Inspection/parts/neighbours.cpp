@@ -1,12 +1,12 @@
+#include "Inspection/import/xyzfile.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/numbers.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/commands/report.h"
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/files/xyzfile.h"
 
 #include <ostream>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -56,4 +56,4 @@ void runNeighbours(NeighboursOptions const& options, std::ostream& output, Progr
     printTable(output, table);
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

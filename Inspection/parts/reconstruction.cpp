@@ -1,11 +1,11 @@
-#include "apps/cscan/surface/reconstruction.h"
+#include "Inspection/parts/reconstruction.h"
 
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/xyzfile.h"
+#include "Inspection/import/xyzfile.h"
+#include "Inspection/records/failure.h"
 
 #include <algorithm>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -41,4 +41,4 @@ Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions
     return result;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "apps/cscan/surface/surfacerepair.h"
+#include "Inspection/parts/surfacerepair.h"
 
 #include <filesystem>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// A surface through the points of a cloud.
 struct Reconstruction {
@@ -17,4 +17,4 @@ struct Reconstruction {
 /// side is tried. Failures name the file.
 Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions const& options);
 
-} // namespace cscan
+} // namespace QELT::Inspection

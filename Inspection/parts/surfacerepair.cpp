@@ -1,4 +1,4 @@
-#include "apps/cscan/surface/surfacerepair.h"
+#include "Inspection/parts/surfacerepair.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -351,4 +351,4 @@ RepairReport repairSurface(FaceMesh& mesh, RepairOptions const& options) {
     return report;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "apps/cscan/surface/facemesh.h"
+#include "Inspection/parts/facemesh.h"
 
 #include <cstddef>
 #include <optional>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 struct RepairOptions {
     std::optional<double> longestSide; ///< triangles with a longer one are taken out
@@ -26,4 +26,4 @@ struct RepairReport {
 /// is the part's outline and never closed. No point is moved or made.
 RepairReport repairSurface(FaceMesh& mesh, RepairOptions const& options);
 
-} // namespace cscan
+} // namespace QELT::Inspection

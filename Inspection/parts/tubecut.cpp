@@ -1,9 +1,9 @@
-#include "apps/cscan/surface/tubecut.h"
+#include "Inspection/parts/tubecut.h"
 
 #include <array>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -69,4 +69,4 @@ std::optional<CutPlane> cutTube(Mesh& mesh, TubeCut const& cut) {
     return std::nullopt;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
 #include <optional>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// Where a cut starts and the plane that it keeps to.
 struct TubeCut {
@@ -25,4 +25,4 @@ struct CutPlane {
 /// to either side. The result is the one that served; nothing if none did. No point of the mesh moves.
 std::optional<CutPlane> cutTube(Mesh& mesh, TubeCut const& cut);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,10 +1,10 @@
-#include "apps/cscan/pictures/colourmap.h"
+#include "Inspection/pictures/colourmap.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -83,4 +83,4 @@ double lightnessOf(Colour colour) {
     return 0.2104542553 * l + 0.7936177850 * m - 0.0040720468 * s;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

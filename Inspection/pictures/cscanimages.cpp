@@ -1,15 +1,15 @@
-#include "apps/cscan/pictures/cscanimages.h"
+#include "Inspection/pictures/cscanimages.h"
 
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/pictures/figure.h"
-#include "apps/cscan/pictures/pngfile.h"
-#include "apps/cscan/pictures/scale.h"
-#include "apps/cscan/scanning/quadmap.h"
+#include "Inspection/pictures/figure.h"
+#include "Inspection/pictures/pngfile.h"
+#include "Inspection/pictures/scale.h"
+#include "Inspection/records/numbers.h"
+#include "Inspection/scanning/quadmap.h"
 
 #include <algorithm>
 #include <numeric>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -49,4 +49,4 @@ std::vector<std::filesystem::path> writeScanImages(std::string const& prefix, Qu
     return paths;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

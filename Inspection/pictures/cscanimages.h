@@ -1,13 +1,13 @@
 #pragma once
 
-#include "apps/cscan/scanning/quadmap.h"
-#include "apps/cscan/scanning/scanner.h"
+#include "Inspection/scanning/quadmap.h"
+#include "Inspection/scanning/scanner.h"
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// The three images' names: the prefix followed by "distance.png", "angle.png" and "coverage.png". A prefix
 /// that names a file and doesn't end in a separator gets an underscore between.
@@ -18,4 +18,4 @@ std::vector<std::filesystem::path> imagePaths(std::string const& prefix);
 std::vector<std::filesystem::path> writeScanImages(std::string const& prefix, QuadMap const& surface,
                                                    std::vector<Hit> const& hits, std::string const& unit);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,11 +1,11 @@
-#include "apps/cscan/pictures/figure.h"
+#include "Inspection/pictures/figure.h"
 
-#include "apps/cscan/pictures/colourmap.h"
-#include "apps/cscan/pictures/font.h"
+#include "Inspection/pictures/colourmap.h"
+#include "Inspection/pictures/font.h"
 
 #include <algorithm>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -182,4 +182,4 @@ Image figureOf(QuadMap const& quads, FigureStyle const& style) {
     return image;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "apps/cscan/pictures/image.h"
-#include "apps/cscan/pictures/scale.h"
-#include "apps/cscan/scanning/quadmap.h"
+#include "Inspection/pictures/image.h"
+#include "Inspection/pictures/scale.h"
+#include "Inspection/scanning/quadmap.h"
 
 #include <string>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// How a map is to be shown.
 struct FigureStyle {
@@ -33,4 +33,4 @@ constexpr std::size_t longestSide = 1600;
 /// The side up to which small maps are magnified.
 constexpr std::size_t magnifiedSide = 900;
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,13 +1,13 @@
-#include "apps/cscan/pictures/flatpicture.h"
+#include "Inspection/pictures/flatpicture.h"
 
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/pictures/font.h"
-#include "apps/cscan/surface/meshsummary.h"
+#include "Inspection/parts/meshsummary.h"
+#include "Inspection/pictures/font.h"
+#include "Inspection/records/numbers.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -147,4 +147,4 @@ Image flatPictureOf(Mesh const& mesh, std::string const& title) {
     return image;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,9 +1,9 @@
-#include "apps/cscan/pictures/font.h"
+#include "Inspection/pictures/font.h"
 
 #include <array>
 #include <cstddef>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -132,4 +132,4 @@ int widthOfText(std::string_view text) {
     return text.empty() ? 0 : static_cast<int>(text.size()) * glyphAdvance - (glyphAdvance - glyphWidth);
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -3,7 +3,7 @@
 #include <string_view>
 
 /// The small bitmap letters of the pictures' labels.
-namespace cscan {
+namespace QELT::Inspection {
 
 constexpr int glyphWidth = 5;
 constexpr int glyphHeight = 9; ///< seven rows above the base line, two below
@@ -22,4 +22,4 @@ Glyph glyphOf(char character);
 /// Width of a text in pixels at a scale of 1, without the gap behind its last letter.
 int widthOfText(std::string_view text);
 
-} // namespace cscan
+} // namespace QELT::Inspection

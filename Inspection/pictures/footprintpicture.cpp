@@ -1,11 +1,11 @@
-#include "apps/cscan/pictures/footprintpicture.h"
+#include "Inspection/pictures/footprintpicture.h"
 
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/pictures/figure.h"
+#include "Inspection/pictures/figure.h"
+#include "Inspection/records/numbers.h"
 
 #include <cmath>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -38,4 +38,4 @@ Image footprintPictureOf(Grid const& grid, SpreadingBeam const& beam, Footprint 
     return figureOf(map, style);
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

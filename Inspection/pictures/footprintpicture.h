@@ -1,14 +1,14 @@
 #pragma once
 
-#include "apps/cscan/pictures/image.h"
-#include "apps/cscan/scanning/footprint.h"
+#include "Inspection/pictures/image.h"
+#include "Inspection/scanning/footprint.h"
 
 #include <string>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// The footprint drawn over the distances of the grid's quads from the beam's origin.
 Image footprintPictureOf(Grid const& grid, SpreadingBeam const& beam, Footprint const& footprint,
                          std::string const& unit);
 
-} // namespace cscan
+} // namespace QELT::Inspection

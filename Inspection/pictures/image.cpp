@@ -1,11 +1,11 @@
-#include "apps/cscan/pictures/image.h"
+#include "Inspection/pictures/image.h"
 
-#include "apps/cscan/pictures/font.h"
+#include "Inspection/pictures/font.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -156,4 +156,4 @@ void Image::paste(Image const& other, int left, int top) {
     }
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 struct Colour {
     std::uint8_t red = 0;
@@ -66,4 +66,4 @@ private:
     Colour meanOfBlock(int left, int top, int size) const;
 };
 
-} // namespace cscan
+} // namespace QELT::Inspection

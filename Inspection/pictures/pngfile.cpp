@@ -1,6 +1,6 @@
-#include "apps/cscan/pictures/pngfile.h"
+#include "Inspection/pictures/pngfile.h"
 
-#include "apps/cscan/files/failure.h"
+#include "Inspection/records/failure.h"
 
 #include <array>
 #include <cerrno>
@@ -12,7 +12,7 @@
 #include <string>
 #include <system_error>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -101,4 +101,4 @@ void writePng(std::filesystem::path const& path, Image const& image) {
     }
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

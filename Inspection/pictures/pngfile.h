@@ -1,13 +1,13 @@
 #pragma once
 
-#include "apps/cscan/pictures/image.h"
+#include "Inspection/pictures/image.h"
 
 #include <filesystem>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// Writes the picture as a PNG file of 8 bits a colour. Throws a `Failure` that names the file when it can't
 /// be opened or not be written to its end.
 void writePng(std::filesystem::path const& path, Image const& image);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,11 +1,11 @@
-#include "apps/cscan/pictures/scale.h"
+#include "Inspection/pictures/scale.h"
 
-#include "apps/cscan/files/numbers.h"
+#include "Inspection/records/numbers.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -86,4 +86,4 @@ Scale scaleFromZero(std::vector<double> const& values, double smallestStep) {
     return scaleOver(0.0, std::max(high, smallestStep), smallestStep);
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

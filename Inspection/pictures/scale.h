@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// The value scale of a colour bar: it begins and ends on a tick.
 struct Scale {
@@ -27,4 +27,4 @@ Scale scaleFor(std::vector<double> values, double smallestStep);
 /// The same from zero up to the largest value.
 Scale scaleFromZero(std::vector<double> const& values, double smallestStep);
 
-} // namespace cscan
+} // namespace QELT::Inspection

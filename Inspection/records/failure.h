@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// A failure whose text is fit for the user: one line that says what went wrong with which file or option.
 class Failure : public std::runtime_error {
@@ -29,4 +29,4 @@ auto naming(std::string const& subject, Action&& action) -> decltype(action()) {
     }
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,6 +1,6 @@
-#include "apps/cscan/files/files.h"
+#include "Inspection/records/files.h"
 
-#include "apps/cscan/files/failure.h"
+#include "Inspection/records/failure.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -8,7 +8,7 @@
 #include <memory>
 #include <system_error>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -69,4 +69,4 @@ TemporaryDirectory::~TemporaryDirectory() {
     std::filesystem::remove_all(path, ignored);
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// Throws a `Failure` with the system's reason unless `path` is a file that can be opened for reading.
 void requireReadable(std::filesystem::path const& path);
@@ -40,4 +40,4 @@ private:
     std::filesystem::path path;
 };
 
-} // namespace cscan
+} // namespace QELT::Inspection

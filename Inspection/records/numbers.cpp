@@ -1,11 +1,11 @@
-#include "apps/cscan/files/numbers.h"
+#include "Inspection/records/numbers.h"
 
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <system_error>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -62,4 +62,4 @@ std::string toShortText(double value, int digits) {
     return written(value, std::chars_format::general, digits);
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -5,7 +5,7 @@
 #include <string_view>
 
 /// Numbers to and from text, the same in every locale.
-namespace cscan {
+namespace QELT::Inspection {
 
 /// The finite number that is the whole of `text`, blanks around it and a plus sign allowed; nothing if it is
 /// anything else.
@@ -24,4 +24,4 @@ std::string toFixedText(double value, int decimals);
 /// At most `digits` significant digits, with an exponent where that is shorter.
 std::string toShortText(double value, int digits);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// The seconds since its making.
 class Stopwatch {
@@ -14,4 +14,4 @@ private:
     Clock::time_point start = Clock::now();
 };
 
-} // namespace cscan
+} // namespace QELT::Inspection

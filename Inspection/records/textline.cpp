@@ -1,12 +1,12 @@
-#include "apps/cscan/files/textline.h"
+#include "Inspection/records/textline.h"
 
-#include "apps/cscan/files/failure.h"
+#include "Inspection/records/failure.h"
 
 #include <cmath>
 #include <istream>
 #include <limits>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -41,4 +41,4 @@ void requirePointInReach(TextLine const& line, std::span<double const> numbers, 
     }
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

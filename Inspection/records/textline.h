@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// A line of a text file with what is needed to complain about it.
 struct TextLine {
@@ -28,4 +28,4 @@ void forEachLine(std::istream& input, std::string const& source,
 void requirePointInReach(TextLine const& line, std::span<double const> numbers, std::size_t first,
                          std::string const& name);
 
-} // namespace cscan
+} // namespace QELT::Inspection

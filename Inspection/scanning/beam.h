@@ -1,8 +1,8 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// One firing of the probe. The direction points away from the probe and need not have unit length.
 struct Beam {
@@ -10,4 +10,4 @@ struct Beam {
     Vector direction;
 };
 
-} // namespace cscan
+} // namespace QELT::Inspection

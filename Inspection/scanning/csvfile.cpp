@@ -1,9 +1,9 @@
-#include "apps/cscan/scanning/csvfile.h"
+#include "Inspection/scanning/csvfile.h"
 
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/files/textline.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+#include "Inspection/records/numbers.h"
+#include "Inspection/records/textline.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +12,7 @@
 #include <ostream>
 #include <string_view>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -160,4 +160,4 @@ void writeHitFile(std::filesystem::path const& path, std::vector<Hit> const& hit
     }
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "apps/cscan/scanning/beam.h"
-#include "apps/cscan/scanning/scanner.h"
+#include "Inspection/scanning/beam.h"
+#include "Inspection/scanning/scanner.h"
 
 #include <filesystem>
 #include <iosfwd>
@@ -9,7 +9,7 @@
 #include <vector>
 
 /// Beams, hits and pairs of points as tables of comma-separated values.
-namespace cscan {
+namespace QELT::Inspection {
 
 /// Reads a table with the heading "ox,oy,oz,dx,dy,dz" and one beam a line. Blank lines are passed over, both
 /// kinds of line end are taken. A wrong heading, a line that does not hold six finite numbers and a direction
@@ -33,4 +33,4 @@ std::vector<PointPair> readPairFile(std::filesystem::path const& path);
 void writeHits(std::ostream& output, std::vector<Hit> const& hits);
 void writeHitFile(std::filesystem::path const& path, std::vector<Hit> const& hits);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,10 +1,10 @@
-#include "apps/cscan/scanning/footprint.h"
+#include "Inspection/scanning/footprint.h"
 
 #include <cmath>
 #include <numbers>
 #include <stdexcept>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -77,4 +77,4 @@ std::vector<FlatPoint> outlineOf(Footprint const& footprint) {
     return outline;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

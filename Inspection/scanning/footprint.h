@@ -1,12 +1,12 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
 #include <array>
 #include <vector>
 
 /// What a spreading beam covers of a grid.
-namespace cscan {
+namespace QELT::Inspection {
 
 /// A beam with an elliptic cross-section, which goes along the cross product of its two unit axes.
 struct SpreadingBeam {
@@ -31,4 +31,4 @@ Footprint footprintOf(Grid& grid, SpreadingBeam const& beam);
 /// The closed line around it, in quads.
 std::vector<FlatPoint> outlineOf(Footprint const& footprint);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,9 +1,9 @@
-#include "apps/cscan/scanning/quadmap.h"
+#include "Inspection/scanning/quadmap.h"
 
 #include <algorithm>
 #include <numbers>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 QuadMap::QuadMap(std::size_t mapWidth, std::size_t mapHeight)
     : width(mapWidth), height(mapHeight), cells(mapWidth * mapHeight) {}
@@ -114,4 +114,4 @@ QuadMaps quadMapsOf(Grid const& grid, std::vector<Hit> const& hits) {
     return quadMapsOf(surfaceMapOf(grid), hits);
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "apps/cscan/names.h"
-#include "apps/cscan/scanning/scanner.h"
+#include "Inspection/names.h"
+#include "Inspection/scanning/scanner.h"
 
 #include <cstddef>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// What is known of one quad.
 struct Cell {
@@ -61,4 +61,4 @@ QuadMap surfaceMapOf(Grid const& grid);
 QuadMaps quadMapsOf(QuadMap const& surface, std::vector<Hit> const& hits);
 QuadMaps quadMapsOf(Grid const& grid, std::vector<Hit> const& hits);
 
-} // namespace cscan
+} // namespace QELT::Inspection

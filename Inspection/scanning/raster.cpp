@@ -1,14 +1,14 @@
-#include "apps/cscan/scanning/raster.h"
+#include "Inspection/scanning/raster.h"
 
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/numbers.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/numbers.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -113,4 +113,4 @@ std::vector<Beam> rasterBeams(Raster const& raster, Point const& low, Point cons
     return beams;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

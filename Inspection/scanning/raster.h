@@ -1,11 +1,11 @@
 #pragma once
 
-#include "apps/cscan/names.h"
-#include "apps/cscan/scanning/beam.h"
+#include "Inspection/names.h"
+#include "Inspection/scanning/beam.h"
 
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// A raster of parallel beams over a part.
 struct Raster {
@@ -22,4 +22,4 @@ constexpr double largestRaster = 50e6;
 /// box. Fails if it would hold more than `largestRaster` beams.
 std::vector<Beam> rasterBeams(Raster const& raster, Point const& low, Point const& high);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,16 +1,16 @@
+#include "Inspection/grids/gridfile.h"
+#include "Inspection/grids/gridsummary.h"
+#include "Inspection/pictures/cscanimages.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+#include "Inspection/scanning/csvfile.h"
+#include "Inspection/scanning/scanplane.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/commands/report.h"
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
-#include "apps/cscan/grids/gridfile.h"
-#include "apps/cscan/grids/gridsummary.h"
-#include "apps/cscan/pictures/cscanimages.h"
-#include "apps/cscan/scanning/csvfile.h"
-#include "apps/cscan/scanning/scanplane.h"
 
 #include <ostream>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -81,4 +81,4 @@ void runScan(ScanOptions const& options, std::ostream& output, ProgressDisplay& 
     }
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

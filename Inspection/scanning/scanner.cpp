@@ -1,11 +1,11 @@
-#include "apps/cscan/scanning/scanner.h"
+#include "Inspection/scanning/scanner.h"
 
-#include "apps/cscan/progress/stopwatch.h"
+#include "Inspection/records/stopwatch.h"
 
 #include <cmath>
 #include <numbers>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -76,4 +76,4 @@ ScanStatistics statisticsOf(ScanResult const& result) {
     return statistics;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "apps/cscan/names.h"
-#include "apps/cscan/scanning/beam.h"
+#include "Inspection/names.h"
+#include "Inspection/scanning/beam.h"
 
 #include <cstddef>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// What one beam met. All but the first field have meaning only where `isValid` is true, and `distance` and
 /// the angles only where `isMeasured` is true as well: beyond the library's limit a hit is not measured.
@@ -48,4 +48,4 @@ struct ScanStatistics {
 
 ScanStatistics statisticsOf(ScanResult const& result);
 
-} // namespace cscan
+} // namespace QELT::Inspection

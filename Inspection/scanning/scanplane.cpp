@@ -1,14 +1,14 @@
-#include "apps/cscan/scanning/scanplane.h"
+#include "Inspection/scanning/scanplane.h"
 
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
-#include "apps/cscan/grids/gridfile.h"
-#include "apps/cscan/grids/gridsummary.h"
+#include "Inspection/grids/gridfile.h"
+#include "Inspection/grids/gridsummary.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
 
 #include <algorithm>
 #include <map>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -99,4 +99,4 @@ ScanPlane loadScanPlane(std::vector<PlacedGrid> const& grids, unsigned long posi
     return plane;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

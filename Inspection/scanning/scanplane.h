@@ -1,14 +1,14 @@
 #pragma once
 
-#include "apps/cscan/names.h"
-#include "apps/cscan/scanning/quadmap.h"
+#include "Inspection/names.h"
+#include "Inspection/scanning/quadmap.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <vector>
 
 /// Several grids side by side in one scan plane.
-namespace cscan {
+namespace QELT::Inspection {
 
 using GridOffset = QELT::Geometry::TwoDimensional::Vector<int>;
 using GridGroups = QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups;
@@ -37,4 +37,4 @@ constexpr double largestScanPlane = 64e6;
 /// stand in the order of their numbers. Failures name the file.
 ScanPlane loadScanPlane(std::vector<PlacedGrid> const& grids, unsigned long position, bool doFlipNormals);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,4 +1,4 @@
-#include "apps/cscan/scanning/stripetest.h"
+#include "Inspection/scanning/stripetest.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,7 +6,7 @@
 #include <limits>
 #include <random>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -94,4 +94,4 @@ StripeTestResult testStripes(Grid& grid, StripeArray const& array, unsigned long
     return result;
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

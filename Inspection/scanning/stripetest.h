@@ -1,6 +1,6 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -8,7 +8,7 @@
 #include <vector>
 
 /// The grid's test of its own search with an array of beams.
-namespace cscan {
+namespace QELT::Inspection {
 
 struct StripeArray {
     unsigned long elementCount = 16; ///< at least 1
@@ -30,4 +30,4 @@ struct StripeTestResult {
 StripeTestResult testStripes(Grid& grid, StripeArray const& array, unsigned long lineCount,
                              std::uint32_t seed);
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,6 +1,6 @@
 // Runs the program itself, as a user would.
 
-#include "apps/cscan/surface/bladepart.h"
+#include "apps/cscan/demo/bladepart.h"
 #include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>

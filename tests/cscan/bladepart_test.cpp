@@ -1,9 +1,9 @@
-#include "apps/cscan/surface/bladepart.h"
+#include "apps/cscan/demo/bladepart.h"
 
-#include "apps/cscan/files/objfile.h"
-#include "apps/cscan/scanning/probepath.h"
-#include "apps/cscan/surface/meshsummary.h"
-#include "tests/cscan/scratchdirectory.h"
+#include "Inspection/import/objfile.h"
+#include "Inspection/parts/meshsummary.h"
+#include "apps/cscan/demo/probepath.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "apps/cscan/commandline/commandline.h"
 
-#include "tests/cscan/scratchdirectory.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // The ways from clouds and tubes to grids, and from grid to grid, through the program.
 
-#include "apps/cscan/files/objfile.h"
-#include "apps/cscan/grids/gridfile.h"
-#include "apps/cscan/surface/randomnoise.h"
+#include "Inspection/grids/gridfile.h"
+#include "Inspection/import/objfile.h"
+#include "apps/cscan/demo/randomnoise.h"
 #include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/cscan/scratchdirectory.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 #include <png.h>

@@ -9,7 +9,7 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace cscan::Testing {
+namespace QELT::Inspection::Testing {
 
 /// An empty directory for the running test alone, gone with the object.
 class ScratchDirectory {
@@ -62,4 +62,4 @@ std::string messageOf(Action&& action) {
     return {};
 }
 
-} // namespace cscan::Testing
+} // namespace QELT::Inspection::Testing

@@ -1,4 +1,4 @@
-#include "apps/cscan/progress/solvermonitor.h"
+#include "Inspection/maps/internal/solvermonitor.h"
 
 #include <charconv>
 #include <optional>
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 namespace {
 
@@ -90,4 +90,4 @@ StreamRedirection::~StreamRedirection() {
     stream.rdbuf(former);
 }
 
-} // namespace cscan
+} // namespace QELT::Inspection

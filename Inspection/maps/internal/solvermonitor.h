@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 
 /// How far one solve of a linear system came.
 struct SolveRecord {
@@ -65,4 +65,4 @@ private:
     std::streambuf* former;
 };
 
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,8 +1,8 @@
 #include "apps/cscan/commandline/commandline.h"
 
+#include "Inspection/import/xyzfile.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commandline/commandparsers.h"
-#include "apps/cscan/files/xyzfile.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

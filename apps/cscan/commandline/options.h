@@ -1,12 +1,12 @@
 #pragma once
 
-#include "apps/cscan/names.h"
-#include "apps/cscan/scanning/footprint.h"
-#include "apps/cscan/scanning/raster.h"
-#include "apps/cscan/scanning/scanplane.h"
-#include "apps/cscan/surface/flattening.h"
-#include "apps/cscan/surface/surfacerepair.h"
-#include "apps/cscan/surface/tubecut.h"
+#include "Inspection/maps/flattening.h"
+#include "Inspection/names.h"
+#include "Inspection/parts/surfacerepair.h"
+#include "Inspection/parts/tubecut.h"
+#include "Inspection/scanning/footprint.h"
+#include "Inspection/scanning/raster.h"
+#include "Inspection/scanning/scanplane.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,8 +1,8 @@
 #include "apps/cscan/commands/application.h"
 
+#include "Inspection/records/failure.h"
 #include "apps/cscan/commandline/commandline.h"
 #include "apps/cscan/commands/commands.h"
-#include "apps/cscan/files/failure.h"
 
 #include <filesystem>
 #include <new>

@@ -1,11 +1,11 @@
+#include "Inspection/grids/gridfile.h"
+#include "Inspection/pictures/footprintpicture.h"
+#include "Inspection/pictures/pngfile.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+#include "Inspection/records/numbers.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/commands/report.h"
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/grids/gridfile.h"
-#include "apps/cscan/pictures/footprintpicture.h"
-#include "apps/cscan/pictures/pngfile.h"
 
 #include <array>
 #include <ostream>

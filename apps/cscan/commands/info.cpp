@@ -1,10 +1,10 @@
+#include "Inspection/grids/gridfile.h"
+#include "Inspection/import/objfile.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+#include "Inspection/records/numbers.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/commands/report.h"
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/files/objfile.h"
-#include "apps/cscan/grids/gridfile.h"
 
 #include <algorithm>
 #include <ostream>

@@ -1,10 +1,10 @@
+#include "Inspection/import/objfile.h"
+#include "Inspection/parts/reconstruction.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+#include "Inspection/records/stopwatch.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/commands/report.h"
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/files.h"
-#include "apps/cscan/files/objfile.h"
-#include "apps/cscan/progress/stopwatch.h"
-#include "apps/cscan/surface/reconstruction.h"
 
 #include <ostream>
 

@@ -1,8 +1,8 @@
+#include "Inspection/fits/registration.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/numbers.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/commands/report.h"
-#include "apps/cscan/files/failure.h"
-#include "apps/cscan/files/numbers.h"
-#include "apps/cscan/fits/registration.h"
 
 #include <ostream>
 #include <stdexcept>

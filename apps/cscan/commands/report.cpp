@@ -1,6 +1,6 @@
 #include "apps/cscan/commands/report.h"
 
-#include "apps/cscan/files/numbers.h"
+#include "Inspection/records/numbers.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "apps/cscan/grids/gridsummary.h"
-#include "apps/cscan/scanning/scanner.h"
-#include "apps/cscan/surface/meshsummary.h"
-#include "apps/cscan/surface/surfacerepair.h"
+#include "Inspection/grids/gridsummary.h"
+#include "Inspection/parts/meshsummary.h"
+#include "Inspection/parts/surfacerepair.h"
+#include "Inspection/scanning/scanner.h"
 
 #include <iosfwd>
 #include <string>

@@ -1,6 +1,6 @@
-#include "apps/cscan/surface/bladepart.h"
+#include "apps/cscan/demo/bladepart.h"
 
-#include "apps/cscan/surface/randomnoise.h"
+#include "apps/cscan/demo/randomnoise.h"
 
 #include <cmath>
 #include <numbers>

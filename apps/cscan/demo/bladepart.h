@@ -1,7 +1,7 @@
 #pragma once
 
-#include "apps/cscan/surface/bladesurface.h"
-#include "apps/cscan/surface/facemesh.h"
+#include "Inspection/parts/facemesh.h"
+#include "apps/cscan/demo/bladesurface.h"
 
 #include <cstdint>
 #include <vector>

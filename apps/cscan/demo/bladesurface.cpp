@@ -1,4 +1,4 @@
-#include "apps/cscan/surface/bladesurface.h"
+#include "apps/cscan/demo/bladesurface.h"
 
 #include <cmath>
 #include <numbers>

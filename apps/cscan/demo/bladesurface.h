@@ -1,6 +1,6 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "Inspection/names.h"
 
 namespace cscan {
 

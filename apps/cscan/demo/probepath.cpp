@@ -1,7 +1,7 @@
-#include "apps/cscan/scanning/probepath.h"
+#include "apps/cscan/demo/probepath.h"
 
-#include "apps/cscan/surface/bladesurface.h"
-#include "apps/cscan/surface/randomnoise.h"
+#include "apps/cscan/demo/bladesurface.h"
+#include "apps/cscan/demo/randomnoise.h"
 
 #include <cmath>
 #include <numbers>

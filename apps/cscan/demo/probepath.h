@@ -1,6 +1,6 @@
 #pragma once
 
-#include "apps/cscan/scanning/beam.h"
+#include "Inspection/scanning/beam.h"
 
 #include <vector>
 

@@ -1,13 +1,13 @@
-#include "apps/cscan/fits/registration.h"
+#include "Inspection/fits/registration.h"
 
-#include "tests/cscan/scratchdirectory.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <sstream>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 /// A turn of a third about the space diagonal's direction would swap axes; this one is by 0.4 about z.
@@ -69,4 +69,4 @@ TEST(Registration, pairsAreReadFromATable) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

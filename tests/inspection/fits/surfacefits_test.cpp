@@ -1,13 +1,13 @@
-#include "apps/cscan/fits/surfacefits.h"
+#include "Inspection/fits/surfacefits.h"
 
-#include "tests/cscan/scratchdirectory.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 constexpr double turn = 6.283185307179586;
@@ -103,4 +103,4 @@ TEST(SurfaceFits, refuseCloudsWithoutASurface) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,13 +1,13 @@
-#include "apps/cscan/grids/gridfile.h"
+#include "Inspection/grids/gridfile.h"
 
-#include "apps/cscan/grids/gridsummary.h"
-#include "tests/cscan/scratchdirectory.h"
+#include "Inspection/grids/gridsummary.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 using Testing::messageOf;
@@ -113,4 +113,4 @@ TEST(GridFile, isSavedUnderItsOwnExtensionOnly) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

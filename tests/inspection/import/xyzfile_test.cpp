@@ -1,12 +1,12 @@
-#include "apps/cscan/files/xyzfile.h"
+#include "Inspection/import/xyzfile.h"
 
-#include "tests/cscan/scratchdirectory.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 std::vector<Point> cloudOf(std::string const& text) {
@@ -62,4 +62,4 @@ TEST(XyzFile, knowsACloudByItsName) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,6 +1,6 @@
-#include "apps/cscan/progress/solvermonitor.h"
+#include "Inspection/maps/internal/solvermonitor.h"
 
-#include "apps/cscan/surface/flattening.h"
+#include "Inspection/maps/flattening.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <sstream>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 /// Writes a progress line piece by piece, as the library's solver does.
@@ -109,4 +109,4 @@ TEST(FlatteningReport, tellsTheSolvesOfBothModes) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

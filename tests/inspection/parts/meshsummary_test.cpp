@@ -1,14 +1,14 @@
-#include "apps/cscan/surface/meshsummary.h"
+#include "Inspection/parts/meshsummary.h"
 
-#include "apps/cscan/files/objfile.h"
-#include "apps/cscan/pictures/flatpicture.h"
-#include "tests/cscan/scratchdirectory.h"
+#include "Inspection/import/objfile.h"
+#include "Inspection/pictures/flatpicture.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 using Testing::ScratchDirectory;
@@ -96,4 +96,4 @@ TEST(FlatPicture, drawsOutlineAndHoleInTheirColours) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

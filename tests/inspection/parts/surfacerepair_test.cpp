@@ -1,11 +1,11 @@
-#include "apps/cscan/surface/surfacerepair.h"
+#include "Inspection/parts/surfacerepair.h"
 
-#include "apps/cscan/files/objfile.h"
+#include "Inspection/import/objfile.h"
+#include "Inspection/maps/flattening.h"
+#include "Inspection/parts/reconstruction.h"
+#include "apps/cscan/demo/randomnoise.h"
 #include "apps/cscan/progress/progressdisplay.h"
-#include "apps/cscan/surface/flattening.h"
-#include "apps/cscan/surface/randomnoise.h"
-#include "apps/cscan/surface/reconstruction.h"
-#include "tests/cscan/scratchdirectory.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@
 #include <sstream>
 #include <utility>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 using namespace Testing;
@@ -381,4 +381,4 @@ TEST(FaceMesh, readsBackAsTheSamePointsAndFaces) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,11 +1,11 @@
-#include "apps/cscan/pictures/colourmap.h"
+#include "Inspection/pictures/colourmap.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <limits>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 TEST(ColourMap, growsLighterAtEveryStep) {
@@ -48,4 +48,4 @@ TEST(Lightness, isZeroForBlackAndOneForWhite) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,8 +1,8 @@
-#include "apps/cscan/pictures/image.h"
+#include "Inspection/pictures/image.h"
 
-#include "apps/cscan/pictures/font.h"
-#include "apps/cscan/pictures/pngfile.h"
-#include "tests/cscan/scratchdirectory.h"
+#include "Inspection/pictures/font.h"
+#include "Inspection/pictures/pngfile.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 #include <png.h>
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 constexpr Colour red{200, 10, 20};
@@ -171,4 +171,4 @@ TEST(PngFile, reportsADiskThatIsFull) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

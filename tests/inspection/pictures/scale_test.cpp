@@ -1,10 +1,10 @@
-#include "apps/cscan/pictures/scale.h"
+#include "Inspection/pictures/scale.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 TEST(Scale, beginsAndEndsOnRoundTicksAroundTheValues) {
@@ -60,4 +60,4 @@ TEST(Scale, labelsHaveTheDecimalsOfTheStep) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,13 +1,13 @@
-#include "apps/cscan/files/files.h"
+#include "Inspection/records/files.h"
 
-#include "apps/cscan/files/objfile.h"
-#include "tests/cscan/scratchdirectory.h"
+#include "Inspection/import/objfile.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 using Testing::messageOf;
@@ -86,4 +86,4 @@ TEST(ObjFile, namesTheFileInTheLibrarysComplaint) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

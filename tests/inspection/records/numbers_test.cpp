@@ -1,4 +1,4 @@
-#include "apps/cscan/files/numbers.h"
+#include "Inspection/records/numbers.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <random>
 #include <string>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 TEST(ParseNumber, takesTheUsualForms) {
@@ -72,4 +72,4 @@ TEST(ShortText, hasAtMostTheDigitsAskedFor) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

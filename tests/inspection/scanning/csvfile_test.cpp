@@ -1,6 +1,6 @@
-#include "apps/cscan/scanning/csvfile.h"
+#include "Inspection/scanning/csvfile.h"
 
-#include "tests/cscan/scratchdirectory.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <sstream>
 #include <string>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 using Testing::messageOf;
@@ -126,4 +126,4 @@ TEST(WriteHitFile, reportsAFileThatCannotBeWritten) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,14 +1,14 @@
-#include "apps/cscan/pictures/footprintpicture.h"
+#include "Inspection/pictures/footprintpicture.h"
 
-#include "apps/cscan/grids/gridfile.h"
-#include "apps/cscan/pictures/figure.h"
+#include "Inspection/grids/gridfile.h"
+#include "Inspection/pictures/figure.h"
 #include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 using namespace Testing;
@@ -113,4 +113,4 @@ TEST(Footprint, theProgramPrintsAndDrawsIt) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,14 +1,14 @@
-#include "apps/cscan/scanning/quadmap.h"
+#include "Inspection/scanning/quadmap.h"
 
-#include "apps/cscan/pictures/colourmap.h"
-#include "apps/cscan/pictures/cscanimages.h"
-#include "apps/cscan/pictures/figure.h"
+#include "Inspection/pictures/colourmap.h"
+#include "Inspection/pictures/cscanimages.h"
+#include "Inspection/pictures/figure.h"
 
 #include <gtest/gtest.h>
 
 #include <numbers>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 /// 3 by 2 quads; the node (3, 2) is missing and with it the quad (2, 1).
@@ -144,4 +144,4 @@ TEST(CscanImages, areNamedAfterThePrefix) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

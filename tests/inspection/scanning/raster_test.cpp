@@ -1,13 +1,13 @@
-#include "apps/cscan/scanning/raster.h"
+#include "Inspection/scanning/raster.h"
 
-#include "tests/cscan/scratchdirectory.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 Point const low(-1.0, 2.0, 3.0);
@@ -64,4 +64,4 @@ TEST(Raster, refusesAStepThatMakesTooManyBeams) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,12 +1,12 @@
-#include "apps/cscan/scanning/scanplane.h"
+#include "Inspection/scanning/scanplane.h"
 
-#include "apps/cscan/grids/gridfile.h"
-#include "apps/cscan/scanning/scanner.h"
+#include "Inspection/grids/gridfile.h"
+#include "Inspection/scanning/scanner.h"
 #include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 using namespace Testing;
@@ -131,4 +131,4 @@ TEST(ScanPlane, theProgramSaysInOneLineWhatIsWrong) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection

@@ -1,10 +1,10 @@
-#include "apps/cscan/scanning/stripetest.h"
+#include "Inspection/scanning/stripetest.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-namespace cscan {
+namespace QELT::Inspection {
 namespace {
 
 using Size = QELT::Geometry::TwoDimensional::Vector<double>;
@@ -63,4 +63,4 @@ TEST(StripeTest, linesOnWhichABeamGoesAstrayAreNamed) {
 }
 
 } // namespace
-} // namespace cscan
+} // namespace QELT::Inspection
