@@ -2,7 +2,7 @@
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
 #include "apps/cscan/commands/commands.h"
-#include "apps/cscan/commands/report.h"
+#include "apps/cscan/report/report.h"
 
 #include <ostream>
 

@@ -7,7 +7,7 @@
 #include "Inspection/records/numbers.h"
 #include "Inspection/records/stopwatch.h"
 #include "apps/cscan/commands/commands.h"
-#include "apps/cscan/commands/report.h"
+#include "apps/cscan/report/report.h"
 
 #include <algorithm>
 #include <ostream>

@@ -3,7 +3,7 @@
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
 #include "Inspection/records/numbers.h"
-#include "Inspection/records/textline.h"
+#include "Inspection/records/internal/textline.h"
 
 #include <algorithm>
 #include <cmath>

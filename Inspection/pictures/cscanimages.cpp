@@ -1,8 +1,8 @@
 #include "Inspection/pictures/cscanimages.h"
 
-#include "Inspection/pictures/figure.h"
+#include "Inspection/pictures/internal/figure.h"
 #include "Inspection/pictures/pngfile.h"
-#include "Inspection/pictures/scale.h"
+#include "Inspection/pictures/internal/scale.h"
 #include "Inspection/records/numbers.h"
 #include "Inspection/scanning/quadmap.h"
 

@@ -1,7 +1,7 @@
 #include "Inspection/pictures/flatpicture.h"
 
 #include "Inspection/parts/meshsummary.h"
-#include "Inspection/pictures/font.h"
+#include "Inspection/pictures/internal/font.h"
 #include "Inspection/records/numbers.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "Inspection/pictures/footprintpicture.h"
 
-#include "Inspection/pictures/figure.h"
+#include "Inspection/pictures/internal/figure.h"
 #include "Inspection/records/numbers.h"
 
 #include <cmath>

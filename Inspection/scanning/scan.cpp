@@ -6,7 +6,7 @@
 #include "Inspection/scanning/csvfile.h"
 #include "Inspection/scanning/scanplane.h"
 #include "apps/cscan/commands/commands.h"
-#include "apps/cscan/commands/report.h"
+#include "apps/cscan/report/report.h"
 
 #include <ostream>
 

@@ -1,4 +1,4 @@
-#include "apps/cscan/commandline/commandline.h"
+#include "apps/cscan/commands/commandline.h"
 
 #include "tests/inspection/scratchdirectory.h"
 

@@ -1,7 +1,7 @@
 #include "apps/cscan/commandline/arguments.h"
 
 #include "Inspection/records/numbers.h"
-#include "apps/cscan/commandline/commandline.h"
+#include "apps/cscan/commands/commandline.h"
 
 #include <algorithm>
 #include <charconv>

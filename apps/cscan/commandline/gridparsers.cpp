@@ -1,5 +1,5 @@
 #include "apps/cscan/commandline/arguments.h"
-#include "apps/cscan/commandline/commandline.h"
+#include "apps/cscan/commands/commandline.h"
 #include "apps/cscan/commandline/commandparsers.h"
 
 #include <CLI/CLI.hpp>

@@ -1,7 +1,7 @@
 #include "apps/cscan/commands/application.h"
 
 #include "Inspection/records/failure.h"
-#include "apps/cscan/commandline/commandline.h"
+#include "apps/cscan/commands/commandline.h"
 #include "apps/cscan/commands/commands.h"
 
 #include <filesystem>

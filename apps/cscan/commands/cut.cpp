@@ -3,7 +3,7 @@
 #include "Inspection/records/files.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commands/commands.h"
-#include "apps/cscan/commands/report.h"
+#include "apps/cscan/report/report.h"
 
 #include <array>
 #include <cmath>

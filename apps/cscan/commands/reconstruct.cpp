@@ -4,7 +4,7 @@
 #include "Inspection/records/files.h"
 #include "Inspection/records/stopwatch.h"
 #include "apps/cscan/commands/commands.h"
-#include "apps/cscan/commands/report.h"
+#include "apps/cscan/report/report.h"
 
 #include <ostream>
 

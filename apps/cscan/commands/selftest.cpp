@@ -4,7 +4,7 @@
 #include "Inspection/records/numbers.h"
 #include "Inspection/scanning/stripetest.h"
 #include "apps/cscan/commands/commands.h"
-#include "apps/cscan/commands/report.h"
+#include "apps/cscan/report/report.h"
 
 #include <algorithm>
 #include <cmath>

@@ -9,7 +9,7 @@
 #include "Inspection/records/stopwatch.h"
 #include "Inspection/scanning/scanplane.h"
 #include "apps/cscan/commands/commands.h"
-#include "apps/cscan/commands/report.h"
+#include "apps/cscan/report/report.h"
 #include "apps/cscan/demo/bladepart.h"
 #include "apps/cscan/demo/probepath.h"
 

@@ -1,4 +1,4 @@
-#include "Inspection/pictures/colourmap.h"
+#include "Inspection/pictures/internal/colourmap.h"
 
 #include <gtest/gtest.h>
 

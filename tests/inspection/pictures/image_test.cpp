@@ -1,6 +1,6 @@
 #include "Inspection/pictures/image.h"
 
-#include "Inspection/pictures/font.h"
+#include "Inspection/pictures/internal/font.h"
 #include "Inspection/pictures/pngfile.h"
 #include "tests/inspection/scratchdirectory.h"
 

@@ -1,4 +1,4 @@
-#include "Inspection/pictures/scale.h"
+#include "Inspection/pictures/internal/scale.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "Inspection/pictures/footprintpicture.h"
 
 #include "Inspection/grids/gridfile.h"
-#include "Inspection/pictures/figure.h"
+#include "Inspection/pictures/internal/figure.h"
 #include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 #include "Inspection/scanning/quadmap.h"
 
-#include "Inspection/pictures/colourmap.h"
+#include "Inspection/pictures/internal/colourmap.h"
 #include "Inspection/pictures/cscanimages.h"
-#include "Inspection/pictures/figure.h"
+#include "Inspection/pictures/internal/figure.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Inspection/records/textline.h"
+#include "Inspection/records/internal/textline.h"
 
 #include "Inspection/records/failure.h"
 

@@ -1,7 +1,7 @@
-#include "Inspection/pictures/figure.h"
+#include "Inspection/pictures/internal/figure.h"
 
-#include "Inspection/pictures/colourmap.h"
-#include "Inspection/pictures/font.h"
+#include "Inspection/pictures/internal/colourmap.h"
+#include "Inspection/pictures/internal/font.h"
 
 #include <algorithm>
 

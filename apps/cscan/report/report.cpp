@@ -1,4 +1,4 @@
-#include "apps/cscan/commands/report.h"
+#include "apps/cscan/report/report.h"
 
 #include "Inspection/records/numbers.h"
 

@@ -1,4 +1,4 @@
-#include "Inspection/pictures/font.h"
+#include "Inspection/pictures/internal/font.h"
 
 #include <array>
 #include <cstddef>

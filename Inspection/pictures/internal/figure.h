@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Inspection/pictures/image.h"
-#include "Inspection/pictures/scale.h"
+#include "Inspection/pictures/internal/scale.h"
 #include "Inspection/scanning/quadmap.h"
 
 #include <string>
