@@ -2,9 +2,12 @@
 
 #include "Geometry/geometry.h"
 
-/// Short names for the library's types that the application works with.
+/// The inspection of a part from its scanned surface to its C-scan, as functions that a program, a script or
+/// a batch calls: options in, results out. Nothing here prints, ends the program or asks anyone.
 namespace QELT::Inspection {
 
+/// Short names for the core's types.
+using ProgressListener = QELT::ProgressListener;
 using Point = QELT::Geometry::ThreeDimensional::Point;
 using Vector = QELT::Geometry::ThreeDimensional::Vector;
 using FlatPoint = QELT::Geometry::TwoDimensional::Point<double>;

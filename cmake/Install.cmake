@@ -1,4 +1,5 @@
-# Installed tree: include/QELTGeometry/Geometry/..., the library, a CMake package and a pkg-config file.
+# Installed tree: include/QELTGeometry/Geometry/..., the library, a CMake package and a pkg-config file. What else
+# is installed says so in its own file and joins this package.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 #include "Inspection/scanning/csvfile.h"
 
+#include <filesystem>
 #include <vector>
 
 /// Maps that take points to their places.
@@ -21,12 +23,29 @@ struct Registration {
 };
 
 /// The rigid motion that takes three points closest to three others, and the affine map that takes four to
-/// four. Points on a place or a plane that leave the map open are a
+/// four. Points on a line or a plane that leave the map open are a
 /// `std::runtime_error`.
-Registration rigidRegistration(std::vector<PointPair> const& pairs);
-Registration affineRegistration(std::vector<PointPair> const& pairs);
+QELT_INSPECTION_EXPORT Registration rigidRegistration(std::vector<PointPair> const& pairs);
+QELT_INSPECTION_EXPORT Registration affineRegistration(std::vector<PointPair> const& pairs);
 
 /// How far the map leaves the farthest source point from its target.
-double largestMiss(Registration const& registration, std::vector<PointPair> const& pairs);
+QELT_INSPECTION_EXPORT double largestMiss(Registration const& registration,
+                                          std::vector<PointPair> const& pairs);
+
+struct RegisterOptions {
+    std::filesystem::path pairs; ///< a table of three pairs for a rigid motion, of four for an affine map
+};
+
+struct RegisterResult {
+    bool isRigid = true;
+    Registration registration;
+    Vector translation;       ///< where the map takes the origin
+    double largestMiss = 0.0; ///< in the points' unit
+};
+
+/// Finds the map for a table's pairs. Fails if the table cannot be read, does not hold three or four pairs,
+/// or leaves the map open.
+QELT_INSPECTION_EXPORT RegisterResult registerPoints(RegisterOptions const& options,
+                                                     ProgressListener* listener);
 
 } // namespace QELT::Inspection

@@ -1,5 +1,8 @@
 #include "Inspection/fits/surfacefits.h"
 
+#include "Inspection/records/failure.h"
+#include "Inspection/records/internal/announce.h"
+
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
@@ -164,6 +167,22 @@ ParaboloidFit fitParaboloid(std::vector<Point> const& points) {
         return way.dot(fit.axisN) - 0.5 * (fit.curvatureU * u * u + fit.curvatureV * v * v);
     });
     return fit;
+}
+
+FitResult fit(FitOptions const& options, ProgressListener* listener) {
+    announce(listener, "Fitting...");
+    auto const fitted = [&](auto const& cloud, auto fitTo) {
+        return naming(options.cloud.string(), [&] { return FitResult(fitTo(cloud)); });
+    };
+    switch (options.surface) {
+    case FitSurface::Sphere:
+        return fitted(readCloudFile(options.cloud), fitSphere);
+    case FitSurface::Cylinder:
+        return fitted(readOrientedCloudFile(options.cloud), fitCylinder);
+    case FitSurface::Paraboloid:
+        break;
+    }
+    return fitted(readCloudFile(options.cloud), fitParaboloid);
 }
 
 } // namespace QELT::Inspection

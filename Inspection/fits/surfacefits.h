@@ -1,12 +1,16 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/import/xyzfile.h"
 
 #include <cstddef>
+#include <filesystem>
+#include <variant>
 
 /// Surfaces fitted to clouds. The library's fits descend with fixed steps, which suit coordinates of a
 /// certain size and a certain number of points. Here a cloud is brought to that size first, thinned out
-/// evenly if it has more points, and the result is brought back; residuals are those of all points.
+/// evenly if it has more points, and the result is brought back; residuals are those of all points. Lengths
+/// are in the cloud's unit.
 namespace QELT::Inspection {
 
 struct FitQuality {
@@ -41,13 +45,25 @@ struct ParaboloidFit {
 };
 
 /// At least four points; a `std::runtime_error` if the points have no sphere.
-SphereFit fitSphere(std::vector<Point> const& points);
+QELT_INSPECTION_EXPORT SphereFit fitSphere(std::vector<Point> const& points);
 
 /// At least three points with normals; a `std::runtime_error` if nothing comes out.
-CylinderFit fitCylinder(OrientedCloud const& cloud);
+QELT_INSPECTION_EXPORT CylinderFit fitCylinder(OrientedCloud const& cloud);
 
 /// Starts at the first point as vertex, with the z axis as normal; the second point gives the start's
 /// curvature. On scattered points it runs to its limit of steps, which takes minutes.
-ParaboloidFit fitParaboloid(std::vector<Point> const& points);
+QELT_INSPECTION_EXPORT ParaboloidFit fitParaboloid(std::vector<Point> const& points);
+
+enum class FitSurface { Sphere, Cylinder, Paraboloid };
+
+struct FitOptions {
+    FitSurface surface = FitSurface::Sphere;
+    std::filesystem::path cloud; ///< an .xyz file; for a cylinder with normals
+};
+
+using FitResult = std::variant<SphereFit, CylinderFit, ParaboloidFit>;
+
+/// Fits the surface to a cloud's file. Fails if the file cannot be read and as above, naming the file.
+QELT_INSPECTION_EXPORT FitResult fit(FitOptions const& options, ProgressListener* listener);
 
 } // namespace QELT::Inspection

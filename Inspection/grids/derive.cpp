@@ -1,10 +1,9 @@
+#include "Inspection/grids/derive.h"
+
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
-#include "apps/cscan/commands/commands.h"
-#include "apps/cscan/report/report.h"
-
-#include <ostream>
+#include "Inspection/records/internal/announce.h"
 
 namespace QELT::Inspection {
 
@@ -53,16 +52,14 @@ private:
 
 } // namespace
 
-void runDerive(DeriveOptions const& options, std::ostream& output, ProgressDisplay& display) {
+GridSummary derive(DeriveOptions const& options, ProgressListener* listener) {
     requireReadable(options.source);
     requireGridOutput(options.result);
     Grid result;
-    display.setMessage("Deriving...");
+    announce(listener, "Deriving...");
     naming(options.source.string(), [&] { std::visit(Deriver{options.source, result}, options.derivation); });
     saveGrid(result, options.result);
-    display.clear();
-    output << options.result.string() << '\n';
-    printGrid(output, result, gridSummaryOf(result));
+    return gridSummaryOf(result);
 }
 
 } // namespace QELT::Inspection

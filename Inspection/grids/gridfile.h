@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 
 #include <cstdint>
@@ -21,22 +22,22 @@ struct GridFileHeader {
 };
 
 /// Whether the file begins as a `.quads` file does.
-bool isGridFile(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT bool isGridFile(std::filesystem::path const& path);
 
-GridFileHeader readGridFileHeader(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT GridFileHeader readGridFileHeader(std::filesystem::path const& path);
 
 /// Loads the file into the grid. The library reads what there is and takes a file that was cut short for
 /// whole; here it is a failure, found by the file's size before the grid is sized and again, once the
 /// number of valid nodes is known, after it is loaded. Failures name the file.
-void loadGrid(Grid& grid, std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT void loadGrid(Grid& grid, std::filesystem::path const& path);
 
 /// Throws a `Failure` unless the name ends in ".quads" and the file can be written.
-void requireGridOutput(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT void requireGridOutput(std::filesystem::path const& path);
 
 /// Saves the grid. The name must end in ".quads". Failures name the file.
-void saveGrid(Grid& grid, std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT void saveGrid(Grid& grid, std::filesystem::path const& path);
 
 /// The usual words for a coordinate data type of the format.
-std::string nameOfDataType(std::uint32_t coordinateDataType);
+QELT_INSPECTION_EXPORT std::string nameOfDataType(std::uint32_t coordinateDataType);
 
 } // namespace QELT::Inspection

@@ -37,6 +37,9 @@ GridSummary gridSummaryOf(Grid const& grid) {
     summary.extentU = grid.getExtents().getdU();
     summary.extentV = grid.getExtents().getdV();
     forEachNode(grid, [&](GridIndex const& node) { countNode(grid, node, summary); });
+    summary.minQuadArea = grid.getMinQuadArea();
+    summary.meanQuadArea = grid.getMeanQuadArea();
+    summary.maxQuadArea = grid.getMaxQuadArea();
     if (summary.validNodeCount > 0) {
         auto const box = grid.getBoundingBoxAA();
         summary.low = box.getp();

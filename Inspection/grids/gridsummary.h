@@ -1,12 +1,14 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 
 #include <cstddef>
 
 namespace QELT::Inspection {
 
-/// A count of a grid's nodes and quads, and the box of its valid nodes.
+/// A count of a grid's nodes and quads, the areas of its quads, and the box of its valid nodes; lengths in
+/// the part's unit.
 struct GridSummary {
     std::size_t extentU = 0; ///< number of quads along u
     std::size_t extentV = 0;
@@ -17,13 +19,16 @@ struct GridSummary {
     std::size_t cutBoundaryCount = 0;
     std::size_t extendedCount = 0; ///< valid nodes that are neither interior nor boundary
     std::size_t validQuadCount = 0;
+    double minQuadArea = 0.0; ///< as the grid keeps them
+    double meanQuadArea = 0.0;
+    double maxQuadArea = 0.0;
     Point low; ///< meaningful only with a valid node
     Point high;
 };
 
-GridSummary gridSummaryOf(Grid const& grid);
+QELT_INSPECTION_EXPORT GridSummary gridSummaryOf(Grid const& grid);
 
 /// Whether two grids hold the same flags, and at valid nodes the same points.
-bool haveSameSurface(Grid const& a, Grid const& b);
+QELT_INSPECTION_EXPORT bool haveSameSurface(Grid const& a, Grid const& b);
 
 } // namespace QELT::Inspection

@@ -1,53 +1,81 @@
+#include "Inspection/grids/prepare.h"
+
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/import/objfile.h"
 #include "Inspection/import/xyzfile.h"
 #include "Inspection/parts/reconstruction.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
+#include "Inspection/records/internal/announce.h"
+#include "Inspection/records/internal/directories.h"
 #include "Inspection/records/numbers.h"
 #include "Inspection/records/stopwatch.h"
-#include "apps/cscan/commands/commands.h"
-#include "apps/cscan/report/report.h"
 
 #include <algorithm>
-#include <ostream>
+#include <string>
 
 namespace QELT::Inspection {
 
 namespace {
 
-/// Finds out before the long work that a result would have no place to go.
-void requireOutputs(PrepareOptions const& options) {
-    requireGridOutput(options.grid);
-    if (!options.flat) {
-        return;
-    }
-    requireObjOutput(*options.flat);
-}
-
 /// A grid of more quads than this is taken for a mistake in the quad area; it would need gigabytes.
 constexpr double largestGrid = 64e6;
-
-/// A map with more of its triangles turned over has come out badly.
-constexpr double bearableFlippedShare = 0.02;
 
 /// Quads on the longer side of the grid that is suggested instead.
 constexpr double handySide = 1000.0;
 
-void requireBearableGrid(Mesh const& mesh, PrepareOptions const& options) {
-    auto const triangles = trianglesOf(mesh);
-    GridSize const size = expectedGridSize(flatSummaryOf(mesh, triangles), triangles, options.quadArea);
-    if (size.u * size.v > largestGrid) {
-        double const share = std::max(size.u, size.v) / handySide;
-        throw Failure(options.part.string() + ": a quad area of " + toShortText(options.quadArea, 6) +
-                      " makes a grid of about " + toFixedText(size.u, 0) + " x " + toFixedText(size.v, 0) +
-                      " quads; " + toShortText(options.quadArea * share * share, 2) + " makes " +
-                      toFixedText(handySide, 0) + " on the longer side");
+/// One preparation, stage by stage.
+class Preparation {
+public:
+    Preparation(PrepareOptions const& prepareOptions, ProgressListener* progressListener,
+                PrepareObserver const& prepareObserver)
+        : options(prepareOptions),
+          part(prepareOptions.part.string()),
+          listener(progressListener),
+          observer(prepareObserver) {
+        mesh.setProgressListener(listener);
+        grid.setProgressListener(listener);
+    }
+
+    void requireFiles() const;
+    void load();
+    void flatten();
+    void saveFlat();
+    void resample();
+
+    PrepareResult const& getResult() const { return result; }
+
+private:
+    PrepareOptions const& options;
+    std::string part;
+    ProgressListener* listener;
+    PrepareObserver const& observer;
+    Mesh mesh;
+    Grid grid;
+    PrepareResult result;
+
+    RepairReport loadCloud();
+    void requireBearableGrid() const;
+    void extend();
+
+    void tell(PrepareStage stage) const {
+        if (observer) {
+            observer(stage, result);
+        }
+    }
+};
+
+/// Finds out before the long work that a result would have no place to go.
+void Preparation::requireFiles() const {
+    requireReadable(options.part);
+    requireGridOutput(options.grid);
+    if (options.flat) {
+        requireObjOutput(*options.flat);
     }
 }
 
-/// Hands the surface over in a file, the library's only way for triangles that are there already.
-RepairReport loadCloud(Mesh& mesh, PrepareOptions const& options) {
+/// Hands the surface over in a file, the core's only way for triangles that are there already.
+RepairReport Preparation::loadCloud() {
     auto const [surface, repair] = reconstructFrom(options.part, options.repair);
     TemporaryDirectory const directory;
     auto const path = directory / (options.part.stem().string() + ".obj");
@@ -56,90 +84,81 @@ RepairReport loadCloud(Mesh& mesh, PrepareOptions const& options) {
     return repair;
 }
 
-void loadPart(Mesh& mesh, PrepareOptions const& options, std::ostream& output, ProgressDisplay& display) {
-    auto const& path = options.part;
+void Preparation::load() {
     Stopwatch const watch;
-    std::optional<RepairReport> repair;
-    if (isCloudFile(path)) {
-        display.setMessage("Reconstructing...");
-        repair = loadCloud(mesh, options);
+    if (isCloudFile(options.part)) {
+        announce(listener, "Reconstructing...");
+        result.repair = loadCloud();
     } else {
-        loadObj(mesh, path);
+        loadObj(mesh, options.part);
     }
-    double const seconds = watch.seconds();
-    display.clear();
-    auto const triangles = trianglesOf(mesh);
-    auto const loops = boundaryLoopsOf(triangles);
-    output << path.string() << '\n';
-    printItem(output, "load time", secondsText(seconds));
-    if (repair) {
-        printRepair(output, *repair);
-    }
-    printMesh(output, mesh, triangles, loops);
-    output << std::flush;
-    if (loops.empty()) {
-        throw Failure(path.string() + ": the mesh is closed; it needs a rim to be flattened");
+    result.loadSeconds = watch.seconds();
+    result.part = meshSummaryOf(mesh);
+    tell(PrepareStage::Loaded);
+    if (result.part.loops.empty()) {
+        throw Failure(part + ": the mesh is closed; it needs a rim to be flattened");
     }
 }
 
-void flattenPart(Mesh& mesh, PrepareOptions const& options, std::ostream& output, ProgressDisplay& display) {
-    auto const report = naming(options.part.string(), [&] { return flatten(mesh, options.mode, display); });
-    output << (options.mode == FlatteningMode::Pinned ? "\nFlattened, pinned\n"
-                                                      : "\nFlattened, developable\n");
-    printItem(output, "flatten time", secondsText(report.seconds));
-    for (std::string const& line : linesOf(report)) {
-        printItem(output, "solver", line);
-    }
-    auto const triangles = trianglesOf(mesh);
-    FlatSummary const flat = flatSummaryOf(mesh, triangles);
-    printFlat(output, flat);
-    double const flippedShare =
-        static_cast<double>(flat.flippedCount) / static_cast<double>(triangles.size());
-    if (flippedShare > bearableFlippedShare) {
-        printItem(output, "note",
-                  toFixedText(100.0 * flippedShare, 0) +
-                      " % of the triangles are turned over and will leave holes; try the other --mode");
-    }
-    output << std::flush;
+void Preparation::flatten() {
+    result.flattening = naming(part, [&] { return Inspection::flatten(mesh, options.mode, listener); });
+    result.flat = flatSummaryOf(mesh, trianglesOf(mesh));
+    tell(PrepareStage::Flattened);
+}
+
+void Preparation::saveFlat() {
     if (options.flat) {
         saveFlatObj(mesh, *options.flat);
-        display.clear();
-        printItem(output, "flat map", options.flat->string());
+        tell(PrepareStage::FlatSaved);
     }
 }
 
-void extend(Grid& grid, PrepareOptions const& options, ProgressDisplay& display) {
+void Preparation::requireBearableGrid() const {
+    GridSize const size = expectedGridSize(result.flat, trianglesOf(mesh), options.quadArea);
+    if (size.u * size.v > largestGrid) {
+        double const share = std::max(size.u, size.v) / handySide;
+        throw Failure(part + ": a quad area of " + toShortText(options.quadArea, 6) +
+                      " makes a grid of about " + toFixedText(size.u, 0) + " x " + toFixedText(size.v, 0) +
+                      " quads; " + toShortText(options.quadArea * share * share, 2) + " makes " +
+                      toFixedText(handySide, 0) + " on the longer side");
+    }
+}
+
+void Preparation::extend() {
     if (options.extensionPasses > 0) {
         using QELT::Geometry::ThreeDimensional::QuadMesh::Basic;
-        display.setMessage("Extending...");
-        naming(options.part.string(),
-               [&] { grid.extendBoundary(Basic, options.extensionPasses, options.smoothingPasses); });
+        announce(listener, "Extending...");
+        naming(part, [&] { grid.extendBoundary(Basic, options.extensionPasses, options.smoothingPasses); });
     }
+}
+
+void Preparation::resample() {
+    requireBearableGrid();
+    announce(listener, "Resampling...");
+    Stopwatch const watch;
+    naming(part, [&] { grid.construct(mesh, options.quadArea); });
+    result.resampleSeconds = watch.seconds();
+    extend();
+    saveGrid(grid, options.grid);
+    result.grid = gridSummaryOf(grid);
+    tell(PrepareStage::Saved);
 }
 
 } // namespace
 
-void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDisplay& display) {
-    requireReadable(options.part);
-    requireOutputs(options);
-    Mesh mesh;
-    mesh.setProgressListener(&display);
-    loadPart(mesh, options, output, display);
-    flattenPart(mesh, options, output, display);
+FlatteningMode usualModeFor(std::filesystem::path const& part) {
+    return isCloudFile(part) ? FlatteningMode::Pinned : FlatteningMode::Developable;
+}
 
-    requireBearableGrid(mesh, options);
-    Grid grid;
-    grid.setProgressListener(&display);
-    display.setMessage("Resampling...");
-    Stopwatch const watch;
-    naming(options.part.string(), [&] { grid.construct(mesh, options.quadArea); });
-    double const seconds = watch.seconds();
-    extend(grid, options, display);
-    saveGrid(grid, options.grid);
-    display.clear();
-    output << '\n' << options.grid.string() << '\n';
-    printItem(output, "resample time", secondsText(seconds));
-    printGrid(output, grid, gridSummaryOf(grid));
+PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
+                      PrepareObserver const& observer) {
+    Preparation preparation(options, listener, observer);
+    preparation.requireFiles();
+    preparation.load();
+    preparation.flatten();
+    preparation.saveFlat();
+    preparation.resample();
+    return preparation.getResult();
 }
 
 } // namespace QELT::Inspection

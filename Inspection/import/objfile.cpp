@@ -2,6 +2,7 @@
 
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
+#include "Inspection/records/internal/directories.h"
 
 namespace QELT::Inspection {
 

@@ -2,8 +2,8 @@
 
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
-#include "Inspection/records/numbers.h"
 #include "Inspection/records/internal/textline.h"
+#include "Inspection/records/numbers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,24 +13,27 @@ namespace QELT::Inspection {
 
 namespace {
 
-constexpr std::string_view blanks = " \t\r";
+/// The words between the blanks of a text.
+void addWords(std::string_view text, std::vector<std::string_view>& words) {
+    for (std::string_view rest = trimmed(text); !rest.empty(); rest = trimmed(rest)) {
+        auto const end = std::min(rest.find_first_of(" \t"), rest.size());
+        words.push_back(rest.substr(0, end));
+        rest.remove_prefix(end);
+    }
+}
 
 /// What stands between blanks; a comma with the blanks around it counts as one separator, so that two commas
 /// in a row have an empty field between them.
 std::vector<std::string_view> fieldsOf(std::string_view text) {
     std::vector<std::string_view> fields;
-    std::string_view rest = trimmed(text);
-    while (!rest.empty()) {
-        auto const end = std::min(rest.find_first_of(" \t,"), rest.size());
-        fields.push_back(rest.substr(0, end));
-        rest.remove_prefix(end);
-        rest.remove_prefix(std::min(rest.find_first_not_of(blanks), rest.size()));
-        if (rest.starts_with(',')) {
-            rest = trimmed(rest.substr(1));
-            if (rest.empty()) {
-                fields.emplace_back();
-            }
+    if (trimmed(text).empty()) {
+        return fields;
+    }
+    for (std::string_view const part : splitAtCommas(text)) {
+        if (trimmed(part).empty()) {
+            fields.emplace_back();
         }
+        addWords(part, fields);
     }
     return fields;
 }

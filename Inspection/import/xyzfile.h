@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 
 #include <filesystem>
@@ -11,13 +12,13 @@
 namespace QELT::Inspection {
 
 /// Whether the name is that of a cloud.
-bool isCloudFile(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT bool isCloudFile(std::filesystem::path const& path);
 
 /// Reads a point a line: three finite numbers with blanks or a comma between them. What follows a '#' is a
 /// comment, blank lines are passed over, both kinds of line end are taken. A malformed line is a failure that
 /// names `source` and the line's number; so is a cloud without a point.
-std::vector<Point> readCloud(std::istream& input, std::string const& source);
-std::vector<Point> readCloudFile(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT std::vector<Point> readCloud(std::istream& input, std::string const& source);
+QELT_INSPECTION_EXPORT std::vector<Point> readCloudFile(std::filesystem::path const& path);
 
 /// Points with the surface's normals at them.
 struct OrientedCloud {
@@ -26,7 +27,7 @@ struct OrientedCloud {
 };
 
 /// The same with six numbers a line, the last three of which are a normal.
-OrientedCloud readOrientedCloud(std::istream& input, std::string const& source);
-OrientedCloud readOrientedCloudFile(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT OrientedCloud readOrientedCloud(std::istream& input, std::string const& source);
+QELT_INSPECTION_EXPORT OrientedCloud readOrientedCloudFile(std::filesystem::path const& path);
 
 } // namespace QELT::Inspection

@@ -1,6 +1,7 @@
 #include "Inspection/maps/flattening.h"
 
-#include "Inspection/records/numbers.h"
+#include "Inspection/maps/internal/solvermonitor.h"
+#include "Inspection/records/internal/announce.h"
 #include "Inspection/records/stopwatch.h"
 
 #include <algorithm>
@@ -17,36 +18,40 @@ constexpr double tolerance = 1e-20;
 
 constexpr std::string_view solveMessage = "Solving linear system...";
 
-/// Passes on to the display, and tells the monitor which message begins a solve: of the first of two solves
-/// nothing on the standard output marks the end.
+/// Passes on to the next listener, and tells the monitor which message begins a solve: of the first of two
+/// solves nothing on the standard output marks the end.
 class FlatteningListener : public QELT::ProgressListener {
 public:
-    FlatteningListener(ProgressDisplay& progressDisplay, SolverMonitor& solverMonitor)
-        : display(progressDisplay), monitor(solverMonitor) {}
+    FlatteningListener(ProgressListener* nextListener, SolverMonitor& solverMonitor)
+        : next(nextListener), monitor(solverMonitor) {}
 
     void setMessage(char const* text) override {
         if (text == solveMessage) {
             monitor.beginSolve();
         }
-        display.setMessage(text);
+        announce(next, text);
     }
 
-    void setPercentage(unsigned long percent) override { display.setPercentage(percent); }
+    void setPercentage(unsigned long percent) override {
+        if (next != nullptr) {
+            next->setPercentage(percent);
+        }
+    }
 
     void reserved3() override {}
 
     void reserved4() override {}
 
 private:
-    ProgressDisplay& display;
+    ProgressListener* next;
     SolverMonitor& monitor;
 };
 
-/// Feeds the bar from the solver's residuals, at a rate that the eye can follow. The residual falls by
+/// Tells a listener of the solver's residuals, at a rate that the eye can follow. The residual falls by
 /// powers of ten, unevenly; its logarithm between the first one and the tolerance is the best guess at hand.
 class SolverProgress {
 public:
-    explicit SolverProgress(ProgressDisplay& progressDisplay) : display(progressDisplay) {}
+    explicit SolverProgress(SolveListener* solveListener) : listener(solveListener) {}
 
     void report(SolveRecord const& solve) {
         if (solve.iterations <= lastIterations) {
@@ -55,22 +60,20 @@ public:
         }
         lastIterations = solve.iterations;
         smallestResidual = std::min(smallestResidual, solve.residual);
-        if (sinceLastShow.seconds() > secondsBetween) {
-            sinceLastShow = Stopwatch();
-            display.setDetail("iteration " + std::to_string(solve.iterations) + ", residual " +
-                                  toShortText(solve.residual, 2),
-                              percentage());
+        if (listener != nullptr && sinceLastReport.seconds() > secondsBetween) {
+            sinceLastReport = Stopwatch();
+            listener->setSolve(solve, percentage());
         }
     }
 
 private:
     static constexpr double secondsBetween = 0.1;
 
-    ProgressDisplay& display;
+    SolveListener* listener;
     unsigned long lastIterations = 0;
     double firstResidual = 1.0;
     double smallestResidual = 1.0;
-    Stopwatch sinceLastShow;
+    Stopwatch sinceLastReport;
 
     unsigned long percentage() const {
         double const whole = std::log(firstResidual / tolerance);
@@ -80,59 +83,49 @@ private:
     }
 };
 
-/// Attaches a listener to a mesh for as long as the object lives.
+/// Attaches a listener to a mesh for as long as the object lives, and then another.
 class ListenerAttachment {
 public:
-    ListenerAttachment(Mesh& listenedMesh, QELT::ProgressListener& listener, QELT::ProgressListener& next)
+    ListenerAttachment(Mesh& listenedMesh, ProgressListener& listener, ProgressListener* next)
         : mesh(listenedMesh), later(next) {
         mesh.setProgressListener(&listener);
     }
 
-    ~ListenerAttachment() { mesh.setProgressListener(&later); }
+    ~ListenerAttachment() { mesh.setProgressListener(later); }
 
     ListenerAttachment(ListenerAttachment const&) = delete;
     ListenerAttachment& operator=(ListenerAttachment const&) = delete;
 
 private:
     Mesh& mesh;
-    QELT::ProgressListener& later;
+    ProgressListener* later;
 };
 
-std::string lineOn(SolveRecord const& solve, bool isConverged) {
-    std::string line = std::to_string(solve.iterations) + " iterations";
-    if (!std::isnan(solve.residual)) {
-        line += ", residual " + toShortText(solve.residual, 3);
+/// The core tells of the last solve alone whether it failed; the others are judged by their residual.
+std::vector<SolveRecord> judged(std::vector<SolveRecord> solves, bool hasLastFailed) {
+    for (SolveRecord& solve : solves) {
+        solve.isConverged = solve.residual <= tolerance;
     }
-    return line + (isConverged ? ", converged" : ", not converged: the last iterate is used");
+    if (!solves.empty()) {
+        solves.back().isConverged = !hasLastFailed;
+    }
+    return solves;
 }
 
 } // namespace
 
-FlatteningReport flatten(Mesh& mesh, FlatteningMode mode, ProgressDisplay& display) {
-    SolverProgress progress(display);
+FlatteningReport flatten(Mesh& mesh, FlatteningMode mode, ProgressListener* listener) {
+    SolverProgress progress(dynamic_cast<SolveListener*>(listener));
     SolverMonitor monitor([&progress](SolveRecord const& solve) { progress.report(solve); });
-    FlatteningListener listener(display, monitor);
+    FlatteningListener flatteningListener(listener, monitor);
     Stopwatch const watch;
     {
-        ListenerAttachment const attachment(mesh, listener, display);
+        ListenerAttachment const attachment(mesh, flatteningListener, listener);
         StreamRedirection const redirection(std::cout, monitor);
         mesh.conformalMap(mode == FlatteningMode::Pinned, nullptr, false);
     }
     monitor.finish();
-    display.clear();
-    return {monitor.getSolves(), !monitor.getHasFailureNotice(), watch.seconds()};
-}
-
-std::vector<std::string> linesOf(FlatteningReport const& report) {
-    std::vector<std::string> lines;
-    std::size_t const count = report.solves.size();
-    for (std::size_t i = 0; i < count; ++i) {
-        SolveRecord const& solve = report.solves[i];
-        bool const isLast = i + 1 == count;
-        std::string const subject = count == 1 ? "map: " : isLast ? "inside: " : "boundary: ";
-        lines.push_back(subject + lineOn(solve, isLast ? report.isConverged : solve.residual <= tolerance));
-    }
-    return lines;
+    return {judged(monitor.getSolves(), monitor.getHasFailureNotice()), watch.seconds()};
 }
 
 } // namespace QELT::Inspection

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "Inspection/maps/internal/solvermonitor.h"
+#include "Inspection/export.h"
+#include "Inspection/maps/solvelistener.h"
 #include "Inspection/names.h"
-#include "apps/cscan/progress/progressdisplay.h"
 
-#include <string>
 #include <vector>
 
 namespace QELT::Inspection {
@@ -17,15 +16,12 @@ enum class FlatteningMode {
 
 struct FlatteningReport {
     std::vector<SolveRecord> solves; ///< developable: of the boundary, then of the inside; pinned: one
-    bool isConverged = false;        ///< whether the last solve reached the library's tolerance
     double seconds = 0.0;
 };
 
-/// Flattens the mesh and reports the solver's way. The mesh must have a rim. While it runs, the standard
-/// output is taken for the solver's progress line; the mesh reports to `display`.
-FlatteningReport flatten(Mesh& mesh, FlatteningMode mode, ProgressDisplay& display);
-
-/// A line on each solve: what was solved for, iterations, residual, result.
-std::vector<std::string> linesOf(FlatteningReport const& report);
+/// Flattens the mesh and reports the solver's way; a solve that does not converge leaves its last iterate.
+/// The mesh must have a rim; what the core throws passes unchanged. The mesh reports to `listener`, which may
+/// be null and stays attached. While it runs, the standard output is taken for the solver's progress line.
+QELT_INSPECTION_EXPORT FlatteningReport flatten(Mesh& mesh, FlatteningMode mode, ProgressListener* listener);
 
 } // namespace QELT::Inspection

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 
 #include <array>
@@ -17,12 +18,12 @@ struct FaceMesh {
     std::vector<Face> faces;
 };
 
-FaceMesh faceMeshOf(Mesh const& mesh);
+QELT_INSPECTION_EXPORT FaceMesh faceMeshOf(Mesh const& mesh);
 
 /// Takes out the points that no face touches and tells how many there were.
-std::size_t dropLoosePoints(FaceMesh& mesh);
+QELT_INSPECTION_EXPORT std::size_t dropLoosePoints(FaceMesh& mesh);
 
 /// Writes an OBJ file that reads back as the same points and faces. Failures name the file.
-void writeFaces(FaceMesh const& mesh, std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT void writeFaces(FaceMesh const& mesh, std::filesystem::path const& path);
 
 } // namespace QELT::Inspection

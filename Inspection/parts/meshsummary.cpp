@@ -62,6 +62,12 @@ std::vector<BoundaryLoop> boundaryLoopsOf(std::vector<Triangle*> const& triangle
     return loops;
 }
 
+MeshSummary meshSummaryOf(Mesh const& mesh) {
+    auto const triangles = trianglesOf(mesh);
+    return {mesh.getNumberOfVertices(), triangles.size(), mesh.getCutEdgeIndices().first.size(),
+            boundaryLoopsOf(triangles)};
+}
+
 double twiceFlatArea(Triangle const& triangle) {
     Edge const edge = triangle.getEdge(0);
     return edge.vphi2().det(edge.rot().vphi2());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 
 #include <cstddef>
@@ -8,7 +9,7 @@
 namespace QELT::Inspection {
 
 /// The triangles of a mesh, each once.
-std::vector<Triangle*> trianglesOf(Mesh const& mesh);
+QELT_INSPECTION_EXPORT std::vector<Triangle*> trianglesOf(Mesh const& mesh);
 
 /// A closed walk along the rim of a mesh, with the surface on its left.
 struct BoundaryLoop {
@@ -17,11 +18,22 @@ struct BoundaryLoop {
 };
 
 /// The rims of the outline and of the holes, the longest first.
-std::vector<BoundaryLoop> boundaryLoopsOf(std::vector<Triangle*> const& triangles);
+QELT_INSPECTION_EXPORT std::vector<BoundaryLoop> boundaryLoopsOf(std::vector<Triangle*> const& triangles);
+
+/// What a mesh holds.
+struct MeshSummary {
+    std::size_t vertexCount = 0;
+    std::size_t faceCount = 0;
+    std::size_t cutEntryCount = 0;   ///< pairs of vertices along a cut
+    std::vector<BoundaryLoop> loops; ///< the longest first; none if the mesh is closed
+};
+
+QELT_INSPECTION_EXPORT MeshSummary meshSummaryOf(Mesh const& mesh);
 
 /// Twice the signed area of a triangle in the flat map; negative where the map has turned it over.
-double twiceFlatArea(Triangle const& triangle);
+QELT_INSPECTION_EXPORT double twiceFlatArea(Triangle const& triangle);
 
+/// The flat map of a mesh: its box, in the flat coordinates' own unit, and what came out badly.
 struct FlatSummary {
     FlatPoint low;
     double width = 0.0;
@@ -30,7 +42,7 @@ struct FlatSummary {
     std::size_t degenerateCount = 0; ///< triangles whose flat area is zero or no number
 };
 
-FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<Triangle*> const& triangles);
+QELT_INSPECTION_EXPORT FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<Triangle*> const& triangles);
 
 /// Size of a grid in quads along the two axes.
 struct GridSize {
@@ -41,6 +53,7 @@ struct GridSize {
 /// About the size of the grid that resampling for a quad area makes of a flat map. The spacing follows from
 /// the mean of the triangles' stretch, so a map that shrinks some of them to almost nothing makes a huge
 /// grid. No number if no triangle has a flat area.
-GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const& triangles, double quadArea);
+QELT_INSPECTION_EXPORT GridSize expectedGridSize(FlatSummary const& flat,
+                                                 std::vector<Triangle*> const& triangles, double quadArea);
 
 } // namespace QELT::Inspection

@@ -1,7 +1,11 @@
 #include "Inspection/parts/reconstruction.h"
 
+#include "Inspection/import/objfile.h"
 #include "Inspection/import/xyzfile.h"
 #include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+#include "Inspection/records/internal/announce.h"
+#include "Inspection/records/stopwatch.h"
 
 #include <algorithm>
 
@@ -39,6 +43,21 @@ Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions
         throw Failure(cloud.string() + ": no triangle's sides are all that short");
     }
     return result;
+}
+
+ReconstructResult reconstruct(ReconstructOptions const& options, ProgressListener* listener) {
+    requireReadable(options.cloud);
+    requireObjOutput(options.part);
+    requireNoCutBeside(options.part);
+    announce(listener, "Reconstructing...");
+    Stopwatch const watch;
+    auto const [surface, repair] = reconstructFrom(options.cloud, options.repair);
+    double const seconds = watch.seconds();
+    writeFaces(surface, options.part);
+    Mesh mesh;
+    mesh.setProgressListener(listener);
+    loadObj(mesh, options.part);
+    return {meshSummaryOf(mesh), repair, seconds};
 }
 
 } // namespace QELT::Inspection

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Inspection/export.h"
+#include "Inspection/parts/meshsummary.h"
 #include "Inspection/parts/surfacerepair.h"
 
 #include <filesystem>
@@ -15,6 +17,24 @@ struct Reconstruction {
 /// Builds the surface and makes it fit to be flattened. The library starts at the closest pair of points, on
 /// the one side of it that the points' order tells, and fails if no triangle there faces z; then the other
 /// side is tried. Failures name the file.
-Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions const& options);
+QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(std::filesystem::path const& cloud,
+                                                      RepairOptions const& options);
+
+struct ReconstructOptions {
+    std::filesystem::path cloud; ///< points of the part, an .xyz file
+    std::filesystem::path part;  ///< mesh to write, an OBJ file
+    RepairOptions repair;
+};
+
+struct ReconstructResult {
+    MeshSummary part; ///< as it reads back from its file
+    RepairReport repair;
+    double seconds = 0.0; ///< of the reconstruction and the repair
+};
+
+/// Builds a surface through a cloud and writes it. Fails, before the long work, if the cloud cannot be read,
+/// the mesh not be written, or if the cut of another mesh lies where it would be taken for the new one's.
+QELT_INSPECTION_EXPORT ReconstructResult reconstruct(ReconstructOptions const& options,
+                                                     ProgressListener* listener);
 
 } // namespace QELT::Inspection

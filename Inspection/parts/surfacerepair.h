@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/parts/facemesh.h"
 
 #include <cstddef>
@@ -24,6 +25,6 @@ struct RepairReport {
 /// rest in a point alone; of the sheets around a point the largest stays, and of the pieces the largest.
 /// Then holes are closed, by the triangles of least total area between their points. The rim that is longest
 /// is the part's outline and never closed. No point is moved or made.
-RepairReport repairSurface(FaceMesh& mesh, RepairOptions const& options);
+QELT_INSPECTION_EXPORT RepairReport repairSurface(FaceMesh& mesh, RepairOptions const& options);
 
 } // namespace QELT::Inspection

@@ -1,6 +1,11 @@
 #include "Inspection/parts/tubecut.h"
 
+#include "Inspection/import/objfile.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+
 #include <array>
+#include <string>
 #include <vector>
 
 namespace QELT::Inspection {
@@ -67,6 +72,43 @@ std::optional<CutPlane> cutTube(Mesh& mesh, TubeCut const& cut) {
         }
     }
     return std::nullopt;
+}
+
+namespace {
+
+constexpr std::array<char const*, 3> axisNames{"x", "y", "z"};
+
+/// The mesh of `part` is slit, or the reason named why it can't be.
+CutPlane slit(Mesh& mesh, std::string const& part, TubeCut const& cut) {
+    std::size_t const rimCount = boundaryLoopsOf(trianglesOf(mesh)).size();
+    if (rimCount == 0) {
+        throw Failure(part + ": the mesh is closed; a cut leads from rim to rim");
+    }
+    std::string const start =
+        std::string(cut.isFromGreatest ? "greatest " : "least ") + axisNames.at(cut.axis);
+    auto const plane = naming(part, [&] { return cutTube(mesh, cut); });
+    if (!plane) {
+        throw Failure(part + ": no way for a cut from the " + start + " with the surface's normal along " +
+                      axisNames.at(cut.normalAxis) + " there");
+    }
+    if (boundaryLoopsOf(trianglesOf(mesh)).size() >= rimCount) {
+        throw Failure(part + ": the cut from the " + start + " leads back to its own rim");
+    }
+    return *plane;
+}
+
+} // namespace
+
+CutResult cut(CutOptions const& options, ProgressListener* listener) {
+    requireReadable(options.part);
+    requireObjOutput(options.result);
+    requireWritable(cutFileOf(options.result));
+    Mesh mesh;
+    mesh.setProgressListener(listener);
+    loadObj(mesh, options.part);
+    CutPlane const plane = slit(mesh, options.part.string(), options.cut);
+    saveObj(mesh, options.result);
+    return {meshSummaryOf(mesh), plane, cutFileOf(options.result)};
 }
 
 } // namespace QELT::Inspection

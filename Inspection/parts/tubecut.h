@@ -1,7 +1,10 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
+#include "Inspection/parts/meshsummary.h"
 
+#include <filesystem>
 #include <optional>
 
 namespace QELT::Inspection {
@@ -19,10 +22,27 @@ struct CutPlane {
     double slope = 0.0;    ///< out of the plane, by so much for each unit along the axis of the cut
 };
 
-/// Cuts a tube from rim to rim. The library follows that plane only from a start where
+/// Cuts a tube from rim to rim. The core follows that plane only from a start where
 /// the surface's normal points to the positive side of its axis, and takes no edge that ends exactly on it,
 /// as those of a regular tube do. Where there is no way, other planes are tried: turned, and leaning a little
 /// to either side. The result is the one that served; nothing if none did. No point of the mesh moves.
-std::optional<CutPlane> cutTube(Mesh& mesh, TubeCut const& cut);
+QELT_INSPECTION_EXPORT std::optional<CutPlane> cutTube(Mesh& mesh, TubeCut const& cut);
+
+struct CutOptions {
+    std::filesystem::path part;   ///< mesh of a tube, an OBJ file
+    std::filesystem::path result; ///< mesh to write, an OBJ file
+    TubeCut cut;
+};
+
+struct CutResult {
+    MeshSummary part; ///< slit
+    CutPlane plane;   ///< that served
+    std::filesystem::path cutFile;
+};
+
+/// Slits a tube from rim to rim and writes it with the cut file beside it, which must stay there. Fails if a
+/// file cannot be read or written, and if the mesh is closed, no way for the cut is found, or it leads back
+/// to the rim that it starts from; then nothing is written.
+QELT_INSPECTION_EXPORT CutResult cut(CutOptions const& options, ProgressListener* listener);
 
 } // namespace QELT::Inspection

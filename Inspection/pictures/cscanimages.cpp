@@ -1,8 +1,9 @@
 #include "Inspection/pictures/cscanimages.h"
 
 #include "Inspection/pictures/internal/figure.h"
-#include "Inspection/pictures/pngfile.h"
 #include "Inspection/pictures/internal/scale.h"
+#include "Inspection/pictures/pngfile.h"
+#include "Inspection/records/files.h"
 #include "Inspection/records/numbers.h"
 #include "Inspection/scanning/quadmap.h"
 
@@ -47,6 +48,17 @@ std::vector<std::filesystem::path> writeScanImages(std::string const& prefix, Qu
     writePng(paths[1], scanFigure(maps.angleError, "Angle error [deg]", false, 0.0));
     writePng(paths[2], scanFigure(maps.coverage, "Coverage [hits per quad]", true, 1.0));
     return paths;
+}
+
+DrawnScan drawScan(DrawnScanOptions const& options, ProgressListener* listener) {
+    requireScanFiles(options.scan);
+    for (auto const& path : imagePaths(options.imagePrefix)) {
+        requireWritable(path);
+    }
+    DrawnScan drawn{scan(options.scan, listener), {}};
+    drawn.images =
+        writeScanImages(options.imagePrefix, drawn.scan.surface, drawn.scan.result.hits, options.unit);
+    return drawn;
 }
 
 } // namespace QELT::Inspection

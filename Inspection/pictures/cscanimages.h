@@ -1,6 +1,8 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/scanning/quadmap.h"
+#include "Inspection/scanning/scan.h"
 #include "Inspection/scanning/scanner.h"
 
 #include <filesystem>
@@ -11,11 +13,28 @@ namespace QELT::Inspection {
 
 /// The three images' names: the prefix followed by "distance.png", "angle.png" and "coverage.png". A prefix
 /// that names a file and doesn't end in a separator gets an underscore between.
-std::vector<std::filesystem::path> imagePaths(std::string const& prefix);
+QELT_INSPECTION_EXPORT std::vector<std::filesystem::path> imagePaths(std::string const& prefix);
 
 /// Writes the C-scan images, on the quads of `surface`, of distance, angle error and coverage and returns
 /// their names.
-std::vector<std::filesystem::path> writeScanImages(std::string const& prefix, QuadMap const& surface,
-                                                   std::vector<Hit> const& hits, std::string const& unit);
+QELT_INSPECTION_EXPORT std::vector<std::filesystem::path> writeScanImages(std::string const& prefix,
+                                                                          QuadMap const& surface,
+                                                                          std::vector<Hit> const& hits,
+                                                                          std::string const& unit);
+
+struct DrawnScanOptions {
+    ScanOptions scan;
+    std::string imagePrefix; ///< of the images' names
+    std::string unit;        ///< the part's unit of length, for the labels
+};
+
+struct DrawnScan {
+    Scan scan;
+    std::vector<std::filesystem::path> images;
+};
+
+/// Fires the beams, writes the table of hits and draws the C-scans. Fails as `scan` does, and if an image
+/// cannot be written; that is found out before the work.
+QELT_INSPECTION_EXPORT DrawnScan drawScan(DrawnScanOptions const& options, ProgressListener* listener);
 
 } // namespace QELT::Inspection

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 #include "Inspection/pictures/image.h"
 
@@ -9,6 +10,6 @@ namespace QELT::Inspection {
 
 /// The picture of a flattened mesh: its triangles lightly, those that the map turned over filled in, and its
 /// boundary loops, the outline darker than the holes.
-Image flatPictureOf(Mesh const& mesh, std::string const& title);
+QELT_INSPECTION_EXPORT Image flatPictureOf(Mesh const& mesh, std::string const& title);
 
 } // namespace QELT::Inspection

@@ -1,6 +1,11 @@
 #include "Inspection/pictures/footprintpicture.h"
 
+#include "Inspection/grids/gridfile.h"
 #include "Inspection/pictures/internal/figure.h"
+#include "Inspection/pictures/pngfile.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+#include "Inspection/records/internal/announce.h"
 #include "Inspection/records/numbers.h"
 
 #include <cmath>
@@ -36,6 +41,18 @@ Image footprintPictureOf(Grid const& grid, SpreadingBeam const& beam, Footprint 
                       {ends[0], footprint.centre, ends[2], footprint.centre},
                       {ends[1], footprint.centre, ends[3], footprint.centre}};
     return figureOf(map, style);
+}
+
+Footprint drawFootprint(FootprintOptions const& options, ProgressListener* listener) {
+    requireReadable(options.grid);
+    requireWritable(options.image);
+    Grid grid;
+    loadGrid(grid, options.grid);
+    Footprint const footprint =
+        naming(options.grid.string(), [&] { return footprintOf(grid, options.beam); });
+    announce(listener, "Drawing...");
+    writePng(options.image, footprintPictureOf(grid, options.beam, footprint, options.unit));
+    return footprint;
 }
 
 } // namespace QELT::Inspection

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Inspection/export.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -20,7 +22,7 @@ constexpr Colour black{0, 0, 0};
 
 /// A picture of opaque pixels, white at first. Pixel (0, 0) is the top left one; whatever is drawn outside
 /// the picture is cut off.
-class Image {
+class QELT_INSPECTION_EXPORT Image {
 public:
     Image(int width, int height);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/pictures/image.h"
 
 #include <filesystem>
@@ -8,6 +9,6 @@ namespace QELT::Inspection {
 
 /// Writes the picture as a PNG file of 8 bits a colour. Throws a `Failure` that names the file when it can't
 /// be opened or not be written to its end.
-void writePng(std::filesystem::path const& path, Image const& image);
+QELT_INSPECTION_EXPORT void writePng(std::filesystem::path const& path, Image const& image);
 
 } // namespace QELT::Inspection

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Inspection/export.h"
+
 #include <exception>
 #include <new>
 #include <stdexcept>
@@ -8,8 +10,9 @@
 
 namespace QELT::Inspection {
 
-/// A failure whose text is fit for the user: one line that says what went wrong with which file or option.
-class Failure : public std::runtime_error {
+/// A failure whose text is fit for the user: one line that says what went wrong with which file or value.
+/// What a function of this library says to throw is of this class unless another is named.
+class QELT_INSPECTION_EXPORT Failure : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <system_error>
 
@@ -41,32 +40,6 @@ void requireWritable(std::filesystem::path const& path) {
     if (isNew) {
         std::filesystem::remove(path, ignored);
     }
-}
-
-WorkingDirectory::WorkingDirectory(std::filesystem::path const& path)
-    : former(std::filesystem::current_path()) {
-    if (path.has_parent_path()) {
-        std::filesystem::current_path(path.parent_path());
-    }
-}
-
-WorkingDirectory::~WorkingDirectory() {
-    std::error_code ignored;
-    std::filesystem::current_path(former, ignored);
-}
-
-TemporaryDirectory::TemporaryDirectory() {
-    std::string name = (std::filesystem::temp_directory_path() / "cscan-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-        std::string const reason = std::generic_category().message(errno);
-        throw Failure(name + ": cannot be made (" + reason + ")");
-    }
-    path = name;
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
 }
 
 } // namespace QELT::Inspection

@@ -1,43 +1,18 @@
 #pragma once
 
-#include <filesystem>
-#include <string>
+#include "Inspection/export.h"
 
+#include <filesystem>
+
+/// What is asked of files before work begins.
 namespace QELT::Inspection {
 
 /// Throws a `Failure` with the system's reason unless `path` is a file that can be opened for reading.
-void requireReadable(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT void requireReadable(std::filesystem::path const& path);
 
 /// Throws a `Failure` with the system's reason unless `path` can be opened for writing. A file that is there
 /// keeps its contents, and none is left behind where there was none. Asked before long work whose result
 /// would have no place to go.
-void requireWritable(std::filesystem::path const& path);
-
-/// Makes the directory that holds `path` the working directory for as long as the object lives. The library
-/// knows no separator but the backslash, so only a bare file name lets it find what lies beside the file.
-class WorkingDirectory {
-public:
-    explicit WorkingDirectory(std::filesystem::path const& path);
-    ~WorkingDirectory();
-    WorkingDirectory(WorkingDirectory const&) = delete;
-    WorkingDirectory& operator=(WorkingDirectory const&) = delete;
-
-private:
-    std::filesystem::path former;
-};
-
-/// A directory of its own for files that someone must read from a disk, gone with the object.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory();
-    ~TemporaryDirectory();
-    TemporaryDirectory(TemporaryDirectory const&) = delete;
-    TemporaryDirectory& operator=(TemporaryDirectory const&) = delete;
-
-    std::filesystem::path operator/(std::string const& name) const { return path / name; }
-
-private:
-    std::filesystem::path path;
-};
+QELT_INSPECTION_EXPORT void requireWritable(std::filesystem::path const& path);
 
 } // namespace QELT::Inspection

@@ -30,6 +30,16 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
+std::vector<std::string_view> splitAtCommas(std::string_view text) {
+    std::vector<std::string_view> fields;
+    for (auto comma = text.find(','); comma != std::string_view::npos; comma = text.find(',')) {
+        fields.push_back(text.substr(0, comma));
+        text.remove_prefix(comma + 1);
+    }
+    fields.push_back(text);
+    return fields;
+}
+
 std::optional<double> parseNumber(std::string_view text) {
     std::string_view digits = trimmed(text);
     if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-') {

@@ -4,7 +4,7 @@
 
 namespace QELT::Inspection {
 
-/// The seconds since its making.
+/// The seconds since its making, by a clock that is never set.
 class Stopwatch {
 public:
     double seconds() const { return std::chrono::duration<double>(Clock::now() - start).count(); }

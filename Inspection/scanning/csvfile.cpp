@@ -2,8 +2,8 @@
 
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
-#include "Inspection/records/numbers.h"
 #include "Inspection/records/internal/textline.h"
+#include "Inspection/records/numbers.h"
 
 #include <algorithm>
 #include <array>
@@ -21,12 +21,8 @@ constexpr std::array<std::string_view, 6> pairColumns = {"sx", "sy", "sz", "tx",
 constexpr std::string_view hitHeading = "u,v,x,y,z,distance,angle,valid";
 
 std::vector<std::string_view> fieldsOf(std::string_view line) {
-    std::vector<std::string_view> fields;
-    for (auto comma = line.find(','); comma != std::string_view::npos; comma = line.find(',')) {
-        fields.push_back(trimmed(line.substr(0, comma)));
-        line.remove_prefix(comma + 1);
-    }
-    fields.push_back(trimmed(line));
+    auto fields = splitAtCommas(line);
+    std::transform(fields.begin(), fields.end(), fields.begin(), trimmed);
     return fields;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/scanning/beam.h"
 #include "Inspection/scanning/scanner.h"
 
@@ -14,8 +15,8 @@ namespace QELT::Inspection {
 /// Reads a table with the heading "ox,oy,oz,dx,dy,dz" and one beam a line. Blank lines are passed over, both
 /// kinds of line end are taken. A wrong heading, a line that does not hold six finite numbers and a direction
 /// of no length are failures that name `source` and the line's number; so is a table without a beam.
-std::vector<Beam> readBeams(std::istream& input, std::string const& source);
-std::vector<Beam> readBeamFile(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT std::vector<Beam> readBeams(std::istream& input, std::string const& source);
+QELT_INSPECTION_EXPORT std::vector<Beam> readBeamFile(std::filesystem::path const& path);
 
 /// A point and where it is to go.
 struct PointPair {
@@ -24,13 +25,13 @@ struct PointPair {
 };
 
 /// The same for a table with the heading "sx,sy,sz,tx,ty,tz", of any number of pairs.
-std::vector<PointPair> readPairs(std::istream& input, std::string const& source);
-std::vector<PointPair> readPairFile(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT std::vector<PointPair> readPairs(std::istream& input, std::string const& source);
+QELT_INSPECTION_EXPORT std::vector<PointPair> readPairFile(std::filesystem::path const& path);
 
 /// Writes the heading "u,v,x,y,z,distance,angle,valid" and one line a hit: quad indices, the point, distance,
 /// angle to the normal in radians, and 1 or 0. Every number reads back as the same value. What a miss or an
 /// unmeasured hit doesn't have is left empty.
-void writeHits(std::ostream& output, std::vector<Hit> const& hits);
-void writeHitFile(std::filesystem::path const& path, std::vector<Hit> const& hits);
+QELT_INSPECTION_EXPORT void writeHits(std::ostream& output, std::vector<Hit> const& hits);
+QELT_INSPECTION_EXPORT void writeHitFile(std::filesystem::path const& path, std::vector<Hit> const& hits);
 
 } // namespace QELT::Inspection

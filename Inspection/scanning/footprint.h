@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 
 #include <array>
@@ -26,9 +27,9 @@ struct Footprint {
 
 /// Throws a `std::runtime_error` if the axis meets no quad or if a ray at the rim does not meet the plane of
 /// that quad.
-Footprint footprintOf(Grid& grid, SpreadingBeam const& beam);
+QELT_INSPECTION_EXPORT Footprint footprintOf(Grid& grid, SpreadingBeam const& beam);
 
 /// The closed line around it, in quads.
-std::vector<FlatPoint> outlineOf(Footprint const& footprint);
+QELT_INSPECTION_EXPORT std::vector<FlatPoint> outlineOf(Footprint const& footprint);
 
 } // namespace QELT::Inspection

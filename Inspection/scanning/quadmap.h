@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 #include "Inspection/scanning/scanner.h"
 
@@ -17,7 +18,7 @@ struct Cell {
 };
 
 /// A value for each quad of a grid: the C-scan before it becomes a picture. Rows run along u, row 0 is v = 0.
-class QuadMap {
+class QELT_INSPECTION_EXPORT QuadMap {
 public:
     /// Every quad without surface.
     QuadMap(std::size_t width, std::size_t height);
@@ -55,10 +56,10 @@ struct QuadMaps {
 };
 
 /// The quads that a grid has, without values.
-QuadMap surfaceMapOf(Grid const& grid);
+QELT_INSPECTION_EXPORT QuadMap surfaceMapOf(Grid const& grid);
 
 /// On the quads of `surface`; hits beside it count nowhere.
-QuadMaps quadMapsOf(QuadMap const& surface, std::vector<Hit> const& hits);
-QuadMaps quadMapsOf(Grid const& grid, std::vector<Hit> const& hits);
+QELT_INSPECTION_EXPORT QuadMaps quadMapsOf(QuadMap const& surface, std::vector<Hit> const& hits);
+QELT_INSPECTION_EXPORT QuadMaps quadMapsOf(Grid const& grid, std::vector<Hit> const& hits);
 
 } // namespace QELT::Inspection

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 #include "Inspection/scanning/beam.h"
 
@@ -20,6 +21,7 @@ constexpr double largestRaster = 50e6;
 /// The raster's beams over the box from `low` to `high`, as it is seen along the direction. The rows are run
 /// in turns to and fro, so that each beam is a neighbour of the one before it. The raster is centred on the
 /// box. Fails if it would hold more than `largestRaster` beams.
-std::vector<Beam> rasterBeams(Raster const& raster, Point const& low, Point const& high);
+QELT_INSPECTION_EXPORT std::vector<Beam> rasterBeams(Raster const& raster, Point const& low,
+                                                     Point const& high);
 
 } // namespace QELT::Inspection

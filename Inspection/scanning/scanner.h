@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 #include "Inspection/scanning/beam.h"
 
@@ -30,12 +31,12 @@ constexpr double measurementLimit = 10000.0;
 
 /// Asks the grid for each beam in turn. Neighbouring beams should follow each other: the grid starts each
 /// search at the quad that the last one ended on.
-ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams);
+QELT_INSPECTION_EXPORT ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams);
 
 /// The same of grids that answer as one: like a single grid they are asked again from a fresh start if the
 /// first answer is no hit within a quarter turn of head-on.
-ScanResult fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups& groups,
-                     std::vector<Beam> const& beams);
+QELT_INSPECTION_EXPORT ScanResult
+fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups& groups, std::vector<Beam> const& beams);
 
 struct ScanStatistics {
     std::size_t beamCount = 0;
@@ -46,6 +47,6 @@ struct ScanStatistics {
     double beamsPerSecond = 0.0;   ///< 0 if the clock saw no time pass
 };
 
-ScanStatistics statisticsOf(ScanResult const& result);
+QELT_INSPECTION_EXPORT ScanStatistics statisticsOf(ScanResult const& result);
 
 } // namespace QELT::Inspection

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 #include "Inspection/scanning/quadmap.h"
 
@@ -35,6 +36,7 @@ constexpr double largestScanPlane = 64e6;
 
 /// Loads the grids, twice each: once to check the file and to see its surface, once into the groups, which
 /// stand in the order of their numbers. Failures name the file.
-ScanPlane loadScanPlane(std::vector<PlacedGrid> const& grids, unsigned long position, bool doFlipNormals);
+QELT_INSPECTION_EXPORT ScanPlane loadScanPlane(std::vector<PlacedGrid> const& grids, unsigned long position,
+                                               bool doFlipNormals);
 
 } // namespace QELT::Inspection

@@ -1,10 +1,17 @@
 #include "Inspection/scanning/stripetest.h"
 
+#include "Inspection/grids/gridfile.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/files.h"
+#include "Inspection/records/internal/announce.h"
+#include "Inspection/records/numbers.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <limits>
 #include <random>
+#include <string>
 
 namespace QELT::Inspection {
 
@@ -92,6 +99,23 @@ StripeTestResult testStripes(Grid& grid, StripeArray const& array, unsigned long
     grid.testArrayStripes(lineCount, array.pitch, array.elementCount, result.passCount, result.failureCount,
                           result.failedLines);
     return result;
+}
+
+StripeTestResult selftest(SelftestOptions const& options, ProgressListener* listener) {
+    requireReadable(options.grid);
+    Grid grid;
+    loadGrid(grid, options.grid);
+    StripeArray array;
+    array.elementCount = options.elementCount;
+    array.pitch = options.pitch ? *options.pitch : std::sqrt(grid.getMinQuadArea());
+    announce(listener, "Looking for room...");
+    if (!hasRoomFor(grid, array, options.seed)) {
+        throw Failure(options.grid.string() + ": no line with room for an array of " +
+                      std::to_string(array.elementCount) + " beams at a pitch of " +
+                      toShortText(array.pitch, 6) + " was found");
+    }
+    announce(listener, "Firing the array...");
+    return testStripes(grid, array, options.lineCount, options.seed);
 }
 
 } // namespace QELT::Inspection

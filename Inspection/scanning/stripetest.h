@@ -1,9 +1,12 @@
 #pragma once
 
+#include "Inspection/export.h"
 #include "Inspection/names.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -18,7 +21,7 @@ struct StripeArray {
 /// Whether lines on which the whole array stands on the surface are found by chance, and not so rarely that a
 /// test of such lines would go on for ever. Needs no such line to have been drawn by the library, whose test
 /// doesn't end without one.
-bool hasRoomFor(Grid const& grid, StripeArray const& array, std::uint32_t seed);
+QELT_INSPECTION_EXPORT bool hasRoomFor(Grid const& grid, StripeArray const& array, std::uint32_t seed);
 
 struct StripeTestResult {
     unsigned long passCount = 0; ///< beams that met their quad
@@ -27,7 +30,19 @@ struct StripeTestResult {
 };
 
 /// The test on so many lines; needs room for the array.
-StripeTestResult testStripes(Grid& grid, StripeArray const& array, unsigned long lineCount,
-                             std::uint32_t seed);
+QELT_INSPECTION_EXPORT StripeTestResult testStripes(Grid& grid, StripeArray const& array,
+                                                    unsigned long lineCount, std::uint32_t seed);
+
+struct SelftestOptions {
+    std::filesystem::path grid; ///< a .quads file
+    unsigned long lineCount = 100;
+    unsigned long elementCount = 16; ///< beams of the array, at least 1
+    std::optional<double> pitch;     ///< the side of the smallest quad if there is none
+    std::uint32_t seed = 1;          ///< of the lines
+};
+
+/// Tests the search of a grid's file. Fails if the file cannot be read and if no line has room for the array;
+/// beams that did not meet their quad are no failure but the result.
+QELT_INSPECTION_EXPORT StripeTestResult selftest(SelftestOptions const& options, ProgressListener* listener);
 
 } // namespace QELT::Inspection

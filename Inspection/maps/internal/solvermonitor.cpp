@@ -77,7 +77,8 @@ void SolverMonitor::endRecord() {
     if (!residual || !iterations || solves.empty()) {
         return;
     }
-    solves.back() = {static_cast<unsigned long>(*iterations), *residual};
+    solves.back().iterations = static_cast<unsigned long>(*iterations);
+    solves.back().residual = *residual;
     if (observe) {
         observe(solves.back());
     }

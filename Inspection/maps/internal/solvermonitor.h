@@ -1,20 +1,14 @@
 #pragma once
 
+#include "Inspection/maps/solvelistener.h"
+
 #include <functional>
 #include <iosfwd>
-#include <limits>
 #include <streambuf>
 #include <string>
 #include <vector>
 
 namespace QELT::Inspection {
-
-/// How far one solve of a linear system came.
-struct SolveRecord {
-    unsigned long iterations = 0;
-    /// Norm of the residual after the last iteration; no number if there was no iteration.
-    double residual = std::numeric_limits<double>::quiet_NaN();
-};
 
 /// Reads what the library's solver writes to the standard output: a line that overwrites itself after each
 /// iteration, "\rResidual L2 norm: R.  Iterations to Max. 262144: N.  ", and at the end a new line, with a

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Inspection/export.h"
+#include "Inspection/grids/gridsummary.h"
+#include "Inspection/names.h"
+
+#include <filesystem>
+#include <variant>
+
+/// Grids made of grids.
+namespace QELT::Inspection {
+
+/// Rolled out into a plane of equal quads.
+struct FlattenGrid {};
+
+/// Centred on the origin and brought to a size.
+struct NormaliseGrid {
+    double size = 1.0; ///< the longest side of the result's box, above 0
+};
+
+/// Fewer nodes.
+struct ThinOutGrid {
+    bool isFactor = false;   ///< take one node in `value` along each axis; else make at most `value` quads
+    unsigned long value = 1; ///< at least 1
+};
+
+/// The nodes of a box of indices.
+struct RestrictGrid {
+    GridIndex low; ///< first and last node
+    GridIndex high;
+};
+
+/// Reflected through a coordinate plane.
+struct MirrorGrid {
+    QELT::Geometry::ThreeDimensional::QuadMesh::CanonicalPlane plane =
+        QELT::Geometry::ThreeDimensional::QuadMesh::PlaneYZ;
+    QELT::Geometry::ThreeDimensional::QuadMesh::CanonicalAxis axis =
+        QELT::Geometry::ThreeDimensional::QuadMesh::AxisU; ///< reversed, so that the outside stays outside
+};
+
+/// Scaled about the origin.
+struct ScaleGrid {
+    double scale = 1.0; ///< not 0
+};
+
+using Derivation = std::variant<FlattenGrid, NormaliseGrid, ThinOutGrid, RestrictGrid, MirrorGrid, ScaleGrid>;
+
+struct DeriveOptions {
+    std::filesystem::path source; ///< grid to start from, a .quads file
+    std::filesystem::path result; ///< grid to write, a .quads file
+    Derivation derivation;
+};
+
+/// Makes another grid of a grid, writes it and tells what it holds. Fails if a file cannot be read or written
+/// and where the core refuses the derivation.
+QELT_INSPECTION_EXPORT GridSummary derive(DeriveOptions const& options, ProgressListener* listener);
+
+} // namespace QELT::Inspection

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Inspection/export.h"
+#include "Inspection/names.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <vector>
+
+namespace QELT::Inspection {
+
+struct NeighboursOptions {
+    std::filesystem::path cloud; ///< points, an .xyz file
+    Point place;
+    std::size_t count = 1; ///< at least 1
+};
+
+/// A point of a cloud by its place in the file.
+struct Neighbour {
+    std::size_t index = 0; ///< from 0
+    Point point;
+    double distance = 0.0; ///< from the place asked about, in the cloud's unit
+};
+
+/// Points of a cloud near a place, the nearest first. They come from the core's partition tree, whose search
+/// may miss some of the nearest. Fails if the cloud cannot be read or holds fewer points than are asked for.
+QELT_INSPECTION_EXPORT std::vector<Neighbour> findNeighbours(NeighboursOptions const& options,
+                                                             ProgressListener* listener);
+
+} // namespace QELT::Inspection

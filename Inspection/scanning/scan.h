@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Inspection/export.h"
+#include "Inspection/names.h"
+#include "Inspection/scanning/quadmap.h"
+#include "Inspection/scanning/raster.h"
+#include "Inspection/scanning/scanner.h"
+#include "Inspection/scanning/scanplane.h"
+
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+/// Beams fired at grids, from file to file.
+namespace QELT::Inspection {
+
+struct ScanOptions {
+    std::vector<PlacedGrid> grids; ///< at least one
+    bool isOnPlane = false;     ///< whether the grids are asked as groups in a scan plane; else there is one
+    unsigned long position = 0; ///< of the inspection, 0 to 31; which grids are active depends on it
+    std::optional<std::filesystem::path> beams; ///< the beams come from this table, or
+    std::optional<Raster> raster;               ///< are laid over the part
+    std::filesystem::path hits;                 ///< table of hits to write
+    bool doFlipNormals = false;                 ///< take the grids' other side for the outside
+};
+
+/// What was scanned and what came of it.
+struct Scan {
+    QuadMap surface; ///< the quads that there are, of the grid or of the scan plane
+    ScanResult result;
+};
+
+/// Fails if a grid cannot be read or the table not be written.
+QELT_INSPECTION_EXPORT void requireScanFiles(ScanOptions const& options);
+
+/// Fires the beams and writes the table of hits. Fails as above and if the beams cannot be read, a raster is
+/// to be laid over nothing or is too fine, or the scan plane is too large.
+QELT_INSPECTION_EXPORT Scan scan(ScanOptions const& options, ProgressListener* listener);
+
+} // namespace QELT::Inspection

@@ -1,0 +1,63 @@
+# The inspection library: what the applications do with the core, as functions. A client of the core's public
+# headers alone. Its sources are the files of the folders below Inspection/; what lies in a folder internal/ is
+# neither installed nor shown.
+
+find_package(PNG REQUIRED)
+
+file(GLOB_RECURSE qelt_inspection_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Inspection/*.cpp)
+file(GLOB_RECURSE qelt_inspection_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Inspection/*.h)
+list(FILTER qelt_inspection_headers EXCLUDE REGEX "/internal/")
+
+# Compiled once, for the library and for its tests: these reach internal functions, which the library hides.
+add_library(qelt_inspection_objects OBJECT ${qelt_inspection_sources})
+set_target_properties(
+    qelt_inspection_objects
+    PROPERTIES CXX_VISIBILITY_PRESET hidden
+               VISIBILITY_INLINES_HIDDEN OFF
+               POSITION_INDEPENDENT_CODE ON)
+target_include_directories(qelt_inspection_objects PUBLIC ${PROJECT_SOURCE_DIR})
+target_link_libraries(qelt_inspection_objects PUBLIC QELTGeometry::QELTGeometry PRIVATE PNG::PNG)
+qelt_configure_own_target(qelt_inspection_objects)
+
+add_library(QELTInspection $<TARGET_OBJECTS:qelt_inspection_objects>)
+add_library(QELTGeometry::Inspection ALIAS QELTInspection)
+target_sources(
+    QELTInspection
+    PUBLIC FILE_SET HEADERS
+           BASE_DIRS ${PROJECT_SOURCE_DIR}
+           FILES ${qelt_inspection_headers})
+target_link_libraries(QELTInspection PUBLIC QELTGeometry::QELTGeometry PRIVATE PNG::PNG)
+set_target_properties(
+    QELTInspection
+    PROPERTIES VERSION ${PROJECT_VERSION}
+               SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
+               EXPORT_NAME Inspection
+               LINKER_LANGUAGE CXX
+               VERIFY_INTERFACE_HEADER_SETS ON)
+if(BUILD_SHARED_LIBS)
+    target_compile_definitions(qelt_inspection_objects PRIVATE QELT_BUILDING_INSPECTION)
+else()
+    target_compile_definitions(qelt_inspection_objects PUBLIC QELT_INSPECTION_STATIC)
+    target_compile_definitions(QELTInspection PUBLIC QELT_INSPECTION_STATIC)
+endif()
+
+# Installed beside the core; a shared library finds the core in its own folder.
+set_target_properties(QELTInspection PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(
+    TARGETS QELTInspection
+    EXPORT QELTInspectionTargets
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    FILE_SET HEADERS DESTINATION ${qelt_include_dir})
+install(
+    EXPORT QELTInspectionTargets
+    NAMESPACE QELTGeometry::
+    DESTINATION ${qelt_package_dir})
+
+set(qelt_inspection_pc_cflags "")
+if(NOT BUILD_SHARED_LIBS)
+    set(qelt_inspection_pc_cflags "-DQELT_INSPECTION_STATIC")
+endif()
+configure_file(cmake/qeltinspection.pc.in ${PROJECT_BINARY_DIR}/qeltinspection.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/qeltinspection.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
