@@ -2,7 +2,6 @@
 
 #include "Inspection/records/failure.h"
 #include "apps/cscan/commands/commandline.h"
-#include "apps/cscan/commands/commands.h"
 
 #include <filesystem>
 #include <new>
@@ -12,45 +11,13 @@ namespace cscan {
 
 namespace {
 
-void run(Options const& options, std::ostream& output, ProgressDisplay& display) {
-    struct Runner {
-        std::ostream& output;
-        ProgressDisplay& display;
-
-        void operator()(DemoOptions const& demo) const { runDemo(demo, output, display); }
-
-        void operator()(PrepareOptions const& prepare) const { runPrepare(prepare, output, display); }
-
-        void operator()(ScanOptions const& scan) const { runScan(scan, output, display); }
-
-        void operator()(InfoOptions const& info) const { runInfo(info, output, display); }
-
-        void operator()(FitOptions const& fit) const { runFit(fit, output, display); }
-
-        void operator()(RegisterOptions const& pairs) const { runRegister(pairs, output, display); }
-
-        void operator()(NeighboursOptions const& cloud) const { runNeighbours(cloud, output, display); }
-
-        void operator()(SelftestOptions const& test) const { runSelftest(test, output, display); }
-
-        void operator()(ReconstructOptions const& cloud) const { runReconstruct(cloud, output, display); }
-
-        void operator()(CutOptions const& cut) const { runCut(cut, output, display); }
-
-        void operator()(DeriveOptions const& derive) const { runDerive(derive, output, display); }
-
-        void operator()(FootprintOptions const& beam) const { runFootprint(beam, output, display); }
-    };
-
-    std::visit(Runner{output, display}, options);
-}
-
 void runCommandLine(int argumentCount, char const* const* arguments, std::ostream& output,
                     std::ostream& errors) {
     CommandLine const commandLine = parseCommandLine(argumentCount, arguments);
-    if (commandLine.options) {
+    if (commandLine.carryOut) {
         ProgressDisplay display(errors, isStandardErrorTerminal());
-        run(*commandLine.options, output, display);
+        Console console{output, display};
+        commandLine.carryOut(console);
     } else {
         output << commandLine.help;
     }

@@ -1,23 +1,17 @@
 #pragma once
 
-#include "apps/cscan/commandline/options.h"
+#include "apps/cscan/commandline/command.h"
+#include "apps/cscan/commandline/usageerror.h"
 
-#include <optional>
-#include <stdexcept>
+#include <any>
+#include <functional>
 #include <string>
 
 namespace cscan {
 
-/// The command line asks for something that there is not.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// What the command line asks for: a command's options, or a help text to be shown instead.
-struct CommandLine {
-    std::optional<Options> options;
-    std::string help;
+/// What the command line asks for: a command to be carried out, or a help text to be shown instead.
+struct CommandLine : Request {
+    std::string help; ///< empty if there is a request
 };
 
 /// Throws a `UsageError` of one line.

@@ -1,25 +1,21 @@
 #pragma once
 
-#include "apps/cscan/commandline/options.h"
-#include "apps/cscan/progress/progressdisplay.h"
+#include "apps/cscan/commandline/command.h"
 
-#include <iosfwd>
-
-/// The commands. Each prints its findings to `output` and shows how far it has come on `display`; what goes
-/// wrong is thrown.
+/// The commands. Each function offers its command to the parser.
 namespace cscan {
 
-void runDemo(DemoOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runScan(ScanOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runInfo(InfoOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runFit(FitOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runRegister(RegisterOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runNeighbours(NeighboursOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runSelftest(SelftestOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runReconstruct(ReconstructOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runCut(CutOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runDerive(DeriveOptions const& options, std::ostream& output, ProgressDisplay& display);
-void runFootprint(FootprintOptions const& options, std::ostream& output, ProgressDisplay& display);
+Command addDemo(CLI::App& app);
+Command addPrepare(CLI::App& app);
+Command addScan(CLI::App& app);
+Command addInfo(CLI::App& app);
+Command addFit(CLI::App& app);
+Command addRegister(CLI::App& app);
+Command addNeighbours(CLI::App& app);
+Command addReconstruct(CLI::App& app);
+Command addCut(CLI::App& app);
+Command addSelftest(CLI::App& app);
+Command addDerive(CLI::App& app);
+Command addFootprint(CLI::App& app);
 
 } // namespace cscan

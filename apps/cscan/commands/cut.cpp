@@ -1,42 +1,27 @@
-#include "Inspection/import/objfile.h"
-#include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
+#include "Inspection/parts/tubecut.h"
 #include "Inspection/records/numbers.h"
+#include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
-#include <array>
 #include <cmath>
+#include <memory>
 #include <ostream>
 
 namespace cscan {
 
 namespace {
 
-constexpr std::array<char const*, 3> axisNames{"x", "y", "z"};
+constexpr char const* axisNames = "xyz";
 
-CutPlane cut(Mesh& mesh, CutOptions const& options) {
-    std::size_t const rimCount = boundaryLoopsOf(trianglesOf(mesh)).size();
-    if (rimCount == 0) {
-        throw Failure(options.part.string() + ": the mesh is closed; a cut leads from rim to rim");
-    }
-    std::string const start =
-        std::string(options.cut.isFromGreatest ? "greatest " : "least ") + axisNames.at(options.cut.axis);
-    auto const plane = naming(options.part.string(), [&] { return cutTube(mesh, options.cut); });
-    if (!plane) {
-        throw Failure(options.part.string() + ": no way for a cut from the " + start +
-                      " with the surface's normal along " + axisNames.at(options.cut.normalAxis) + " there");
-    }
-    if (boundaryLoopsOf(trianglesOf(mesh)).size() >= rimCount) {
-        throw Failure(options.part.string() + ": the cut from the " + start + " leads back to its own rim");
-    }
-    return *plane;
+unsigned long axisIn(std::string_view name) {
+    return static_cast<unsigned long>(name.at(0) - axisNames[0]);
 }
 
 void printPlane(std::ostream& output, CutPlane const& plane, TubeCut const& cut) {
     if (plane.isTurned) {
         printItem(output, "note",
-                  std::string("the normal at the start points along -") + axisNames.at(cut.normalAxis));
+                  std::string("the normal at the start points along -") + axisNames[cut.normalAxis]);
     }
     if (plane.slope != 0.0) {
         printItem(output, "note",
@@ -45,23 +30,51 @@ void printPlane(std::ostream& output, CutPlane const& plane, TubeCut const& cut)
     }
 }
 
+void print(std::ostream& output, CutOptions const& options, CutResult const& result) {
+    output << options.result.string() << '\n';
+    printMesh(output, result.part);
+    printPlane(output, result.plane, options.cut);
+    printItem(output, "cut file", result.cutFile.string());
+}
+
+void addDirectionOptions(CLI::App& command, TubeCut& cut) {
+    CLI::IsMember const axes({"x", "y", "z"});
+    std::map<std::string, bool> const metrics{{"min", false}, {"max", true}};
+    command.add_option("--metric", "Start at the rim's least or greatest coordinate")
+        ->type_name("TEXT")
+        ->check(CLI::IsMember({"min", "max"}))
+        ->check(reading(cut.isFromGreatest, oneOf(metrics)))
+        ->required();
+    command.add_option("--axis", "Which coordinate that is; the cut runs on along this axis")
+        ->type_name("TEXT")
+        ->check(axes)
+        ->check(reading(cut.axis, axisIn))
+        ->required();
+    command
+        .add_option(
+            "--across",
+            "The axis along which the surface's normal points at the start, either way: the cut keeps to the "
+            "plane of both axes")
+        ->type_name("TEXT")
+        ->check(axes)
+        ->check(reading(cut.normalAxis, axisIn))
+        ->required();
+}
+
 } // namespace
 
-void runCut(CutOptions const& options, std::ostream& output, ProgressDisplay& display) {
-    requireReadable(options.part);
-    requireObjOutput(options.result);
-    requireWritable(cutFileOf(options.result));
-    Mesh mesh;
-    mesh.setProgressListener(&display);
-    loadObj(mesh, options.part);
-    CutPlane const plane = cut(mesh, options);
-    saveObj(mesh, options.result);
-    display.clear();
-    auto const triangles = trianglesOf(mesh);
-    output << options.result.string() << '\n';
-    printMesh(output, mesh, triangles, boundaryLoopsOf(triangles));
-    printPlane(output, plane, options.cut);
-    printItem(output, "cut file", cutFileOf(options.result).string());
+Command addCut(CLI::App& app) {
+    auto const options = std::make_shared<CutOptions>();
+    CLI::App* const command =
+        app.add_subcommand("cut", "Slit a tube from rim to rim, so that it can be prepared");
+    command->add_option("PART", options->part, "Mesh of the part, an OBJ file")->required();
+    command
+        ->add_option("OUT", options->result,
+                     "Mesh to write, an OBJ file; the file with the cut goes beside it and must stay there")
+        ->required();
+    addDirectionOptions(*command, options->cut);
+    return commandOf(
+        command, [options] { return *options; }, cut, print);
 }
 
 } // namespace cscan

@@ -1,9 +1,10 @@
 #include "Inspection/fits/surfacefits.h"
-#include "Inspection/records/failure.h"
 #include "Inspection/records/numbers.h"
+#include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
+#include <memory>
 #include <ostream>
 
 namespace cscan {
@@ -16,18 +17,18 @@ std::string numberText(double number) {
     return toShortText(number, digits);
 }
 
-void print(std::ostream& output, SphereFit const& fit) {
+void printSurface(std::ostream& output, SphereFit const& fit) {
     printItem(output, "centre", pointText(fit.centre));
     printItem(output, "radius", numberText(fit.radius));
 }
 
-void print(std::ostream& output, CylinderFit const& fit) {
+void printSurface(std::ostream& output, CylinderFit const& fit) {
     printItem(output, "axis point", pointText(fit.axisPoint));
     printItem(output, "axis direction", vectorText(fit.axisDirection));
     printItem(output, "radius", numberText(fit.radius));
 }
 
-void print(std::ostream& output, ParaboloidFit const& fit) {
+void printSurface(std::ostream& output, ParaboloidFit const& fit) {
     printItem(output, "vertex", pointText(fit.vertex));
     printItem(output, "axis u", vectorText(fit.axisU));
     printItem(output, "axis v", vectorText(fit.axisV));
@@ -36,11 +37,7 @@ void print(std::ostream& output, ParaboloidFit const& fit) {
     printItem(output, "curvature v", numberText(fit.curvatureV));
 }
 
-template <class Cloud, class Fit>
-void fitAndPrint(FitOptions const& options, std::ostream& output, Cloud const& cloud, Fit fit) {
-    auto const result = naming(options.cloud.string(), [&] { return fit(cloud); });
-    FitQuality const& quality = result.quality;
-    print(output, result);
+void printQuality(std::ostream& output, FitQuality const& quality) {
     printItem(output, "residual",
               "mean " + numberText(quality.meanResidual) + ", max " + numberText(quality.maxResidual));
     printItem(output, "points used", std::to_string(quality.usedCount));
@@ -49,18 +46,38 @@ void fitAndPrint(FitOptions const& options, std::ostream& output, Cloud const& c
     }
 }
 
+void print(std::ostream& output, FitOptions const&, FitResult const& result) {
+    std::visit(
+        [&](auto const& fit) {
+            printSurface(output, fit);
+            printQuality(output, fit.quality);
+        },
+        result);
+}
+
 } // namespace
 
-void runFit(FitOptions const& options, std::ostream& output, ProgressDisplay& display) {
-    display.setMessage("Fitting...");
-    switch (options.surface) {
-    case FitSurface::Sphere:
-        return fitAndPrint(options, output, readCloudFile(options.cloud), fitSphere);
-    case FitSurface::Cylinder:
-        return fitAndPrint(options, output, readOrientedCloudFile(options.cloud), fitCylinder);
-    case FitSurface::Paraboloid:
-        return fitAndPrint(options, output, readCloudFile(options.cloud), fitParaboloid);
-    }
+Command addFit(CLI::App& app) {
+    auto const options = std::make_shared<FitOptions>();
+    CLI::App* const command = app.add_subcommand("fit", "Fit a surface to a cloud of points");
+    std::map<std::string, FitSurface> const surfaces{{"sphere", FitSurface::Sphere},
+                                                     {"cylinder", FitSurface::Cylinder},
+                                                     {"paraboloid", FitSurface::Paraboloid}};
+    command
+        ->add_option(
+            "SURFACE",
+            "sphere, cylinder, or paraboloid; a paraboloid's first point should be its vertex and z near its "
+            "axis, and it takes minutes")
+        ->type_name("TEXT")
+        ->check(CLI::IsMember({"sphere", "cylinder", "paraboloid"}))
+        ->check(reading(options->surface, oneOf(surfaces)))
+        ->required();
+    command
+        ->add_option("CLOUD", options->cloud,
+                     "Points, an .xyz file of x y z a line; for a cylinder x y z nx ny nz")
+        ->required();
+    return commandOf(
+        command, [options] { return *options; }, fit, print);
 }
 
 } // namespace cscan

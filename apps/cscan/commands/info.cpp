@@ -1,12 +1,10 @@
-#include "Inspection/grids/gridfile.h"
-#include "Inspection/import/objfile.h"
-#include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
-#include "Inspection/records/numbers.h"
+#include "Inspection/grids/fileinfo.h"
+#include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
+#include <memory>
 #include <ostream>
 
 namespace cscan {
@@ -22,53 +20,46 @@ std::string printable(std::string text) {
 }
 
 void printFlags(std::ostream& output, GridSummary const& summary) {
+    output << "flags of valid nodes\n";
     printItem(output, "  interior", std::to_string(summary.interiorCount));
     printItem(output, "  boundary", std::to_string(summary.boundaryCount));
     printItem(output, "  cut boundary", std::to_string(summary.cutBoundaryCount));
     printItem(output, "  neither", std::to_string(summary.extendedCount));
 }
 
-void printGridFile(std::filesystem::path const& path, std::ostream& output) {
-    GridFileHeader const header = readGridFileHeader(path);
-    Grid grid;
-    loadGrid(grid, path);
-    GridSummary const summary = gridSummaryOf(grid);
-    output << path.string() << ": grid of quads\n";
+void printFile(std::ostream& output, InfoOptions const& options, GridFileInfo const& info) {
+    GridFileHeader const& header = info.header;
+    output << options.file.string() << ": grid of quads\n";
     printItem(output, "version", std::to_string(header.version));
     printItem(output, "source name", header.name.empty() ? "(none)" : printable(header.name));
     printItem(output, "coordinates", nameOfDataType(header.coordinateDataType));
-    printItem(output, "size", std::to_string(std::filesystem::file_size(path)) + " bytes");
-    printGrid(output, grid, summary);
-    output << "flags of valid nodes\n";
-    printFlags(output, summary);
+    printItem(output, "size", std::to_string(info.byteCount) + " bytes");
+    printGrid(output, info.grid);
+    printFlags(output, info.grid);
 }
 
-void printObjFile(std::filesystem::path const& path, std::ostream& output, ProgressDisplay& display) {
-    Mesh mesh;
-    mesh.setProgressListener(&display);
-    ObjContents const contents = loadObj(mesh, path);
-    display.clear();
-    auto const triangles = trianglesOf(mesh);
-    output << path.string() << ": triangle mesh\n";
-    printItem(output, "size", std::to_string(std::filesystem::file_size(path)) + " bytes");
-    printMesh(output, mesh, triangles, boundaryLoopsOf(triangles));
-    printItem(output, "flat coordinates", contents.hasFlatCoordinates ? "yes" : "no");
-    if (contents.hasFlatCoordinates) {
-        printFlat(output, flatSummaryOf(mesh, triangles));
+void printFile(std::ostream& output, InfoOptions const& options, MeshFileInfo const& info) {
+    output << options.file.string() << ": triangle mesh\n";
+    printItem(output, "size", std::to_string(info.byteCount) + " bytes");
+    printMesh(output, info.mesh);
+    printItem(output, "flat coordinates", info.flat ? "yes" : "no");
+    if (info.flat) {
+        printFlat(output, *info.flat);
     }
+}
+
+void print(std::ostream& output, InfoOptions const& options, FileInfo const& info) {
+    std::visit([&](auto const& kind) { printFile(output, options, kind); }, info);
 }
 
 } // namespace
 
-void runInfo(InfoOptions const& options, std::ostream& output, ProgressDisplay& display) {
-    requireReadable(options.file);
-    if (isGridFile(options.file)) {
-        printGridFile(options.file, output);
-    } else if (options.file.filename().string().find(".obj") != std::string::npos) {
-        printObjFile(options.file, output, display);
-    } else {
-        throw Failure(options.file.string() + ": neither a .quads nor an .obj file");
-    }
+Command addInfo(CLI::App& app) {
+    auto const options = std::make_shared<InfoOptions>();
+    CLI::App* const info = app.add_subcommand("info", "Tell what an OBJ or a .quads file holds");
+    info->add_option("FILE", options->file, "The file")->required();
+    return commandOf(
+        info, [options] { return *options; }, fileInfoOf, print);
 }
 
 } // namespace cscan

@@ -1,33 +1,34 @@
-#include "Inspection/import/objfile.h"
 #include "Inspection/parts/reconstruction.h"
-#include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
-#include "Inspection/records/stopwatch.h"
+#include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/repairoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
+#include <memory>
 #include <ostream>
 
 namespace cscan {
 
-void runReconstruct(ReconstructOptions const& options, std::ostream& output, ProgressDisplay& display) {
-    requireReadable(options.cloud);
-    requireObjOutput(options.part);
-    requireNoCutBeside(options.part);
-    display.setMessage("Reconstructing...");
-    Stopwatch const watch;
-    auto const [surface, repair] = reconstructFrom(options.cloud, options.repair);
-    double const seconds = watch.seconds();
-    writeFaces(surface, options.part);
-    Mesh mesh;
-    mesh.setProgressListener(&display);
-    loadObj(mesh, options.part);
-    display.clear();
-    auto const triangles = trianglesOf(mesh);
+namespace {
+
+void print(std::ostream& output, ReconstructOptions const& options, ReconstructResult const& result) {
     output << options.part.string() << '\n';
-    printItem(output, "time", secondsText(seconds));
-    printRepair(output, repair);
-    printMesh(output, mesh, triangles, boundaryLoopsOf(triangles));
+    printItem(output, "time", secondsText(result.seconds));
+    printRepair(output, result.repair);
+    printMesh(output, result.part);
+}
+
+} // namespace
+
+Command addReconstruct(CLI::App& app) {
+    auto const options = std::make_shared<ReconstructOptions>();
+    CLI::App* const command =
+        app.add_subcommand("reconstruct", "Build a triangle mesh through a cloud of points");
+    command->add_option("CLOUD", options->cloud, "Points of the part, an .xyz file")->required();
+    command->add_option("OUT", options->part, "Mesh to write, an OBJ file")->required();
+    addRepairOptions(*command, options->repair);
+    return commandOf(
+        command, [options] { return *options; }, reconstruct, print);
 }
 
 } // namespace cscan

@@ -1,20 +1,20 @@
-#include "Inspection/grids/gridfile.h"
 #include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
-#include "Inspection/records/numbers.h"
 #include "Inspection/scanning/stripetest.h"
+#include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
-#include <cmath>
+#include <memory>
 #include <ostream>
 
 namespace cscan {
 
 namespace {
 
-constexpr std::size_t mostLinesShown = 10;
+constexpr unsigned long maxLines = 1000000;
+constexpr unsigned long maxElements = 1024;
+constexpr std::size_t maxLinesShown = 10;
 
 std::string lineText(std::pair<GridIndex, GridIndex> const& line) {
     auto const text = [](GridIndex const& quad) {
@@ -23,19 +23,8 @@ std::string lineText(std::pair<GridIndex, GridIndex> const& line) {
     return text(line.first) + " to " + text(line.second);
 }
 
-void requireRoom(Grid const& grid, StripeArray const& array, SelftestOptions const& options) {
-    if (!hasRoomFor(grid, array, options.seed)) {
-        throw Failure(options.grid.string() + ": no line with room for an array of " +
-                      std::to_string(array.elementCount) + " beams at a pitch of " +
-                      toShortText(array.pitch, 6) + " was found");
-    }
-}
-
-void print(std::ostream& output, StripeTestResult const& result) {
-    printItem(output, "beams", std::to_string(result.passCount + result.failureCount));
-    printItem(output, "met their quad", std::to_string(result.passCount));
-    printItem(output, "failed", std::to_string(result.failureCount));
-    std::size_t const shownCount = std::min(result.failedLines.size(), mostLinesShown);
+void printFailedLines(std::ostream& output, StripeTestResult const& result) {
+    std::size_t const shownCount = std::min(result.failedLines.size(), maxLinesShown);
     for (std::size_t i = 0; i < shownCount; ++i) {
         printItem(output, "  on the line", lineText(result.failedLines[i]));
     }
@@ -45,27 +34,45 @@ void print(std::ostream& output, StripeTestResult const& result) {
     }
 }
 
-} // namespace
-
-void runSelftest(SelftestOptions const& options, std::ostream& output, ProgressDisplay& display) {
-    requireReadable(options.grid);
-    Grid grid;
-    loadGrid(grid, options.grid);
-    StripeArray array;
-    array.elementCount = options.elementCount;
-    array.pitch = options.pitch ? *options.pitch : std::sqrt(grid.getMinQuadArea());
-    display.setMessage("Looking for room...");
-    requireRoom(grid, array, options);
-    display.setMessage("Firing the array...");
-    StripeTestResult const result = testStripes(grid, array, options.lineCount, options.seed);
-    display.clear();
+/// A test that failed ends the program as a failure does.
+void print(std::ostream& output, SelftestOptions const& options, StripeTestResult const& result) {
     printItem(output, "lines", std::to_string(options.lineCount));
-    print(output, result);
+    printItem(output, "beams", std::to_string(result.passCount + result.failureCount));
+    printItem(output, "met their quad", std::to_string(result.passCount));
+    printItem(output, "failed", std::to_string(result.failureCount));
+    printFailedLines(output, result);
     if (!result.failedLines.empty()) {
         throw Failure(options.grid.string() + ": the search failed on " +
                       counted(result.failedLines.size(), "line", "lines") + " of " +
                       std::to_string(options.lineCount));
     }
+}
+
+} // namespace
+
+Command addSelftest(CLI::App& app) {
+    auto const options = std::make_shared<SelftestOptions>();
+    CLI::App* const test = app.add_subcommand(
+        "selftest", "Test a grid's search: move an array of beams along random lines, each at a known quad");
+    test->add_option("GRID", options->grid, "Grid of the part, a .quads file")->required();
+    test->add_option("--lines", "How many lines")
+        ->check(reading(options->lineCount, wholeNumberFrom(1, maxLines)))
+        ->type_name("N")
+        ->default_str(std::to_string(options->lineCount));
+    test->add_option("--elements", "Beams of the array")
+        ->check(reading(options->elementCount, wholeNumberFrom(1, maxElements)))
+        ->type_name("N")
+        ->default_str(std::to_string(options->elementCount));
+    test->add_option("--pitch", "Between two beams; the side of the smallest quad if not given")
+        ->check(reading(options->pitch, positiveNumberIn))
+        ->type_name("P");
+    auto const seedIn = [](std::string_view text) { return static_cast<std::uint32_t>(wholeNumberIn(text)); };
+    test->add_option("--seed", "Choice of the lines")
+        ->check(reading(options->seed, seedIn))
+        ->type_name("N")
+        ->default_str(std::to_string(options->seed));
+    return commandOf(
+        test, [options] { return *options; }, selftest, print);
 }
 
 } // namespace cscan

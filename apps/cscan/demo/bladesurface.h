@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Inspection/names.h"
+#include "apps/cscan/names.h"
 
 namespace cscan {
 

@@ -1,5 +1,8 @@
+#include "apps/cscan/demo/demo.h"
+
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/import/objfile.h"
+#include "Inspection/maps/flattening.h"
 #include "Inspection/pictures/cscanimages.h"
 #include "Inspection/pictures/flatpicture.h"
 #include "Inspection/pictures/footprintpicture.h"
@@ -8,14 +11,12 @@
 #include "Inspection/records/numbers.h"
 #include "Inspection/records/stopwatch.h"
 #include "Inspection/scanning/scanplane.h"
-#include "apps/cscan/commands/commands.h"
-#include "apps/cscan/report/report.h"
 #include "apps/cscan/demo/bladepart.h"
 #include "apps/cscan/demo/probepath.h"
+#include "apps/cscan/report/report.h"
 
 #include <array>
 #include <cmath>
-#include <ostream>
 
 namespace cscan {
 
@@ -28,10 +29,10 @@ constexpr double quadArea = 0.16; ///< square millimetres
 /// The main job, stage by stage. Each stage adds a row to the table that is printed at the end.
 class Demonstration {
 public:
-    Demonstration(std::filesystem::path targetDirectory, ProgressDisplay& progressDisplay)
-        : directory(std::move(targetDirectory)), display(progressDisplay) {
-        mesh.setProgressListener(&display);
-        grid.setProgressListener(&display);
+    Demonstration(std::filesystem::path targetDirectory, ProgressListener& progressListener)
+        : directory(std::move(targetDirectory)), listener(progressListener) {
+        mesh.setProgressListener(&listener);
+        grid.setProgressListener(&listener);
     }
 
     void makePart();
@@ -44,11 +45,11 @@ public:
     void draw();
     void drawFootprint();
 
-    void print(std::ostream& output) const;
+    DemoResult const& getResult() const { return found; }
 
 private:
     std::filesystem::path directory;
-    ProgressDisplay& display;
+    ProgressListener& listener;
     Mesh mesh;
     Grid grid;
     Grid reloaded;
@@ -56,14 +57,13 @@ private:
     ScanResult result;
     QuadMap plane{0, 0};
     ScanResult planeResult;
-    std::vector<std::filesystem::path> files;
-    std::vector<std::vector<std::string>> table{{"stage", "time", "result"}};
+    DemoResult found{{{"stage", "time", "result"}}, {}};
 
     void addRow(std::string const& stage, double seconds, std::string const& text) {
-        table.push_back({stage, secondsText(seconds), text});
+        found.table.push_back({stage, secondsText(seconds), text});
     }
 
-    void addNote(std::string const& text) { table.push_back({"", "", text}); }
+    void addNote(std::string const& text) { found.table.push_back({"", "", text}); }
 };
 
 void Demonstration::makePart() {
@@ -74,12 +74,12 @@ void Demonstration::makePart() {
     addRow("make part", watch.seconds(),
            std::to_string(part.points.size()) + " points, " + std::to_string(part.faces.size()) +
                " triangles");
-    files.push_back(path);
+    found.files.push_back(path);
 }
 
 void Demonstration::loadPart() {
     Stopwatch const watch;
-    loadObj(mesh, files.front());
+    loadObj(mesh, found.files.front());
     double const seconds = watch.seconds();
     auto const triangles = trianglesOf(mesh);
     auto const loops = boundaryLoopsOf(triangles);
@@ -90,7 +90,7 @@ void Demonstration::loadPart() {
 
 void Demonstration::flattenPart() {
     FlatteningReport const report =
-        naming("flattening", [&] { return flatten(mesh, FlatteningMode::Developable, display); });
+        naming("flattening", [&] { return flatten(mesh, FlatteningMode::Developable, &listener); });
     FlatSummary const flat = flatSummaryOf(mesh, trianglesOf(mesh));
     addRow("flatten", report.seconds,
            "flat extent " + toShortText(flat.width, 5) + " x " + toShortText(flat.height, 5) + ", " +
@@ -101,7 +101,7 @@ void Demonstration::flattenPart() {
 }
 
 void Demonstration::resample() {
-    display.setMessage("Resampling...");
+    listener.setMessage("Resampling...");
     Stopwatch const watch;
     naming("resampling", [&] { grid.construct(mesh, quadArea); });
     double const seconds = watch.seconds();
@@ -123,11 +123,11 @@ void Demonstration::saveAndReload() {
     }
     addRow("save and reload", seconds,
            std::to_string(std::filesystem::file_size(path)) + " bytes, reloaded grid identical");
-    files.push_back(path);
+    found.files.push_back(path);
 }
 
 void Demonstration::scan() {
-    display.setMessage("Firing beams...");
+    listener.setMessage("Firing beams...");
     beams = bladeScanBeams({});
     result = fireBeams(reloaded, beams);
     ScanStatistics const statistics = statisticsOf(result);
@@ -154,10 +154,10 @@ void Demonstration::scanInTwo() {
                                          GridIndex() + halves[i].offset, GridOffset(widths.at(i), height)),
                                      half);
         saveGrid(half, halves[i].file);
-        files.push_back(halves[i].file);
+        found.files.push_back(halves[i].file);
     }
     ScanPlane scanPlane = loadScanPlane(halves, 0, false);
-    display.setMessage("Firing beams at two grids...");
+    listener.setMessage("Firing beams at two grids...");
     planeResult = fireBeams(scanPlane.groups, beams);
     plane = scanPlane.surface;
     std::size_t sameCount = 0;
@@ -195,35 +195,27 @@ void Demonstration::drawFootprint() {
     addRow("footprint", watch.seconds(),
            "beam of 3 mm aperture spreading by 10 degrees reaches " +
                toFixedText(std::hypot(axis.getdU(), axis.getdV()), 1) + " quads");
-    files.push_back(path);
+    found.files.push_back(path);
 }
 
 void Demonstration::draw() {
-    display.setMessage("Drawing...");
+    listener.setMessage("Drawing...");
     Stopwatch const watch;
     auto const flat = directory / "flatmap.png";
     writePng(flat, flatPictureOf(mesh, "Flat map of the blade"));
     auto const images = writeScanImages((directory / "").string(), surfaceMapOf(reloaded), result.hits, "mm");
     auto const planeImages = writeScanImages((directory / "plane").string(), plane, planeResult.hits, "mm");
     addRow("draw", watch.seconds(), std::to_string(images.size() + planeImages.size() + 1) + " images");
-    files.push_back(flat);
-    files.insert(files.end(), images.begin(), images.end());
-    files.insert(files.end(), planeImages.begin(), planeImages.end());
-}
-
-void Demonstration::print(std::ostream& output) const {
-    printTable(output, table);
-    output << "\nwritten\n";
-    for (auto const& file : files) {
-        output << "  " << file.string() << '\n';
-    }
+    found.files.push_back(flat);
+    found.files.insert(found.files.end(), images.begin(), images.end());
+    found.files.insert(found.files.end(), planeImages.begin(), planeImages.end());
 }
 
 } // namespace
 
-void runDemo(DemoOptions const& options, std::ostream& output, ProgressDisplay& display) {
+DemoResult demonstrate(DemoOptions const& options, ProgressListener* listener) {
     naming(options.directory.string(), [&] { std::filesystem::create_directories(options.directory); });
-    Demonstration demonstration(options.directory, display);
+    Demonstration demonstration(options.directory, *listener);
     demonstration.makePart();
     demonstration.loadPart();
     demonstration.flattenPart();
@@ -233,8 +225,7 @@ void runDemo(DemoOptions const& options, std::ostream& output, ProgressDisplay& 
     demonstration.scanInTwo();
     demonstration.draw();
     demonstration.drawFootprint();
-    display.clear();
-    demonstration.print(output);
+    return demonstration.getResult();
 }
 
 } // namespace cscan

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Inspection/scanning/beam.h"
+#include "apps/cscan/names.h"
 
 #include <vector>
 

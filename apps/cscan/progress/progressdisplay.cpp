@@ -1,5 +1,7 @@
 #include "apps/cscan/progress/progressdisplay.h"
 
+#include "Inspection/records/numbers.h"
+
 #include <algorithm>
 #include <ostream>
 #include <unistd.h>
@@ -51,6 +53,12 @@ void ProgressDisplay::setDetail(std::string const& text, unsigned long percent) 
     if (isTerminal) {
         draw(percent);
     }
+}
+
+void ProgressDisplay::setSolve(SolveRecord const& solve, unsigned long percent) {
+    setDetail("iteration " + std::to_string(solve.iterations) + ", residual " +
+                  toShortText(solve.residual, 2),
+              percent);
 }
 
 void ProgressDisplay::clear() {

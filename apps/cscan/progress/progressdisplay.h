@@ -1,6 +1,7 @@
 #pragma once
 
-#include "Geometry/geometry.h"
+#include "Inspection/maps/solvelistener.h"
+#include "apps/cscan/names.h"
 
 #include <iosfwd>
 #include <string>
@@ -9,7 +10,7 @@ namespace cscan {
 
 /// Shows how far the library has come. On a terminal this is one line with a bar, redrawn in place and gone
 /// at the end; elsewhere each of the library's messages is a line of its own.
-class ProgressDisplay : public QELT::ProgressListener {
+class ProgressDisplay : public SolveListener {
 public:
     /// `output` is not owned and must outlive the display.
     ProgressDisplay(std::ostream& output, bool isTerminal);
@@ -26,6 +27,8 @@ public:
     void reserved3() override {}
 
     void reserved4() override {}
+
+    void setSolve(SolveRecord const& solve, unsigned long percent) override;
 
     /// Puts `detail` behind the current message on a terminal.
     void setDetail(std::string const& detail, unsigned long percent);

@@ -44,6 +44,14 @@ std::string rangeText(std::vector<Hit> const& hits, Quantity quantity) {
            toShortText(high, digits);
 }
 
+std::string lineOn(SolveRecord const& solve) {
+    std::string line = std::to_string(solve.iterations) + " iterations";
+    if (!std::isnan(solve.residual)) {
+        line += ", residual " + toShortText(solve.residual, 3);
+    }
+    return line + (solve.isConverged ? ", converged" : ", not converged: the last iterate is used");
+}
+
 } // namespace
 
 std::string pointText(Point const& point) {
@@ -68,10 +76,20 @@ std::string counted(std::size_t count, std::string const& singular, std::string 
     return std::to_string(count) + " " + (count == 1 ? singular : plural);
 }
 
-void printMesh(std::ostream& output, Mesh const& mesh, std::vector<Triangle*> const& triangles,
-               std::vector<BoundaryLoop> const& loops) {
-    printItem(output, "vertices", std::to_string(mesh.getNumberOfVertices()));
-    printItem(output, "faces", std::to_string(triangles.size()));
+std::vector<std::string> linesOf(FlatteningReport const& report) {
+    std::vector<std::string> lines;
+    std::size_t const count = report.solves.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        std::string const subject = count == 1 ? "map: " : i + 1 == count ? "inside: " : "boundary: ";
+        lines.push_back(subject + lineOn(report.solves[i]));
+    }
+    return lines;
+}
+
+void printMesh(std::ostream& output, MeshSummary const& mesh) {
+    auto const& loops = mesh.loops;
+    printItem(output, "vertices", std::to_string(mesh.vertexCount));
+    printItem(output, "faces", std::to_string(mesh.faceCount));
     printItem(output, "boundary loops", std::to_string(loops.size()));
     std::size_t const toldCount = std::min(loops.size(), mostLoops);
     for (std::size_t i = 0; i < toldCount; ++i) {
@@ -85,9 +103,8 @@ void printMesh(std::ostream& output, Mesh const& mesh, std::vector<Triangle*> co
                       toShortText(loops.back().length, digits) + " to " +
                       toShortText(loops[toldCount].length, digits));
     }
-    auto const cutCount = mesh.getCutEdgeIndices().first.size();
-    if (cutCount > 0) {
-        printItem(output, "cut entries", std::to_string(cutCount));
+    if (mesh.cutEntryCount > 0) {
+        printItem(output, "cut entries", std::to_string(mesh.cutEntryCount));
     }
 }
 
@@ -111,20 +128,18 @@ void printFlat(std::ostream& output, FlatSummary const& flat) {
     }
 }
 
-void printGrid(std::ostream& output, Grid const& grid, GridSummary const& summary) {
+void printGrid(std::ostream& output, GridSummary const& grid) {
     printItem(output, "grid extents",
-              std::to_string(summary.extentU) + " x " + std::to_string(summary.extentV) + " quads");
+              std::to_string(grid.extentU) + " x " + std::to_string(grid.extentV) + " quads");
     printItem(output, "valid nodes",
-              std::to_string(summary.validNodeCount) + " of " + std::to_string(summary.nodeCount));
+              std::to_string(grid.validNodeCount) + " of " + std::to_string(grid.nodeCount));
     printItem(output, "valid quads",
-              std::to_string(summary.validQuadCount) + " of " +
-                  std::to_string(summary.extentU * summary.extentV));
+              std::to_string(grid.validQuadCount) + " of " + std::to_string(grid.extentU * grid.extentV));
     printItem(output, "quad area",
-              "min " + toShortText(grid.getMinQuadArea(), digits) + ", mean " +
-                  toShortText(grid.getMeanQuadArea(), digits) + ", max " +
-                  toShortText(grid.getMaxQuadArea(), digits));
-    if (summary.validNodeCount > 0) {
-        printItem(output, "bounding box", pointText(summary.low) + " to " + pointText(summary.high));
+              "min " + toShortText(grid.minQuadArea, digits) + ", mean " +
+                  toShortText(grid.meanQuadArea, digits) + ", max " + toShortText(grid.maxQuadArea, digits));
+    if (grid.validNodeCount > 0) {
+        printItem(output, "bounding box", pointText(grid.low) + " to " + pointText(grid.high));
     }
 }
 

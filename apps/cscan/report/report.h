@@ -1,9 +1,11 @@
 #pragma once
 
 #include "Inspection/grids/gridsummary.h"
+#include "Inspection/maps/flattening.h"
 #include "Inspection/parts/meshsummary.h"
 #include "Inspection/parts/surfacerepair.h"
 #include "Inspection/scanning/scanner.h"
+#include "apps/cscan/names.h"
 
 #include <iosfwd>
 #include <string>
@@ -25,12 +27,14 @@ std::string secondsText(double seconds);
 /// "1 hole", "2 holes"
 std::string counted(std::size_t count, std::string const& singular, std::string const& plural);
 
+/// A line on each solve: what was solved for, iterations, residual, result.
+std::vector<std::string> linesOf(FlatteningReport const& report);
+
 /// The longest loops are told one by one.
-void printMesh(std::ostream& output, Mesh const& mesh, std::vector<Triangle*> const& triangles,
-               std::vector<BoundaryLoop> const& loops);
+void printMesh(std::ostream& output, MeshSummary const& mesh);
 void printRepair(std::ostream& output, RepairReport const& repair);
 void printFlat(std::ostream& output, FlatSummary const& flat);
-void printGrid(std::ostream& output, Grid const& grid, GridSummary const& summary);
+void printGrid(std::ostream& output, GridSummary const& grid);
 void printScan(std::ostream& output, ScanResult const& result);
 
 /// A table whose columns are as wide as their widest cell; the first row is the heading.

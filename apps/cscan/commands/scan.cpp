@@ -1,0 +1,166 @@
+#include "Inspection/pictures/cscanimages.h"
+#include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commands/commands.h"
+#include "apps/cscan/report/report.h"
+
+#include <algorithm>
+#include <memory>
+#include <ostream>
+
+namespace cscan {
+
+namespace {
+
+constexpr int largestOffset = 1000000;
+constexpr unsigned long lastPosition = 31;
+
+/// What the command line says of the grids, one list for each option.
+struct GridLists {
+    std::vector<std::string> files;
+    std::vector<GridOffset> offsets;
+    std::vector<unsigned long> groups;
+    std::vector<unsigned long> active;
+};
+
+/// What CLI11 fills in.
+struct RawScan {
+    DrawnScanOptions options;
+    GridLists grids;
+    Raster raster;
+};
+
+GridOffset offsetIn(std::string_view text) {
+    auto const numbers = wholeNumbersIn(text, "U,V");
+    if (numbers[0] < 0 || numbers[1] < 0 || std::max(numbers[0], numbers[1]) > largestOffset) {
+        throw UsageError("'" + std::string(text) + "' is not between 0 and " + std::to_string(largestOffset));
+    }
+    return {numbers[0], numbers[1]};
+}
+
+template <class Value>
+void requireOneEach(char const* option, std::vector<Value> const& values, std::size_t gridCount) {
+    if (!values.empty() && values.size() != gridCount) {
+        throw UsageError(std::string(option) + ": given " + std::to_string(values.size()) + " times for " +
+                         std::to_string(gridCount) + (gridCount == 1 ? " grid" : " grids"));
+    }
+}
+
+std::vector<PlacedGrid> placedGrids(GridLists const& lists) {
+    requireOneEach("--offset", lists.offsets, lists.files.size());
+    requireOneEach("--group", lists.groups, lists.files.size());
+    requireOneEach("--active", lists.active, lists.files.size());
+    std::vector<PlacedGrid> grids;
+    for (std::size_t i = 0; i < lists.files.size(); ++i) {
+        PlacedGrid grid;
+        grid.file = lists.files[i];
+        grid.offset = lists.offsets.empty() ? grid.offset : lists.offsets[i];
+        grid.group = lists.groups.empty() ? grid.group : lists.groups[i];
+        grid.active = lists.active.empty() ? grid.active : lists.active[i];
+        grids.push_back(grid);
+    }
+    return grids;
+}
+
+DrawnScanOptions optionsOf(RawScan const& raw, CLI::App const& command) {
+    DrawnScanOptions options = raw.options;
+    options.scan.grids = placedGrids(raw.grids);
+    options.scan.isOnPlane = raw.grids.files.size() > 1 || command.count("--offset") > 0 ||
+                             command.count("--group") > 0 || command.count("--active") > 0 ||
+                             command.count("--position") > 0;
+    if (command.count("--raster") > 0) {
+        options.scan.raster = raw.raster;
+    } else if (!options.scan.beams) {
+        throw UsageError("scan: --beams or --raster is required");
+    }
+    return options;
+}
+
+void addBeamOptions(CLI::App& scan, RawScan& raw) {
+    CLI::Option* const beams =
+        scan.add_option("--beams", raw.options.scan.beams,
+                        "Beams to fire: a table with the heading ox,oy,oz,dx,dy,dz and a beam a line");
+    CLI::Option* const raster =
+        scan.add_option("--raster", "Fire a raster of parallel beams of this spacing");
+    CLI::Option* const standoff =
+        scan.add_option("--standoff", "Distance of the raster from the part's bounding box");
+    CLI::Option* const direction =
+        scan.add_option("--direction", "Direction of the raster's beams, for example 0,0,-1");
+    beams->type_name("BEAMS.csv")->excludes(raster);
+    raster->type_name("STEP")->needs(standoff)->needs(direction);
+    raster->check(reading(raw.raster.step, positiveNumberIn));
+    standoff->type_name("D")->needs(raster);
+    standoff->check(reading(raw.raster.standoff, nonNegativeNumberIn));
+    direction->type_name("X,Y,Z")->needs(raster);
+    direction->check(reading(raw.raster.direction, directionIn));
+}
+
+/// An option that is given once for each grid, in their order.
+template <class Value, class Read>
+void addGridOption(CLI::App& scan, std::string const& name, std::string const& valueName,
+                   std::vector<Value>& values, Read read, std::string const& description) {
+    scan.add_option(name, description)
+        ->expected(1, CLI::detail::expected_max_vector_size)
+        ->allow_extra_args(false)
+        ->check(reading(values, read))
+        ->type_name(valueName);
+}
+
+void addPlaneOptions(CLI::App& scan, RawScan& raw) {
+    addGridOption(scan, "--offset", "U,V", raw.grids.offsets, offsetIn,
+                  "Place of a grid in the scan plane, in quads; once for each GRID, in their order");
+    addGridOption(
+        scan, "--group", "I", raw.grids.groups, wholeNumberFrom(0),
+        "Number of a grid's group; once for each GRID. The group that answered last is asked first");
+    addGridOption(scan, "--active", "MASK", raw.grids.active, wholeNumberFrom(0),
+                  "Sum of 2^P over the positions P, 0 to 31, at which a grid answers; once for each GRID");
+    scan.add_option("--position", "Position of the inspection, 0 if not given")
+        ->check(reading(raw.options.scan.position, wholeNumberFrom(0, lastPosition)))
+        ->type_name("P");
+}
+
+void addOutputOptions(CLI::App& scan, DrawnScanOptions& options) {
+    scan.add_option("--csv", options.scan.hits,
+                    "Table of hits to write: u,v,x,y,z,distance,angle,valid; the angle to the surface's "
+                    "normal is in radians, pi is head-on")
+        ->type_name("HITS.csv")
+        ->required();
+    scan.add_option("--image", options.imagePrefix,
+                    "Images to write: PREFIX_distance.png, PREFIX_angle.png, PREFIX_coverage.png")
+        ->type_name("PREFIX")
+        ->required();
+    options.unit = "units";
+    scan.add_option("--unit", options.unit, "The part's unit of length, for the labels")
+        ->type_name("NAME")
+        ->capture_default_str();
+}
+
+void print(std::ostream& output, DrawnScanOptions const& options, DrawnScan const& drawn) {
+    if (options.scan.isOnPlane) {
+        printItem(output, "scan plane",
+                  std::to_string(drawn.scan.surface.getWidth()) + " x " +
+                      std::to_string(drawn.scan.surface.getHeight()) + " quads");
+    }
+    printScan(output, drawn.scan.result);
+    printItem(output, "table", options.scan.hits.string());
+    for (auto const& image : drawn.images) {
+        printItem(output, "image", image.string());
+    }
+}
+
+} // namespace
+
+Command addScan(CLI::App& app) {
+    auto const raw = std::make_shared<RawScan>();
+    CLI::App* const scan = app.add_subcommand("scan", "Fire beams at a grid and draw the C-scans");
+    scan->add_option("GRID", raw->grids.files, "Grid of the part, a .quads file; several share a scan plane")
+        ->required();
+    addPlaneOptions(*scan, *raw);
+    addBeamOptions(*scan, *raw);
+    addOutputOptions(*scan, raw->options);
+    scan->add_flag("--flip-normals", raw->options.scan.doFlipNormals,
+                   "Take the grid's other side for the outside");
+    return commandOf(
+        scan, [raw, scan] { return optionsOf(*raw, *scan); }, drawScan, print);
+}
+
+} // namespace cscan
