@@ -1,30 +1,20 @@
 // The layers of the library, read off the #include lines of its files: an arrow upward fails a test here.
 
+#include "tests/architecture/includetable.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <regex>
-#include <set>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
+using namespace Architecture;
+
 namespace {
-
-using Names = std::set<std::string>;
-
-/// What a file includes, as written between the quotes or brackets.
-struct Includes {
-    Names quoted;
-    Names angled;
-};
-
-/// File names relative to the repository's root, with what each includes.
-using IncludeTable = std::map<std::string, Includes>;
 
 /// The folders whose headers a folder's files may include, besides those of its own.
 std::map<std::string, Names> const allowedFolders{
@@ -52,10 +42,6 @@ std::string const treeElementHeader = "Geometry/spatial/object.h";
 std::string const exportHeader = "Geometry/foundations/export.h";
 std::string const umbrellaHeader = "Geometry/geometry.h";
 
-std::filesystem::path repository() {
-    return QELT_SOURCE_DIR;
-}
-
 Names internalHeaders() {
     std::istringstream list(QELT_INTERNAL_HEADERS);
     Names names;
@@ -63,40 +49,6 @@ Names internalHeaders() {
         names.insert(name);
     }
     return names;
-}
-
-Includes parseIncludes(std::istream& text) {
-    static std::regex const pattern(R"(^\s*#\s*include\s*(?:"([^"]+)\"|<([^>]+)>).*$)");
-    Includes result;
-    for (std::string line; std::getline(text, line);) {
-        std::smatch match;
-        if (std::regex_match(line, match, pattern)) {
-            (match[1].matched ? result.quoted : result.angled).insert(match[1].matched ? match[1] : match[2]);
-        }
-    }
-    return result;
-}
-
-bool isSource(std::filesystem::path const& path) {
-    return path.extension() == ".h" || path.extension() == ".cpp";
-}
-
-bool isHeader(std::string const& name) {
-    return name.ends_with(".h");
-}
-
-IncludeTable readTree(std::string const& folder) {
-    IncludeTable table;
-    if (!std::filesystem::exists(repository() / folder)) {
-        return table;
-    }
-    for (auto const& entry : std::filesystem::recursive_directory_iterator(repository() / folder)) {
-        if (entry.is_regular_file() && isSource(entry.path())) {
-            std::ifstream text(entry.path());
-            table[entry.path().lexically_relative(repository()).generic_string()] = parseIncludes(text);
-        }
-    }
-    return table;
 }
 
 /// "trimesh" of "Geometry/trimesh/mesh.h"; empty for a file directly below Geometry and for any other name.
@@ -141,21 +93,6 @@ std::vector<std::string> findArrowsUpward(IncludeTable const& table) {
         }
     }
     return found;
-}
-
-/// All headers reached from `start`, itself included.
-Names reachableFrom(std::string const& start, IncludeTable const& table) {
-    Names reached;
-    std::vector<std::string> waiting{start};
-    while (!waiting.empty()) {
-        std::string const name = waiting.back();
-        waiting.pop_back();
-        auto const entry = table.find(name);
-        if (entry != table.end() && reached.insert(name).second) {
-            waiting.insert(waiting.end(), entry->second.quoted.begin(), entry->second.quoted.end());
-        }
-    }
-    return reached;
 }
 
 Names publicHeaders(IncludeTable const& table) {
@@ -298,7 +235,7 @@ TEST(Architecture, TheFoldersOfTheApplicationStandInNoCircle) {
 }
 
 TEST(Architecture, ClientsIncludePublicHeadersAlone) {
-    for (char const* folder : {"apps", "examples", "benchmarks", "fuzz"}) {
+    for (char const* folder : {"Inspection", "apps", "examples", "benchmarks", "fuzz"}) {
         for (auto const& [file, includes] : readTree(folder)) {
             for (std::string const& included : includes.quoted) {
                 EXPECT_FALSE(internalHeaders().contains(included)) << file << " includes " << included;

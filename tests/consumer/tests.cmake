@@ -2,9 +2,14 @@
 # that, once through find_package and once through pkg-config.
 
 set(qelt_installed_tree ${CMAKE_CURRENT_BINARY_DIR}/installed)
+set(qelt_has_inspection OFF)
+if(TARGET QELTInspection)
+    set(qelt_has_inspection ON)
+endif()
 
 add_test(NAME install.tree
-         COMMAND ${CMAKE_COMMAND} -D build=${PROJECT_BINARY_DIR} -D prefix=${qelt_installed_tree} -P
+         COMMAND ${CMAKE_COMMAND} -D build=${PROJECT_BINARY_DIR} -D prefix=${qelt_installed_tree} -D
+                 has_inspection=${qelt_has_inspection} -P
                  ${CMAKE_CURRENT_LIST_DIR}/install.cmake)
 set_tests_properties(install.tree PROPERTIES FIXTURES_SETUP installed_tree TIMEOUT 120 LABELS consumer)
 
@@ -16,7 +21,8 @@ function(qelt_add_consumer_test name)
         COMMAND
             ${CMAKE_CTEST_COMMAND} --build-and-test ${CMAKE_CURRENT_FUNCTION_LIST_DIR} ${binary_dir}
             --build-generator ${CMAKE_GENERATOR} --build-options -DCMAKE_BUILD_TYPE=${CMAKE_BUILD_TYPE}
-            -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER} "-DCMAKE_CXX_FLAGS=${CMAKE_CXX_FLAGS}" ${ARGN}
+            -DCMAKE_CXX_COMPILER=${CMAKE_CXX_COMPILER} "-DCMAKE_CXX_FLAGS=${CMAKE_CXX_FLAGS}"
+            -DUSE_INSPECTION=${qelt_has_inspection} ${ARGN}
             --test-command ${CMAKE_CTEST_COMMAND} --output-on-failure)
     set_tests_properties(consumer.${name} PROPERTIES FIXTURES_REQUIRED installed_tree TIMEOUT 300
                                                      LABELS consumer)

@@ -1,9 +1,16 @@
 #include "apps/cscan/commands/commandline.h"
 
-#include "tests/inspection/scratchdirectory.h"
+#include "Inspection/grids/derive.h"
+#include "Inspection/grids/prepare.h"
+#include "Inspection/parts/neighbours.h"
+#include "Inspection/parts/reconstruction.h"
+#include "Inspection/pictures/cscanimages.h"
+#include "Inspection/scanning/stripetest.h"
+#include "apps/cscan/demo/demo.h"
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <string>
 #include <vector>
 
@@ -27,7 +34,7 @@ std::string complaintOn(std::vector<char const*> const& arguments) {
 template <class T>
 T optionsOf(std::vector<char const*> const& arguments) {
     CommandLine const commandLine = parsed(arguments);
-    return std::get<T>(commandLine.options.value());
+    return std::any_cast<T>(commandLine.options);
 }
 
 TEST(CommandLine, demoGoesIntoTheNamedDirectoryOrIntoOneOfItsOwn) {
@@ -55,15 +62,17 @@ TEST(CommandLine, prepareRollsMeshesOutAndPinsCloudsUnlessToldOtherwise) {
 }
 
 TEST(CommandLine, scanTakesATableOfBeamsOrARaster) {
-    auto const table = optionsOf<ScanOptions>(
+    auto const tableOptions = optionsOf<DrawnScanOptions>(
         {"scan", "g.quads", "--beams", "b.csv", "--csv", "h.csv", "--image", "p", "--flip-normals"});
+    ScanOptions const& table = tableOptions.scan;
     EXPECT_EQ(table.beams, std::filesystem::path("b.csv"));
     EXPECT_FALSE(table.raster.has_value());
     EXPECT_TRUE(table.doFlipNormals);
-    EXPECT_EQ(table.unit, "units");
-    auto const raster =
-        optionsOf<ScanOptions>({"scan", "g.quads", "--raster", "0.5", "--standoff", "10", "--direction",
-                                "-1, 0.5,-2e-1", "--csv", "h.csv", "--image", "p", "--unit", "mm"});
+    EXPECT_EQ(tableOptions.unit, "units");
+    auto const rasterOptions =
+        optionsOf<DrawnScanOptions>({"scan", "g.quads", "--raster", "0.5", "--standoff", "10", "--direction",
+                                     "-1, 0.5,-2e-1", "--csv", "h.csv", "--image", "p", "--unit", "mm"});
+    ScanOptions const& raster = rasterOptions.scan;
     ASSERT_TRUE(raster.raster.has_value());
     EXPECT_FALSE(raster.beams.has_value());
     EXPECT_EQ(raster.raster->step, 0.5);
@@ -71,15 +80,17 @@ TEST(CommandLine, scanTakesATableOfBeamsOrARaster) {
     EXPECT_EQ(raster.raster->direction.getdX(), -1.0);
     EXPECT_EQ(raster.raster->direction.getdY(), 0.5);
     EXPECT_EQ(raster.raster->direction.getdZ(), -0.2);
-    EXPECT_EQ(raster.unit, "mm");
+    EXPECT_EQ(rasterOptions.unit, "mm");
     EXPECT_FALSE(raster.doFlipNormals);
 }
 
 TEST(CommandLine, scanPlacesItsGridsInTheirOrder) {
-    auto const options = optionsOf<ScanOptions>(
-        {"scan", "a.quads", "b.quads", "--offset", "0,3",   "--offset", "12,0", "--group",
-         "1",    "--group", "0",       "--active", "5",     "--active", "2",    "--position",
-         "2",    "--beams", "b.csv",   "--csv",    "h.csv", "--image",  "p"});
+    auto const options =
+        optionsOf<DrawnScanOptions>({"scan",  "a.quads",  "b.quads", "--offset",   "0,3", "--offset",
+                                     "12,0",  "--group",  "1",       "--group",    "0",   "--active",
+                                     "5",     "--active", "2",       "--position", "2",   "--beams",
+                                     "b.csv", "--csv",    "h.csv",   "--image",    "p"})
+            .scan;
     ASSERT_EQ(options.grids.size(), 2U);
     EXPECT_TRUE(options.isOnPlane);
     EXPECT_EQ(options.position, 2U);
@@ -89,9 +100,54 @@ TEST(CommandLine, scanPlacesItsGridsInTheirOrder) {
     EXPECT_EQ(options.grids[0].group, 1U);
     EXPECT_EQ(options.grids[0].active, 5U);
     auto const single =
-        optionsOf<ScanOptions>({"scan", "a.quads", "--beams", "b.csv", "--csv", "h.csv", "--image", "p"});
+        optionsOf<DrawnScanOptions>({"scan", "a.quads", "--beams", "b.csv", "--csv", "h.csv", "--image", "p"})
+            .scan;
     EXPECT_FALSE(single.isOnPlane);
     EXPECT_EQ(single.grids.at(0).file, "a.quads");
+}
+
+TEST(CommandLine, readsNumbersAlikeUnderADecimalComma) {
+    std::string const before = std::setlocale(LC_ALL, nullptr);
+    if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) {
+        GTEST_SKIP() << "no locale with a decimal comma";
+    }
+    auto const options = optionsOf<PrepareOptions>(
+        {"prepare", "a.xyz", "a.quads", "--quad-area", "0.25", "--max-side", "1.5"});
+    std::string const complaint = complaintOn({"prepare", "a.obj", "a.quads", "--quad-area", "0,25"});
+    std::setlocale(LC_ALL, before.c_str());
+    EXPECT_EQ(options.quadArea, 0.25);
+    EXPECT_EQ(options.repair.longestSide, 1.5);
+    EXPECT_EQ(complaint, "--quad-area: '0,25' is not a number");
+}
+
+TEST(CommandLine, valuesThatAreNotGivenAreThoseOfTheLibrary) {
+    auto const options = optionsOf<SelftestOptions>({"selftest", "a.quads"});
+    EXPECT_EQ(options.lineCount, SelftestOptions().lineCount);
+    EXPECT_EQ(options.elementCount, SelftestOptions().elementCount);
+    EXPECT_EQ(options.seed, SelftestOptions().seed);
+    EXPECT_FALSE(options.pitch.has_value());
+    EXPECT_EQ(optionsOf<ReconstructOptions>({"reconstruct", "a.xyz", "a.obj"}).repair.largestHole,
+              RepairOptions().largestHole);
+    EXPECT_EQ(optionsOf<NeighboursOptions>({"neighbours", "a.xyz", "--at", "1,2,3"}).count, 1U);
+}
+
+TEST(CommandLine, deriveTakesOneDerivation) {
+    auto const derived = [](std::vector<char const*> arguments) {
+        arguments.insert(arguments.begin(), {"derive", "a.quads", "b.quads"});
+        return optionsOf<DeriveOptions>(arguments).derivation;
+    };
+    using QELT::Geometry::ThreeDimensional::QuadMesh::CanonicalAxis;
+    using QELT::Geometry::ThreeDimensional::QuadMesh::CanonicalPlane;
+    EXPECT_TRUE(std::holds_alternative<FlattenGrid>(derived({"--flatten"})));
+    EXPECT_EQ(std::get<NormaliseGrid>(derived({"--normalise", "2.5"})).size, 2.5);
+    EXPECT_FALSE(std::get<ThinOutGrid>(derived({"--subsample", "70"})).isFactor);
+    EXPECT_TRUE(std::get<ThinOutGrid>(derived({"--factor", "7"})).isFactor);
+    EXPECT_EQ(std::get<ThinOutGrid>(derived({"--factor", "7"})).value, 7U);
+    EXPECT_EQ(std::get<RestrictGrid>(derived({"--restrict", "-1,2,3,4"})).low, GridIndex(-1, 2));
+    auto const mirror = std::get<MirrorGrid>(derived({"--mirror", "xz", "--along", "v"}));
+    EXPECT_EQ(mirror.plane, CanonicalPlane::PlaneXZ);
+    EXPECT_EQ(mirror.axis, CanonicalAxis::AxisV);
+    EXPECT_EQ(std::get<ScaleGrid>(derived({"--scale", "-2"})).scale, -2.0);
 }
 
 TEST(CommandLine, helpIsShownForTheProgramAndForEachCommand) {

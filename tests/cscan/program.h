@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/cscan/names.h"
 #include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +15,8 @@
 
 /// Runs the program itself, as a user would.
 namespace cscan::Testing {
+
+using namespace QELT::Inspection::Testing;
 
 struct Outcome {
     int status = -1;

@@ -68,5 +68,21 @@ TEST(Registration, pairsAreReadFromATable) {
               "p.csv, line 1: the heading must be sx,sy,sz,tx,ty,tz");
 }
 
+TEST(Registration, ofATableIsRigidOrAffineByTheNumberOfItsPairs) {
+    Testing::ScratchDirectory const directory;
+    std::string const three = "sx,sy,sz,tx,ty,tz\n0,0,0,1,1,1\n1,0,0,1,2,1\n0,1,0,0,1,1\n";
+    Testing::writeText(directory / "p.csv", three);
+    RegisterResult const rigid = registerPoints({directory / "p.csv"}, nullptr);
+    EXPECT_TRUE(rigid.isRigid);
+    EXPECT_LT(rigid.largestMiss, 1e-4);
+    EXPECT_NEAR(rigid.translation.getdZ(), 1.0, 1e-4);
+    Testing::writeText(directory / "p.csv", three + "0,0,1,0,0,3\n");
+    EXPECT_FALSE(registerPoints({directory / "p.csv"}, nullptr).isRigid);
+    Testing::writeText(directory / "p.csv", "sx,sy,sz,tx,ty,tz\n0,0,0,1,1,1\n");
+    EXPECT_EQ(Testing::messageOf([&] { registerPoints({directory / "p.csv"}, nullptr); }),
+              (directory / "p.csv").string() +
+                  ": 3 pairs of points (a rigid motion) or 4 (an affine map) expected, 1 found");
+}
+
 } // namespace
 } // namespace QELT::Inspection

@@ -102,5 +102,21 @@ TEST(SurfaceFits, refuseCloudsWithoutASurface) {
     EXPECT_EQ(Testing::messageOf([&] { fitCylinder({}); }), "at least 3 points are needed, 0 found");
 }
 
+TEST(Fit, takesTheSurfaceThatIsAskedForFromAFile) {
+    Testing::ScratchDirectory const directory;
+    Testing::writeText(directory / "c.xyz", "3 0 0\n-1 0 0\n1 2 0\n1,-2,0\n1 0 2\n1 0 -2 # six points\n");
+    FitResult const result = fit({FitSurface::Sphere, directory / "c.xyz"}, nullptr);
+    EXPECT_NEAR(std::get<SphereFit>(result).radius, 2.0, 1e-4);
+    EXPECT_EQ(Testing::messageOf([&] {
+                  fit({FitSurface::Cylinder, directory / "c.xyz"}, nullptr);
+              }),
+              (directory / "c.xyz").string() + ", line 1: 6 numbers expected, 3 found");
+    Testing::writeText(directory / "few.xyz", "3 0 0\n-1 0 0\n");
+    EXPECT_EQ(Testing::messageOf([&] {
+                  fit({FitSurface::Sphere, directory / "few.xyz"}, nullptr);
+              }),
+              (directory / "few.xyz").string() + ": at least 4 points are needed, 2 found");
+}
+
 } // namespace
 } // namespace QELT::Inspection

@@ -1,7 +1,5 @@
 #include "Inspection/maps/internal/solvermonitor.h"
 
-#include "Inspection/maps/flattening.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -98,14 +96,6 @@ TEST(StreamRedirection, givesTheStreamItsBufferBack) {
     stream << "outside";
     EXPECT_EQ(target.str(), "inside");
     EXPECT_EQ(stream.str(), "outside");
-}
-
-TEST(FlatteningReport, tellsTheSolvesOfBothModes) {
-    EXPECT_EQ(linesOf({{{8193, 9e-21}}, true, 0.0}),
-              (std::vector<std::string>{"map: 8193 iterations, residual 9e-21, converged"}));
-    EXPECT_EQ(linesOf({{{48077, 1e-20}, {}}, false, 0.0}),
-              (std::vector<std::string>{"boundary: 48077 iterations, residual 1e-20, converged",
-                                        "inside: 0 iterations, not converged: the last iterate is used"}));
 }
 
 } // namespace

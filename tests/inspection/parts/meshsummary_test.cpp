@@ -1,7 +1,6 @@
 #include "Inspection/parts/meshsummary.h"
 
 #include "Inspection/import/objfile.h"
-#include "Inspection/pictures/flatpicture.h"
 #include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
@@ -74,25 +73,6 @@ TEST(MeshSummary, expectsTheGridThatResamplingMakes) {
     Grid grid;
     grid.construct(mesh, 0.02);
     EXPECT_NEAR(static_cast<double>(grid.getExtents().getdU()), 31.0, 1.0);
-}
-
-TEST(FlatPicture, drawsOutlineAndHoleInTheirColours) {
-    Mesh mesh;
-    loadText(mesh, ring);
-    Image const image = flatPictureOf(mesh, "Ring");
-    std::size_t blue = 0;
-    std::size_t red = 0;
-    for (int y = 0; y < image.getHeight(); ++y) {
-        for (int x = 0; x < image.getWidth(); ++x) {
-            Colour const colour = image.getPixel(x, y);
-            blue += colour == Colour{20, 50, 120} ? 1U : 0U;
-            red += colour == Colour{190, 30, 50} ? 1U : 0U;
-        }
-    }
-    // Lines of two pixels along squares of about 1200 and 400 pixels.
-    EXPECT_GT(blue, 4U * 1100U);
-    EXPECT_GT(red, 4U * 300U);
-    EXPECT_GT(blue, 2 * red);
 }
 
 } // namespace

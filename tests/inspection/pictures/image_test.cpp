@@ -170,5 +170,15 @@ TEST(PngFile, reportsADiskThatIsFull) {
     EXPECT_EQ(large, "/dev/full: the image cannot be written (Write Error)");
 }
 
+TEST(PngFile, leavesALinkToAFullDeviceInPlace) {
+    if (!std::filesystem::exists("/dev/full")) {
+        GTEST_SKIP() << "no device that is always full";
+    }
+    Testing::ScratchDirectory const directory;
+    std::filesystem::create_symlink("/dev/full", directory / "image.png");
+    EXPECT_NE(Testing::messageOf([&] { writePng(directory / "image.png", Image(2, 2)); }), "");
+    EXPECT_TRUE(std::filesystem::is_symlink(directory / "image.png"));
+}
+
 } // namespace
 } // namespace QELT::Inspection

@@ -9,9 +9,18 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace QELT::Inspection {
 namespace {
+
+TEST(SplitAtCommas, givesOneFieldMoreThanThereAreCommas) {
+    using Fields = std::vector<std::string_view>;
+    EXPECT_EQ(splitAtCommas(""), Fields{""});
+    EXPECT_EQ(splitAtCommas("1"), Fields{"1"});
+    EXPECT_EQ(splitAtCommas(" 1 ,,2,"), (Fields{" 1 ", "", "2", ""}));
+}
 
 TEST(ParseNumber, takesTheUsualForms) {
     EXPECT_EQ(parseNumber("1"), 1.0);

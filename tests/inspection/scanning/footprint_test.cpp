@@ -1,8 +1,6 @@
-#include "Inspection/pictures/footprintpicture.h"
+#include "Inspection/scanning/footprint.h"
 
-#include "Inspection/grids/gridfile.h"
-#include "Inspection/pictures/internal/figure.h"
-#include "tests/cscan/program.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -64,52 +62,6 @@ TEST(Footprint, refusesABeamThatMissesOrRunsAlongTheSurface) {
     }
     beam.cotangent = 1.3;
     EXPECT_EQ(messageOf([&] { footprintOf(grid, beam); }), "");
-}
-
-TEST(Footprint, outlinesAreDrawnWhereTheirQuadsAre) {
-    QuadMap map(10, 10);
-    FigureStyle style{"t", Scale{}, "n"};
-    Image const bare = figureOf(map, style);
-    style.outlines = {{FlatPoint(2.0, 3.0), FlatPoint(6.0, 3.0), FlatPoint(6.0, 5.0)}};
-    Image const drawn = figureOf(map, style);
-    ASSERT_EQ(drawn.getWidth(), bare.getWidth());
-    int left = drawn.getWidth();
-    int right = 0;
-    int top = drawn.getHeight();
-    int bottom = 0;
-    for (int y = 0; y < drawn.getHeight(); ++y) {
-        for (int x = 0; x < drawn.getWidth(); ++x) {
-            if (drawn.getPixel(x, y) != bare.getPixel(x, y)) {
-                left = std::min(left, x);
-                right = std::max(right, x);
-                top = std::min(top, y);
-                bottom = std::max(bottom, y);
-            }
-        }
-    }
-    // Ten quads take 64 pixels each; lines are three pixels wide.
-    EXPECT_NEAR(right - left, 4 * 64, 3);
-    EXPECT_NEAR(bottom - top, 2 * 64, 3);
-}
-
-std::vector<std::string> footprintArguments(std::string const& origin, std::string const& axisB) {
-    return {"footprint", "g.quads",     "--origin", origin,       "--axis-a", "2,0,0",   "--axis-b",
-            axisB,       "--cotangent", "5",        "--aperture", "1",        "--image", "foot.png"};
-}
-
-TEST(Footprint, theProgramPrintsAndDrawsIt) {
-    ScratchDirectory const directory;
-    Grid grid = planeGrid();
-    saveGrid(grid, directory / "g.quads");
-    Outcome const outcome = run(directory, footprintArguments("15.1,10.2,10", "0,-3,0"));
-    ASSERT_EQ(outcome.status, 0) << outcome.errors;
-    EXPECT_EQ(itemIn(outcome.output, "quad"), "(30, 20)");
-    EXPECT_NEAR(std::stod(itemIn(outcome.output, "half-axis along A").substr(1)), 6.0, 2e-3);
-    EXPECT_GT(coloursOf(directory / "foot.png"), 20U);
-    expectComplaint(directory,
-                    {footprintArguments("50,10,10", "0,-1,0"), "g.quads: the beam's axis meets no quad"});
-    expectComplaint(directory, {footprintArguments("15,10,10", "1,-1,0"),
-                                "--axis-b: '1,-1,0' is not at a right angle to --axis-a"});
 }
 
 } // namespace

@@ -1,9 +1,5 @@
 #include "Inspection/scanning/quadmap.h"
 
-#include "Inspection/pictures/internal/colourmap.h"
-#include "Inspection/pictures/cscanimages.h"
-#include "Inspection/pictures/internal/figure.h"
-
 #include <gtest/gtest.h>
 
 #include <numbers>
@@ -85,62 +81,6 @@ TEST(QuadMap, averagesTheMeasuredCellsOfABlock) {
     EXPECT_EQ(averaged.at(1, 0).kind, Cell::NoValue);
     EXPECT_EQ(averaged.at(0, 1).kind, Cell::NoSurface);
     EXPECT_EQ(averaged.at(2, 1).value, 8.0);
-}
-
-/// Top left pixel of the map in a figure: the first one of the given colour.
-bool findColour(Image const& image, Colour colour, int& foundX, int& foundY) {
-    for (int y = 0; y < image.getHeight(); ++y) {
-        for (int x = 0; x < image.getWidth(); ++x) {
-            if (image.getPixel(x, y) == colour) {
-                foundX = x;
-                foundY = y;
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
-TEST(Figure, showsVUpwardsMagnifiedByAWholeFactor) {
-    QuadMap map(100, 50);
-    map.at(0, 49) = {Cell::Measured, 1.0};
-    map.at(0, 0) = {Cell::NoValue, 0.0};
-    Image const image = figureOf(map, {"T", Scale{0.0, 2.0, 1.0}, "note"});
-    int left = 0;
-    int top = 0;
-    ASSERT_TRUE(findColour(image, noSurfaceColour, left, top));
-    // The first grey pixel is right of the measured quad in the top row, nine pixels to the quad.
-    Colour const middle = colourOfShare(0.5);
-    EXPECT_EQ(image.getPixel(left - 1, top), middle);
-    EXPECT_EQ(image.getPixel(left - 9, top + 8), middle);
-    EXPECT_NE(image.getPixel(left - 10, top), middle);
-    EXPECT_EQ(image.getPixel(left - 1, top + 9), noSurfaceColour);
-    EXPECT_EQ(image.getPixel(left - 9, top + 49 * 9), noValueColour);
-    EXPECT_EQ(image.getPixel(left - 1, top + 50 * 9 - 1), noValueColour);
-}
-
-TEST(Figure, holdsItsColourBarFromLowToHigh) {
-    QuadMap map(30, 30);
-    Image const image = figureOf(map, {"T", Scale{0.0, 2.0, 1.0}, ""});
-    int x = 0;
-    int highY = 0;
-    int lowY = 0;
-    ASSERT_TRUE(findColour(image, colourOfShare(1.0), x, highY));
-    ASSERT_TRUE(findColour(image, colourOfShare(0.0), x, lowY));
-    EXPECT_LT(highY, lowY);
-}
-
-TEST(Figure, averagesLargeMapsDown) {
-    QuadMap map(4000, 10);
-    Image const image = figureOf(map, {"T", Scale{}, ""});
-    EXPECT_LT(image.getWidth(), 1800);
-    EXPECT_GT(image.getWidth(), 1333);
-}
-
-TEST(CscanImages, areNamedAfterThePrefix) {
-    EXPECT_EQ(imagePaths("out/part")[0], "out/part_distance.png");
-    EXPECT_EQ(imagePaths("out/")[1], "out/angle.png");
-    EXPECT_EQ(imagePaths("")[2], "coverage.png");
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/scanning/scanner.h"
-#include "tests/cscan/program.h"
+#include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -80,54 +80,6 @@ TEST(ScanPlane, refusesAPlaneBeyondAllMeasure) {
                   loadScanPlane({{directory / "a.quads", {1000000, 999996}}}, 0, false);
               }),
               "the scan plane of 1000005 x 1000000 quads is too large; check the offsets");
-}
-
-std::vector<std::string> scanOf(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), "scan");
-    arguments.insert(arguments.end(), {"--raster", "0.7", "--standoff", "5", "--direction", "0,0,-1", "--csv",
-                                       "hits.csv", "--image", "scan"});
-    return arguments;
-}
-
-TEST(ScanPlane, theProgramScansSeveralGridsAsOne) {
-    ScratchDirectory const directory;
-    writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
-    writePlane(directory / "b.quads", 6, 4, 5.0, 1.0);
-    Outcome const outcome = run(directory, scanOf({"a.quads", "b.quads", "--offset", "0,0", "--offset", "5,0",
-                                                   "--group", "0", "--group", "1"}));
-    ASSERT_EQ(outcome.status, 0) << outcome.errors;
-    EXPECT_EQ(itemIn(outcome.output, "scan plane"), "11 x 4 quads");
-    EXPECT_GT(std::stod(itemIn(outcome.output, "hit rate")), 75.0);
-    int greatest = 0;
-    auto const lines = linesOf(readText(directory / "hits.csv"));
-    for (std::size_t i = 1; i < lines.size(); ++i) {
-        auto const fields = fieldsOf(lines[i]);
-        greatest = fields.at(7) == "1" ? std::max(greatest, std::stoi(fields.at(0))) : greatest;
-    }
-    EXPECT_EQ(greatest, 10);
-    EXPECT_GT(coloursOf(directory / "scan_distance.png"), 5U);
-
-    Outcome const half = run(directory, scanOf({"a.quads", "b.quads", "--offset", "0,0", "--offset", "5,0",
-                                                "--active", "1", "--active", "2", "--position", "1"}));
-    ASSERT_EQ(half.status, 0) << half.errors;
-    EXPECT_LT(std::stoul(itemIn(half.output, "beams")), std::stoul(itemIn(outcome.output, "beams")));
-}
-
-TEST(ScanPlane, theProgramSaysInOneLineWhatIsWrong) {
-    ScratchDirectory const directory;
-    writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
-    std::vector<Mistake> const mistakes = {
-        {scanOf({"a.quads", "a.quads", "--offset", "0,0"}), "--offset: given 1 times for 2 grids"},
-        {scanOf({"a.quads", "--group", "0", "--group", "0"}), "--group: given 2 times for 1 grid"},
-        {scanOf({"a.quads", "--offset", "-3,0"}), "--offset: '-3,0' is not between 0 and 1000000"},
-        {scanOf({"a.quads", "--offset", "3"}), "--offset: '3' is not of the form U,V"},
-        {scanOf({"a.quads", "--position", "32"}), "--position: '32' is not between 0 and 31"},
-        {scanOf({"a.quads", "--active", "2"}), "a.quads: holds no valid node to lay a raster over"},
-        {scanOf({"a.quads", "none.quads"}), "none.quads: cannot be read (No such file or directory)"},
-    };
-    for (Mistake const& mistake : mistakes) {
-        expectComplaint(directory, mistake);
-    }
 }
 
 } // namespace

@@ -1,5 +1,8 @@
 #include "Inspection/scanning/stripetest.h"
 
+#include "Inspection/grids/gridfile.h"
+#include "tests/inspection/scratchdirectory.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
@@ -60,6 +63,24 @@ TEST(StripeTest, linesOnWhichABeamGoesAstrayAreNamed) {
     StripeTestResult const result = testStripes(grid, {4, 1.0}, 5, 1);
     EXPECT_GT(result.failureCount, 0U);
     EXPECT_EQ(result.failedLines.size(), 5U);
+}
+
+TEST(Selftest, testsTheGridOfAFile) {
+    Testing::ScratchDirectory const directory;
+    Grid grid = planeOf(60.0, 60.0);
+    saveGrid(grid, directory / "plane.quads");
+    SelftestOptions options;
+    options.grid = directory / "plane.quads";
+    options.lineCount = 3;
+    options.elementCount = 2;
+    StripeTestResult const result = selftest(options, nullptr);
+    EXPECT_GT(result.passCount + result.failureCount, 6U);
+    EXPECT_EQ(selftest(options, nullptr).passCount, result.passCount);
+    options.pitch = 90.0;
+    options.elementCount = 8;
+    EXPECT_EQ(Testing::messageOf([&] { selftest(options, nullptr); }),
+              options.grid.string() +
+                  ": no line with room for an array of 8 beams at a pitch of 90 was found");
 }
 
 } // namespace

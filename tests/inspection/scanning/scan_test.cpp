@@ -1,0 +1,66 @@
+#include "Inspection/scanning/scan.h"
+
+#include "Inspection/grids/gridfile.h"
+#include "tests/inspection/scratchdirectory.h"
+#include "tests/support/recordinglistener.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace QELT::Inspection {
+namespace {
+
+using namespace Testing;
+
+ScanOptions planeOptions(ScratchDirectory const& directory) {
+    Grid grid;
+    grid.setAsPlane({6.0, 4.0}, 1.0, false, 10);
+    saveGrid(grid, directory / "plane.quads");
+    ScanOptions options;
+    options.grids.push_back({directory / "plane.quads"});
+    options.hits = directory / "hits.csv";
+    options.raster = Raster{0.7, 5.0, Vector(0.0, 0.0, -1.0)};
+    return options;
+}
+
+TEST(Scan, firesARasterAndWritesTheTableOfHits) {
+    ScratchDirectory const directory;
+    QELT::Testing::RecordingListener listener;
+    Scan const result = scan(planeOptions(directory), &listener);
+    EXPECT_EQ(result.surface.getWidth(), 6U);
+    EXPECT_EQ(result.result.hits.size(), 9U * 6U);
+    EXPECT_GT(statisticsOf(result.result).hitCount, 40U);
+    std::string const table = readText(directory / "hits.csv");
+    EXPECT_EQ(table.rfind("u,v,x,y,z,distance,angle,valid\n", 0), 0U);
+    EXPECT_EQ(static_cast<std::size_t>(std::count(table.begin(), table.end(), '\n')), 9U * 6U + 1U);
+    EXPECT_EQ(listener.messages.front(), "Firing beams...");
+    EXPECT_EQ(listener.messages.back(), "Writing results...");
+}
+
+TEST(Scan, asksGridsOnAPlaneAlike) {
+    ScratchDirectory const directory;
+    ScanOptions options = planeOptions(directory);
+    auto const single = scan(options, nullptr).result.hits;
+    options.isOnPlane = true;
+    auto const grouped = scan(options, nullptr).result.hits;
+    ASSERT_EQ(grouped.size(), single.size());
+    for (std::size_t i = 0; i < single.size(); ++i) {
+        EXPECT_EQ(grouped[i].isValid, single[i].isValid) << i;
+    }
+}
+
+TEST(Scan, refusesFilesBeforeTheWork) {
+    ScratchDirectory const directory;
+    ScanOptions options = planeOptions(directory);
+    options.hits = directory / "none" / "hits.csv";
+    EXPECT_EQ(messageOf([&] { scan(options, nullptr); }),
+              options.hits.string() + ": cannot be written (No such file or directory)");
+    options.grids.front().file = directory / "none.quads";
+    EXPECT_EQ(messageOf([&] { scan(options, nullptr); }),
+              options.grids.front().file.string() + ": cannot be read (No such file or directory)");
+}
+
+} // namespace
+} // namespace QELT::Inspection
