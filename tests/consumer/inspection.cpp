@@ -39,6 +39,7 @@ int main() {
     part.part = "part.obj";
     part.grid = "part.quads";
     part.quadArea = 0.01;
+    part.mode = FlatteningMode::Pinned;
     CountingListener listener;
     PrepareResult const prepared = prepare(part, &listener);
     if (prepared.part.faceCount != 4 || prepared.grid.validQuadCount == 0 || listener.messageCount == 0) {
