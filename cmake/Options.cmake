@@ -4,9 +4,11 @@ include(CMakeDependentOption)
 
 option(BUILD_SHARED_LIBS "Build a shared library" ON)
 option(QELT_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
-option(QELT_BUILD_INSPECTION "Build the inspection library" ${PROJECT_IS_TOP_LEVEL})
-cmake_dependent_option(QELT_BUILD_APPS "Build the applications" ${PROJECT_IS_TOP_LEVEL} QELT_BUILD_INSPECTION
-                       OFF)
+option(QELT_BUILD_APPS "Build the applications" ${PROJECT_IS_TOP_LEVEL})
+option(QELT_BUILD_INSPECTION "Build the inspection library, which the applications need" ${QELT_BUILD_APPS})
+if(QELT_BUILD_APPS AND NOT QELT_BUILD_INSPECTION)
+    message(FATAL_ERROR "QELT_BUILD_APPS needs QELT_BUILD_INSPECTION")
+endif()
 option(QELT_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(QELT_BUILD_FUZZERS "Build the fuzz harnesses as programs that replay files" ${PROJECT_IS_TOP_LEVEL})
 cmake_dependent_option(QELT_FUZZ_WITH_LIBFUZZER "Build the fuzz harnesses as libFuzzer programs (Clang)" OFF
