@@ -14,7 +14,7 @@ namespace {
 
 using QELT::Geometry::ThreeDimensional::Utility;
 
-/// The library's coarse descent multiplies the gradient by 1e-6 whatever the size of the points. Brought to
+/// The core's coarse descent multiplies the gradient by 1e-6 whatever the size of the points. Brought to
 /// this sum of squared distances from the centroid they turn by about half of what is left in a step.
 constexpr double bestSumOfSquares = 2.5e5;
 

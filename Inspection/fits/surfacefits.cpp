@@ -14,9 +14,9 @@ namespace {
 using QELT::Geometry::ThreeDimensional::Utility;
 
 /// So many points the fixed steps bear with room to spare: they are not divided by the number of points.
-constexpr std::size_t mostSpherePoints = 100;
-constexpr std::size_t mostCylinderPoints = 100;
-constexpr std::size_t mostParaboloidPoints = 16; // of scattered data its limit of steps takes minutes
+constexpr std::size_t maxSpherePoints = 100;
+constexpr std::size_t maxCylinderPoints = 100;
+constexpr std::size_t maxParaboloidPoints = 16; // of scattered data its limit of steps takes minutes
 
 /// The paraboloid's curvature gains the share `paraboloidRate` times the sum of a^4 of its error in a step, a
 /// being a distance from the vertex; this is the sum to bring a cloud to.
@@ -107,7 +107,7 @@ void measure(std::vector<Point> const& points, FitQuality& quality, Residual res
 SphereFit fitSphere(std::vector<Point> const& points) {
     requireCount(points.size(), 4);
     Frame const frame = unitFrame(points, centroidOf(points));
-    auto const used = toFit(frame, thinned(points, mostSpherePoints));
+    auto const used = toFit(frame, thinned(points, maxSpherePoints));
     SphereFit fit;
     Point centre;
     fit.quality.isSettled = Utility::getSphereFit(used.data(), used.size(), centre, fit.radius, nullptr);
@@ -122,8 +122,8 @@ SphereFit fitSphere(std::vector<Point> const& points) {
 CylinderFit fitCylinder(OrientedCloud const& cloud) {
     requireCount(cloud.points.size(), 3);
     Frame const frame = unitFrame(cloud.points, centroidOf(cloud.points));
-    auto const used = toFit(frame, thinned(cloud.points, mostCylinderPoints));
-    auto normals = thinned(cloud.normals, mostCylinderPoints);
+    auto const used = toFit(frame, thinned(cloud.points, maxCylinderPoints));
+    auto normals = thinned(cloud.normals, maxCylinderPoints);
     for (Vector& normal : normals) {
         normal = normal / std::sqrt(normal.lSqr());
     }
@@ -143,7 +143,7 @@ CylinderFit fitCylinder(OrientedCloud const& cloud) {
 ParaboloidFit fitParaboloid(std::vector<Point> const& points) {
     requireCount(points.size(), 3);
     Frame frame = unitFrame(points, points.front());
-    auto const chosen = thinned(points, mostParaboloidPoints);
+    auto const chosen = thinned(points, maxParaboloidPoints);
     double sum = 0.0;
     for (Point const& point : toFit(frame, chosen)) {
         sum += (point - Point()).lSqr() * (point - Point()).lSqr();

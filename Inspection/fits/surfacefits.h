@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <variant>
 
-/// Surfaces fitted to clouds. The library's fits descend with fixed steps, which suit coordinates of a
+/// Surfaces fitted to clouds. The core's fits descend with fixed steps, which suit coordinates of a
 /// certain size and a certain number of points. Here a cloud is brought to that size first, thinned out
 /// evenly if it has more points, and the result is brought back; residuals are those of all points. Lengths
 /// are in the cloud's unit.

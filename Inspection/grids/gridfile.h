@@ -26,7 +26,7 @@ QELT_INSPECTION_EXPORT bool isGridFile(std::filesystem::path const& path);
 
 QELT_INSPECTION_EXPORT GridFileHeader readGridFileHeader(std::filesystem::path const& path);
 
-/// Loads the file into the grid. The library reads what there is and takes a file that was cut short for
+/// Loads the file into the grid. The core reads what there is and takes a file that was cut short for
 /// whole; here it is a failure, found by the file's size before the grid is sized and again, once the
 /// number of valid nodes is known, after it is loaded. Failures name the file.
 QELT_INSPECTION_EXPORT void loadGrid(Grid& grid, std::filesystem::path const& path);

@@ -13,7 +13,7 @@ namespace QELT::Inspection {
 
 namespace {
 
-/// The norm of the residual at which the library's solver is content.
+/// The norm of the residual at which the core's solver is content.
 constexpr double tolerance = 1e-20;
 
 constexpr std::string_view solveMessage = "Solving linear system...";

@@ -14,7 +14,7 @@ struct Reconstruction {
     RepairReport repair;
 };
 
-/// Builds the surface and makes it fit to be flattened. The library starts at the closest pair of points, on
+/// Builds the surface and makes it fit to be flattened. The core starts at the closest pair of points, on
 /// the one side of it that the points' order tells, and fails if no triangle there faces z; then the other
 /// side is tried. Failures name the file.
 QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(std::filesystem::path const& cloud,

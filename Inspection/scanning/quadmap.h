@@ -11,7 +11,7 @@ namespace QELT::Inspection {
 
 /// What is known of one quad.
 struct Cell {
-    enum Kind { NoSurface, NoValue, Measured };
+    enum Kind : int { NoSurface, NoValue, Measured };
 
     Kind kind = NoSurface;
     double value = 0.0; ///< only where measured
@@ -48,7 +48,7 @@ private:
 };
 
 /// The three C-scans of a scan, each on the grid's own quads. A quad that was hit several times shows the
-/// mean. Hits that the library did not measure count nowhere.
+/// mean. Hits that the core did not measure count nowhere.
 struct QuadMaps {
     QuadMap distance;   ///< in the part's unit
     QuadMap angleError; ///< degrees off head-on

@@ -10,7 +10,7 @@
 namespace QELT::Inspection {
 
 /// What one beam met. All but the first field have meaning only where `isValid` is true, and `distance` and
-/// the angles only where `isMeasured` is true as well: beyond the library's limit a hit is not measured.
+/// the angles only where `isMeasured` is true as well: beyond the core's limit a hit is not measured.
 struct Hit {
     bool isValid = false;
     bool isMeasured = false;
@@ -26,7 +26,7 @@ struct ScanResult {
     double seconds = 0.0;  ///< the time of the queries alone
 };
 
-/// From this distance on the library reports a hit without measuring it.
+/// From this distance on the core reports a hit without measuring it.
 constexpr double measurementLimit = 10000.0;
 
 /// Asks the grid for each beam in turn. Neighbouring beams should follow each other: the grid starts each

@@ -12,7 +12,7 @@ namespace QELT::Inspection {
 
 namespace {
 
-/// The grids' settings, a list a group, as the library takes them.
+/// The grids' settings, a list a group, as the core takes them.
 struct GroupLists {
     std::vector<std::vector<std::string>> files;
     std::vector<std::vector<GridOffset>> offsets;

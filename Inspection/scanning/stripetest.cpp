@@ -17,10 +17,10 @@ namespace QELT::Inspection {
 
 namespace {
 
-/// Of so many lines at least so few must have room. Each of the library's own lines then takes some ten
+/// Of so many lines at least so few must have room. Each of the core's own lines then takes some ten
 /// thousand draws at worst.
 constexpr int trialCount = 50000;
-constexpr int leastWithRoom = 5;
+constexpr int minWithRoom = 5;
 
 /// A line of the grid and the array across it.
 struct Trial {
@@ -38,7 +38,7 @@ bool isOnSurface(Grid const& grid, double u, double v) {
     return isInside && grid.getIsQuadValid(GridIndex(static_cast<int>(u), static_cast<int>(v)));
 }
 
-/// The library truncates towards the line, so this asks for no less room.
+/// The core truncates towards the line, so this asks for no less room.
 double roundedAway(double step) {
     return std::copysign(std::ceil(std::abs(step)), step);
 }
@@ -81,7 +81,7 @@ bool hasRoomFor(Grid const& grid, StripeArray const& array, std::uint32_t seed) 
     std::mt19937 random(seed);
     auto const draw = [&](unsigned long extent) { return static_cast<double>(random() % extent); };
     int withRoom = 0;
-    for (int i = 0; i < trialCount && withRoom < leastWithRoom; ++i) {
+    for (int i = 0; i < trialCount && withRoom < minWithRoom; ++i) {
         Trial line{draw(extents.getdU()), draw(extents.getdV())};
         line.alongU = draw(extents.getdU()) - line.startU;
         line.alongV = draw(extents.getdV()) - line.startV;
@@ -89,7 +89,7 @@ bool hasRoomFor(Grid const& grid, StripeArray const& array, std::uint32_t seed) 
         bool const isLong = std::max(std::abs(line.alongU), std::abs(line.alongV)) >= 2.0;
         withRoom += isLong && hasRoom(grid, line, width, array.elementCount) ? 1 : 0;
     }
-    return withRoom >= leastWithRoom;
+    return withRoom >= minWithRoom;
 }
 
 StripeTestResult testStripes(Grid& grid, StripeArray const& array, unsigned long lineCount,

@@ -19,7 +19,7 @@ struct StripeArray {
 };
 
 /// Whether lines on which the whole array stands on the surface are found by chance, and not so rarely that a
-/// test of such lines would go on for ever. Needs no such line to have been drawn by the library, whose test
+/// test of such lines would go on for ever. Needs no such line to have been drawn by the core, whose test
 /// doesn't end without one.
 QELT_INSPECTION_EXPORT bool hasRoomFor(Grid const& grid, StripeArray const& array, std::uint32_t seed);
 

@@ -42,5 +42,13 @@ TEST(ProgressDisplay, holdsPercentagesPastAHundredAndLongTextsToTheLine) {
     EXPECT_NE(output.str().find("100 %"), std::string::npos);
 }
 
+TEST(ProgressDisplay, showsHowASolveComesAlong) {
+    std::ostringstream output;
+    ProgressDisplay display(output, true);
+    display.setMessage("Solving...");
+    display.setSolve({31, 1.25e-7}, 50);
+    EXPECT_TRUE(output.str().ends_with("]  50 % Solving... iteration 31, residual 1.2e-07")) << output.str();
+}
+
 } // namespace
 } // namespace cscan

@@ -10,7 +10,7 @@
 
 namespace QELT::Inspection {
 
-/// Reads what the library's solver writes to the standard output: a line that overwrites itself after each
+/// Reads what the core's solver writes to the standard output: a line that overwrites itself after each
 /// iteration, "\rResidual L2 norm: R.  Iterations to Max. 262144: N.  ", and at the end a new line, with a
 /// notice behind it if the solve failed. As a stream buffer it takes the place of the terminal.
 class SolverMonitor : public std::streambuf {
@@ -28,7 +28,7 @@ public:
 
     std::vector<SolveRecord> const& getSolves() const { return solves; }
 
-    /// Whether the library said that it carries on after a failed solve.
+    /// Whether the core said that it carries on after a failed solve.
     bool getHasFailureNotice() const;
 
 protected:

@@ -63,11 +63,11 @@ Colour colourOfShare(double share) {
     constexpr double firstHue = 285.0; // degrees: violet blue
     constexpr double lastHue = 105.0;  // yellow
     // As vivid as the display can show all along: it has least to offer in the middle, at blue green.
-    constexpr double leastChroma = 0.09;
+    constexpr double minChroma = 0.09;
     constexpr double addedChroma = 0.07;
     double const t = share > 0.0 ? std::min(share, 1.0) : 0.0;
     double const hue = mixed(firstHue, lastHue, t) * std::numbers::pi / 180.0;
-    double const chroma = leastChroma + addedChroma * t * t * t * t;
+    double const chroma = minChroma + addedChroma * t * t * t * t;
     LinearLight const light =
         toLinearLight({mixed(darkest, lightest, t), chroma * std::cos(hue), chroma * std::sin(hue)});
     return {toByte(light.red), toByte(light.green), toByte(light.blue)};

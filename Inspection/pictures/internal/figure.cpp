@@ -16,7 +16,7 @@ constexpr int labelScale = 2;
 constexpr int lineHeight = glyphHeight * labelScale + 4;
 constexpr int barWidth = 28;
 constexpr int tickLength = 6;
-constexpr int leastBarHeight = 200;
+constexpr int minBarHeight = 200;
 constexpr int outlineThickness = 3;
 constexpr Colour inkColour{40, 40, 40};
 
@@ -119,7 +119,7 @@ Layout layoutOf(Image const& map, QuadMap const& quads, FigureStyle const& style
     layout.mapWidth = map.getWidth();
     layout.mapHeight = map.getHeight();
     layout.barLeft = layout.mapLeft + layout.mapWidth + 2 * gap;
-    layout.barHeight = std::max(layout.mapHeight, leastBarHeight);
+    layout.barHeight = std::max(layout.mapHeight, minBarHeight);
     layout.noteTop = layout.mapTop + layout.barHeight + gap + lineHeight;
     int const barRight = layout.barLeft + barWidth + tickLength + gap + widestTickLabel(style.scale);
     int const textRight = margin + std::max({widthOfText(style.title) * titleScale, labelWidth(style.note),

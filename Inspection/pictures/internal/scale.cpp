@@ -10,13 +10,13 @@ namespace QELT::Inspection {
 namespace {
 
 /// The steps that a scale is cut into are at most this many, before its ends are moved out to ticks.
-constexpr double mostSteps = 6.0;
+constexpr double maxSteps = 6.0;
 
 /// Values of more digits than a float has don't tell anything apart.
-constexpr double leastRelativeLength = 1e-6;
+constexpr double minRelativeLength = 1e-6;
 
 double roundStep(double length) {
-    double const raw = length / mostSteps;
+    double const raw = length / maxSteps;
     double const power = std::pow(10.0, std::floor(std::log10(raw)));
     for (double const factor : {1.0, 2.0, 5.0}) {
         if (factor * power >= raw * (1.0 - 1e-9)) {
@@ -27,7 +27,7 @@ double roundStep(double length) {
 }
 
 Scale scaleOver(double low, double high, double smallestStep) {
-    double const least = std::max({leastRelativeLength * std::max(std::abs(low), std::abs(high)), 1e-12});
+    double const least = std::max({minRelativeLength * std::max(std::abs(low), std::abs(high)), 1e-12});
     if (high - low < least) {
         double const centre = 0.5 * (low + high);
         low = centre - 0.5 * least;

@@ -124,7 +124,7 @@ Command addDerive(CLI::App& app) {
     addChoice(*command, *raw, "--normalise", "SIZE", normalisationIn,
               "Centre it on the origin and bring it to this size");
     addChoice(*command, *raw, "--subsample", "N", quadCountIn, "Thin it out to at most so many quads");
-    addChoice(*command, *raw, "--factor", "K", factorIn, "Take every so manieth node");
+    addChoice(*command, *raw, "--factor", "K", factorIn, "Take one node in K along each axis");
     addChoice(*command, *raw, "--restrict", "U0,V0,U1,V1", restrictionIn,
               "Take the nodes of a box of indices, both ends included");
     addMirrorOptions(*command, *raw);

@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t nameColumn = 20;
 constexpr int digits = 6;
 
-constexpr std::size_t mostLoops = 10;
+constexpr std::size_t maxLoopsTold = 10;
 
 std::string padded(std::string const& text, std::size_t length) {
     return text + std::string(length > text.size() ? length - text.size() : 0, ' ');
@@ -91,7 +91,7 @@ void printMesh(std::ostream& output, MeshSummary const& mesh) {
     printItem(output, "vertices", std::to_string(mesh.vertexCount));
     printItem(output, "faces", std::to_string(mesh.faceCount));
     printItem(output, "boundary loops", std::to_string(loops.size()));
-    std::size_t const toldCount = std::min(loops.size(), mostLoops);
+    std::size_t const toldCount = std::min(loops.size(), maxLoopsTold);
     for (std::size_t i = 0; i < toldCount; ++i) {
         printItem(output, "  loop " + std::to_string(i + 1),
                   counted(loops[i].vertices.size(), "edge", "edges") + ", length " +

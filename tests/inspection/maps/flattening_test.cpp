@@ -7,6 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <string_view>
+#include <thread>
+#include <vector>
+
 namespace QELT::Inspection {
 namespace {
 
@@ -35,6 +40,40 @@ TEST(Flatten, reportsOneSolveOrTwoAndPrintsNothing) {
         EXPECT_GT(solve.iterations, 1U);
         EXPECT_LE(solve.residual, 1e-20);
     }
+}
+
+/// Takes its time when a solve begins, so that the first iteration comes late enough to be told.
+class SlowSolveListener : public SolveListener {
+public:
+    std::vector<SolveRecord> solves;
+
+    void setMessage(char const* text) override {
+        if (std::string_view(text) == "Solving linear system...") {
+            std::this_thread::sleep_for(std::chrono::milliseconds(150));
+        }
+    }
+
+    void setPercentage(unsigned long) override {}
+
+    void reserved3() override {}
+
+    void reserved4() override {}
+
+    void setSolve(SolveRecord const& solve, unsigned long percent) override {
+        EXPECT_LE(percent, 100U);
+        solves.push_back(solve);
+    }
+};
+
+TEST(Flatten, tellsAListenerOfSolvesHowTheyComeAlong) {
+    Mesh mesh;
+    loadPatch(mesh);
+    SlowSolveListener listener;
+    flatten(mesh, FlatteningMode::Pinned, &listener);
+    ASSERT_FALSE(listener.solves.empty());
+    EXPECT_EQ(listener.solves.front().iterations, 1U);
+    EXPECT_GT(listener.solves.front().residual, 1e-20);
+    EXPECT_FALSE(listener.solves.front().isConverged);
 }
 
 TEST(Flatten, leavesTheListenerAttached) {
