@@ -5,9 +5,36 @@
 #include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
 
+#include <cmath>
+#include <string>
+
 namespace QELT::Inspection {
 
 namespace {
+
+/// What there is no grid of, in words; empty if there is one.
+struct Complaint {
+    std::string operator()(FlattenGrid const&) const { return {}; }
+
+    std::string operator()(NormaliseGrid const& normalise) const {
+        return normalise.size > 0.0 ? "" : "a size that is not above zero";
+    }
+
+    std::string operator()(ThinOutGrid const& thinOut) const {
+        return thinOut.value > 0 ? "" : "no node or no quad";
+    }
+
+    std::string operator()(RestrictGrid const& box) const {
+        bool const hasExtent = box.low.getU() < box.high.getU() && box.low.getV() < box.high.getV();
+        return hasExtent ? "" : "a box without extent";
+    }
+
+    std::string operator()(MirrorGrid const&) const { return {}; }
+
+    std::string operator()(ScaleGrid const& scale) const {
+        return scale.scale != 0.0 && std::isfinite(scale.scale) ? "" : "a scale that leaves no surface";
+    }
+};
 
 /// Makes a derived grid in place of `result`.
 struct Deriver {
@@ -53,6 +80,8 @@ private:
 } // namespace
 
 GridSummary derive(DeriveOptions const& options, ProgressListener* listener) {
+    std::string const complaint = std::visit(Complaint(), options.derivation);
+    require(complaint.empty(), options.source.string() + ": there is no grid of " + complaint);
     requireReadable(options.source);
     requireGridOutput(options.result);
     Grid result;

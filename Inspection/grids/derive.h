@@ -26,7 +26,7 @@ struct ThinOutGrid {
 
 /// The nodes of a box of indices.
 struct RestrictGrid {
-    GridIndex low; ///< first and last node
+    GridIndex low; ///< first and last node, both taken; the last beyond the first on both axes
     GridIndex high;
 };
 
@@ -40,7 +40,7 @@ struct MirrorGrid {
 
 /// Scaled about the origin.
 struct ScaleGrid {
-    double scale = 1.0; ///< not 0
+    double scale = 1.0; ///< finite and not 0
 };
 
 using Derivation = std::variant<FlattenGrid, NormaliseGrid, ThinOutGrid, RestrictGrid, MirrorGrid, ScaleGrid>;
@@ -51,8 +51,8 @@ struct DeriveOptions {
     Derivation derivation;
 };
 
-/// Makes another grid of a grid, writes it and tells what it holds. Fails if a file cannot be read or written
-/// and where the core refuses the derivation.
+/// Makes another grid of a grid, writes it and tells what it holds. Fails if a file cannot be read or
+/// written, if the derivation's numbers are not as said above, and where the core refuses it.
 QELT_INSPECTION_EXPORT GridSummary derive(DeriveOptions const& options, ProgressListener* listener);
 
 } // namespace QELT::Inspection

@@ -37,7 +37,7 @@ public:
         grid.setProgressListener(listener);
     }
 
-    void requireFiles() const;
+    void requireUsableOptions() const;
     void load();
     void flatten();
     void saveFlat();
@@ -65,8 +65,10 @@ private:
     }
 };
 
-/// Finds out before the long work that a result would have no place to go.
-void Preparation::requireFiles() const {
+/// Finds out before the long work that there is nothing to make or that it would have no place to go.
+void Preparation::requireUsableOptions() const {
+    require(options.quadArea > 0.0,
+            part + ": a quad area of " + toShortText(options.quadArea, 6) + " is not above zero");
     requireReadable(options.part);
     requireGridOutput(options.grid);
     if (options.flat) {
@@ -153,7 +155,7 @@ FlatteningMode usualModeFor(std::filesystem::path const& part) {
 PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
                       PrepareObserver const& observer) {
     Preparation preparation(options, listener, observer);
-    preparation.requireFiles();
+    preparation.requireUsableOptions();
     preparation.load();
     preparation.flatten();
     preparation.saveFlat();

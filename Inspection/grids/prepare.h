@@ -52,9 +52,9 @@ struct PrepareResult {
 using PrepareObserver = std::function<void(PrepareStage, PrepareResult const&)>;
 
 /// Loads the part, flattens it, resamples the flat map into a grid and writes that. Fails, before the long
-/// work, if a file cannot be read or written; if the mesh is closed; where the core refuses to flatten or to
-/// resample; and if the grid would hold more than 64 million quads. What was found until a failure the
-/// observer has been told.
+/// work, if the quad area is not above 0 or a file cannot be read or written; if the mesh is closed; where
+/// the core refuses to flatten or to resample; and if the grid would hold more than 64 million quads. What
+/// was found until a failure the observer has been told.
 QELT_INSPECTION_EXPORT PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
                                              PrepareObserver const& observer = {});
 

@@ -34,6 +34,7 @@ std::vector<Neighbour> nearestOf(std::vector<Point>& points, Point const& place,
 } // namespace
 
 std::vector<Neighbour> findNeighbours(NeighboursOptions const& options, ProgressListener*) {
+    require(options.count > 0, options.cloud.string() + ": no neighbours asked for");
     auto points = readCloudFile(options.cloud);
     if (options.count > points.size()) {
         throw Failure(options.cloud.string() + ": holds " + std::to_string(points.size()) +

@@ -23,7 +23,8 @@ struct Neighbour {
 };
 
 /// Points of a cloud near a place, the nearest first. They come from the core's partition tree, whose search
-/// may miss some of the nearest. Fails if the cloud cannot be read or holds fewer points than are asked for.
+/// may miss some of the nearest. Fails if none are asked for and if the cloud cannot be read or holds fewer
+/// points.
 QELT_INSPECTION_EXPORT std::vector<Neighbour> findNeighbours(NeighboursOptions const& options,
                                                              ProgressListener* listener);
 

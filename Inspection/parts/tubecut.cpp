@@ -100,6 +100,8 @@ CutPlane slit(Mesh& mesh, std::string const& part, TubeCut const& cut) {
 } // namespace
 
 CutResult cut(CutOptions const& options, ProgressListener* listener) {
+    require(options.cut.axis < axisNames.size() && options.cut.normalAxis < axisNames.size(),
+            options.part.string() + ": a cut's axes are numbered 0 to 2");
     requireReadable(options.part);
     requireObjOutput(options.result);
     requireWritable(cutFileOf(options.result));

@@ -17,6 +17,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Throws a `Failure` with this text unless what is required holds.
+inline void require(bool isGood, std::string const& complaint) {
+    if (!isGood) {
+        throw Failure(complaint);
+    }
+}
+
 /// Runs `action` and puts `subject`, usually a file's name, in front of the text of what it throws. A
 /// `Failure` already names its subject and passes unchanged.
 template <class Action>

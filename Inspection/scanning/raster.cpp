@@ -95,6 +95,9 @@ void requireBearableSize(View const& view, double step) {
 } // namespace
 
 std::vector<Beam> rasterBeams(Raster const& raster, Point const& low, Point const& high) {
+    require(raster.step > 0.0, "a raster step of " + toShortText(raster.step, 6) + " is not above zero");
+    require(raster.direction.lSqr() > 0.0 && std::isfinite(raster.direction.lSqr()),
+            "the raster's direction has no usable length");
     Frame const frame = frameAlong(raster.direction);
     View const view = viewOfBox(frame, low, high);
     requireBearableSize(view, raster.step);

@@ -50,6 +50,8 @@ void requireScanFiles(ScanOptions const& options) {
 }
 
 Scan scan(ScanOptions const& options, ProgressListener* listener) {
+    require(!options.grids.empty(), "there is no grid to scan");
+    require(options.beams || options.raster, "there are neither beams nor a raster to scan with");
     requireScanFiles(options);
     Scan const result = options.isOnPlane ? scanOnPlane(options, listener) : scanGrid(options, listener);
     announce(listener, "Writing results...");

@@ -33,8 +33,9 @@ struct Scan {
 /// Fails if a grid cannot be read or the table not be written.
 QELT_INSPECTION_EXPORT void requireScanFiles(ScanOptions const& options);
 
-/// Fires the beams and writes the table of hits. Fails as above and if the beams cannot be read, a raster is
-/// to be laid over nothing or is too fine, or the scan plane is too large.
+/// Fires the beams and writes the table of hits. Fails as above, and if there is no grid, neither beams nor a
+/// raster, the beams cannot be read, a raster is to be laid over nothing or is too fine, or the scan plane is
+/// too large.
 QELT_INSPECTION_EXPORT Scan scan(ScanOptions const& options, ProgressListener* listener);
 
 } // namespace QELT::Inspection

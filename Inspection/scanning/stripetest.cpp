@@ -108,6 +108,9 @@ StripeTestResult selftest(SelftestOptions const& options, ProgressListener* list
     StripeArray array;
     array.elementCount = options.elementCount;
     array.pitch = options.pitch ? *options.pitch : std::sqrt(grid.getMinQuadArea());
+    require(array.elementCount > 0 && array.pitch > 0.0,
+            options.grid.string() + ": an array of " + std::to_string(array.elementCount) +
+                " beams at a pitch of " + toShortText(array.pitch, 6) + " tests nothing");
     announce(listener, "Looking for room...");
     if (!hasRoomFor(grid, array, options.seed)) {
         throw Failure(options.grid.string() + ": no line with room for an array of " +

@@ -28,8 +28,8 @@ struct Request {
 /// A command as the command line offers it.
 struct Command {
     CLI::App* app = nullptr; ///< owned by the program's parser
-    std::function<Request()>
-        request; ///< of what was parsed; throws a `UsageError` where it does not fit together
+    /// Of what was parsed. Throws a `UsageError` where that does not fit together.
+    std::function<Request()> request;
 };
 
 /// The command whose options `read` gives, and which `run` carries out on a console.

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <string>
+
 namespace QELT::Inspection {
 namespace {
 
@@ -45,6 +48,23 @@ TEST(Derive, namesTheFileThatIsMissing) {
                   derive({source, directory / "out.quads", FlattenGrid{}}, nullptr);
               }),
               source.string() + ": cannot be read (No such file or directory)");
+}
+
+TEST(Derive, refusesWhatLeavesNoGrid) {
+    ScratchDirectory const directory;
+    Grid grid;
+    grid.setAsPlane(Size(4.0, 4.0), 1.0, false, 10);
+    auto const source = directory / "in.quads";
+    saveGrid(grid, source);
+    auto const complaintOn = [&](Derivation const& derivation) {
+        return messageOf([&] { derive({source, directory / "out.quads", derivation}, nullptr); });
+    };
+    std::string const none = source.string() + ": there is no grid of ";
+    EXPECT_EQ(complaintOn(NormaliseGrid{0.0}), none + "a size that is not above zero");
+    EXPECT_EQ(complaintOn(ThinOutGrid{true, 0}), none + "no node or no quad");
+    EXPECT_EQ(complaintOn(RestrictGrid{GridIndex(1, 1), GridIndex(1, 3)}), none + "a box without extent");
+    EXPECT_EQ(complaintOn(ScaleGrid{0.0}), none + "a scale that leaves no surface");
+    EXPECT_FALSE(std::filesystem::exists(directory / "out.quads"));
 }
 
 } // namespace

@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <limits>
+#include <string>
 #include <vector>
 
 namespace QELT::Inspection {
@@ -116,6 +118,17 @@ TEST(Prepare, refusesFilesThatHaveNoPlaceBeforeTheWork) {
     EXPECT_EQ(messageOf([&] { prepare(options, &listener); }),
               options.grid.string() + ": cannot be written (No such file or directory)");
     EXPECT_TRUE(listener.events.empty());
+}
+
+TEST(Prepare, refusesAQuadAreaThatIsNotAboveZero) {
+    ScratchDirectory const directory;
+    PrepareOptions options = patchOptions(directory);
+    for (double const area : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
+        options.quadArea = area;
+        std::string const complaint = messageOf([&] { prepare(options, nullptr); });
+        EXPECT_TRUE(complaint.ends_with(" is not above zero")) << complaint;
+    }
+    EXPECT_FALSE(std::filesystem::exists(options.grid));
 }
 
 } // namespace

@@ -27,6 +27,10 @@ TEST(Neighbours, areNoMoreThanTheCloudHolds) {
                   findNeighbours({directory / "c.xyz", Point(), 2}, nullptr);
               }),
               (directory / "c.xyz").string() + ": holds 1 point, 2 asked for");
+    EXPECT_EQ(messageOf([&] {
+                  findNeighbours({directory / "c.xyz", Point(), 0}, nullptr);
+              }),
+              (directory / "c.xyz").string() + ": no neighbours asked for");
 }
 
 } // namespace

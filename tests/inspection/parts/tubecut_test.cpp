@@ -41,6 +41,10 @@ TEST(Cut, saysWhyThereIsNone) {
                   cut({tube, slit, {false, 2, 2}}, nullptr);
               }),
               tube.string() + ": no way for a cut from the least z with the surface's normal along z there");
+    EXPECT_EQ(messageOf([&] {
+                  cut({tube, slit, {false, 3, 0}}, nullptr);
+              }),
+              tube.string() + ": a cut's axes are numbered 0 to 2");
     EXPECT_FALSE(std::filesystem::exists(slit));
     EXPECT_FALSE(std::filesystem::exists(cutFileOf(slit)));
 }

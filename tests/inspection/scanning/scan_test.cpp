@@ -62,5 +62,19 @@ TEST(Scan, refusesFilesBeforeTheWork) {
               options.grids.front().file.string() + ": cannot be read (No such file or directory)");
 }
 
+TEST(Scan, refusesToScanNothingOrWithNothing) {
+    ScratchDirectory const directory;
+    ScanOptions options = planeOptions(directory);
+    options.raster->step = -1.0;
+    EXPECT_EQ(messageOf([&] { scan(options, nullptr); }), "a raster step of -1 is not above zero");
+    options.raster = Raster{1.0, 5.0, Vector(0.0, 0.0, 0.0)};
+    EXPECT_EQ(messageOf([&] { scan(options, nullptr); }), "the raster's direction has no usable length");
+    options.raster.reset();
+    EXPECT_EQ(messageOf([&] { scan(options, nullptr); }),
+              "there are neither beams nor a raster to scan with");
+    options.grids.clear();
+    EXPECT_EQ(messageOf([&] { scan(options, nullptr); }), "there is no grid to scan");
+}
+
 } // namespace
 } // namespace QELT::Inspection

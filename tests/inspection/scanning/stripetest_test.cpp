@@ -76,6 +76,9 @@ TEST(Selftest, testsTheGridOfAFile) {
     StripeTestResult const result = selftest(options, nullptr);
     EXPECT_GT(result.passCount + result.failureCount, 6U);
     EXPECT_EQ(selftest(options, nullptr).passCount, result.passCount);
+    options.pitch = 0.0;
+    EXPECT_EQ(Testing::messageOf([&] { selftest(options, nullptr); }),
+              options.grid.string() + ": an array of 2 beams at a pitch of 0 tests nothing");
     options.pitch = 90.0;
     options.elementCount = 8;
     EXPECT_EQ(Testing::messageOf([&] { selftest(options, nullptr); }),
