@@ -111,8 +111,6 @@ void RectMesh::uninit() {
     meanQuadArea = 0.0;
     minQuadArea = 0.0;
     maxQuadArea = 0.0;
-    doResetSearch = true;
-    lastQuadIndices = {};
 }
 
 ThreeDimensional::Point RectMesh::getPoint(TwoDimensional::Point<int> const& p) const {

@@ -142,6 +142,18 @@ TEST(Plane, RandomPlanesAreThoseOfTheFormulaToTheBit) {
     }
 }
 
+TEST(Plane, ASideBelowOneStepIsARowOfValidNodesThatAreNaNAlongIt) {
+    for (bool const centred : {false, true}) {
+        RectMesh grid;
+        EXPECT_TRUE(grid.setAsPlane(PlaneSize(4.0, 0.5), 1.0, centred, manyMB));
+        EXPECT_EQ(grid.getExtents(), Extents(4, 0));
+        for (int u = 0; u <= 4; ++u) {
+            EXPECT_TRUE(grid.getIsPointValid({u, 0}));
+            EXPECT_TRUE(std::isnan(grid.getPoint({u, 0}).getY()));
+        }
+    }
+}
+
 TEST(Plane, ASizeBelowOneStepIsOneNodeOfNoPlace) {
     RectMesh grid;
     EXPECT_TRUE(grid.setAsPlane(PlaneSize(0.5, 3.0), 1.0, false, manyMB));

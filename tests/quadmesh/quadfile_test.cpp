@@ -323,7 +323,8 @@ TEST(CoordinateDataType, FloatsAre0DoublesAre1IntegersAre2AndAnythingElse3) {
 std::string pointBlock(RectMesh const& grid, std::uint32_t type, std::string const& path) {
     {
         std::ofstream stream(path, std::ios::binary);
-        PercentageReporter progress(nullptr);
+        ProgressListener* const nobody = nullptr;
+        PercentageReporter progress(nobody);
         grid.writePoints(stream, type, progress);
     }
     return readText(path);
@@ -705,15 +706,27 @@ TEST_F(QuadFile, ASingleRowOrColumnLoadsWithoutSearchPoints) {
     }
 }
 
-TEST_F(QuadFile, LoadingASmallerGridForgetsTheLastHit) {
+TEST_F(QuadFile, ASmallerGridLoadedAfterAHitFarOutIsSearchedFromItsCorner) {
     RectMesh grid = flatGrid(40, 40);
     ASSERT_TRUE(grid.getIntersection({35.3, 36.6, 5.0}, {0.0, 0.0, -1.0}).getIsValid());
     RectMesh small = flatGrid(2, 2);
     savedBytes(small);
     grid.load(file("saved.quads").c_str());
+    EXPECT_FALSE(grid.doResetSearch);
+    EXPECT_EQ(grid.lastQuadIndices, GridIndex(35, 36));
+    EXPECT_TRUE(grid.getIntersectionStatus({0.3, 1.6, 5.0}, {0.0, 0.0, -1.0}, false).getIsValid());
+    EXPECT_EQ(grid.lastQuadIndices, GridIndex(0, 1));
+}
+
+TEST_F(QuadFile, AColdGridStaysColdWhenAFileIsLoaded) {
+    RectMesh source = flatGrid(9, 9);
+    savedBytes(source);
+    RectMesh grid = flatGrid(9, 9);
+    ASSERT_TRUE(grid.getIntersection({7.3, 6.6, 5.0}, {0.0, 0.0, -1.0}).getIsValid());
+    grid.resetQuadIndicesSearch();
+    grid.load(file("saved.quads").c_str());
     EXPECT_TRUE(grid.doResetSearch);
-    EXPECT_EQ(grid.lastQuadIndices, GridIndex(0, 0));
-    EXPECT_TRUE(grid.getIntersection({1.3, 1.6, 5.0}, {0.0, 0.0, -1.0}).getIsValid());
+    EXPECT_EQ(grid.lastQuadIndices, GridIndex(7, 6));
 }
 
 // ---- Damaged files
