@@ -7,10 +7,14 @@
 namespace QELT {
 
 /// Passes percentages on to a listener that may be null, leaving out those equal to the last one sent. Like
-/// a listener that has heard nothing yet, it starts at 0.
+/// a listener that has heard nothing yet, it starts at 0. It looks at its owner's pointer before every call:
+/// a listener may detach itself in any call, and be gone after it.
 class PercentageReporter {
 public:
-    explicit PercentageReporter(ProgressListener* progressListener) : listener(progressListener) {}
+    /// `ownersListener` must outlive the reporter, so a temporary is no use.
+    explicit PercentageReporter(ProgressListener* const& ownersListener) : listener(ownersListener) {}
+
+    explicit PercentageReporter(ProgressListener* const&&) = delete;
 
     void report(std::uint64_t percentage) {
         if (listener != nullptr && percentage != last) {
@@ -30,7 +34,7 @@ public:
     void restart() { last = 0; }
 
 private:
-    ProgressListener* listener;
+    ProgressListener* const& listener;
     std::uint64_t last = 0;
 };
 

@@ -98,15 +98,14 @@ private:
 
 /// Iterates from `x` until the residual's norm is small enough, NaN, or the iterations run out. On return `x`
 /// is the last iterate and `norm` its residual's; the answer is the number of iterations.
-int iterate(SparseMatrix const& A, Vector& x, Vector const& residual, double& norm,
-            ProgressListener const* listener) {
+int iterate(SparseMatrix const& A, Vector& x, Vector const& residual, double& norm, bool doShowProgress) {
     ConjugateGradients gradients(A, x, residual);
     int iterations = 0;
     while (norm > residualTolerance && iterations < maximumIterations) {
         ++iterations;
         gradients.advance();
         norm = gradients.getNorm();
-        if (listener != nullptr) {
+        if (doShowProgress) {
             Utility::setSolveProgress(norm, iterations);
         }
     }
@@ -130,6 +129,8 @@ void appendItem(std::string& line, char const* label, double value) {
 
 bool Utility::solve(SparseMatrix const& A, Vector& x, Vector const& b, unsigned long* pIterations,
                     ProgressListener* listener, ProgressTerminator* /* terminator */) {
+    // The listener may be gone after this one call.
+    bool const doShowProgress = listener != nullptr;
     reportMessage(listener, "Solving linear system...");
     Vector const residual = b - A * x;
     double norm = residual.normL2();
@@ -138,7 +139,7 @@ bool Utility::solve(SparseMatrix const& A, Vector& x, Vector const& b, unsigned 
         if (A.getNumberOfRows() != A.getNumberOfColumns()) {
             throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
         }
-        iterations = iterate(A, x, residual, norm, listener);
+        iterations = iterate(A, x, residual, norm, doShowProgress);
     }
     if (pIterations != nullptr) {
         *pIterations = static_cast<unsigned long>(iterations);

@@ -21,8 +21,9 @@ public:
     /// 1e-20, an absolute tolerance; the run ends there, after 262144 iterations, or as soon as the norm is
     /// NaN, which is how a system that breaks down ends. An iteration costs one product with A.
     ///
-    /// A listener, which may be null, gets the message "Solving linear system...", and with one each
-    /// iteration writes a progress line to standard output. The terminator is never asked.
+    /// A listener, which may be null, gets the message "Solving linear system..." and is not called again,
+    /// so that it may be gone from then on; with one each iteration writes a progress line to standard
+    /// output. The terminator is never asked.
     ///
     /// Dimensions that do not fit throw, with `x` and `*pIterations` as they were:
     /// `SparseMatrix::SparseMatrixInvalidDimensionsException*` if the columns of A are not as many as the

@@ -89,7 +89,7 @@ std::uint64_t estimateCharacters(TextScanner& scanner, char wanted) {
     return count;
 }
 
-std::vector<Point> readPoints(TextScanner& scanner, ProgressListener* listener) {
+std::vector<Point> readPoints(TextScanner& scanner, ProgressListener* const& listener) {
     std::uint64_t const estimate = listener != nullptr ? estimatePairs(scanner, 'v', ' ') : 1;
     reportMessage(listener, "Reading 3D coordinates...");
     PercentageReporter progress(listener);
@@ -109,7 +109,7 @@ std::vector<Point> readPoints(TextScanner& scanner, ProgressListener* listener) 
 }
 
 std::vector<TwoDimensional::Point<double>> readFlatPoints(TextScanner& scanner, std::size_t vertexCount,
-                                                          ProgressListener* listener) {
+                                                          ProgressListener* const& listener) {
     scanner.rewind();
     if (listener != nullptr && scanner.skipToPair('v', 't')) {
         listener->setMessage("Reading 2D coordinates...");
@@ -131,7 +131,8 @@ std::vector<TwoDimensional::Point<double>> readFlatPoints(TextScanner& scanner, 
     throw std::runtime_error("Invalid vertex index");
 }
 
-std::vector<Face> readFaces(TextScanner& scanner, std::size_t vertexCount, ProgressListener* listener) {
+std::vector<Face> readFaces(TextScanner& scanner, std::size_t vertexCount,
+                            ProgressListener* const& listener) {
     reportMessage(listener, "Reading connectivity information...");
     std::uint64_t const estimate = listener != nullptr ? estimateCharacters(scanner, 'f') : 1;
     PercentageReporter progress(listener);

@@ -2,6 +2,7 @@
 
 #include "tests/support/capturedoutput.h"
 #include "tests/support/float_bits.h"
+#include "tests/support/leavinglistener.h"
 #include "tests/support/plain_linearalgebra.h"
 #include "tests/support/recordinglistener.h"
 #include "tests/support/thrownpointer.h"
@@ -224,6 +225,22 @@ TEST(Solve, PrintedIterationsCountFromOneToTheReportedNumber) {
     EXPECT_EQ(text.find("Max. 262144: 0.  "), std::string::npos);
     EXPECT_EQ(text.find("Max. 262144: " + std::to_string(iterations + 1)), std::string::npos);
     EXPECT_EQ(text.find('\n'), std::string::npos);
+}
+
+TEST(Solve, TheListenerMayDeleteItselfInItsOneCall) {
+    SparseMatrix const a = Plain::toSparse(makeLaplacian(3, 0.0));
+    Vector x(9);
+    x.zero();
+    Vector b(9);
+    b.allOnes();
+    unsigned calls = 0;
+    auto* const listener = new Testing::LeavingListener(
+        1, Testing::LeavingListener::Fate::IsDeleted, [] {}, calls);
+    CapturedOutput const output;
+    EXPECT_TRUE(Utility::solve(a, x, b, nullptr, listener, nullptr));
+    EXPECT_EQ(calls, 1U);
+    EXPECT_NE(output.getText().find("Max. 262144: 1.  "), std::string::npos)
+        << "lines are shown all the same";
 }
 
 TEST(Solve, SingularInconsistentSystemEndsAtTheFirstNaN) {
