@@ -13,6 +13,7 @@ set(qelt_internal_headers
     Geometry/groups/lengthcheck.h
     Geometry/linearalgebra/compactrows.h
     Geometry/linearalgebra/normalequations.h
+    Geometry/linearalgebra/scalarproduct.h
     Geometry/quadmesh/quadfileheader.h
     Geometry/search/dualbasis.h
     Geometry/trimesh/boundaryloops.h

@@ -1,6 +1,7 @@
 #include "Geometry/linearalgebra/sparsematrix.h"
 
 #include "Geometry/foundations/element.h"
+#include "Geometry/linearalgebra/scalarproduct.h"
 #include "Geometry/linearalgebra/utility.h"
 
 #include <algorithm>
@@ -282,8 +283,7 @@ SparseMatrix SparseMatrix::operator+(SparseMatrix const& other) const {
     return sum;
 }
 
-/// Used by the difference alone.
-SparseMatrix operator*(double factor, SparseMatrix const& matrix) {
+SparseMatrix ScalarProduct::getProduct(double factor, SparseMatrix const& matrix) {
     SparseMatrix product(matrix);
     for (std::uint32_t r = 0; r < product.numberOfRows; ++r) {
         double* const values = product.pRowValues[r].get();
@@ -291,6 +291,10 @@ SparseMatrix operator*(double factor, SparseMatrix const& matrix) {
         std::transform(values, values + count, values, [factor](double value) { return value * factor; });
     }
     return product;
+}
+
+SparseMatrix operator*(double factor, SparseMatrix const& matrix) {
+    return ScalarProduct::getProduct(factor, matrix);
 }
 
 SparseMatrix SparseMatrix::operator-(SparseMatrix const& other) const {

@@ -20,7 +20,7 @@ public:
     class QELT_EXPORT VectorInvalidDimensionsException {};
 
     /// A vector of n unset values; 0 is allowed. Call `zero` where zeros are needed.
-    explicit Vector(unsigned long n);
+    Vector(unsigned long n);
     Vector(Vector const& other);
     virtual ~Vector();
 
@@ -92,7 +92,7 @@ public:
     /// Thrown by pointer, as `VectorInvalidDimensionsException` is.
     class QELT_EXPORT RowVectorInvalidDimensionsException {};
 
-    explicit RowVector(unsigned long n);
+    RowVector(unsigned long n);
     RowVector(RowVector const& other);
     ~RowVector() override;
 
@@ -104,7 +104,7 @@ public:
     double operator*(Vector const& other) const;
 
 protected:
-    explicit RowVector(Vector const& other);
+    RowVector(Vector const& other);
 
     friend class Vector;
 };
