@@ -32,7 +32,9 @@ public:
                                   QuadIntersectionData const& newIntersectionData,
                                   std::string const& newFileName);
 
-    /// The mesh that answered. Must not be called on a default status or on that of an inactive position.
+    /// The mesh that answered. Must not be called on a default status or on that of an inactive position,
+    /// nor when the mesh is gone: what a group owns dies with the group, when files are loaded into the group
+    /// or another group is assigned to it, and by `deleteMeshes`. All else of a status stays usable.
     RectMesh const& getQuadMesh() const { return *quadMesh; }
 
     /// The hit in space; (0, 0, 0) when nothing was hit.
