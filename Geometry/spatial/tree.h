@@ -39,11 +39,12 @@ public:
     /// The result is not exact, and not meant to be: the search prunes by distances to splitting planes, one
     /// of which is no lower bound of the distances behind it, and where a node has no child on the point's
     /// side it can report an object twice, which takes the place of another. On uniform clouds of 1000 points
-    /// the nearest one is missed by 4 queries in 100. Of queries for 8, 4 in 10 miss at least one, 2 in 10
-    /// entries stand at another distance than they should, and 5 in 100 repeat an object; the last distance
-    /// can be several times the true one. A query for a point of the cloud finds it. Nor is the search fast:
-    /// its limit is loose, so that it looks at most of the tree, and a scan of all points, which is exact,
-    /// takes a small part of its time (the benchmark `neighbours` measures all this).
+    /// the nearest one is missed by 4 queries in 100. Of queries for 8, 4 in 10 miss at least one and 3 in 10
+    /// repeat an object (2 to 4 in 10, as the cloud is); of their entries 2 in 10 stand at another distance
+    /// than they should, and 5 in 100 are repetitions. The last distance can be several times the true one. A
+    /// query for a point of the cloud finds it. Nor is the search fast: its limit is loose, so that it looks
+    /// at most of the tree, and a scan of all points, which is exact, takes a small part of its time (the
+    /// benchmark `neighbours` measures all this).
     ///
     /// Distances are of single precision: squares beyond the range of floats are infinite, and such objects
     /// are not found.
