@@ -62,7 +62,7 @@ class QELT_EXPORT LeafNode : public Node {
 public:
     LeafNode() = default;
 
-    explicit LeafNode(Object const* newObject) : object(newObject) {}
+    LeafNode(Object const* newObject) : object(newObject) {}
 
 protected:
     friend class Tree;
