@@ -20,6 +20,7 @@
 #include "Geometry/linearalgebra/vector.h"
 #include "Geometry/quadmesh/edge.h"
 #include "Geometry/quadmesh/linearscalerectmesh.h"
+#include "Geometry/quadmesh/quadfileheader.h"
 #include "Geometry/quadmesh/quadvaliditygenerator.h"
 #include "Geometry/quadmesh/rectmesh.h"
 #include "Geometry/quadmesh/transformedrectmesh.h"

@@ -5,6 +5,8 @@ file(GLOB_RECURSE qelt_public_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Ge
 
 # Headers that only the library's own sources include: neither installed nor reached by Geometry/geometry.h.
 set(qelt_internal_headers
+    Geometry/foundations/internal/outputfile.h
+    Geometry/foundations/internal/streamfailure.h
     Geometry/foundations/percentage.h
     Geometry/fitting/cylinderfitfunction.h
     Geometry/fitting/realvaluedvectorfunction.h
@@ -14,7 +16,8 @@ set(qelt_internal_headers
     Geometry/linearalgebra/compactrows.h
     Geometry/linearalgebra/normalequations.h
     Geometry/linearalgebra/scalarproduct.h
-    Geometry/quadmesh/quadfileheader.h
+    Geometry/quadmesh/internal/littleendian.h
+    Geometry/quadmesh/internal/quadfilewriter.h
     Geometry/search/dualbasis.h
     Geometry/trimesh/boundaryloops.h
     Geometry/trimesh/facestitcher.h

@@ -1,9 +1,13 @@
+#include "Geometry/foundations/internal/outputfile.h"
+#include "Geometry/foundations/internal/streamfailure.h"
 #include "Geometry/foundations/rounding.h"
 #include "Geometry/quadmesh/rectmesh.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <locale>
+#include <sstream>
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -37,8 +41,13 @@ void RectMesh::getQuadAreaDistribution(double min, double max, std::uint32_t bin
 }
 
 void RectMesh::saveQuadAreaDistribution(std::string const& path) const {
-    std::ofstream stream =
-        openForWriting(path.c_str(), std::ios_base::out, "Quad area distribution file open failure.");
+    auto file = OutputFile::open(path.c_str(), OutputFile::Mode::Text,
+                                 [] { throw StreamFailure("Quad area distribution file write failure."); });
+    if (!file) {
+        throw StreamFailure("Quad area distribution file open failure.");
+    }
+    std::ostringstream lines;
+    lines.imbue(std::locale::classic());
     std::vector<std::uint32_t> bins(distributionBinCount);
     std::uint32_t count = 0;
     getQuadAreaDistribution(minQuadArea, maxQuadArea, distributionBinCount, bins.data(), &count);
@@ -46,8 +55,10 @@ void RectMesh::saveQuadAreaDistribution(std::string const& path) const {
         double const middle = (i + 0.5) / distributionBinCount * (maxQuadArea - minQuadArea) + minQuadArea;
         double const relativeArea = middle / meanQuadArea;
         double const share = static_cast<double>(bins[i]) / count;
-        stream << withoutNaNSign(relativeArea) << ' ' << withoutNaNSign(share) << '\n';
+        lines << withoutNaNSign(relativeArea) << ' ' << withoutNaNSign(share) << '\n';
     }
+    file->write(lines.str());
+    file->close();
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::QuadMesh

@@ -1,10 +1,11 @@
+#include "Geometry/foundations/internal/streamfailure.h"
 #include "Geometry/foundations/percentage.h"
-#include "Geometry/foundations/rounding.h"
-#include "Geometry/quadmesh/quadfileheader.h"
+#include "Geometry/quadmesh/internal/littleendian.h"
+#include "Geometry/quadmesh/internal/quadfilewriter.h"
 #include "Geometry/quadmesh/rectmesh.h"
 
 #include <algorithm>
-#include <bit>
+#include <iterator>
 #include <locale>
 #include <stdexcept>
 #include <string_view>
@@ -17,89 +18,7 @@ namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 namespace {
 
-constexpr std::string_view magic = "QELTQuad";
-constexpr std::uint32_t writtenVersion = 1;
-constexpr char const* openFailureText = "Quad-mesh file open failure.";
-
-/// libstdc++ appends the error code's text to what `failure` was given; here it is the text alone.
-class FileOpenFailure : public std::ios_base::failure {
-public:
-    explicit FileOpenFailure(char const* newText)
-        : std::ios_base::failure(newText, std::io_errc::stream), text(newText) {}
-
-    char const* what() const noexcept override { return text; }
-
-private:
-    char const* text;
-};
-
-template <std::size_t size>
-struct UnsignedOfSize;
-
-template <>
-struct UnsignedOfSize<4> {
-    using Type = std::uint32_t;
-};
-
-template <>
-struct UnsignedOfSize<8> {
-    using Type = std::uint64_t;
-};
-
-/// Writes the bytes of a 32 or 64 bit value, the lowest first.
-template <class Stored>
-void encode(Stored value, char* bytes) {
-    auto const bits = std::bit_cast<typename UnsignedOfSize<sizeof(Stored)>::Type>(value);
-    for (std::size_t i = 0; i < sizeof(Stored); ++i) {
-        bytes[i] = static_cast<char>(static_cast<unsigned char>(bits >> (8 * i)));
-    }
-}
-
-template <class Stored>
-Stored decode(char const* bytes) {
-    using Bits = typename UnsignedOfSize<sizeof(Stored)>::Type;
-    Bits bits = 0;
-    for (std::size_t i = 0; i < sizeof(Stored); ++i) {
-        bits |= static_cast<Bits>(Bits{static_cast<unsigned char>(bytes[i])} << (8 * i));
-    }
-    return std::bit_cast<Stored>(bits);
-}
-
 constexpr std::size_t bufferSize = 1U << 16;
-
-/// Gathers values into large writes. What is not flushed is lost.
-class BlockWriter {
-public:
-    explicit BlockWriter(std::ofstream& target) : stream(target), buffer(bufferSize) {}
-
-    template <class Stored>
-    void put(Stored value) {
-        if constexpr (sizeof(Stored) == 1) {
-            buffer[makeRoom(1)] = value;
-        } else {
-            encode(value, &buffer[makeRoom(sizeof(Stored))]);
-        }
-    }
-
-    void flush() {
-        stream.write(buffer.data(), static_cast<std::streamsize>(used));
-        used = 0;
-    }
-
-private:
-    std::size_t makeRoom(std::size_t size) {
-        if (used + size > bufferSize) {
-            flush();
-        }
-        std::size_t const start = used;
-        used += size;
-        return start;
-    }
-
-    std::ofstream& stream;
-    std::vector<char> buffer;
-    std::size_t used = 0;
-};
 
 /// Takes the values of the file's last block in large reads; zero from the first that is not whole.
 template <class Stored>
@@ -148,15 +67,6 @@ Stored readValue(std::ifstream& stream) {
     return decode<Stored>(readBytes<sizeof(Stored)>(stream).data());
 }
 
-template <class Stored>
-Stored toStored(float coordinate) {
-    if constexpr (std::is_integral_v<Stored>) {
-        return truncateToInt32(static_cast<double>(coordinate));
-    } else {
-        return Stored{coordinate};
-    }
-}
-
 /// The path without directory and extension. Only a backslash separates directories.
 std::string getBareName(std::string name) {
     std::size_t const separator = name.rfind('\\');
@@ -170,30 +80,19 @@ std::string getBareName(std::string name) {
     return name;
 }
 
-/// The text up to the first zero byte, or the whole of the field.
-std::string getText(std::array<char, 128> const& field) {
-    return {field.begin(), std::find(field.begin(), field.end(), '\0')};
+/// The name up to the first zero byte, or the whole of the field.
+std::string getNameIn(QuadFileHeader const& header) {
+    return {std::begin(header.name), std::find(std::begin(header.name), std::end(header.name), '\0')};
 }
 
 } // namespace
-
-std::ofstream RectMesh::openForWriting(char const* path, std::ios_base::openmode mode,
-                                       char const* failureText) {
-    std::ofstream stream;
-    stream.imbue(std::locale::classic());
-    stream.open(path, mode);
-    if (!stream.is_open()) {
-        throw FileOpenFailure(failureText);
-    }
-    return stream;
-}
 
 std::ifstream RectMesh::openForReading(char const* path) {
     std::ifstream stream;
     stream.imbue(std::locale::classic());
     stream.open(path, std::ios_base::in | std::ios_base::binary);
     if (!stream.is_open()) {
-        throw FileOpenFailure(openFailureText);
+        throw StreamFailure("Quad-mesh file open failure.");
     }
     return stream;
 }
@@ -211,17 +110,33 @@ void RectMesh::save(char const* path) {
 }
 
 void RectMesh::saveAsQuads(char const* path) {
-    std::ofstream stream = openForWriting(path, std::ios_base::out | std::ios_base::binary, openFailureText);
-    std::uint32_t const coordinateDataType =
-        getCoordinateDataType<decltype(std::declval<ThreeDimensional::Point const&>().getX())>();
+    OutputFile file = openGridOutput(path, OutputFile::Mode::Binary);
     snapQuadAreas();
-    writeFileHeader(stream, coordinateDataType);
+    QuadFileHeader const header = makeFileHeader();
+    QuadFileWriter writer(file, *this);
+    writer.writeHeader(header);
     PercentageReporter progress(progressListener);
     reportMessage(progressListener, "Writing point flags...");
-    writeFlags(stream, progress);
+    writer.writeFlags(progress);
     reportMessage(progressListener, "Writing quad points...");
     progress.restart();
-    writePoints(stream, coordinateDataType, progress);
+    writer.writePoints(header.coordinateDataType, progress);
+    file.close();
+}
+
+/// What a file of this grid says of it. The last byte of the name stays zero.
+QuadFileHeader RectMesh::makeFileHeader() const {
+    QuadFileHeader header;
+    std::copy_n(sourceName.begin(), std::min(sourceName.size(), QuadFileHeader::nameSize - 1), header.name);
+    header.extentU = extents.u;
+    header.extentV = extents.v;
+    header.version = writtenQuadFileVersion;
+    header.meanQuadArea = meanQuadArea;
+    header.minQuadArea = minQuadArea;
+    header.maxQuadArea = maxQuadArea;
+    header.coordinateDataType =
+        getCoordinateDataType<decltype(std::declval<ThreeDimensional::Point const&>().getX())>();
+    return header;
 }
 
 void RectMesh::snapQuadAreas() {
@@ -237,76 +152,14 @@ void RectMesh::snapQuadAreas() {
     }
 }
 
-void RectMesh::writeFileHeader(std::ofstream& stream, std::uint32_t coordinateDataType) const {
-    BlockWriter writer(stream);
-    for (char const c : magic) {
-        writer.put(c);
-    }
-    writer.put(writtenVersion);
-    // The last byte of the name field is always zero.
-    std::array<char, 128> name{};
-    std::copy_n(sourceName.begin(), std::min(sourceName.size(), name.size() - 1), name.begin());
-    for (char const c : name) {
-        writer.put(c);
-    }
-    writer.put(extents.u);
-    writer.put(extents.v);
-    writer.put(meanQuadArea);
-    writer.put(minQuadArea);
-    writer.put(maxQuadArea);
-    writer.put(coordinateDataType);
-    writer.flush();
-}
-
-void RectMesh::writeFlags(std::ofstream& stream, PercentageReporter& progress) const {
-    BlockWriter writer(stream);
-    std::uint64_t const count = (std::uint64_t{extents.u} + 1) * (std::uint64_t{extents.v} + 1);
-    std::uint64_t done = 0;
-    forEachNode([&](TwoDimensional::Point<int> const& node) {
-        progress.reportShare(done++, count);
-        writer.put(getPointFlags(node));
-    });
-    writer.flush();
-}
-
-void RectMesh::writePoints(std::ofstream& stream, std::uint32_t coordinateDataType,
-                           PercentageReporter& progress) const {
-    switch (coordinateDataType) {
-    case FloatCoordinates:
-        return writePointsAs<float>(stream, progress);
-    case DoubleCoordinates:
-        return writePointsAs<double>(stream, progress);
-    case IntegerCoordinates:
-        return writePointsAs<std::int32_t>(stream, progress);
-    default:
-        throw std::runtime_error("Unsupported coordinate data-type.");
-    }
-}
-
-template <class Stored>
-void RectMesh::writePointsAs(std::ofstream& stream, PercentageReporter& progress) const {
-    BlockWriter writer(stream);
-    std::uint64_t const count = (std::uint64_t{extents.u} + 1) * (std::uint64_t{extents.v} + 1);
-    std::uint64_t done = 0;
-    forEachNode([&](TwoDimensional::Point<int> const& node) {
-        progress.reportShare(done++, count);
-        if (getIsPointValid(node)) {
-            ThreeDimensional::Point const point = getPoint(node);
-            writer.put(toStored<Stored>(point.getX()));
-            writer.put(toStored<Stored>(point.getY()));
-            writer.put(toStored<Stored>(point.getZ()));
-        }
-    });
-    writer.flush();
-}
-
 void RectMesh::readFileHeader(std::ifstream& stream, QuadFileHeader& header) {
-    auto const found = readBytes<magic.size()>(stream);
-    if (std::string_view(found.data(), found.size()) != magic) {
+    auto const found = readBytes<quadFileMagic.size()>(stream);
+    if (std::string_view(found.data(), found.size()) != quadFileMagic) {
         throw std::runtime_error("Invalid .quads file.");
     }
     header.version = readValue<std::uint32_t>(stream);
-    header.name = readBytes<sizeof(header.name)>(stream);
+    auto const name = readBytes<QuadFileHeader::nameSize>(stream);
+    std::copy(name.begin(), name.end(), header.name);
     header.extentU = readValue<std::uint32_t>(stream);
     header.extentV = readValue<std::uint32_t>(stream);
     header.meanQuadArea = readValue<double>(stream);
@@ -315,11 +168,16 @@ void RectMesh::readFileHeader(std::ifstream& stream, QuadFileHeader& header) {
     header.coordinateDataType = header.version == 0 ? DoubleCoordinates : readValue<std::uint32_t>(stream);
 }
 
-void RectMesh::getFileHeaderItems(char const* path, unsigned long& extentU, unsigned long& extentV,
-                                  double& meanArea, double& minArea, double& maxArea) {
+QuadFileHeader RectMesh::getFileHeader(char const* path) {
     std::ifstream stream = openForReading(path);
     QuadFileHeader header;
     readFileHeader(stream, header);
+    return header;
+}
+
+void RectMesh::getFileHeaderItems(char const* path, unsigned long& extentU, unsigned long& extentV,
+                                  double& meanArea, double& minArea, double& maxArea) {
+    QuadFileHeader const header = getFileHeader(path);
     extentU = header.extentU;
     extentV = header.extentV;
     meanArea = header.meanQuadArea;
@@ -364,7 +222,7 @@ void RectMesh::loadv0(QuadFileHeader const& header, std::ifstream& stream) {
 
 void RectMesh::loadv1(QuadFileHeader const& header, std::ifstream& stream) {
     initFromHeader(header);
-    sourceName = getText(header.name);
+    sourceName = getNameIn(header);
     readFlags(stream);
     switch (header.coordinateDataType) {
     case FloatCoordinates:

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
@@ -18,14 +18,22 @@ enum CoordinateDataType : std::uint32_t {
     UnknownCoordinates = 3,
 };
 
-/// The header of a `.quads` file in memory.
+/// The header of a `.quads` file in memory: what the file says of itself in front of its nodes, taken as it
+/// stands. Nothing in it has been compared with the rest of the file, whose length it need not match.
+/// `RectMesh::getFileHeader` answers with it, and a derived grid may read it off an open file by
+/// `RectMesh::readFileHeader`.
 struct QuadFileHeader {
-    /// The grid's source name, up to the first zero byte or the end.
-    std::array<char, 128> name{};
-    /// The highest indices of the grid.
+    static constexpr std::size_t nameSize = 128;
+
+    /// The grid's source name. A file that the library wrote has a zero byte at its end, another need not:
+    /// it goes up to the first zero byte or the end.
+    char name[nameSize] = {};
+    /// The highest indices of the grid: it has `extentU` + 1 by `extentV` + 1 nodes.
     std::uint32_t extentU = 0;
     std::uint32_t extentV = 0;
+    /// 0 and 1 can be loaded.
     std::uint32_t version = 0;
+    /// Areas of the quads as settled when the grid was written.
     double meanQuadArea = 0.0;
     double minQuadArea = 0.0;
     double maxQuadArea = 0.0;

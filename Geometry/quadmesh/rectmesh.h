@@ -6,6 +6,7 @@
 #include "Geometry/foundations/progresslistener.h"
 #include "Geometry/foundations/vector.h"
 #include "Geometry/quadmesh/edge.h"
+#include "Geometry/quadmesh/quadfileheader.h"
 #include "Geometry/quadmesh/quadvaliditygenerator.h"
 #include "Geometry/search/quadindicesintersectionstatus.h"
 #include "Geometry/search/quadintersectiondata.h"
@@ -33,7 +34,6 @@ class Triangle;
 
 namespace QuadMesh {
 
-struct QuadFileHeader;
 class QuadIndicesEllipseIntersectionInfo;
 
 /// A direction of the grid.
@@ -294,11 +294,12 @@ public:
     ///@}
     /// \name Files
     /// A file that cannot be opened gives std::ios_base::failure with std::io_errc::stream and the text
-    /// "Quad-mesh file open failure.".
+    /// "Quad-mesh file open failure.", one that cannot be written to its end the same with "Quad-mesh file
+    /// write failure.". What was written until then stays: no file, link or device is removed.
     ///@{
 
-    /// Writes a `.quads` file if the path holds ".quads" anywhere, else OBJ text if it holds ".obj"; then the
-    /// path becomes the file name. Files are the same on every machine, little-endian.
+    /// Writes a `.quads` file if the path holds ".quads" anywhere, else OBJ text if it holds ".obj"; the path
+    /// becomes the file name once all is written. Files are the same on every machine, little-endian.
     /// \throws std::runtime_error "Unsupported file extension".
     void save(char const* path);
 
@@ -314,14 +315,18 @@ public:
     /// coordinate data-type" or "Insufficient memory to initialise quad-mesh.".
     void load(char const* path);
 
-    /// Reads the header alone, of any version. A field that the file is too short for reads as zero.
-    /// \throws std::runtime_error "Invalid .quads file.".
+    /// The whole header of a `.quads` file of any version, without its nodes. A field that the file is too
+    /// short for reads as zero. \throws std::runtime_error "Invalid .quads file.".
+    static QuadFileHeader getFileHeader(char const* path);
+
+    /// Some of its fields.
     static void getFileHeaderItems(char const* path, unsigned long& extentU, unsigned long& extentV,
                                    double& meanArea, double& minArea, double& maxArea);
 
     /// Writes 1024 lines: relative area and share of the quads, in bins of equal width from the smallest to
     /// the largest area. Where these are equal, all quads stand in the first bin.
-    /// \throws std::ios_base::failure "Quad area distribution file open failure.".
+    /// \throws std::ios_base::failure "Quad area distribution file open failure." or "Quad area distribution
+    /// file write failure.".
     void saveQuadAreaDistribution(std::string const& path) const;
 
     ///@}
@@ -447,6 +452,9 @@ protected:
     /// \throws std::runtime_error "Insufficient memory to initialise quad-mesh.", leaving an empty grid.
     void init(TwoDimensional::Vector<unsigned long> const& newExtents);
 
+    /// Reads the header off the start of a file that is open in binary mode, up to the flag block. A field
+    /// that the file is too short for reads as zero; of version 0 the data type is `DoubleCoordinates`.
+    /// \throws std::runtime_error "Invalid .quads file.", with the header as it was.
     static void readFileHeader(std::ifstream& stream, QuadFileHeader& header);
 
 private:
@@ -524,21 +532,12 @@ private:
     void markCutNode(TwoDimensional::Point<int> const& node);
     void markInterior();
 
-    /// \throws std::ios_base::failure with this text, which must be a literal.
-    static std::ofstream openForWriting(char const* path, std::ios_base::openmode mode,
-                                        char const* failureText);
     static std::ifstream openForReading(char const* path);
 
     void saveAsQuads(char const* path);
     /// Replaces each stored area that is off the target area by more than the tolerance, if asked to.
     void snapQuadAreas();
-    void writeFileHeader(std::ofstream& stream, std::uint32_t coordinateDataType) const;
-    void writeFlags(std::ofstream& stream, PercentageReporter& progress) const;
-    /// \throws std::runtime_error "Unsupported coordinate data-type.".
-    void writePoints(std::ofstream& stream, std::uint32_t coordinateDataType,
-                     PercentageReporter& progress) const;
-    template <class Stored>
-    void writePointsAs(std::ofstream& stream, PercentageReporter& progress) const;
+    QuadFileHeader makeFileHeader() const;
 
     void initFromHeader(QuadFileHeader const& header);
     void readFlags(std::ifstream& stream);
