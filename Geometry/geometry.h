@@ -15,6 +15,8 @@
 #include "Geometry/groups/mtf_list.h"
 #include "Geometry/groups/rectmeshgroup.h"
 #include "Geometry/groups/rectmeshgroups.h"
+#include "Geometry/linearalgebra/solvelistener.h"
+#include "Geometry/linearalgebra/solvereport.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/utility.h"
 #include "Geometry/linearalgebra/vector.h"

@@ -1,5 +1,6 @@
 #include "Geometry/foundations/percentage.h"
 #include "Geometry/linearalgebra/compactrows.h"
+#include "Geometry/linearalgebra/solvelistener.h"
 #include "Geometry/linearalgebra/utility.h"
 
 #include <array>
@@ -96,9 +97,14 @@ private:
     bool isStarted = false;
 };
 
-/// Iterates from `x` until the residual's norm is small enough, NaN, or the iterations run out. On return `x`
-/// is the last iterate and `norm` its residual's; the answer is the number of iterations.
-int iterate(SparseMatrix const& A, Vector& x, Vector const& residual, double& norm, bool doShowProgress) {
+SolveReport makeReport(int iterations, double norm) {
+    return {static_cast<unsigned long>(iterations), norm, residualTolerance >= norm};
+}
+
+/// Iterates from `x` until the residual's norm is small enough, NaN, or the iterations run out. `norm` is
+/// that of the start; on return `x` is the last iterate.
+SolveReport iterate(SparseMatrix const& A, Vector& x, Vector const& residual, double norm,
+                    ProgressListener* const& listener, bool doShowProgress) {
     ConjugateGradients gradients(A, x, residual);
     int iterations = 0;
     while (norm > residualTolerance && iterations < maximumIterations) {
@@ -108,9 +114,12 @@ int iterate(SparseMatrix const& A, Vector& x, Vector const& residual, double& no
         if (doShowProgress) {
             Utility::setSolveProgress(norm, iterations);
         }
+        if (auto* const solveListener = dynamic_cast<SolveListener*>(listener)) {
+            solveListener->setSolveProgress(makeReport(iterations, norm));
+        }
     }
     x.set(&gradients.getIterate());
-    return iterations;
+    return makeReport(iterations, norm);
 }
 
 /// `label`, a colon, the number as a stream in its original state would write it, and a full stop.
@@ -128,23 +137,28 @@ void appendItem(std::string& line, char const* label, double value) {
 } // namespace
 
 bool Utility::solve(SparseMatrix const& A, Vector& x, Vector const& b, unsigned long* pIterations,
-                    ProgressListener* listener, ProgressTerminator* /* terminator */) {
-    // The listener may be gone after this one call.
+                    ProgressListener* listener, ProgressTerminator* terminator) {
+    SolveReport const report = solveWithReport(A, x, b, listener, terminator);
+    if (pIterations != nullptr) {
+        *pIterations = report.iterations;
+    }
+    return report.hasConverged;
+}
+
+SolveReport Utility::solveWithReport(SparseMatrix const& A, Vector& x, Vector const& b,
+                                     ProgressListener* const& listener,
+                                     ProgressTerminator* /* terminator */) {
     bool const doShowProgress = listener != nullptr;
     reportMessage(listener, "Solving linear system...");
     Vector const residual = b - A * x;
-    double norm = residual.normL2();
-    int iterations = 0;
-    if (norm > residualTolerance) {
-        if (A.getNumberOfRows() != A.getNumberOfColumns()) {
-            throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
-        }
-        iterations = iterate(A, x, residual, norm, doShowProgress);
+    double const norm = residual.normL2();
+    if (!(norm > residualTolerance)) {
+        return makeReport(0, norm);
     }
-    if (pIterations != nullptr) {
-        *pIterations = static_cast<unsigned long>(iterations);
+    if (A.getNumberOfRows() != A.getNumberOfColumns()) {
+        throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
     }
-    return residualTolerance >= norm;
+    return iterate(A, x, residual, norm, listener, doShowProgress);
 }
 
 void Utility::setSolveProgress(double residual, int iterations) {
