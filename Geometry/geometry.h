@@ -34,6 +34,8 @@
 #include "Geometry/spatial/node.h"
 #include "Geometry/spatial/object.h"
 #include "Geometry/spatial/tree.h"
+#include "Geometry/trimesh/boundaryloop.h"
+#include "Geometry/trimesh/conformalmapreport.h"
 #include "Geometry/trimesh/edge.h"
 #include "Geometry/trimesh/map.h"
 #include "Geometry/trimesh/mesh.h"

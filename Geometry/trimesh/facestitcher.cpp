@@ -18,6 +18,16 @@ constexpr std::uint32_t noSlot = 0xFFFFFFFFU;
 
 } // namespace
 
+void checkFaces(std::vector<Face> const& faces, std::size_t vertexCount) {
+    for (Face const& face : faces) {
+        for (std::uint32_t const index : face) {
+            if (index >= vertexCount) {
+                throw std::runtime_error("Invalid vertex index");
+            }
+        }
+    }
+}
+
 Mesh::FaceStitcher::FaceStitcher(Mesh& newMesh, std::vector<Face> newFaces)
     : mesh(newMesh),
       faces(std::move(newFaces)),

@@ -3,7 +3,7 @@
 #include "Geometry/foundations/percentage.h"
 #include "Geometry/trimesh/mesh.h"
 
-#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <set>
 #include <unordered_map>
@@ -12,8 +12,8 @@
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
-/// A face of a file: three vertex indices.
-using Face = std::array<std::uint32_t, 3>;
+/// \throws std::runtime_error "Invalid vertex index" if a face names a vertex that is not there.
+void checkFaces(std::vector<Face> const& faces, std::size_t vertexCount);
 
 /// Builds the connectivity of a mesh from faces: the surface grows from the first face, and faces join it one
 /// at a time where they share a side with it.

@@ -4,11 +4,14 @@
 #include "Geometry/foundations/point.h"
 #include "Geometry/foundations/progresslistener.h"
 #include "Geometry/foundations/progressterminator.h"
+#include "Geometry/trimesh/boundaryloop.h"
+#include "Geometry/trimesh/conformalmapreport.h"
 #include "Geometry/trimesh/edge.h"
 #include "Geometry/trimesh/map.h"
 #include "Geometry/trimesh/triangle.h"
 #include "Geometry/trimesh/vertex.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -35,6 +38,10 @@ struct CutEdgeIndex {
 /// The two lips of a cut, of equal length: entry k of `second` is the vertex that was split off from entry k
 /// of `first`.
 using CutEdgeIndices = std::pair<std::vector<CutEdgeIndex>, std::vector<CutEdgeIndex>>;
+
+/// A triangle by its vertices, whose indices count from 0. The surface faces where they run
+/// counter-clockwise.
+using Face = std::array<std::uint32_t, 3>;
 
 /// At which end of an axis a cut starts.
 enum CutMetric : int {
@@ -71,6 +78,10 @@ private:
 class QELT_EXPORT Mesh {
 public:
     Mesh();
+
+    /// The mesh that `construct` makes of points and faces. Throws what that throws.
+    Mesh(std::vector<Point> const& points, std::vector<Face> const& faces);
+
     Mesh(Mesh const&) = delete;
     Mesh& operator=(Mesh const&) = delete;
     virtual ~Mesh();
@@ -94,6 +105,14 @@ public:
     /// \throws std::runtime_error "Invalid file extension" or "Cannot open file".
     void save(char const* path, bool saveFlat, bool saveFlatAs3D) const;
 
+    /// Replaces the mesh by the one that `load` makes of an OBJ file of these points and faces, without flat
+    /// coordinates: the same vertices, triangles, orders and normals, and the same demands on the faces. The
+    /// file name and the cut of an earlier mesh stay.
+    /// \throws std::runtime_error "Invalid vertex index" if a face names a point that is not there, with the
+    /// mesh unchanged, or "Mesh construction failure" if there is no face or the faces cannot be joined, with
+    /// what was built until then.
+    void construct(std::vector<Point> const& points, std::vector<Face> const& faces);
+
     /// Replaces the mesh by a surface through the points of a cloud, by an advancing front: from the closest
     /// two points on, always the waiting triangle of the smallest circumradius is built next. A point forms
     /// triangles with its 64 nearest others only, or with as many as there are, and uses each such link once.
@@ -101,11 +120,18 @@ public:
     /// when all points are reached stay open. Where the front meets itself, sheets may touch in a point alone
     /// or pass over each other; `conformalMap` refuses the former. The first triangle faces up, towards +z,
     /// and stands on the left of its closest pair, lower index first: on a rim there may be no point there,
-    /// and the points in reverse order then do. Time grows a little faster than the number of points,
-    /// but with its square where many distances are equal, as on a lattice; memory grows with the number. The
-    /// file name and the cut of an earlier mesh stay.
+    /// and the points in reverse order then do. A side of it on which no point can stand waits for nothing,
+    /// and may stay open. Time grows a little faster than the number of points, but with its square where
+    /// many distances are equal, as on a lattice; memory grows with the number. The file name and the cut of
+    /// an earlier mesh stay.
     /// \throws std::runtime_error "Cannot add floating triangle" if no first triangle can be made.
     void construct(PointCloud::Cloud const& cloud);
+
+    /// The boundary of the triangles that `getTriangles` gathers, of which each open side lies on one loop.
+    /// Loops come in the order of their lowest vertices, at which each starts; loops with the same one, in
+    /// that of the triangles of their first edges. A mesh that is closed or empty has none. Costs a walk
+    /// along the boundary beside `getTriangles`.
+    std::vector<BoundaryLoop> getBoundaryLoops() const;
 
     /// The four corners of the longest boundary loop, by how sharply it turns and how far they lie apart,
     /// into `corners[0]` to `corners[3]`. The first and the third are the ends of the longest diagonal. A
@@ -153,6 +179,9 @@ public:
     /// after the renumbering.
     void conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSolution, bool doUseSolutionAsStart);
 
+    /// How the solves of the last `conformalMap` ended; no report for those that it did not come to.
+    ConformalMapReport const& getConformalMapReport() const { return conformalMapReport; }
+
     /// Builds a hexagonal cone of seven vertices in this empty mesh and flattens it, as a trial.
     void conformalMapTest();
 
@@ -171,6 +200,9 @@ public:
 
     /// The name that `load` took last, without directory and extension.
     std::string const& getFileName() const { return fileName; }
+
+    /// Names a surface that was not loaded; a grid that is made of the mesh takes the name over.
+    void setFileName(std::string const& name) { fileName = name; }
 
     CutEdgeIndices const& getCutEdgeIndices() const { return cutEdgeIndices; }
 
@@ -306,6 +338,7 @@ private:
     CutEdgeIndices cutEdgeIndices;
     ProgressListener* progressListener = nullptr;
     ProgressTerminator* progressTerminator = nullptr;
+    ConformalMapReport conformalMapReport;
     std::unique_ptr<TriangleArena> triangles;
 };
 

@@ -127,10 +127,6 @@ std::vector<TwoDimensional::Point<double>> readFlatPoints(TextScanner& scanner, 
     return points;
 }
 
-[[noreturn]] void throwInvalidVertexIndex() {
-    throw std::runtime_error("Invalid vertex index");
-}
-
 std::vector<Face> readFaces(TextScanner& scanner, std::size_t vertexCount,
                             ProgressListener* const& listener) {
     reportMessage(listener, "Reading connectivity information...");
@@ -146,22 +142,12 @@ std::vector<Face> readFaces(TextScanner& scanner, std::size_t vertexCount,
         Face const face{static_cast<std::uint32_t>(c[0]) - 1U, static_cast<std::uint32_t>(c[1]) - 1U,
                         static_cast<std::uint32_t>(c[2]) - 1U};
         if (face[0] >= vertexCount) {
-            throwInvalidVertexIndex();
+            throw std::runtime_error("Invalid vertex index");
         }
         faces.push_back(face);
         progress.reportShare(faces.size(), estimate);
     }
     return faces;
-}
-
-void checkFaces(std::vector<Face> const& faces, std::size_t vertexCount) {
-    for (Face const& face : faces) {
-        for (std::uint32_t const index : face) {
-            if (index >= vertexCount) {
-                throwInvalidVertexIndex();
-            }
-        }
-    }
 }
 
 /// Builds the text of a mesh file. Numbers look as `printf` writes them in the C locale, in every locale.
