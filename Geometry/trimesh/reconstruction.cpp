@@ -114,7 +114,10 @@ class Mesh::AdvancingFront {
 public:
     AdvancingFront(Mesh& theMesh, NeighbourLinks const& startLinks) : mesh(theMesh), links(startLinks) {}
 
-    /// Makes the first triangle, on the closest two points.
+    /// Makes the first triangle, on the closest two points. A side of it on which no point can stand waits
+    /// for nothing, like one of any later triangle. It could also wait for the apex that was found last; but
+    /// that one was chosen for another side, and a triangle with it here can end the growth after a few
+    /// steps.
     void plantSeed() {
         unsigned long third = 0;
         double rTSqr = 0.0;

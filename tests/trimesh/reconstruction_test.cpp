@@ -387,6 +387,24 @@ TEST(Reconstruction, ManySmallLatticesWithTiesGiveThePlainResult) {
     }
 }
 
+TEST(Reconstruction, ASideOfTheFirstTriangleWithoutAnApexWaitsForNothing) {
+    // On the rim of such a cloud the first triangle has a side that no point can stand on. If that side
+    // waited for the apex of another side, the surface would be another one; over the first two it would end
+    // at once.
+    for (std::uint32_t const seed : {14U, 236U, 37U, 51U, 373U, 480U}) {
+        SCOPED_TRACE(seed);
+        Points const points = makeRandomPlane(110, seed);
+        PlainReconstruction const plain = expectPlainResult(points);
+        EXPECT_EQ(plain.failure, "");
+        PlainReconstruction const other = plainConstruct(points, SideWithoutApex::WaitsForLastApex);
+        EXPECT_NE(describe(other.mesh), describe(plain.mesh));
+        EXPECT_GT(plain.mesh.triangles.size(), 150U);
+        if (seed == 14U || seed == 236U) {
+            EXPECT_EQ(other.mesh.triangles.size(), 4U);
+        }
+    }
+}
+
 TEST(Reconstruction, ACloudWithoutPointsOrWithTooFewCannotMakeTheFirstTriangle) {
     for (std::uint32_t count = 0; count < 3; ++count) {
         Mesh mesh;
