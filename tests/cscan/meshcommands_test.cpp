@@ -79,6 +79,7 @@ TEST(MeshCommands, prepareTakesACloud) {
     ASSERT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(itemIn(outcome.output, "vertices"), "143");
     EXPECT_NEAR(std::stod(itemIn(outcome.output, "valid quads")), 842.0, 60.0);
+    EXPECT_EQ(itemIn(run(directory, {"info", "c.quads"}).output, "source name"), "c");
 }
 
 TEST(MeshCommands, prepareExtendsTheRim) {

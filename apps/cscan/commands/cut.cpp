@@ -16,7 +16,7 @@ namespace {
 constexpr std::array<char const*, 3> axisNames{"x", "y", "z"};
 
 CutPlane cut(Mesh& mesh, CutOptions const& options) {
-    std::size_t const rimCount = boundaryLoopsOf(trianglesOf(mesh)).size();
+    std::size_t const rimCount = boundaryLoopsOf(mesh).size();
     if (rimCount == 0) {
         throw Failure(options.part.string() + ": the mesh is closed; a cut leads from rim to rim");
     }
@@ -27,7 +27,7 @@ CutPlane cut(Mesh& mesh, CutOptions const& options) {
         throw Failure(options.part.string() + ": no way for a cut from the " + start +
                       " with the surface's normal along " + axisNames.at(options.cut.normalAxis) + " there");
     }
-    if (boundaryLoopsOf(trianglesOf(mesh)).size() >= rimCount) {
+    if (boundaryLoopsOf(mesh).size() >= rimCount) {
         throw Failure(options.part.string() + ": the cut from the " + start + " leads back to its own rim");
     }
     return *plane;
@@ -59,7 +59,7 @@ void runCut(CutOptions const& options, std::ostream& output, ProgressDisplay& di
     display.clear();
     auto const triangles = trianglesOf(mesh);
     output << options.result.string() << '\n';
-    printMesh(output, mesh, triangles, boundaryLoopsOf(triangles));
+    printMesh(output, mesh, triangles, boundaryLoopsOf(mesh));
     printPlane(output, plane, options.cut);
     printItem(output, "cut file", cutFileOf(options.result).string());
 }

@@ -51,7 +51,7 @@ void printObjFile(std::filesystem::path const& path, std::ostream& output, Progr
     auto const triangles = trianglesOf(mesh);
     output << path.string() << ": triangle mesh\n";
     printItem(output, "size", std::to_string(std::filesystem::file_size(path)) + " bytes");
-    printMesh(output, mesh, triangles, boundaryLoopsOf(triangles));
+    printMesh(output, mesh, triangles, boundaryLoopsOf(mesh));
     printItem(output, "flat coordinates", contents.hasFlatCoordinates ? "yes" : "no");
     if (contents.hasFlatCoordinates) {
         printFlat(output, flatSummaryOf(mesh, triangles));

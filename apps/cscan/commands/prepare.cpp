@@ -46,14 +46,12 @@ void requireBearableGrid(Mesh const& mesh, PrepareOptions const& options) {
     }
 }
 
-/// Hands the surface over in a file, the library's only way for triangles that are there already.
 RepairReport loadCloud(Mesh& mesh, PrepareOptions const& options) {
-    auto const [surface, repair] = reconstructFrom(options.part, options.repair);
-    TemporaryDirectory const directory;
-    auto const path = directory / (options.part.stem().string() + ".obj");
-    writeFaces(surface, path);
-    loadObj(mesh, path);
-    return repair;
+    auto const reconstruction = reconstructFrom(options.part, options.repair);
+    naming(options.part.string(),
+           [&] { mesh.construct(reconstruction.surface.points, reconstruction.surface.faces); });
+    mesh.setFileName(options.part.stem().string());
+    return reconstruction.repair;
 }
 
 void loadPart(Mesh& mesh, PrepareOptions const& options, std::ostream& output, ProgressDisplay& display) {
@@ -69,7 +67,7 @@ void loadPart(Mesh& mesh, PrepareOptions const& options, std::ostream& output, P
     double const seconds = watch.seconds();
     display.clear();
     auto const triangles = trianglesOf(mesh);
-    auto const loops = boundaryLoopsOf(triangles);
+    auto const loops = boundaryLoopsOf(mesh);
     output << path.string() << '\n';
     printItem(output, "load time", secondsText(seconds));
     if (repair) {

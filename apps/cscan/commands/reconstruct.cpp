@@ -27,7 +27,7 @@ void runReconstruct(ReconstructOptions const& options, std::ostream& output, Pro
     output << options.part.string() << '\n';
     printItem(output, "time", secondsText(seconds));
     printRepair(output, repair);
-    printMesh(output, mesh, triangles, boundaryLoopsOf(triangles));
+    printMesh(output, mesh, triangles, boundaryLoopsOf(mesh));
 }
 
 } // namespace cscan

@@ -55,18 +55,4 @@ WorkingDirectory::~WorkingDirectory() {
     std::filesystem::current_path(former, ignored);
 }
 
-TemporaryDirectory::TemporaryDirectory() {
-    std::string name = (std::filesystem::temp_directory_path() / "cscan-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-        std::string const reason = std::generic_category().message(errno);
-        throw Failure(name + ": cannot be made (" + reason + ")");
-    }
-    path = name;
-}
-
-TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-}
-
 } // namespace cscan

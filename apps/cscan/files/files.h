@@ -26,18 +26,4 @@ private:
     std::filesystem::path former;
 };
 
-/// A directory of its own for files that someone must read from a disk, gone with the object.
-class TemporaryDirectory {
-public:
-    TemporaryDirectory();
-    ~TemporaryDirectory();
-    TemporaryDirectory(TemporaryDirectory const&) = delete;
-    TemporaryDirectory& operator=(TemporaryDirectory const&) = delete;
-
-    std::filesystem::path operator/(std::string const& name) const { return path / name; }
-
-private:
-    std::filesystem::path path;
-};
-
 } // namespace cscan

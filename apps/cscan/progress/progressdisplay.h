@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Geometry/geometry.h"
+#include "apps/cscan/progress/stopwatch.h"
 
 #include <iosfwd>
 #include <string>
@@ -9,7 +10,7 @@ namespace cscan {
 
 /// Shows how far the library has come. On a terminal this is one line with a bar, redrawn in place and gone
 /// at the end; elsewhere each of the library's messages is a line of its own.
-class ProgressDisplay : public QELT::ProgressListener {
+class ProgressDisplay : public QELT::LinearAlgebra::SolveListener {
 public:
     /// `output` is not owned and must outlive the display.
     ProgressDisplay(std::ostream& output, bool isTerminal);
@@ -22,6 +23,11 @@ public:
 
     void setMessage(char const* text) override;
     void setPercentage(unsigned long percent) override;
+
+    /// Feeds the bar from the solver's residuals, at a rate that the eye can follow. The residual falls by
+    /// powers of ten, unevenly; its logarithm between the first one and the tolerance is the best guess at
+    /// hand.
+    void setSolveProgress(QELT::LinearAlgebra::SolveReport const& report) override;
 
     void reserved3() override {}
 
@@ -39,7 +45,11 @@ private:
     bool isDrawn = false;
     std::string message;
     std::string detail;
+    double firstResidual = 1.0;
+    double smallestResidual = 1.0;
+    Stopwatch sinceSolveShown;
 
+    unsigned long solvePercentage() const;
     void draw(unsigned long percent);
 };
 

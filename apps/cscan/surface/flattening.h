@@ -2,7 +2,6 @@
 
 #include "apps/cscan/names.h"
 #include "apps/cscan/progress/progressdisplay.h"
-#include "apps/cscan/progress/solvermonitor.h"
 
 #include <string>
 #include <vector>
@@ -15,14 +14,15 @@ enum class FlatteningMode {
     Developable, ///< the whole outer rim, rolled out without stretching
 };
 
+using SolveReport = QELT::LinearAlgebra::SolveReport;
+
 struct FlatteningReport {
-    std::vector<SolveRecord> solves; ///< developable: of the boundary, then of the inside; pinned: one
-    bool isConverged = false;        ///< whether the last solve reached the library's tolerance
+    QELT::Geometry::ThreeDimensional::TriMesh::ConformalMapReport solves;
     double seconds = 0.0;
 };
 
-/// Flattens the mesh and reports the solver's way. The mesh must have a rim. While it runs, the standard
-/// output is taken for the solver's progress line; the mesh reports to `display`.
+/// Flattens the mesh and reports the solver's way. The mesh must have a rim, and reports to `display` from
+/// then on. While it runs, nothing reaches the standard output.
 FlatteningReport flatten(Mesh& mesh, FlatteningMode mode, ProgressDisplay& display);
 
 /// A line on each solve: what was solved for, iterations, residual, result.

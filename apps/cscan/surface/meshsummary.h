@@ -10,14 +10,10 @@ namespace cscan {
 /// The triangles of a mesh, each once.
 std::vector<Triangle*> trianglesOf(Mesh const& mesh);
 
-/// A closed walk along the rim of a mesh, with the surface on its left.
-struct BoundaryLoop {
-    std::vector<unsigned long> vertices; ///< in walking order; as many as edges
-    double length = 0.0;                 ///< on the surface, in the part's unit
-};
+using BoundaryLoop = QELT::Geometry::ThreeDimensional::TriMesh::BoundaryLoop;
 
 /// The rims of the outline and of the holes, the longest first.
-std::vector<BoundaryLoop> boundaryLoopsOf(std::vector<Triangle*> const& triangles);
+std::vector<BoundaryLoop> boundaryLoopsOf(Mesh const& mesh);
 
 /// Twice the signed area of a triangle in the flat map; negative where the map has turned it over.
 double twiceFlatArea(Triangle const& triangle);
@@ -32,6 +28,11 @@ struct FlatSummary {
 
 FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<Triangle*> const& triangles);
 
+/// The triangles without a flat area that cover one of these places of the flat map, to within a
+/// hundred-thousandth of `spacing`.
+std::size_t flatlessTrianglesAt(std::vector<FlatPoint> const& places, std::vector<Triangle*> const& triangles,
+                                double spacing);
+
 /// Size of a grid in quads along the two axes.
 struct GridSize {
     double u = 0.0;
@@ -42,5 +43,8 @@ struct GridSize {
 /// the mean of the triangles' stretch, so a map that shrinks some of them to almost nothing makes a huge
 /// grid. No number if no triangle has a flat area.
 GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const& triangles, double quadArea);
+
+/// The distance in the flat map of the nodes of that grid.
+double expectedSpacing(std::vector<Triangle*> const& triangles, double quadArea);
 
 } // namespace cscan
