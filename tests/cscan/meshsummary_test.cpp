@@ -1,11 +1,15 @@
 #include "apps/cscan/surface/meshsummary.h"
 
+#include "apps/cscan/commands/report.h"
 #include "apps/cscan/files/objfile.h"
+#include "apps/cscan/grids/gridsummary.h"
 #include "apps/cscan/pictures/flatpicture.h"
 #include "tests/cscan/scratchdirectory.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <sstream>
 #include <string>
 
 namespace cscan {
@@ -74,6 +78,47 @@ TEST(MeshSummary, expectsTheGridThatResamplingMakes) {
     Grid grid;
     grid.construct(mesh, 0.02);
     EXPECT_NEAR(static_cast<double>(grid.getExtents().getdU()), 31.0, 1.0);
+}
+
+/// Three triangles as flat as they stand, and two that the flat map leaves without area: one over the
+/// diagonal of a lattice of step 0.5, and one along a side that no place of that lattice lies on.
+char const* const withSlits =
+    "v 0 0 0\nv 2 0 0\nv 2 2 0\nv 1 1 1\nv 2.75 0.875 0\nv 2.75 1.75 0\nv 2.75 1.25 1\n"
+    "vt 0 0\nvt 2 0\nvt 2 2\nvt 1 1\nvt 2.75 0.875\nvt 2.75 1.75\nvt 2.75 1.25\n"
+    "f 1 2 3\nf 2 5 3\nf 5 6 3\nf 6 5 7\nf 1 3 4\n";
+
+TEST(NanNodes, areCountedWithTheTrianglesThatMadeThem) {
+    Mesh mesh;
+    loadText(mesh, withSlits);
+    auto const triangles = trianglesOf(mesh);
+    EXPECT_EQ(flatSummaryOf(mesh, triangles).degenerateCount, 2U);
+    double const quadArea = 0.25;
+    EXPECT_EQ(expectedSpacing(triangles, quadArea), 0.5);
+    Grid grid;
+    grid.construct(mesh, quadArea);
+    auto const nodes = nanNodesOf(grid);
+    ASSERT_GE(nodes.size(), 4U);
+    for (GridIndex const& node : nodes) {
+        EXPECT_EQ(node.getU(), node.getV()) << "on the diagonal";
+        EXPECT_TRUE(grid.getIsPointValid(node));
+        EXPECT_TRUE(std::isnan(grid.getPoint(node).getX()));
+    }
+    std::ostringstream output;
+    printNanNodes(output, nodes, triangles, expectedSpacing(triangles, quadArea));
+    EXPECT_EQ(output.str(), "NaN nodes           " + std::to_string(nodes.size()) +
+                                " valid nodes are no number, from 1 triangle without flat area\n");
+}
+
+TEST(NanNodes, areNotSpokenOfWhereThereAreNone) {
+    Mesh mesh;
+    loadText(mesh, ring);
+    Grid grid;
+    grid.construct(mesh, 0.02);
+    EXPECT_TRUE(nanNodesOf(grid).empty());
+    EXPECT_TRUE(nanNodesOf(Grid()).empty());
+    std::ostringstream output;
+    printNanNodes(output, nanNodesOf(grid), trianglesOf(mesh), 0.1);
+    EXPECT_EQ(output.str(), "");
 }
 
 TEST(FlatPicture, drawsOutlineAndHoleInTheirColours) {

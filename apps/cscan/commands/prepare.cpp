@@ -132,12 +132,15 @@ void runPrepare(PrepareOptions const& options, std::ostream& output, ProgressDis
     Stopwatch const watch;
     naming(options.part.string(), [&] { grid.construct(mesh, options.quadArea); });
     double const seconds = watch.seconds();
+    auto const nanNodes = nanNodesOf(grid); // an extension spreads them
     extend(grid, options, display);
     saveGrid(grid, options.grid);
     display.clear();
     output << '\n' << options.grid.string() << '\n';
     printItem(output, "resample time", secondsText(seconds));
     printGrid(output, grid, gridSummaryOf(grid));
+    auto const triangles = trianglesOf(mesh);
+    printNanNodes(output, nanNodes, triangles, expectedSpacing(triangles, options.quadArea));
 }
 
 } // namespace cscan

@@ -128,6 +128,21 @@ void printGrid(std::ostream& output, Grid const& grid, GridSummary const& summar
     }
 }
 
+void printNanNodes(std::ostream& output, std::vector<GridIndex> const& nodes,
+                   std::vector<Triangle*> const& triangles, double spacing) {
+    if (nodes.empty()) {
+        return;
+    }
+    std::vector<FlatPoint> places;
+    for (GridIndex const& node : nodes) {
+        places.emplace_back(node.getU() * spacing, node.getV() * spacing);
+    }
+    printItem(output, "NaN nodes",
+              counted(nodes.size(), "valid node is", "valid nodes are") + " no number, from " +
+                  counted(flatlessTrianglesAt(places, triangles, spacing), "triangle", "triangles") +
+                  " without flat area");
+}
+
 void printScan(std::ostream& output, ScanResult const& result) {
     ScanStatistics const statistics = statisticsOf(result);
     printItem(output, "beams", std::to_string(statistics.beamCount));

@@ -31,6 +31,10 @@ void printMesh(std::ostream& output, Mesh const& mesh, std::vector<Triangle*> co
 void printRepair(std::ostream& output, RepairReport const& repair);
 void printFlat(std::ostream& output, FlatSummary const& flat);
 void printGrid(std::ostream& output, Grid const& grid, GridSummary const& summary);
+
+/// Nothing if there are none. `spacing` is that of the nodes in the flat map.
+void printNanNodes(std::ostream& output, std::vector<GridIndex> const& nodes,
+                   std::vector<Triangle*> const& triangles, double spacing);
 void printScan(std::ostream& output, ScanResult const& result);
 
 /// A table whose columns are as wide as their widest cell; the first row is the heading.

@@ -1,5 +1,7 @@
 #include "apps/cscan/grids/gridsummary.h"
 
+#include <cmath>
+
 namespace cscan {
 
 namespace {
@@ -43,6 +45,19 @@ GridSummary gridSummaryOf(Grid const& grid) {
         summary.high = box.getp1();
     }
     return summary;
+}
+
+std::vector<GridIndex> nanNodesOf(Grid const& grid) {
+    std::vector<GridIndex> nodes;
+    forEachNode(grid, [&](GridIndex const& node) {
+        if (grid.getIsPointValid(node)) {
+            Point const point = grid.getPoint(node);
+            if (std::isnan(point.getX()) || std::isnan(point.getY()) || std::isnan(point.getZ())) {
+                nodes.push_back(node);
+            }
+        }
+    });
+    return nodes;
 }
 
 bool haveSameSurface(Grid const& a, Grid const& b) {

@@ -3,6 +3,7 @@
 #include "apps/cscan/names.h"
 
 #include <cstddef>
+#include <vector>
 
 namespace cscan {
 
@@ -22,6 +23,10 @@ struct GridSummary {
 };
 
 GridSummary gridSummaryOf(Grid const& grid);
+
+/// The valid nodes whose points hold something that is no number: resampling makes them of triangles that the
+/// flat map leaves without area, and each spoils the areas and boxes of the whole grid.
+std::vector<GridIndex> nanNodesOf(Grid const& grid);
 
 /// Whether two grids hold the same flags, and at valid nodes the same points.
 bool haveSameSurface(Grid const& a, Grid const& b);
