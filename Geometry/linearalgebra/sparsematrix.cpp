@@ -5,6 +5,7 @@
 #include "Geometry/linearalgebra/utility.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <new>
 #include <numeric>
@@ -50,9 +51,10 @@ bool SparseMatrix::doUseSSE2 = false;
 bool SparseMatrix::isSSE2Checked = false;
 
 void SparseMatrix::checkSSE2() {
-    if (!isSSE2Checked) {
-        doUseSSE2 = Utility::isSSE2Present();
-        isSSE2Checked = true;
+    std::atomic_ref isChecked(isSSE2Checked);
+    if (!isChecked) {
+        std::atomic_ref(doUseSSE2).store(Utility::isSSE2Present());
+        isChecked = true;
     }
 }
 
@@ -268,7 +270,7 @@ void SparseMatrix::setMergedRow(std::uint32_t r, SparseMatrix const& a, SparseMa
 }
 
 SparseMatrix SparseMatrix::operator+(SparseMatrix const& other) const {
-    if (doUseSSE2) {
+    if (std::atomic_ref(doUseSSE2)) {
         throw new SparseMatrixUnsupportedSSE2Function;
     }
     if (numberOfRows != other.numberOfRows || numberOfColumns != other.numberOfColumns) {
@@ -340,7 +342,7 @@ Vector SparseMatrix::operator*(Vector const& vector) const {
     if (numberOfColumns != vector.getNumberOfValues()) {
         throw new SparseMatrixInvalidDimensionsException;
     }
-    if (doUseSSE2) {
+    if (std::atomic_ref(doUseSSE2)) {
         return product;
     }
     double const* const x = vector.begin();

@@ -70,7 +70,7 @@ public:
 protected:
     double* getpValues() const { return pValues.get(); }
 
-    bool getDoUseSSE2() const { return doUseSSE2; }
+    bool getDoUseSSE2() const;
 
 private:
     static void checkSSE2();
@@ -81,7 +81,8 @@ private:
     std::uint32_t numberOfValues = 0;
 
     /// What `Utility::isSSE2Present` answered, and whether it has been asked: the first construction by size
-    /// asks. The answer is false everywhere, and the values lie in one plain array.
+    /// asks. The answer is false everywhere, and the values lie in one plain array. Only atomic operations
+    /// touch either, since vectors are made in any thread.
     static bool doUseSSE2;
     static bool isSSE2Checked;
 };

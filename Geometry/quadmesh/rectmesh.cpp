@@ -3,6 +3,7 @@
 #include "Geometry/foundations/rounding.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <new>
 #include <stdexcept>
@@ -46,9 +47,8 @@ std::uint32_t RectMesh::creationCount = 0;
 std::uint32_t RectMesh::maxDoNMoreTimes = 0;
 std::uint32_t RectMesh::searchDivideByNTimes = 4;
 
-RectMesh::RectMesh() : fileName("Unnamed" + std::to_string(creationCount + 1U) + ".quads") {
-    ++creationCount;
-}
+RectMesh::RectMesh()
+    : fileName("Unnamed" + std::to_string(std::atomic_ref(creationCount).fetch_add(1U) + 1U) + ".quads") {}
 
 RectMesh::~RectMesh() = default;
 

@@ -78,7 +78,8 @@ public:
         Factor = 1,
     };
 
-    /// An empty grid named "Unnamed<n>.quads", n counting the grids made by this constructor.
+    /// An empty grid named "Unnamed<n>.quads", n counting the grids made by this constructor, in
+    /// whatever thread.
     RectMesh();
     RectMesh(RectMesh const&) = default;
 
