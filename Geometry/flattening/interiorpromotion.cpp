@@ -131,19 +131,19 @@ void Mesh::renumberVertices(std::vector<std::uint32_t> const& newIndex) {
     std::vector<Triangle*>::iterator first;
     std::vector<Triangle*>::iterator last;
     getTriangles(list, first, last);
+    std::vector<Vertex> const oldVertices = vertices;
+    std::vector<std::vector<Triangle*>> newVertexTriangles(newIndex.size());
+    // All memory is there: from here on nothing throws.
     std::for_each(first, last, [&](Triangle* triangle) {
         for (std::uint32_t& index : triangle->vertexIndices) {
             index = newIndex[index];
         }
     });
-    std::vector<Vertex> const oldVertices = std::move(vertices);
-    std::vector<std::vector<Triangle*>> oldVertexTriangles = std::move(vertexTriangles);
-    vertices.resize(newIndex.size());
-    vertexTriangles.resize(newIndex.size());
     for (std::size_t i = 0; i < newIndex.size(); ++i) {
         vertices[newIndex[i]] = oldVertices[i];
-        vertexTriangles[newIndex[i]] = std::move(oldVertexTriangles[i]);
+        newVertexTriangles[newIndex[i]] = std::move(vertexTriangles[i]);
     }
+    vertexTriangles = std::move(newVertexTriangles);
     for (std::vector<CutEdgeIndex>* const lip : {&cutEdgeIndices.first, &cutEdgeIndices.second}) {
         for (CutEdgeIndex& entry : *lip) {
             // A cut read from a file may name vertices that are not there.

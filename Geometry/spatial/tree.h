@@ -29,7 +29,8 @@ public:
     /// or, if the cloud is wider than the range of floats, one whose distance overflows. A NaN in the first
     /// object is in the box around all, and by it in every plane, so that all objects are dropped. Cost: each
     /// level classifies its objects three times; an outlier among a tight cluster makes a long chain of nodes
-    /// with one empty side each.
+    /// with one empty side each. Memory that runs out and objects that throw leave the part that was built,
+    /// or the earlier tree if it was not begun; searches of a part may miss objects that it has.
     bool construct(std::vector<Object*> const& objects, unsigned long numberOfObjects);
 
     /// The `k` objects nearest to a point, nearest first, of equals in no fixed order; always true. `objects`
@@ -56,6 +57,7 @@ private:
     struct Split;
     class Search;
 
+    void plantRoot();
     template <class AnyNode, class... Arguments>
     AnyNode* makeNode(InternalNode* parent, unsigned long side, Arguments&&... arguments);
     void split(std::vector<Object*> const& objects, Item const& item, std::vector<Item>& work);

@@ -8,7 +8,12 @@ namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 bool Mesh::addVertex(Vertex const& vertex) {
     vertices.push_back(vertex);
-    vertexTriangles.emplace_back(1, nullptr);
+    try {
+        vertexTriangles.emplace_back(1, nullptr);
+    } catch (...) {
+        vertices.pop_back();
+        throw;
+    }
     return true;
 }
 
@@ -45,9 +50,16 @@ bool Mesh::addTriangleWithFloatingApex(Edge const& e, unsigned long w) {
 
 bool Mesh::addTriangleWithAttachedApex(Edge const& e, unsigned long w) {
     Triangle* const triangle = triangles->create(this, {e.org(), w, e.dest()});
-    if (!e.triangle->connect(e.triangleEdgeIndex, triangle, 1)) {
-        return false;
+    try {
+        return e.triangle->connect(e.triangleEdgeIndex, triangle, 1) && stitchAttachedSides(triangle);
+    } catch (...) {
+        takeOut(triangle);
+        throw;
     }
+}
+
+/// Stitches the two sides of a new triangle that meet in its apex, which is its second vertex.
+bool Mesh::stitchAttachedSides(Triangle* triangle) {
     for (std::uint32_t i = 0; i < 2; ++i) {
         for (std::uint32_t const v : triangle->vertexIndices) {
             if (!stitchSide(triangle, i, v)) {
@@ -56,6 +68,15 @@ bool Mesh::addTriangleWithAttachedApex(Edge const& e, unsigned long w) {
         }
     }
     return true;
+}
+
+/// Undoes all that was done for the triangle made last: a stitch never parts others.
+void Mesh::takeOut(Triangle* triangle) {
+    for (std::uint32_t side = 0; side < 3; ++side) {
+        triangle->release(side);
+        std::erase(vertexTriangles[wrappedIndex(triangle->vertexIndices[side])], triangle);
+    }
+    triangles->removeLast();
 }
 
 /// Stitches the side of `triangle` that runs from its vertex number `side` to the next to the triangles

@@ -23,8 +23,18 @@ bool Mesh::makeCut(CutMetric metric, unsigned long axis, unsigned long perpendic
     if (!findCutPath(start, planeNormal, path)) {
         return false;
     }
+    makeRoomForTwins(path.size() + 1);
     slit(path);
     return true;
+}
+
+/// Takes all memory that slitting needs, so that it cannot end half way. The twins' lists come last: without
+/// the vertices they must not stay.
+void Mesh::makeRoomForTwins(std::size_t count) {
+    cutEdgeIndices.first.reserve(count);
+    cutEdgeIndices.second.reserve(count);
+    vertices.reserve(vertices.size() + count);
+    vertexTriangles.resize(vertices.size() + count, {nullptr});
 }
 
 bool Mesh::findExtremeBoundaryVertex(CutMetric metric, unsigned long axis, std::uint32_t& extreme) const {
@@ -135,7 +145,7 @@ void Mesh::slit(std::vector<Edge> const& path) {
 std::uint32_t Mesh::splitVertex(std::uint32_t v, Edge const& edge, Triangle* other) {
     std::uint32_t const split = toUInt32(vertices.size());
     Point const point = vertices[v].getPoint3D();
-    addVertex(Vertex(point));
+    vertices.emplace_back(point);
     vertexTriangles[split].front() = edge.triangle;
     vertexTriangles[v].front() = other;
     cutEdgeIndices.first.push_back({v});

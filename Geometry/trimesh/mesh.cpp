@@ -52,15 +52,16 @@ void Mesh::clean() {
     std::vector<Triangle*>::iterator first;
     std::vector<Triangle*>::iterator last;
     getTriangles(list, first, last);
+    std::vector<Vertex> keptVertices;
+    std::vector<std::vector<Triangle*>> keptVertexTriangles;
+    keptVertices.reserve(kept);
+    keptVertexTriangles.reserve(kept);
+    // All memory is there: from here on nothing throws.
     std::for_each(first, last, [&](Triangle* triangle) {
         for (std::uint32_t& index : triangle->vertexIndices) {
             index = newIndex[index];
         }
     });
-    std::vector<Vertex> keptVertices;
-    std::vector<std::vector<Triangle*>> keptVertexTriangles;
-    keptVertices.reserve(kept);
-    keptVertexTriangles.reserve(kept);
     for (std::uint32_t v = 0; v < toUInt32(vertices.size()); ++v) {
         if (newIndex[v] != 0xFFFFFFFFU) {
             keptVertices.push_back(vertices[v]);

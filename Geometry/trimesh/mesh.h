@@ -75,6 +75,10 @@ private:
 /// The mesh owns vertices and triangles. Pointers to triangles stay valid until the mesh is destroyed, also
 /// over `load`, which starts a new surface and keeps the old triangles' memory. A mesh is neither copied nor
 /// moved, since its triangles know it. One mesh serves one thread at a time.
+///
+/// Whatever an operation throws, `std::bad_alloc` or a listener's own included, leaves a mesh that can be
+/// asked, saved, filled again and destroyed: `load` and `construct` leave what they built until then, others
+/// the mesh as it was, unless they say more.
 class QELT_EXPORT Mesh {
 public:
     Mesh();
@@ -157,7 +161,8 @@ public:
     /// of the path have then been doubled, the twins on its left getting new indices, and the pairs are kept
     /// as the cut. False, with the mesh as it was and no cut, if there is no boundary, if the path finds no
     /// edge that leads on, meets itself or runs along the boundary, if one of its edges ends exactly on the
-    /// plane, or if one ends where sheets touch in a point alone, in another sheet than the first.
+    /// plane, or if one ends where sheets touch in a point alone, in another sheet than the first. An
+    /// exception leaves the same.
     bool makeCut(CutMetric metric, unsigned long axis, unsigned long perpendicularAxis);
 
     /// Gives every vertex its place in the plane by a least-squares conformal map: the discrete harmonic map
@@ -176,7 +181,8 @@ public:
     /// the boundary meets itself) or "Mesh has a vertex without a triangle", all with the mesh unchanged;
     /// "Boundary flattening internal failure" if a loop of fewer than five vertices is to be rolled out, and
     /// SparseMatrix::SparseMatrixInvalidDimensionsException* for a start value of the wrong length, both
-    /// after the renumbering.
+    /// after the renumbering. Should memory run out, or a listener throw, after it, the places in the plane
+    /// are the old ones or not yet turned, and the solution may be empty.
     void conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSolution, bool doUseSolutionAsStart);
 
     /// How the solves of the last `conformalMap` ended; no report for those that it did not come to.
@@ -230,7 +236,9 @@ private:
     bool addBoundaryTriangle(Edge const& e, int w);
     bool addTriangleWithFloatingApex(Edge const& e, unsigned long w);
     bool addTriangleWithAttachedApex(Edge const& e, unsigned long w);
+    bool stitchAttachedSides(Triangle* triangle);
     bool stitchSide(Triangle* triangle, std::uint32_t side, unsigned long v);
+    void takeOut(Triangle* triangle);
 
     /// Whether no triangle touches the vertex. The index wraps.
     bool getIsVertexFloating(unsigned long v) const;
@@ -302,6 +310,7 @@ private:
     Edge getFirstSpoke(std::uint32_t v, bool isOnBoundary) const;
     bool getIsSpokeOfListedFan(Edge const& edge, bool isOnBoundary) const;
     bool findCutPath(std::uint32_t start, Vector const& planeNormal, std::vector<Edge>& path) const;
+    void makeRoomForTwins(std::size_t count);
     void slit(std::vector<Edge> const& path);
     std::uint32_t splitVertex(std::uint32_t v, Edge const& edge, Triangle* other);
 

@@ -281,14 +281,20 @@ void Mesh::saveCutEdgeIndices(std::string const& path, CutEdgeIndices const& ind
 void Mesh::loadCutEdgeIndices(std::string const& path, CutEdgeIndices& indices) const {
     std::ifstream stream(path);
     stream.imbue(std::locale::classic());
+    CutEdgeIndices read;
     while (stream.good()) {
         CutEdgeIndex first;
         CutEdgeIndex second;
         std::string separator;
         stream >> first.index >> separator >> second.index;
-        indices.first.push_back(first);
-        indices.second.push_back(second);
+        read.first.push_back(first);
+        read.second.push_back(second);
     }
+    // Both lips get their entries or, should there be no memory for one, neither.
+    indices.first.reserve(indices.first.size() + read.first.size());
+    indices.second.reserve(indices.second.size() + read.second.size());
+    indices.first.insert(indices.first.end(), read.first.begin(), read.first.end());
+    indices.second.insert(indices.second.end(), read.second.begin(), read.second.end());
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

@@ -201,7 +201,9 @@ void Mesh::construct(PointCloud::Cloud const& cloud) {
         if (front.grow() <= room) {
             return;
         }
-        vertexTriangles.assign(numberOfPoints, {nullptr});
+        for (std::vector<Triangle*>& list : vertexTriangles) {
+            list.assign(1, nullptr);
+        }
     }
 }
 

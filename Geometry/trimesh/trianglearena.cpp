@@ -38,4 +38,10 @@ Triangle* TriangleArena::create(Mesh* mesh, std::vector<unsigned long> const& in
     return triangle;
 }
 
+void TriangleArena::removeLast() {
+    Run& run = runs.back();
+    --run.size;
+    std::destroy_at(run.triangles + run.size);
+}
+
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

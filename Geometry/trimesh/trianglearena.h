@@ -24,6 +24,9 @@ public:
     /// A new triangle with these vertices and no neighbours.
     Triangle* create(Mesh* mesh, std::vector<unsigned long> const& indices);
 
+    /// Ends the triangle made last. It may not be asked twice in a row.
+    void removeLast();
+
 private:
     struct Run {
         Triangle* triangles;

@@ -39,4 +39,24 @@ bool isDoneWith(long numberOfAllocations, Action action) {
     return true;
 }
 
+/// Does something again and again to objects that `prepare` makes, each time with memory for one allocation
+/// more, or for a sample of `most` such numbers, and calls `check` with what is left of the object. `prepare`
+/// gives pointers; the answer is how many tries failed.
+template <class Prepare, class Action, class Check>
+std::size_t failEachAllocation(std::size_t most, Prepare prepare, Action action, Check check) {
+    auto const whole = prepare();
+    std::size_t const before = allocations;
+    action(*whole);
+    std::size_t const total = allocations - before;
+    std::size_t const step = total / (most + 1) + 1;
+    std::size_t failures = 0;
+    for (std::size_t given = 0; given < total; given += step) {
+        auto const object = prepare();
+        bool const isDone = isDoneWith(static_cast<long>(given), [&] { action(*object); });
+        failures += isDone ? 0U : 1U;
+        check(*object, given);
+    }
+    return failures;
+}
+
 } // namespace QELT::Testing
