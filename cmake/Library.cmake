@@ -21,6 +21,7 @@ set(qelt_internal_headers
     Geometry/search/dualbasis.h
     Geometry/trimesh/boundaryloops.h
     Geometry/trimesh/facestitcher.h
+    Geometry/trimesh/internal/meshpath.h
     Geometry/trimesh/minheap.h
     Geometry/trimesh/nearestpoints.h
     Geometry/trimesh/sharpestturns.h

@@ -102,11 +102,16 @@ public:
     /// be joined. The mesh then holds what was built until then.
     FileContents load(char const* path);
 
+    /// The same with the cut in a file of its own, at `cutPath`; if none can be opened there, there is no
+    /// cut. Directories are separated as on the platform, and the file name becomes the stem of `path`.
+    FileContents load(char const* path, char const* cutPath);
+
     /// Writes the mesh as `load` reads it, numbers with six decimals: 3D vertices and faces; with `saveFlat`
     /// the flat coordinates as well; with both flags the flat map in place of the surface, as a plane that
     /// any program shows. `saveFlatAs3D` alone writes faces only. The cut, if there is one, goes to a file
-    /// beside it.
-    /// \throws std::runtime_error "Invalid file extension" or "Cannot open file".
+    /// beside it; that this cannot be opened goes unnoticed. What was written of a file that fails stays.
+    /// \throws std::runtime_error "Invalid file extension", "Cannot open file", and "Cannot write mesh file"
+    /// or "Cannot write cut file" if it cannot be written to its end, as on a full disk.
     void save(char const* path, bool saveFlat, bool saveFlatAs3D) const;
 
     /// Replaces the mesh by the one that `load` makes of an OBJ file of these points and faces, without flat
@@ -116,6 +121,10 @@ public:
     /// mesh unchanged, or "Mesh construction failure" if there is no face or the faces cannot be joined, with
     /// what was built until then.
     void construct(std::vector<Point> const& points, std::vector<Face> const& faces);
+    /// The same with the cut, if there is one, written to `cutPath`, wherever that is. Without a cut nothing
+    /// is written there, and a file that is there stays. \throws also "Cannot open cut file", with the mesh
+    /// written.
+    void save(char const* path, char const* cutPath, bool saveFlat, bool saveFlatAs3D) const;
 
     /// Replaces the mesh by a surface through the points of a cloud, by an advancing front: from the closest
     /// two points on, always the waiting triangle of the smallest circumradius is built next. A point forms
@@ -277,8 +286,14 @@ private:
 
     std::uint32_t wrappedIndex(unsigned long i) const { return toUInt32(i) % toUInt32(vertices.size()); }
 
+    FileContents loadFrom(char const* path, std::string const& name, std::string const& cutPath);
+    void saveSurface(char const* path, bool saveFlat, bool saveFlatAs3D) const;
+
     std::string getCutEdgeIndicesFileName(std::string const& stem) const;
     void saveCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices) const;
+
+    /// False if the file cannot be opened; true with nothing written if there are no pairs.
+    static bool writeCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices);
 
     /// Appends the pairs of the file; none if it cannot be opened. The read that meets the end of the file
     /// appends a pair (0, 0).
