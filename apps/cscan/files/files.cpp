@@ -43,16 +43,4 @@ void requireWritable(std::filesystem::path const& path) {
     }
 }
 
-WorkingDirectory::WorkingDirectory(std::filesystem::path const& path)
-    : former(std::filesystem::current_path()) {
-    if (path.has_parent_path()) {
-        std::filesystem::current_path(path.parent_path());
-    }
-}
-
-WorkingDirectory::~WorkingDirectory() {
-    std::error_code ignored;
-    std::filesystem::current_path(former, ignored);
-}
-
 } // namespace cscan

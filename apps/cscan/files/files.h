@@ -13,17 +13,4 @@ void requireReadable(std::filesystem::path const& path);
 /// would have no place to go.
 void requireWritable(std::filesystem::path const& path);
 
-/// Makes the directory that holds `path` the working directory for as long as the object lives. The library
-/// knows no separator but the backslash, so only a bare file name lets it find what lies beside the file.
-class WorkingDirectory {
-public:
-    explicit WorkingDirectory(std::filesystem::path const& path);
-    ~WorkingDirectory();
-    WorkingDirectory(WorkingDirectory const&) = delete;
-    WorkingDirectory& operator=(WorkingDirectory const&) = delete;
-
-private:
-    std::filesystem::path former;
-};
-
 } // namespace cscan
