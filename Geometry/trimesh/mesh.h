@@ -91,15 +91,18 @@ public:
     virtual ~Mesh();
 
     /// Replaces the mesh by the contents of an OBJ text file: "v x y z" and "vt u v" records, one of the
-    /// latter for each vertex or none, and faces "f a b c" of indices from 1. Anything else is skipped. The
-    /// surface grows from the first face over shared sides, so all faces must hang together with consistent
-    /// winding. Vertices without a face are dropped, normals are computed, and the pairs of vertices along a
-    /// cut are appended from the file `<directory>\<stem>_cut_indices.txt` if there is one. Only a backslash
-    /// separates directories. Face indices too large for 32 bits count as out of range.
+    /// latter for each vertex or none, and faces "f a b c" of indices from 1. Lines mean nothing: any `v` or
+    /// `f`, also in a word or a comment, starts a record if its three numbers follow; what does not match, as
+    /// a face with slashes, is skipped. The surface grows from the first face over shared sides, so all faces
+    /// must hang together with consistent winding. Vertices without a face are dropped, normals are computed,
+    /// and `<directory>\<stem>_cut_indices.txt`, if there is one, extends the cut (see `getCutEdgeIndices`).
+    /// Only a backslash separates directories. Face indices too large for 32 bits count as out of range.
     /// \throws std::runtime_error "Invalid file extension" if the path holds no ".obj", "Cannot open file",
     /// "File does not contain 3D data", "Invalid number of 2D coordinates" if some but not all vertices have
     /// one, "Invalid vertex index", or "Mesh construction failure" if there is no face or the faces cannot
-    /// be joined. The mesh then holds what was built until then.
+    /// be joined. After these, and after an exception of the listener, the mesh holds what was read until
+    /// then: vertices, their flat places, and triangles as far as they were joined. It can be asked, saved
+    /// and loaded again like any other; flattening refuses it while a vertex has no triangle.
     FileContents load(char const* path);
 
     /// The same with the cut in a file of its own, at `cutPath`; if none can be opened there, there is no
@@ -184,8 +187,11 @@ public:
     ///
     /// The vertices are renumbered for good: interior first, the longest loop last. `pSolution` (may be null)
     /// receives the solver's solution, and is its start value if `doUseSolutionAsStart`, which must then have
-    /// the length of the system. A solve that does not converge is noted on standard output and its last
-    /// iterate is used. A loop of fewer than 128 vertices that is rolled out is pinned at its first two.
+    /// the length of the system. It fits only a mesh numbered as that one was before its call, as the same
+    /// file loaded again: a second call on one mesh may number it otherwise. Standard output receives a new
+    /// line, before it the progress lines of each solve if there is a listener; a solve that does not
+    /// converge is noted there and its last iterate is used. A loop of fewer than 128 vertices that is rolled
+    /// out is pinned at its first two.
     /// \throws std::runtime_error "Mesh has no boundary", "Mesh boundary is not manifold" (a vertex at which
     /// the boundary meets itself) or "Mesh has a vertex without a triangle", all with the mesh unchanged;
     /// "Boundary flattening internal failure" if a loop of fewer than five vertices is to be rolled out, and
@@ -202,7 +208,9 @@ public:
 
     unsigned long getNumberOfVertices() const { return toUInt32(vertices.size()); }
 
-    /// The index wraps modulo the number of vertices, of which there must be one.
+    /// The index wraps modulo the number of vertices, of which there must be one. The reference is to a place
+    /// of the array: it stays valid until vertices are added or dropped (`load`, `construct`, `makeCut`,
+    /// `conformalMapTest`) or the mesh ends. `conformalMap` leaves the array and puts other vertices there.
     Vertex const& getVertex(unsigned long i) const { return vertices[wrappedIndex(i)]; }
 
     Vertex& getVertex(unsigned long i) { return vertices[wrappedIndex(i)]; }
@@ -210,8 +218,17 @@ public:
     /// Gathers the triangles in ascending order of their addresses, which is the order in which they were
     /// made as far as they lie in one run of memory. They stand from `first` to `last`; what lies behind
     /// `last` in `list` is left over from the work. Costs a walk around every vertex and a sort.
+    ///
+    /// Of each vertex one fan of triangles is seen, mostly that which was built first. Where a surface meets
+    /// itself in points, a triangle is missing if each of its three vertices shows another fan (2 of 25,988
+    /// in a bunny that was reconstructed, saved and loaded again); `save` writes it no more than this lists
+    /// it.
     void getTriangles(std::vector<Triangle*>& list, std::vector<Triangle*>::iterator& first,
                       std::vector<Triangle*>::iterator& last) const;
+
+    /// The triangles of the surface that `getTriangles` misses although navigation leads to them, in
+    /// ascending order of their addresses. None, as a rule.
+    std::vector<Triangle*> getUnlistedTriangles() const;
 
     /// The name that `load` took last, without directory and extension.
     std::string const& getFileName() const { return fileName; }
@@ -219,6 +236,10 @@ public:
     /// Names a surface that was not loaded; a grid that is made of the mesh takes the name over.
     void setFileName(std::string const& name) { fileName = name; }
 
+    /// The vertices on both lips of the cut, as `makeCut` left them; `conformalMap` renumbers them. A `load`
+    /// appends the pairs of its cut file and behind them a pair (0, 0), which `save` writes like any other.
+    /// Lips are followed from pair to pair: a resampled grid then has `CutBoundary` also where its boundary
+    /// meets the straight way, in the flat map, from the last pair to what was vertex 0.
     CutEdgeIndices const& getCutEdgeIndices() const { return cutEdgeIndices; }
 
     /// Neither is owned; null means none. The terminator is kept but not asked.
@@ -277,6 +298,7 @@ private:
 
     /// Drops the vertices that no triangle touches and renumbers the others in their order.
     void clean();
+    void renumberTriangles(std::vector<std::uint32_t> const& newIndex);
 
     /// Empties the mesh. The file name, the cut and the listener stay, and so do triangles' addresses.
     void clear();

@@ -204,6 +204,7 @@ void Mesh::construct(PointCloud::Cloud const& cloud) {
         for (std::vector<Triangle*>& list : vertexTriangles) {
             list.assign(1, nullptr);
         }
+        triangles->startSurface();
     }
 }
 

@@ -23,7 +23,13 @@ void TriangleArena::startRun(std::size_t count) {
     std::size_t const capacity = std::max(count, smallestRun);
     runs.reserve(runs.size() + 1);
     std::allocator<Triangle> allocator;
-    runs.push_back({allocator.allocate(capacity), 0, capacity});
+    runs.push_back({allocator.allocate(capacity), 0, 0, capacity});
+}
+
+void TriangleArena::startSurface() {
+    for (Run& run : runs) {
+        run.startOfSurface = run.size;
+    }
 }
 
 Triangle* TriangleArena::create(Mesh* mesh, std::vector<unsigned long> const& indices) {
