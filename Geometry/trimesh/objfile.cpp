@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <span>
 #include <stdexcept>
 #include <string_view>
 
@@ -58,42 +59,54 @@ std::uint64_t estimateCharacters(TextScanner& scanner, char wanted) {
     return count;
 }
 
-std::vector<Point> readPoints(TextScanner& scanner, ProgressListener* const& listener) {
-    std::uint64_t const estimate = listener != nullptr ? estimatePairs(scanner, 'v', ' ') : 1;
+/// How many vertices to make room for: as many as seem to come, but no more than the text can hold.
+std::size_t getRoomForVertices(TextScanner const& scanner, std::uint64_t estimate) {
+    constexpr std::size_t shortestRecord = std::string_view("v0+0+0").size();
+    return std::min<std::size_t>(estimate, scanner.getLength() / shortestRecord);
+}
+
+/// Hands over each point before its percentage is reported, so that it is kept if the listener throws.
+template <class Take>
+void readPoints(TextScanner& scanner, std::uint64_t estimate, ProgressListener* const& listener, Take take) {
     reportMessage(listener, "Reading 3D coordinates...");
     PercentageReporter progress(listener);
-    std::vector<Point> points;
+    std::uint64_t count = 0;
     scanner.rewind();
     while (scanner.skipTo('v')) {
         std::array<float, 3> c;
         if (scanner.scan(std::span<float>(c)) == 3) {
-            points.emplace_back(c[0], c[1], c[2]);
-            progress.reportShare(points.size(), estimate);
+            take(Point(c[0], c[1], c[2]));
+            progress.reportShare(++count, estimate);
         }
     }
-    if (points.empty()) {
+    if (count == 0) {
         throw std::runtime_error("File does not contain 3D data");
     }
-    return points;
 }
 
-std::vector<TwoDimensional::Point<double>> readFlatPoints(TextScanner& scanner, std::size_t vertexCount,
-                                                          ProgressListener* const& listener) {
+/// Gives the vertices their flat points, one by one, likewise. The result is how many were read.
+std::size_t readFlatPoints(TextScanner& scanner, std::span<Vertex> vertices,
+                           ProgressListener* const& listener) {
     scanner.rewind();
     if (listener != nullptr && scanner.skipToPair('v', 't')) {
         listener->setMessage("Reading 2D coordinates...");
     }
     PercentageReporter progress(listener);
-    std::vector<TwoDimensional::Point<double>> points;
+    std::size_t count = 0;
     scanner.rewind();
     while (scanner.skipToPair('v', 't')) {
         std::array<float, 2> c;
         if (scanner.scan(std::span<float>(c)) == 2) {
-            points.emplace_back(c[0], c[1]);
-            progress.reportShare(points.size(), vertexCount);
+            if (count < vertices.size()) {
+                vertices[count].setPoint2D({c[0], c[1]});
+            }
+            progress.reportShare(++count, vertices.size());
         }
     }
-    return points;
+    if (count != 0 && count != vertices.size()) {
+        throw std::runtime_error("Invalid number of 2D coordinates");
+    }
+    return count;
 }
 
 std::vector<Face> readFaces(TextScanner& scanner, std::size_t vertexCount,
@@ -137,19 +150,16 @@ FileContents Mesh::loadFrom(char const* path, std::string const& name, std::stri
     reportMessage(progressListener, ("Initialising file load: " + name + ".").c_str());
     clear();
     TextScanner scanner(readText(openFile(path).get()));
-    for (Point const& point : readPoints(scanner, progressListener)) {
+    std::uint64_t const estimate = estimatePairs(scanner, 'v', ' ');
+    vertices.reserve(getRoomForVertices(scanner, estimate));
+    vertexTriangles.reserve(vertices.capacity());
+    readPoints(scanner, estimate, progressListener, [this](Point const& point) {
         if (!addVertex(Vertex(point))) {
             throw std::runtime_error("Cannot add vertex");
         }
-    }
+    });
     std::size_t const vertexCount = vertices.size();
-    auto const flatPoints = readFlatPoints(scanner, vertexCount, progressListener);
-    for (std::size_t v = 0; v < std::min(flatPoints.size(), vertexCount); ++v) {
-        vertices[v].setPoint2D(flatPoints[v]);
-    }
-    if (!flatPoints.empty() && flatPoints.size() != vertexCount) {
-        throw std::runtime_error("Invalid number of 2D coordinates");
-    }
+    std::size_t const flatCount = readFlatPoints(scanner, vertices, progressListener);
     std::vector<Face> faces = readFaces(scanner, vertexCount, progressListener);
     reportMessage(progressListener, "Constructing triangle mesh...");
     checkFaces(faces, vertexCount);
@@ -157,7 +167,7 @@ FileContents Mesh::loadFrom(char const* path, std::string const& name, std::stri
     clean();
     calculateVertexNormals();
     loadCutEdgeIndices(cutPath, cutEdgeIndices);
-    return {true, flatPoints.size() == vertexCount};
+    return {true, flatCount == vertexCount};
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

@@ -19,6 +19,8 @@ public:
 
     void rewind() { position = 0; }
 
+    std::size_t getLength() const { return text.size(); }
+
     /// The next character as an unsigned value, or `endOfText`.
     int get();
 
