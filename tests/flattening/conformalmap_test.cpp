@@ -294,6 +294,30 @@ TEST(ConformalMap, AWarmStartFromTheSameMeshsSolutionTakesFewerIterations) {
     }
 }
 
+TEST(ConformalMap, AStartFitsTheSameFileLoadedAgainButNotAMeshThatAMapHasRenumbered) {
+    MeshPointer const mesh = makeMesh(makeWavyPatch(8, 8));
+    MapRun const cold = runMap(*mesh, true);
+    MapRun const loadedAgain = runMap(*makeMesh(makeWavyPatch(8, 8)), true, &cold.solution);
+    MapRun const mappedAgain = runMap(*mesh, true, &cold.solution);
+    EXPECT_LT(2 * iterationsIn(loadedAgain.output), iterationsIn(cold.output));
+    EXPECT_GT(iterationsIn(mappedAgain.output), 2 * iterationsIn(loadedAgain.output));
+}
+
+TEST(ConformalMap, PrintsTheProgressLinesOfEachSolveAndANewline) {
+    for (bool const pinCorners : {false, true}) {
+        std::string const output = runMap(*makeMesh(makeWavyPatch(5, 5)), pinCorners).output;
+        std::size_t const firsts = static_cast<std::size_t>(pinCorners ? 1 : 2);
+        std::string const label = "Iterations to Max. 262144: 1.  ";
+        std::size_t count = 0;
+        for (std::size_t at = output.find(label); at != std::string::npos; at = output.find(label, at + 1)) {
+            ++count;
+        }
+        EXPECT_EQ(count, firsts) << output;
+        EXPECT_EQ(output.front(), '\r');
+        EXPECT_EQ(output.find('\n'), output.size() - 1);
+    }
+}
+
 TEST(ConformalMap, AStartThatSolvesTheSystemTakesNoIteration) {
     // Without unknowns any start is the solution; with one unknown vertex amid a regular fan the sum is
     // exact.

@@ -260,7 +260,8 @@ Soup makePatchMeetingItself() {
     constexpr std::uint32_t n = 12;
     Soup soup = makeWavyPatch(n, n);
     auto const bent = soup.faces[2 * (9 * n + 6)];
-    std::array<std::uint32_t, 3> const met{2 * (n + 1) + 2, 2 * (n + 1) + 6, 2 * (n + 1) + 10};
+    // Apart in the second column: a file's surface grows column by column, and comes there first.
+    std::array<std::uint32_t, 3> const met{2 * (n + 1) + 2, 6 * (n + 1) + 2, 10 * (n + 1) + 2};
     for (auto& face : soup.faces) {
         for (std::uint32_t& v : face) {
             auto const place = std::find(bent.begin(), bent.end(), v);
