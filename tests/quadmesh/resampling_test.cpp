@@ -496,6 +496,23 @@ TEST(Resampling, BothLipsAreMarkedPairByPairInEitherDirection) {
         "(0, 1)(4, 1)(0, 2)(4, 2)");
 }
 
+TEST(Resampling, ThePairOfZerosThatReadingACutAppendsMarksTheWayToVertexZero) {
+    // Vertex 0 is the corner (0, 0). The way there leads from the end of either lip, along the left side and
+    // below the lower one.
+    MeshPointer const mesh = makeSquareWithCut({{0.5, 2.5}, {0.5, 3.5}}, {{2.5, -0.25}, {3.5, -0.25}});
+    EXPECT_EQ(markedNodesOf(*mesh), "(3, 0)(0, 3)");
+    auto const& [first, second] = mesh->getCutEdgeIndices();
+    TemporaryDirectory const directory;
+    writeText(directory.file("cut.txt"),
+              std::to_string(first[0].index) + ", " + std::to_string(second[0].index) + "\n" +
+                  std::to_string(first[1].index) + ", " + std::to_string(second[1].index) + "\n");
+    Geometry::ThreeDimensional::TriMesh::CutEdgeIndices read;
+    mesh->loadCutEdgeIndices(directory.file("cut.txt"), read);
+    ASSERT_EQ(read.first.size(), 3U);
+    mesh->cutEdgeIndices = read;
+    EXPECT_EQ(markedNodesOf(*mesh), "(1, 0)(2, 0)(3, 0)(0, 1)(0, 2)(0, 3)");
+}
+
 TEST(Resampling, TheSecondLipAloneIsNotLookedAt) {
     EXPECT_EQ(markedNodesOf(*makeSquareWithCut({}, {{3.5, 2.5}, {3.5, 0.5}})), "");
 }
