@@ -3,6 +3,7 @@
 #include "Geometry/quadmesh/rectmesh.h"
 
 #include <cmath>
+#include <limits>
 
 // Every point is rounded to the floats of a `Point` where a point is formed, and nowhere else; vectors are
 // doubles. Counts of steps that vanish make divisors zero, and the nodes then hold what the division gives.
@@ -15,6 +16,24 @@ using GridPoint = TwoDimensional::Point<int>;
 using SpacePoint = ThreeDimensional::Point;
 using SpaceVector = ThreeDimensional::Vector;
 using GridExtents = TwoDimensional::Vector<unsigned long>;
+
+/// Nodes in a megabyte at 25 bytes each.
+constexpr std::uint64_t nodesPerMB = 41943;
+
+/// Whether so many nodes take more than `maxMB`. More than 32 bits count are too many for every limit: counts
+/// of steps end at the largest 32-bit number, where sums and products must not start over from 0.
+bool getDoesExceedStorage(std::uint64_t nodesU, std::uint64_t nodesV, unsigned long maxMB) {
+    constexpr std::uint64_t maxNodes = std::numeric_limits<std::uint32_t>::max();
+    if (nodesU > maxNodes || nodesV > maxNodes || nodesU * nodesV > maxNodes) {
+        return true;
+    }
+    return nodesU * nodesV / nodesPerMB > toUInt32(maxMB);
+}
+
+/// The number of nodes in a row of so many steps.
+std::uint64_t nodesOf(std::uint32_t steps) {
+    return std::uint64_t{steps} + 1;
+}
 
 /// Half of a count of steps, rounded down, as a number: the index of the middle node.
 double middleOf(std::uint32_t steps) {
@@ -130,7 +149,7 @@ bool RectMesh::setAsPlane(TwoDimensional::Vector<double> const& size, double spa
     }
     std::uint32_t const stepsU = truncateToUInt32(size.getdU() / spacing);
     std::uint32_t const stepsV = truncateToUInt32(size.getdV() / spacing);
-    if (getDoesExceedStorage(stepsU + 1U, stepsV + 1U, maxMB)) {
+    if (getDoesExceedStorage(nodesOf(stepsU) + 1, nodesOf(stepsV) + 1, maxMB)) {
         return false;
     }
     init(GridExtents(stepsU, stepsV));
@@ -171,7 +190,7 @@ bool RectMesh::setAsCylinderArc(double radius, double arcAngle, double length, d
     double const angleStep = 2.0 * std::asin(0.5 * spacing / radius);
     std::uint32_t const arcSteps = truncateToUInt32(arcAngle / angleStep);
     std::uint32_t const axialSteps = truncateToUInt32(length / spacing);
-    if (getDoesExceedStorage(arcSteps, axialSteps, maxMB)) {
+    if (getDoesExceedStorage(nodesOf(arcSteps), nodesOf(axialSteps), maxMB)) {
         return false;
     }
     init(GridExtents(axialSteps, arcSteps));
@@ -195,7 +214,7 @@ bool RectMesh::setAsParaboloid(SpacePoint const& apex, SpaceVector const& axisU,
     double const sizeV = paraboloid.getSize(curvatureV);
     std::uint32_t const stepsU = truncateToUInt32(sizeU / spacing);
     std::uint32_t const stepsV = truncateToUInt32(sizeV / spacing);
-    if (getDoesExceedStorage(stepsU, stepsV, maxMB)) {
+    if (getDoesExceedStorage(nodesOf(stepsU), nodesOf(stepsV), maxMB)) {
         return false;
     }
     init(GridExtents(stepsU, stepsV));
@@ -221,7 +240,7 @@ bool RectMesh::setAsSphereArcStereographic(double radius, double const& halfAngl
                                            unsigned long maxMB) {
     RestingSphere const sphere{radius};
     std::uint32_t const steps = truncateToUInt32(2.0 * sphere.getRimImageRadius(halfAngle) / spacing);
-    if (getDoesExceedStorage(steps, steps, maxMB)) {
+    if (getDoesExceedStorage(nodesOf(steps), nodesOf(steps), maxMB)) {
         return false;
     }
     init(GridExtents(steps, steps));

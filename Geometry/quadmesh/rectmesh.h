@@ -333,10 +333,10 @@ public:
     ///@}
     /// \name Analytic surfaces
     /// Each replaces the grid; nodes get the flag `Valid` alone. They answer false, with the grid unchanged,
-    /// if the grid would take more than `maxMB` megabytes, and true otherwise. A plane's side or a cylinder's
-    /// length shorter than one step has a single row of nodes, which are valid and NaN along that side.
-    /// \throws std::runtime_error
-    /// "Insufficient memory to initialise quad-mesh.".
+    /// if the grid would take more than `maxMB` megabytes or has more nodes than 32 bits count, and true
+    /// otherwise. A plane's side or a cylinder's length shorter than one step has a single row of nodes, which
+    /// are valid and NaN along that side.
+    /// \throws std::runtime_error "Insufficient memory to initialise quad-mesh.".
     ///@{
 
     /// A rectangle in the plane z = 0 of whole steps of `spacing`, from (0, 0) or centred on it. False also
@@ -486,8 +486,6 @@ private:
     /// along v to its place on a lattice of the grid's aspect. The counts are outputs.
     void calculateSearchPoints(std::uint32_t const& quadsPerPoint, std::uint32_t& pointsU,
                                std::uint32_t& pointsV);
-    bool findValidQuadInColumn(TwoDimensional::Point<int> const& base,
-                               TwoDimensional::Point<int>& quad) const;
 
     Edge getVertexArbitraryEdge(TwoDimensional::Point<int> const& p) { return {this, p, Edge::PositiveU}; }
 
@@ -560,10 +558,6 @@ private:
                 visit(TwoDimensional::Point<int>(static_cast<int>(u), static_cast<int>(v)));
             }
         }
-    }
-
-    static bool getDoesExceedStorage(std::uint32_t u, std::uint32_t v, unsigned long maxMB) {
-        return getNumberOfMBs(u, v) > toUInt32(maxMB);
     }
 
     void setAllQuadAreas(double area);
