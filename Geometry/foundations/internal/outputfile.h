@@ -40,7 +40,7 @@ public:
 
 private:
     struct Closer {
-        void operator()(std::FILE* file) const { std::fclose(file); }
+        void operator()(std::FILE* opened) const { std::fclose(opened); }
     };
 
     static constexpr std::size_t gatheredSize = 1U << 16;
