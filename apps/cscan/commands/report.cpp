@@ -44,6 +44,14 @@ std::string rangeText(std::vector<Hit> const& hits, Quantity quantity) {
            toShortText(high, digits);
 }
 
+/// Triangles that the library does not list, and so neither writes nor resamples.
+void printUnlisted(std::ostream& output, std::size_t count) {
+    if (count > 0) {
+        printItem(output, "unlisted faces",
+                  std::to_string(count) + ", left out where the surface meets itself in points");
+    }
+}
+
 } // namespace
 
 std::string pointText(Point const& point) {
@@ -72,6 +80,7 @@ void printMesh(std::ostream& output, Mesh const& mesh, std::vector<Triangle*> co
                std::vector<BoundaryLoop> const& loops) {
     printItem(output, "vertices", std::to_string(mesh.getNumberOfVertices()));
     printItem(output, "faces", std::to_string(triangles.size()));
+    printUnlisted(output, mesh.getUnlistedTriangles().size());
     printItem(output, "boundary loops", std::to_string(loops.size()));
     std::size_t const toldCount = std::min(loops.size(), mostLoops);
     for (std::size_t i = 0; i < toldCount; ++i) {
@@ -92,6 +101,7 @@ void printMesh(std::ostream& output, Mesh const& mesh, std::vector<Triangle*> co
 }
 
 void printRepair(std::ostream& output, RepairReport const& repair) {
+    printUnlisted(output, repair.unlistedCount);
     printItem(output, "left out",
               counted(repair.droppedCount, "triangle", "triangles") + ", " +
                   counted(repair.looseCount, "point", "points"));
