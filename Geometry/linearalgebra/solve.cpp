@@ -101,22 +101,41 @@ SolveReport makeReport(int iterations, double norm) {
     return {static_cast<unsigned long>(iterations), norm, residualTolerance >= norm};
 }
 
+/// Who is told of each iteration, as settled before the listener's first call: one that is no `SolveListener`
+/// may be gone after it.
+struct Audience {
+    explicit Audience(ProgressListener* const& ownersListener)
+        : listener(ownersListener),
+          hasListener(ownersListener != nullptr),
+          isSolveListener(dynamic_cast<SolveListener*>(ownersListener) != nullptr) {}
+
+    void tell(SolveReport const& report) const {
+        if (hasListener) {
+            Utility::setSolveProgress(report.residual, static_cast<int>(report.iterations));
+        }
+        if (isSolveListener) {
+            if (auto* const solveListener = dynamic_cast<SolveListener*>(listener)) {
+                solveListener->setSolveProgress(report);
+            }
+        }
+    }
+
+    ProgressListener* const& listener;
+    bool hasListener;
+    bool isSolveListener;
+};
+
 /// Iterates from `x` until the residual's norm is small enough, NaN, or the iterations run out. `norm` is
 /// that of the start; on return `x` is the last iterate.
 SolveReport iterate(SparseMatrix const& A, Vector& x, Vector const& residual, double norm,
-                    ProgressListener* const& listener, bool doShowProgress) {
+                    Audience const& audience) {
     ConjugateGradients gradients(A, x, residual);
     int iterations = 0;
     while (norm > residualTolerance && iterations < maximumIterations) {
         ++iterations;
         gradients.advance();
         norm = gradients.getNorm();
-        if (doShowProgress) {
-            Utility::setSolveProgress(norm, iterations);
-        }
-        if (auto* const solveListener = dynamic_cast<SolveListener*>(listener)) {
-            solveListener->setSolveProgress(makeReport(iterations, norm));
-        }
+        audience.tell(makeReport(iterations, norm));
     }
     x.set(&gradients.getIterate());
     return makeReport(iterations, norm);
@@ -148,7 +167,7 @@ bool Utility::solve(SparseMatrix const& A, Vector& x, Vector const& b, unsigned 
 SolveReport Utility::solveWithReport(SparseMatrix const& A, Vector& x, Vector const& b,
                                      ProgressListener* const& listener,
                                      ProgressTerminator* /* terminator */) {
-    bool const doShowProgress = listener != nullptr;
+    Audience const audience(listener);
     reportMessage(listener, "Solving linear system...");
     Vector const residual = b - A * x;
     double const norm = residual.normL2();
@@ -158,7 +177,7 @@ SolveReport Utility::solveWithReport(SparseMatrix const& A, Vector& x, Vector co
     if (A.getNumberOfRows() != A.getNumberOfColumns()) {
         throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
     }
-    return iterate(A, x, residual, norm, listener, doShowProgress);
+    return iterate(A, x, residual, norm, audience);
 }
 
 void Utility::setSolveProgress(double residual, int iterations) {

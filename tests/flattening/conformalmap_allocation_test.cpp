@@ -113,7 +113,7 @@ TEST(ConformalMapAllocation, AFailureBeforeTheRenumberingLeavesTheMeshAsItWas) {
         failEachAllocation(sample, makeCutTube, promote, [&](TriangleMesh& mesh, std::size_t given) {
             EXPECT_TRUE(sameRecord(recordOf(mesh), before)) << given;
         });
-    EXPECT_GT(failures, 20U);
+    EXPECT_GT(failures, 10U);
 }
 
 TEST(ConformalMapAllocation, AListenerThatThrowsLeavesAWholeMesh) {
