@@ -1,4 +1,4 @@
-#include "Geometry/foundations/percentage.h"
+#include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/utility.h"
 #include "Geometry/linearalgebra/vector.h"

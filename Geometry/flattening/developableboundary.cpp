@@ -1,4 +1,4 @@
-#include "Geometry/linearalgebra/normalequations.h"
+#include "Geometry/linearalgebra/internal/normalequations.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/utility.h"
 #include "Geometry/linearalgebra/vector.h"

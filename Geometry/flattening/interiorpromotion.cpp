@@ -1,6 +1,6 @@
-#include "Geometry/trimesh/boundaryloops.h"
+#include "Geometry/trimesh/boundary/internal/boundaryloops.h"
+#include "Geometry/trimesh/boundary/internal/sharpestturns.h"
 #include "Geometry/trimesh/mesh.h"
-#include "Geometry/trimesh/sharpestturns.h"
 
 #include <algorithm>
 #include <cmath>

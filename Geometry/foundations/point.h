@@ -2,9 +2,9 @@
 
 #include "Geometry/foundations/element.h"
 #include "Geometry/foundations/export.h"
+#include "Geometry/foundations/object.h"
 #include "Geometry/foundations/rounding.h"
 #include "Geometry/foundations/vector.h"
-#include "Geometry/spatial/object.h"
 
 #include <utility>
 

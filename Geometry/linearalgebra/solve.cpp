@@ -1,5 +1,5 @@
-#include "Geometry/foundations/percentage.h"
-#include "Geometry/linearalgebra/compactrows.h"
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/linearalgebra/internal/compactrows.h"
 #include "Geometry/linearalgebra/solvelistener.h"
 #include "Geometry/linearalgebra/utility.h"
 

@@ -1,7 +1,7 @@
 #include "Geometry/linearalgebra/sparsematrix.h"
 
 #include "Geometry/foundations/element.h"
-#include "Geometry/linearalgebra/scalarproduct.h"
+#include "Geometry/linearalgebra/internal/scalarproduct.h"
 #include "Geometry/linearalgebra/utility.h"
 
 #include <algorithm>

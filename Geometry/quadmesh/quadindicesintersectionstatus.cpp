@@ -1,6 +1,6 @@
-#include "Geometry/search/quadindicesintersectionstatus.h"
+#include "Geometry/quadmesh/quadindicesintersectionstatus.h"
 
-#include "Geometry/fitting/utility.h"
+#include "Geometry/foundations/angles.h"
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -26,7 +26,7 @@ bool QuadIndicesIntersectionStatus::getIsGoodIntersection() const {
     if (intersectionQualityMode != AngleThenDistance) {
         return true;
     }
-    return Utility::twopi() * 0.25 > intersectionData.getAngleError();
+    return Angles::quarterTurn > intersectionData.getAngleError();
 }
 
 bool QuadIndicesIntersectionStatus::getIsBetterIntersection(
@@ -47,7 +47,7 @@ bool QuadIndicesIntersectionStatus::getIsBetterIntersection(
         return error > otherError;
     }
     if (intersectionQualityMode == AngleThenDistance) {
-        double const quarterTurn = Utility::twopi() * 0.25;
+        double const quarterTurn = Angles::quarterTurn;
         if (quarterTurn > otherError && error > quarterTurn) {
             return true;
         }

@@ -2,7 +2,7 @@
 
 #include "Geometry/foundations/export.h"
 #include "Geometry/foundations/point.h"
-#include "Geometry/search/quadintersectiondata.h"
+#include "Geometry/quadmesh/quadintersectiondata.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
-#include "Geometry/search/quadintersectiondata.h"
+#include "Geometry/quadmesh/quadintersectiondata.h"
 
-#include "Geometry/fitting/utility.h"
+#include "Geometry/foundations/angles.h"
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -18,7 +18,7 @@ double QuadIntersectionData::getStoredAngle(double angle) {
 }
 
 double QuadIntersectionData::getAngleError() const {
-    return Utility::twopi() * 0.5 - angleToObjectNormal;
+    return Angles::fullTurn * 0.5 - angleToObjectNormal;
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::QuadMesh

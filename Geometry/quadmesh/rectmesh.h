@@ -6,10 +6,10 @@
 #include "Geometry/foundations/progresslistener.h"
 #include "Geometry/foundations/vector.h"
 #include "Geometry/quadmesh/edge.h"
-#include "Geometry/quadmesh/quadfileheader.h"
+#include "Geometry/quadmesh/files/quadfileheader.h"
+#include "Geometry/quadmesh/quadindicesintersectionstatus.h"
+#include "Geometry/quadmesh/quadintersectiondata.h"
 #include "Geometry/quadmesh/quadvaliditygenerator.h"
-#include "Geometry/search/quadindicesintersectionstatus.h"
-#include "Geometry/search/quadintersectiondata.h"
 
 #include <array>
 #include <cstdint>
@@ -334,9 +334,9 @@ public:
     /// \name Analytic surfaces
     /// Each replaces the grid; nodes get the flag `Valid` alone. They answer false, with the grid unchanged,
     /// if the grid would take more than `maxMB` megabytes or has more nodes than 32 bits count, and true
-    /// otherwise. A plane's side or a cylinder's length shorter than one step has a single row of nodes, which
-    /// are valid and NaN along that side.
-    /// \throws std::runtime_error "Insufficient memory to initialise quad-mesh.".
+    /// otherwise. A plane's side or a cylinder's length shorter than one step has a single row of nodes,
+    /// which are valid and NaN along that side. \throws std::runtime_error "Insufficient memory to initialise
+    /// quad-mesh.".
     ///@{
 
     /// A rectangle in the plane z = 0 of whole steps of `spacing`, from (0, 0) or centred on it. False also

@@ -1,10 +1,10 @@
-#include "Geometry/trimesh/nearestpoints.h"
+#include "Geometry/spatial/nearestpoints.h"
 
 #include <algorithm>
 #include <array>
 #include <numeric>
 
-namespace QELT::Geometry::ThreeDimensional::TriMesh {
+namespace QELT::Geometry::ThreeDimensional::PointCloud {
 
 namespace {
 
@@ -87,4 +87,4 @@ void NearestPoints::consider(std::uint32_t index) {
     }
 }
 
-} // namespace QELT::Geometry::ThreeDimensional::TriMesh
+} // namespace QELT::Geometry::ThreeDimensional::PointCloud

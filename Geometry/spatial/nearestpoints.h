@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace QELT::Geometry::ThreeDimensional::TriMesh {
+namespace QELT::Geometry::ThreeDimensional::PointCloud {
 
 /// Finds the nearest others of each of a list of points by halving the list again and again along the axis on
 /// which it is longest. All coordinates must be finite.
@@ -40,4 +40,4 @@ private:
     bool isFull() const { return found.size() == wanted; }
 };
 
-} // namespace QELT::Geometry::ThreeDimensional::TriMesh
+} // namespace QELT::Geometry::ThreeDimensional::PointCloud

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Geometry/foundations/export.h"
+#include "Geometry/foundations/object.h"
 #include "Geometry/foundations/plane.h"
-#include "Geometry/spatial/object.h"
 
 namespace QELT::Geometry::ThreeDimensional::BinarySpacePartition {
 

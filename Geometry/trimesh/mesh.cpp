@@ -1,7 +1,7 @@
 #include "Geometry/trimesh/mesh.h"
 
 #include "Geometry/foundations/rounding.h"
-#include "Geometry/trimesh/trianglearena.h"
+#include "Geometry/trimesh/internal/trianglearena.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "Geometry/foundations/export.h"
+#include "Geometry/foundations/map.h"
 #include "Geometry/foundations/point.h"
 #include "Geometry/foundations/progresslistener.h"
 #include "Geometry/foundations/progressterminator.h"
-#include "Geometry/trimesh/boundaryloop.h"
+#include "Geometry/trimesh/boundary/boundaryloop.h"
 #include "Geometry/trimesh/conformalmapreport.h"
 #include "Geometry/trimesh/edge.h"
-#include "Geometry/trimesh/map.h"
 #include "Geometry/trimesh/triangle.h"
 #include "Geometry/trimesh/vertex.h"
 

@@ -1,6 +1,6 @@
 #include "tests/support/flattening_fixtures.h"
 
-#include "Geometry/trimesh/sharpestturns.h"
+#include "Geometry/trimesh/boundary/internal/sharpestturns.h"
 
 #include <algorithm>
 #include <limits>

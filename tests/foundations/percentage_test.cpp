@@ -1,4 +1,4 @@
-#include "Geometry/foundations/percentage.h"
+#include "Geometry/foundations/internal/percentage.h"
 
 #include <string>
 #include <type_traits>

@@ -1,6 +1,6 @@
 #include "Geometry/linearalgebra/sparsematrix.h"
 
-#include "Geometry/linearalgebra/scalarproduct.h"
+#include "Geometry/linearalgebra/internal/scalarproduct.h"
 
 #include "tests/support/float_bits.h"
 #include "tests/support/plain_linearalgebra.h"

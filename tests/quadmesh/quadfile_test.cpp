@@ -1,7 +1,7 @@
-#include "Geometry/quadmesh/quadfileheader.h"
+#include "Geometry/quadmesh/files/quadfileheader.h"
 
-#include "Geometry/foundations/percentage.h"
-#include "Geometry/quadmesh/internal/quadfilewriter.h"
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/quadmesh/files/internal/quadfilewriter.h"
 #include "Geometry/quadmesh/rectmesh.h"
 #include "tests/support/float_bits.h"
 #include "tests/support/fulldisk.h"

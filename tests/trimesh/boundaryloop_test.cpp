@@ -1,5 +1,5 @@
 #include "Geometry/spatial/cloud.h"
-#include "Geometry/trimesh/boundaryloops.h"
+#include "Geometry/trimesh/boundary/internal/boundaryloops.h"
 #include "Geometry/trimesh/mesh.h"
 #include "tests/support/cloudfamilies.h"
 #include "tests/support/meshfamilies.h"

@@ -6,7 +6,7 @@
 #include "tests/support/watchedheap.h"
 
 #include "Geometry/spatial/cloud.h"
-#include "Geometry/trimesh/trianglearena.h"
+#include "Geometry/trimesh/internal/trianglearena.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "Geometry/spatial/cloud.h"
+#include "Geometry/trimesh/internal/trianglearena.h"
 #include "Geometry/trimesh/mesh.h"
-#include "Geometry/trimesh/trianglearena.h"
 #include "tests/support/float_bits.h"
 #include "tests/support/meshfamilies.h"
 #include "tests/support/plain_meshcopy.h"

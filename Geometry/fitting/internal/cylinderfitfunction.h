@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Geometry/fitting/realvaluedvectorfunction.h"
+#include "Geometry/fitting/internal/realvaluedvectorfunction.h"
 #include "Geometry/foundations/point.h"
 #include "Geometry/foundations/vector.h"
 

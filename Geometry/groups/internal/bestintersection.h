@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Geometry/search/quadindicesintersectionstatus.h"
+#include "Geometry/quadmesh/quadindicesintersectionstatus.h"
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 

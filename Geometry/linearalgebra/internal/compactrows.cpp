@@ -1,4 +1,4 @@
-#include "Geometry/linearalgebra/compactrows.h"
+#include "Geometry/linearalgebra/internal/compactrows.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,4 +1,4 @@
-#include "Geometry/linearalgebra/normalequations.h"
+#include "Geometry/linearalgebra/internal/normalequations.h"
 
 #include <algorithm>
 #include <utility>

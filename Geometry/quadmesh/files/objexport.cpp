@@ -1,4 +1,4 @@
-#include "Geometry/quadmesh/internal/quadfilewriter.h"
+#include "Geometry/quadmesh/files/internal/quadfilewriter.h"
 #include "Geometry/quadmesh/rectmesh.h"
 
 #include <charconv>

@@ -1,7 +1,7 @@
+#include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/foundations/internal/streamfailure.h"
-#include "Geometry/foundations/percentage.h"
-#include "Geometry/quadmesh/internal/littleendian.h"
-#include "Geometry/quadmesh/internal/quadfilewriter.h"
+#include "Geometry/quadmesh/files/internal/littleendian.h"
+#include "Geometry/quadmesh/files/internal/quadfilewriter.h"
 #include "Geometry/quadmesh/rectmesh.h"
 
 #include <algorithm>

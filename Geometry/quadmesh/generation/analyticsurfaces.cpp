@@ -1,4 +1,4 @@
-#include "Geometry/fitting/utility.h"
+#include "Geometry/foundations/angles.h"
 #include "Geometry/foundations/rounding.h"
 #include "Geometry/quadmesh/rectmesh.h"
 
@@ -274,7 +274,7 @@ bool RectMesh::setAsHeightField() {
     forEachNode([&](GridPoint const& node) {
         double const s = node.getU() * 2.0 * step - 1.0;
         double const w = node.getV() * 2.0 * step - 1.0;
-        double const wave = std::cos(4.0 * s * Utility::twopi() * 0.5);
+        double const wave = std::cos(4.0 * s * Angles::fullTurn * 0.5);
         setPoint(node, SpacePoint(halfWidth * s, halfWidth * w, halfWidth * wave * 0.5 * 0.5 / 3.0));
     });
     updateQuadAreas();

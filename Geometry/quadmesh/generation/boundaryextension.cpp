@@ -1,5 +1,5 @@
-#include "Geometry/fitting/utility.h"
-#include "Geometry/foundations/percentage.h"
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/foundations/trianglemeasures.h"
 #include "Geometry/quadmesh/rectmesh.h"
 
 #include <array>
@@ -57,7 +57,7 @@ struct RectMesh::LargerGrid {
         auto const u = static_cast<std::size_t>(node.getU());
         auto const v = static_cast<std::size_t>(node.getV());
         Point& point = grid.points[static_cast<std::ptrdiff_t>(v)][u];
-        point = Utility::bary(point, value, 1.0, 1.0);
+        point = TriangleMeasures::bary(point, value, 1.0, 1.0);
         if (++counts[v][u] == 1) {
             grid.flags[static_cast<std::ptrdiff_t>(v)][u] = 1U << Valid;
         }
@@ -108,7 +108,7 @@ void RectMesh::extendBoundaryBasic(unsigned long smoothingPasses) {
             if (isWanted && getIsPointValid(way.base) && getIsPointValid(way.behind) &&
                 !getPointFlag(way.base, CutBoundary)) {
                 larger.gather(way.target + margin,
-                              Utility::bary(getPoint(way.base), getPoint(way.behind), 2.0, -1.0));
+                              TriangleMeasures::bary(getPoint(way.base), getPoint(way.behind), 2.0, -1.0));
             }
         }
         edge = getNextBoundaryEdge(edge);

@@ -1,6 +1,6 @@
-#include "Geometry/fitting/utility.h"
-#include "Geometry/foundations/percentage.h"
+#include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/foundations/rounding.h"
+#include "Geometry/foundations/trianglemeasures.h"
 #include "Geometry/quadmesh/rectmesh.h"
 #include "Geometry/trimesh/mesh.h"
 
@@ -98,7 +98,7 @@ public:
         double const beta = (g - starts[0]).det(starts[2] - starts[0]) / determinant;
         double const gamma = (starts[1] - starts[0]).det(g - starts[0]) / determinant;
         double const alpha = 1.0 - beta - gamma;
-        return Utility::bary(points[0], points[1], points[2], alpha, beta, gamma);
+        return TriangleMeasures::bary(points[0], points[1], points[2], alpha, beta, gamma);
     }
 
 private:

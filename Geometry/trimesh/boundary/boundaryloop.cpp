@@ -1,4 +1,4 @@
-#include "Geometry/trimesh/boundaryloop.h"
+#include "Geometry/trimesh/boundary/boundaryloop.h"
 
 #include "Geometry/trimesh/mesh.h"
 

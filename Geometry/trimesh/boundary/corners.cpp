@@ -1,5 +1,5 @@
+#include "Geometry/trimesh/boundary/internal/sharpestturns.h"
 #include "Geometry/trimesh/mesh.h"
-#include "Geometry/trimesh/sharpestturns.h"
 
 #include <array>
 #include <cmath>

@@ -1,5 +1,5 @@
-#include "Geometry/foundations/percentage.h"
-#include "Geometry/trimesh/facestitcher.h"
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/trimesh/internal/facestitcher.h"
 #include "Geometry/trimesh/mesh.h"
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {

@@ -1,8 +1,8 @@
-#include "Geometry/foundations/percentage.h"
-#include "Geometry/trimesh/facestitcher.h"
-#include "Geometry/trimesh/internal/meshpath.h"
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/trimesh/files/internal/meshpath.h"
+#include "Geometry/trimesh/files/internal/textscanner.h"
+#include "Geometry/trimesh/internal/facestitcher.h"
 #include "Geometry/trimesh/mesh.h"
-#include "Geometry/trimesh/textscanner.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "Geometry/foundations/internal/outputfile.h"
-#include "Geometry/foundations/percentage.h"
-#include "Geometry/trimesh/internal/meshpath.h"
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/trimesh/files/internal/meshpath.h"
 #include "Geometry/trimesh/mesh.h"
 
 #include <array>

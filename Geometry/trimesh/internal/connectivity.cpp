@@ -1,5 +1,5 @@
+#include "Geometry/trimesh/internal/trianglearena.h"
 #include "Geometry/trimesh/mesh.h"
-#include "Geometry/trimesh/trianglearena.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
-#include "Geometry/trimesh/facestitcher.h"
+#include "Geometry/trimesh/internal/facestitcher.h"
 
-#include "Geometry/trimesh/trianglearena.h"
+#include "Geometry/trimesh/internal/trianglearena.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Geometry/foundations/percentage.h"
+#include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/trimesh/mesh.h"
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "Geometry/trimesh/trianglearena.h"
+#include "Geometry/trimesh/internal/trianglearena.h"
 
 #include <algorithm>
 #include <new>

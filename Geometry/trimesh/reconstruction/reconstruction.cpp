@@ -1,10 +1,10 @@
-#include "Geometry/fitting/utility.h"
+#include "Geometry/foundations/map.h"
+#include "Geometry/foundations/trianglemeasures.h"
 #include "Geometry/spatial/cloud.h"
-#include "Geometry/trimesh/map.h"
+#include "Geometry/spatial/nearestpoints.h"
+#include "Geometry/trimesh/internal/trianglearena.h"
 #include "Geometry/trimesh/mesh.h"
-#include "Geometry/trimesh/minheap.h"
-#include "Geometry/trimesh/nearestpoints.h"
-#include "Geometry/trimesh/trianglearena.h"
+#include "Geometry/trimesh/reconstruction/internal/minheap.h"
 
 #include <algorithm>
 #include <cmath>
@@ -68,7 +68,7 @@ public:
 
 private:
     std::vector<Point> points;
-    std::optional<NearestPoints> search; ///< if all coordinates are finite
+    std::optional<PointCloud::NearestPoints> search; ///< if all coordinates are finite
     MinHeap<Neighbour> heap;
     std::vector<Neighbour> nearest;
 
@@ -265,8 +265,8 @@ bool Mesh::getMinrTSqr(unsigned long a, unsigned long b, std::vector<std::vector
             }
         }
         Point const& pointW = vertices[w].getPoint3D();
-        double const r = Utility::rTSqr(pointA, pointB, pointW);
-        if (best > r && normal.dot(Utility::twoATN(pointA, pointB, pointW)) > 0.0) {
+        double const r = TriangleMeasures::rTSqr(pointA, pointB, pointW);
+        if (best > r && normal.dot(TriangleMeasures::twoATN(pointA, pointB, pointW)) > 0.0) {
             best = r;
             bestApex = w;
             isBestFloating = isFloating;

@@ -1,8 +1,8 @@
-#include "Geometry/quadmesh/internal/quadfilewriter.h"
+#include "Geometry/quadmesh/files/internal/quadfilewriter.h"
 
 #include "Geometry/foundations/internal/streamfailure.h"
 #include "Geometry/foundations/rounding.h"
-#include "Geometry/quadmesh/internal/littleendian.h"
+#include "Geometry/quadmesh/files/internal/littleendian.h"
 
 #include <stdexcept>
 

@@ -2,8 +2,8 @@
 
 #include "Geometry/foundations/export.h"
 #include "Geometry/foundations/internal/outputfile.h"
-#include "Geometry/foundations/percentage.h"
-#include "Geometry/quadmesh/quadfileheader.h"
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/quadmesh/files/quadfileheader.h"
 #include "Geometry/quadmesh/rectmesh.h"
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {

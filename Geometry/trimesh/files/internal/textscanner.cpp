@@ -1,4 +1,4 @@
-#include "Geometry/trimesh/textscanner.h"
+#include "Geometry/trimesh/files/internal/textscanner.h"
 
 #include <algorithm>
 #include <charconv>

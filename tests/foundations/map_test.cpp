@@ -1,6 +1,6 @@
-#include "Geometry/trimesh/map.h"
+#include "Geometry/foundations/map.h"
 
-#include "Geometry/spatial/object.h"
+#include "Geometry/foundations/object.h"
 #include "Geometry/trimesh/edge.h"
 #include "Geometry/trimesh/mesh.h"
 

@@ -1,4 +1,4 @@
-#include "Geometry/trimesh/nearestpoints.h"
+#include "Geometry/spatial/nearestpoints.h"
 
 #include "tests/support/cloudfamilies.h"
 
@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace QELT::Geometry::ThreeDimensional::TriMesh {
+namespace QELT::Geometry::ThreeDimensional::PointCloud {
 namespace {
 
 using Neighbour = NearestPoints::Neighbour;
@@ -90,4 +90,4 @@ TEST(NearestPoints, AreFoundWhereDistancesOverflowOrVanish) {
 }
 
 } // namespace
-} // namespace QELT::Geometry::ThreeDimensional::TriMesh
+} // namespace QELT::Geometry::ThreeDimensional::PointCloud
