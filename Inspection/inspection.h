@@ -12,7 +12,6 @@
 #include "Inspection/import/objfile.h"
 #include "Inspection/import/xyzfile.h"
 #include "Inspection/maps/flattening.h"
-#include "Inspection/maps/solvelistener.h"
 #include "Inspection/parts/facemesh.h"
 #include "Inspection/parts/meshsummary.h"
 #include "Inspection/parts/neighbours.h"

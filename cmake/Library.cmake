@@ -1,31 +1,22 @@
-# The library. Its sources are the files of the folders below Geometry/.
+# The library. Its sources are the files of the folders below Geometry/. Headers in a folder internal/ serve the
+# library's own sources alone: they are neither installed nor reached by Geometry/geometry.h.
 
 file(GLOB_RECURSE qelt_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Geometry/*.cpp)
 file(GLOB_RECURSE qelt_public_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Geometry/*.h)
+list(FILTER qelt_public_headers EXCLUDE REGEX "/internal/[^/]*$")
 
-# Headers that only the library's own sources include: neither installed nor reached by Geometry/geometry.h.
-set(qelt_internal_headers
-    Geometry/foundations/percentage.h
-    Geometry/fitting/cylinderfitfunction.h
-    Geometry/fitting/realvaluedvectorfunction.h
-    Geometry/fitting/samenumber.h
-    Geometry/groups/bestintersection.h
-    Geometry/groups/lengthcheck.h
-    Geometry/linearalgebra/compactrows.h
-    Geometry/linearalgebra/normalequations.h
-    Geometry/quadmesh/quadfileheader.h
-    Geometry/search/dualbasis.h
-    Geometry/trimesh/boundaryloops.h
-    Geometry/trimesh/facestitcher.h
-    Geometry/trimesh/minheap.h
-    Geometry/trimesh/nearestpoints.h
-    Geometry/trimesh/sharpestturns.h
-    Geometry/trimesh/textscanner.h
-    Geometry/trimesh/trianglearena.h)
-list(TRANSFORM qelt_internal_headers PREPEND ${PROJECT_SOURCE_DIR}/)
-list(REMOVE_ITEM qelt_public_headers ${qelt_internal_headers})
+# The compiled sources by themselves. The core's own tests link these instead of the library, so that internal
+# classes need no export; no program links both, which would double the statics.
+add_library(QELTGeometryObjects OBJECT ${qelt_sources})
+target_include_directories(QELTGeometryObjects PUBLIC ${PROJECT_SOURCE_DIR})
+set_target_properties(
+    QELTGeometryObjects
+    PROPERTIES CXX_VISIBILITY_PRESET hidden
+               VISIBILITY_INLINES_HIDDEN OFF
+               POSITION_INDEPENDENT_CODE ${BUILD_SHARED_LIBS})
+qelt_configure_own_target(QELTGeometryObjects)
 
-add_library(QELTGeometry ${qelt_sources})
+add_library(QELTGeometry $<TARGET_OBJECTS:QELTGeometryObjects>)
 add_library(QELTGeometry::QELTGeometry ALIAS QELTGeometry)
 
 # The include root is the repository's root, so that an include reads the same everywhere.
@@ -34,24 +25,25 @@ target_sources(
     PUBLIC FILE_SET HEADERS
            BASE_DIRS ${PROJECT_SOURCE_DIR}
            FILES ${qelt_public_headers})
-target_compile_features(QELTGeometry PUBLIC cxx_std_20)
 
 # Same bits on every machine: a product and a sum are never contracted into one rounding, not in the inline
 # code of the headers either.
-target_compile_options(QELTGeometry PUBLIC $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-ffp-contract=off>)
+foreach(target IN ITEMS QELTGeometryObjects QELTGeometry)
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    target_compile_options(${target} PUBLIC $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-ffp-contract=off>)
+endforeach()
 
 # Inline functions stay visible: many classes are defined in their headers alone, and their type identity is
 # shared by the library and its users.
 set_target_properties(
     QELTGeometry
-    PROPERTIES VERSION ${PROJECT_VERSION}
+    PROPERTIES LINKER_LANGUAGE CXX
+               VERSION ${PROJECT_VERSION}
                SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
-               CXX_VISIBILITY_PRESET hidden
-               VISIBILITY_INLINES_HIDDEN OFF
                VERIFY_INTERFACE_HEADER_SETS ON)
 if(BUILD_SHARED_LIBS)
-    target_compile_definitions(QELTGeometry PRIVATE QELT_BUILDING_LIBRARY)
+    target_compile_definitions(QELTGeometryObjects PRIVATE QELT_BUILDING_LIBRARY)
 else()
+    target_compile_definitions(QELTGeometryObjects PUBLIC QELT_STATIC)
     target_compile_definitions(QELTGeometry PUBLIC QELT_STATIC)
 endif()
-qelt_configure_own_target(QELTGeometry)

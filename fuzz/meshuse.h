@@ -13,22 +13,31 @@ namespace QELT::Fuzzing {
 
 using namespace Geometry::ThreeDimensional;
 
-/// The number of triangles, all of whose corners and neighbours have been looked at.
-inline std::size_t walkTriangles(TriMesh::Mesh const& mesh) {
+/// All triangles, listed ones first.
+inline std::vector<TriMesh::Triangle*> trianglesOf(TriMesh::Mesh const& mesh) {
     std::vector<TriMesh::Triangle*> list;
     std::vector<TriMesh::Triangle*>::iterator first;
     std::vector<TriMesh::Triangle*>::iterator last;
     mesh.getTriangles(list, first, last);
-    std::size_t count = 0;
-    for (auto i = first; i != last; ++i, ++count) {
+    list.erase(last, list.end());
+    for (TriMesh::Triangle* const unlisted : mesh.getUnlistedTriangles()) {
+        list.push_back(unlisted);
+    }
+    return list;
+}
+
+/// The number of triangles, all of whose corners and neighbours have been looked at.
+inline std::size_t walkTriangles(TriMesh::Mesh const& mesh) {
+    auto const triangles = trianglesOf(mesh);
+    for (TriMesh::Triangle const* const triangle : triangles) {
         for (unsigned long side = 0; side < 3; ++side) {
-            TriMesh::Edge const edge = (*i)->getEdge(side);
+            TriMesh::Edge const edge = triangle->getEdge(side);
             require(edge.org() < mesh.getNumberOfVertices(), "a corner is a vertex of the mesh");
             require(edge.isBoundary() || edge.sym().sym() == edge, "neighbours know each other");
             require(edge.isBoundary() || edge.sym().org() == edge.dest(), "neighbours are wound alike");
         }
     }
-    return count;
+    return triangles.size();
 }
 
 inline void flatten(TriMesh::Mesh& mesh, bool doPinExtremeCorners) {

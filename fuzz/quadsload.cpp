@@ -18,7 +18,7 @@ using ThreeDimensional::QuadMesh::RectMesh;
 namespace {
 
 /// A header may ask for any size; files for which it asks more than this are left alone.
-constexpr double mostNodes = 1 << 14;
+constexpr double maxNodes = 1 << 20;
 
 bool isSmallGrid(char const* path) {
     unsigned long extentU = 0;
@@ -27,7 +27,7 @@ bool isSmallGrid(char const* path) {
     double least = 0.0;
     double most = 0.0;
     RectMesh::getFileHeaderItems(path, extentU, extentV, mean, least, most);
-    return (static_cast<double>(extentU) + 1.0) * (static_cast<double>(extentV) + 1.0) <= mostNodes;
+    return (static_cast<double>(extentU) + 1.0) * (static_cast<double>(extentV) + 1.0) <= maxNodes;
 }
 
 unsigned long countQuads(RectMesh const& grid) {

@@ -1,4 +1,4 @@
-#include "Geometry/fitting/cylinderfitfunction.h"
+#include "Geometry/fitting/internal/cylinderfitfunction.h"
 #include "Geometry/fitting/utility.h"
 #include "Geometry/foundations/element.h"
 

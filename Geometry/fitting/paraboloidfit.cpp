@@ -1,4 +1,4 @@
-#include "Geometry/fitting/samenumber.h"
+#include "Geometry/fitting/internal/samenumber.h"
 #include "Geometry/fitting/utility.h"
 #include "Geometry/foundations/element.h"
 #include "Geometry/foundations/quaternion.h"

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "Geometry/foundations/affinemap.h"
+#include "Geometry/foundations/angles.h"
 #include "Geometry/foundations/export.h"
 #include "Geometry/foundations/linearmap.h"
 #include "Geometry/foundations/point.h"
+#include "Geometry/foundations/trianglemeasures.h"
 #include "Geometry/foundations/vector.h"
-
-#include <cmath>
 
 namespace QELT::Geometry::ThreeDimensional {
 
@@ -16,56 +16,60 @@ class QELT_EXPORT Utility {
 public:
     Utility() = delete;
 
-    /// The normal (b - a) x (c - b) of a triangle. Its length is twice the area; seen from the side
-    /// it points to, the corners run counter-clockwise.
-    static Vector twoATN(Point const& a, Point const& b, Point const& c) { return (b - a).cross(c - b); }
+    /// \name Measures of triangles and angles
+    /// As in `TriangleMeasures` and `Angles`.
+    ///@{
 
-    /// Twice the area of a triangle.
-    static double twoAT(Point const& a, Point const& b, Point const& c) {
-        return std::sqrt(twoATN(a, b, c).lSqr());
+    static Vector twoATN(Point const& a, Point const& b, Point const& c) {
+        return TriangleMeasures::twoATN(a, b, c);
     }
 
-    /// The squared area of a triangle.
-    static double ATSqr(Point const& a, Point const& b, Point const& c);
+    static double twoAT(Point const& a, Point const& b, Point const& c) {
+        return TriangleMeasures::twoAT(a, b, c);
+    }
 
-    /// A quarter of the squared circumradius of a triangle: a measure to compare triangles by, on the scale
-    /// that limits elsewhere are tuned to. A triangle without area gives an infinity or a NaN.
-    static double rTSqr(Point const& a, Point const& b, Point const& c);
+    static double ATSqr(Point const& a, Point const& b, Point const& c) {
+        return TriangleMeasures::ATSqr(a, b, c);
+    }
 
-    /// Half the circumradius of a triangle, the square root of `rTSqr`.
-    static double rT(Point const& a, Point const& b, Point const& c);
+    static double rTSqr(Point const& a, Point const& b, Point const& c) {
+        return TriangleMeasures::rTSqr(a, b, c);
+    }
 
-    /// The radius of the inscribed circle of a triangle. NaN when all corners coincide.
-    static double riT(Point const& a, Point const& b, Point const& c);
+    static double rT(Point const& a, Point const& b, Point const& c) { return TriangleMeasures::rT(a, b, c); }
 
-    /// The weighted sum of two or three points, in double precision up to the coordinates of the result. The
-    /// weights need not add up to 1.
+    static double riT(Point const& a, Point const& b, Point const& c) {
+        return TriangleMeasures::riT(a, b, c);
+    }
+
     static Point bary(Point const& a, Point const& b, double wa, double wb) {
-        return {weightedSum(a.getX(), b.getX(), wa, wb), weightedSum(a.getY(), b.getY(), wa, wb),
-                weightedSum(a.getZ(), b.getZ(), wa, wb)};
+        return TriangleMeasures::bary(a, b, wa, wb);
     }
 
     static Point bary(Point const& a, Point const& b, Point const& c, double wa, double wb, double wc) {
-        return {weightedSum(a.getX(), b.getX(), wa, wb) + wc * double{c.getX()},
-                weightedSum(a.getY(), b.getY(), wa, wb) + wc * double{c.getY()},
-                weightedSum(a.getZ(), b.getZ(), wa, wb) + wc * double{c.getZ()}};
+        return TriangleMeasures::bary(a, b, c, wa, wb, wc);
     }
 
-    /// p lies strictly on the side of the plane through q that the normal n points to.
-    static bool isAbove(Point const& p, Point const& q, Vector const& n) { return (p - q).dot(n) > 0.0; }
+    static bool isAbove(Point const& p, Point const& q, Vector const& n) {
+        return TriangleMeasures::isAbove(p, q, n);
+    }
 
-    static double degToRad(double degrees);
-    static double radToDeg(double radians);
+    static double degToRad(double degrees) { return Angles::degToRad(degrees); }
 
-    /// A full turn in radians.
-    static constexpr double twopi() { return 6.283185307179586; }
+    static double radToDeg(double radians) { return Angles::radToDeg(radians); }
+
+    static constexpr double twopi() { return Angles::fullTurn; }
+
+    ///@}
 
     /// The rigid motion that takes three points closest to three others, by gradient descent on the Euler
     /// angles with a fixed step: x goes to R (x - rotationCentre) + rotationCentre + translation, R being
     /// `LinearMap::setRotation` about X, Y, Z by `eulerAngles`. The step is not scaled by the size of the
     /// points. `targetOffset` (may be null) is added to the target's centroid alone. The outputs are written
     /// in any case; the result is whether the descent settled within 1048576 steps. The coarse descent takes
-    /// steps of 1e-6 of the gradient down to changes of 1e-12, the fine one of 1e-9 down to 1e-14.
+    /// steps of 1e-6 of the gradient down to changes of 1e-12, the fine one of 1e-9 down to 1e-14. Triangles
+    /// that are not slender settle if their longest side is about 10 to 700 (coarse) or 400 to 20000 (fine);
+    /// smaller ones run out of steps, larger ones overshoot for good.
     static bool getRigidBodyMap(Point const* sourcePoints, Point const* targetPoints, Vector* eulerAngles,
                                 Vector* translation, Point* rotationCentre, Vector* targetOffset,
                                 bool doUseCoarseDescent);
@@ -78,7 +82,8 @@ public:
     /// The sphere of least squared distances through points, by gradient descent from their centroid with a
     /// step of 0.001 that is not divided by their number, for at most 524288 sweeps. Always true. `residuals`
     /// (may be null) receives each point's distance from the sphere. Without points, or with one at the
-    /// centre, the outputs are NaN.
+    /// centre, the outputs are NaN. So they are with 1010 points and more, since the descent then diverges;
+    /// on a cap it does so with fewer, on a narrow one from 500 on, and may end far off instead of at NaN.
     static bool getSphereFit(Point const* points, unsigned long numberOfPoints, Point& centre, double& radius,
                              double* residuals);
 
@@ -121,8 +126,6 @@ private:
     static bool fitParaboloid(Point const* points, unsigned long numberOfPoints, Vector const& axisHint,
                               Point& vertex, Vector& axisU, Vector& axisV, Vector& axisN, double& curvatureU,
                               double& curvatureV, double* residuals, int mostPasses);
-
-    static double weightedSum(double a, double b, double wa, double wb) { return wa * a + wb * b; }
 };
 
 } // namespace QELT::Geometry::ThreeDimensional

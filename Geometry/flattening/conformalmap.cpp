@@ -1,4 +1,4 @@
-#include "Geometry/foundations/percentage.h"
+#include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/utility.h"
 #include "Geometry/linearalgebra/vector.h"
@@ -83,6 +83,7 @@ private:
 
 void Mesh::conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSolution,
                         bool doUseSolutionAsStart) {
+    conformalMapReport = {};
     reportMessage(progressListener, "Promoting interior...");
     unsigned long numberOfInteriorVertices = 0;
     unsigned long numberOfBoundaryVertices = 0;
@@ -137,10 +138,10 @@ void Mesh::solveConformalSystem(std::vector<FlatPoint> const& fixedPoints, Linea
         } while (edge.triangle != nullptr && edge != first);
         progress.reportShare(i, numberOfFree);
     }
-    bool const isSolved =
-        LinearAlgebra::Utility::solve(system.getMatrix(), solution, system.getRightHandSide(), nullptr,
-                                      progressListener, progressTerminator);
-    std::cout << (isSolved ? "\n" : "\nLinear system solve failure - carrying on...");
+    LinearAlgebra::SolveReport const report = LinearAlgebra::Utility::solveWithReport(
+        system.getMatrix(), solution, system.getRightHandSide(), progressListener, progressTerminator);
+    conformalMapReport.inside = report;
+    std::cout << (report.hasConverged ? "\n" : "\nLinear system solve failure - carrying on...");
 }
 
 void Mesh::conformalMapTest() {

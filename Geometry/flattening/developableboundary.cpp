@@ -1,4 +1,4 @@
-#include "Geometry/linearalgebra/normalequations.h"
+#include "Geometry/linearalgebra/internal/normalequations.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/utility.h"
 #include "Geometry/linearalgebra/vector.h"
@@ -190,7 +190,8 @@ void Mesh::getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVert
     LinearAlgebra::Vector const rhs = system.getMatrix().transpose() * system.getRightHandSide();
     LinearAlgebra::Vector solution(2UL * system.getNumberOfUnknowns());
     solution.zero();
-    LinearAlgebra::Utility::solve(matrix, solution, rhs, nullptr, progressListener, progressTerminator);
+    conformalMapReport.boundary =
+        LinearAlgebra::Utility::solveWithReport(matrix, solution, rhs, progressListener, progressTerminator);
     for (std::uint32_t position = 0; position < n; ++position) {
         boundaryPoints[position] = system.getIsPinned(position) ? system.getPin(position) : FlatPoint();
     }

@@ -1,6 +1,6 @@
-#include "Geometry/trimesh/boundaryloops.h"
+#include "Geometry/trimesh/boundary/internal/boundaryloops.h"
+#include "Geometry/trimesh/boundary/internal/sharpestturns.h"
 #include "Geometry/trimesh/mesh.h"
-#include "Geometry/trimesh/sharpestturns.h"
 
 #include <algorithm>
 #include <cmath>
@@ -127,23 +127,16 @@ void Mesh::pinExtremeCorners(std::vector<std::uint32_t>& loop) const {
 }
 
 void Mesh::renumberVertices(std::vector<std::uint32_t> const& newIndex) {
-    std::vector<Triangle*> list;
-    std::vector<Triangle*>::iterator first;
-    std::vector<Triangle*>::iterator last;
-    getTriangles(list, first, last);
-    std::for_each(first, last, [&](Triangle* triangle) {
-        for (std::uint32_t& index : triangle->vertexIndices) {
-            index = newIndex[index];
-        }
-    });
-    std::vector<Vertex> const oldVertices = std::move(vertices);
-    std::vector<std::vector<Triangle*>> oldVertexTriangles = std::move(vertexTriangles);
-    vertices.resize(newIndex.size());
-    vertexTriangles.resize(newIndex.size());
+    // The array of vertices stays where it is: references to them outlive the renumbering.
+    std::vector<Vertex> const oldVertices = vertices;
+    std::vector<std::vector<Triangle*>> newVertexTriangles(newIndex.size());
+    // All memory is there: from here on nothing throws.
     for (std::size_t i = 0; i < newIndex.size(); ++i) {
         vertices[newIndex[i]] = oldVertices[i];
-        vertexTriangles[newIndex[i]] = std::move(oldVertexTriangles[i]);
+        newVertexTriangles[newIndex[i]] = std::move(vertexTriangles[i]);
     }
+    vertexTriangles = std::move(newVertexTriangles);
+    renumberTriangles(newIndex);
     for (std::vector<CutEdgeIndex>* const lip : {&cutEdgeIndices.first, &cutEdgeIndices.second}) {
         for (CutEdgeIndex& entry : *lip) {
             // A cut read from a file may name vertices that are not there.

@@ -1,4 +1,4 @@
-#include "Geometry/foundations/percentage.h"
+#include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/trimesh/mesh.h"
 
 #include <cmath>
@@ -75,7 +75,7 @@ std::pair<BoxSide, BoxSide> getBox(std::vector<TwoDimensional::Point<double>> co
 /// The step that gives the smallest box, the first of equals, with a quarter turn on top unless the box is
 /// then wider than high.
 std::uint32_t findBestStep(std::vector<TwoDimensional::Point<double>> const& points,
-                           ProgressListener* listener) {
+                           ProgressListener* const& listener) {
     PercentageReporter progress(listener);
     double bestArea = areaBeyondAll;
     std::uint32_t bestStep = 0;

@@ -43,7 +43,7 @@ private:
     /// The homogeneous matrix as 16 numbers row by row: each of the first three rows is a row of the linear
     /// map followed by the component of the translation. The last row is 0, 0, 0, 1; it is written, but not
     /// read.
-    explicit AffineMap(double const* matrix);
+    AffineMap(double const* matrix);
     void set(double const* matrix);
     void get(double* matrix) const;
 

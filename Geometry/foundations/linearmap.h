@@ -25,7 +25,7 @@ public:
     LinearMap(double m11, double m12, double m21, double m22);
 
     /// Throws "Unsupported linear map initialisation." for any value but `Identity`.
-    explicit LinearMap(DefaultLinearMaps defaultMap);
+    LinearMap(DefaultLinearMaps defaultMap);
 
     /// As `setAsRotation`.
     LinearMap(double turnNumerator, double turnDenominator, double scale);
@@ -82,7 +82,7 @@ public:
     LinearMap(Vector const& column0, Vector const& column1, Vector const& column2);
 
     /// The rotation that `Quaternion::getRotation` gives.
-    explicit LinearMap(Quaternion const& quaternion);
+    LinearMap(Quaternion const& quaternion);
 
     /// As `setRotation` of three axes.
     LinearMap(RotationAxis const* axes, Vector const& angles);

@@ -2,9 +2,9 @@
 
 #include "Geometry/foundations/element.h"
 #include "Geometry/foundations/export.h"
+#include "Geometry/foundations/object.h"
 #include "Geometry/foundations/rounding.h"
 #include "Geometry/foundations/vector.h"
-#include "Geometry/spatial/object.h"
 
 #include <utility>
 
@@ -129,7 +129,7 @@ public:
     Point(double newX, double newY, double newZ) : x(toFloat(newX)), y(toFloat(newY)), z(toFloat(newZ)) {}
 
     /// From three numbers in a row.
-    explicit Point(double const* c) : Point(c[0], c[1], c[2]) {}
+    Point(double const* c) : Point(c[0], c[1], c[2]) {}
 
     Point(Point const&) = default;
     Point& operator=(Point const&) = default;

@@ -19,7 +19,7 @@ public:
     Quaternion(double a, Vector const& bcd);
 
     /// The pure quaternion of a vector: no scalar part.
-    explicit Quaternion(Vector const& bcd);
+    Quaternion(Vector const& bcd);
 
     /// The rotation that takes `from` to `to`, as `rot`.
     Quaternion(Vector const& from, Vector const& to);

@@ -125,7 +125,7 @@ public:
     Vector(double x, double y, double z) : dX(x), dY(y), dZ(z) {}
 
     /// From three numbers in a row.
-    explicit Vector(double const* c) : Vector(c[0], c[1], c[2]) {}
+    Vector(double const* c) : Vector(c[0], c[1], c[2]) {}
 
     /// `value` along the axis of that number, modulo 3; zero along the others.
     Vector(unsigned long axis, double value) { set(axis, value); }

@@ -6,8 +6,8 @@
 #include "Geometry/foundations/point.h"
 #include "Geometry/foundations/vector.h"
 #include "Geometry/groups/mtf_list.h"
+#include "Geometry/quadmesh/quadindicesintersectionstatus.h"
 #include "Geometry/quadmesh/rectmesh.h"
-#include "Geometry/search/quadindicesintersectionstatus.h"
 
 #include <memory>
 #include <string>

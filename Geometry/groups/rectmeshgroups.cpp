@@ -1,7 +1,7 @@
 #include "Geometry/groups/rectmeshgroups.h"
 
-#include "Geometry/groups/bestintersection.h"
-#include "Geometry/groups/lengthcheck.h"
+#include "Geometry/groups/internal/bestintersection.h"
+#include "Geometry/groups/internal/lengthcheck.h"
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 

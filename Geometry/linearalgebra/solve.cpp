@@ -1,5 +1,6 @@
-#include "Geometry/foundations/percentage.h"
-#include "Geometry/linearalgebra/compactrows.h"
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/linearalgebra/internal/compactrows.h"
+#include "Geometry/linearalgebra/solvelistener.h"
 #include "Geometry/linearalgebra/utility.h"
 
 #include <array>
@@ -96,22 +97,48 @@ private:
     bool isStarted = false;
 };
 
-/// Iterates from `x` until the residual's norm is small enough, NaN, or the iterations run out. On return `x`
-/// is the last iterate and `norm` its residual's; the answer is the number of iterations.
-int iterate(SparseMatrix const& A, Vector& x, Vector const& residual, double& norm,
-            ProgressListener const* listener) {
+SolveReport makeReport(int iterations, double norm) {
+    return {static_cast<unsigned long>(iterations), norm, residualTolerance >= norm};
+}
+
+/// Who is told of each iteration, as settled before the listener's first call: one that is no `SolveListener`
+/// may be gone after it.
+struct Audience {
+    explicit Audience(ProgressListener* const& ownersListener)
+        : listener(ownersListener),
+          hasListener(ownersListener != nullptr),
+          isSolveListener(dynamic_cast<SolveListener*>(ownersListener) != nullptr) {}
+
+    void tell(SolveReport const& report) const {
+        if (hasListener) {
+            Utility::setSolveProgress(report.residual, static_cast<int>(report.iterations));
+        }
+        if (isSolveListener) {
+            if (auto* const solveListener = dynamic_cast<SolveListener*>(listener)) {
+                solveListener->setSolveProgress(report);
+            }
+        }
+    }
+
+    ProgressListener* const& listener;
+    bool hasListener;
+    bool isSolveListener;
+};
+
+/// Iterates from `x` until the residual's norm is small enough, NaN, or the iterations run out. `norm` is
+/// that of the start; on return `x` is the last iterate.
+SolveReport iterate(SparseMatrix const& A, Vector& x, Vector const& residual, double norm,
+                    Audience const& audience) {
     ConjugateGradients gradients(A, x, residual);
     int iterations = 0;
     while (norm > residualTolerance && iterations < maximumIterations) {
         ++iterations;
         gradients.advance();
         norm = gradients.getNorm();
-        if (listener != nullptr) {
-            Utility::setSolveProgress(norm, iterations);
-        }
+        audience.tell(makeReport(iterations, norm));
     }
     x.set(&gradients.getIterate());
-    return iterations;
+    return makeReport(iterations, norm);
 }
 
 /// `label`, a colon, the number as a stream in its original state would write it, and a full stop.
@@ -129,21 +156,28 @@ void appendItem(std::string& line, char const* label, double value) {
 } // namespace
 
 bool Utility::solve(SparseMatrix const& A, Vector& x, Vector const& b, unsigned long* pIterations,
-                    ProgressListener* listener, ProgressTerminator* /* terminator */) {
+                    ProgressListener* listener, ProgressTerminator* terminator) {
+    SolveReport const report = solveWithReport(A, x, b, listener, terminator);
+    if (pIterations != nullptr) {
+        *pIterations = report.iterations;
+    }
+    return report.hasConverged;
+}
+
+SolveReport Utility::solveWithReport(SparseMatrix const& A, Vector& x, Vector const& b,
+                                     ProgressListener* const& listener,
+                                     ProgressTerminator* /* terminator */) {
+    Audience const audience(listener);
     reportMessage(listener, "Solving linear system...");
     Vector const residual = b - A * x;
-    double norm = residual.normL2();
-    int iterations = 0;
-    if (norm > residualTolerance) {
-        if (A.getNumberOfRows() != A.getNumberOfColumns()) {
-            throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
-        }
-        iterations = iterate(A, x, residual, norm, listener);
+    double const norm = residual.normL2();
+    if (!(norm > residualTolerance)) {
+        return makeReport(0, norm);
     }
-    if (pIterations != nullptr) {
-        *pIterations = static_cast<unsigned long>(iterations);
+    if (A.getNumberOfRows() != A.getNumberOfColumns()) {
+        throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
     }
-    return residualTolerance >= norm;
+    return iterate(A, x, residual, norm, audience);
 }
 
 void Utility::setSolveProgress(double residual, int iterations) {

@@ -1,9 +1,11 @@
 #include "Geometry/linearalgebra/sparsematrix.h"
 
 #include "Geometry/foundations/element.h"
+#include "Geometry/linearalgebra/internal/scalarproduct.h"
 #include "Geometry/linearalgebra/utility.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <new>
 #include <numeric>
@@ -49,9 +51,10 @@ bool SparseMatrix::doUseSSE2 = false;
 bool SparseMatrix::isSSE2Checked = false;
 
 void SparseMatrix::checkSSE2() {
-    if (!isSSE2Checked) {
-        doUseSSE2 = Utility::isSSE2Present();
-        isSSE2Checked = true;
+    std::atomic_ref isChecked(isSSE2Checked);
+    if (!isChecked) {
+        std::atomic_ref(doUseSSE2).store(Utility::isSSE2Present());
+        isChecked = true;
     }
 }
 
@@ -267,7 +270,7 @@ void SparseMatrix::setMergedRow(std::uint32_t r, SparseMatrix const& a, SparseMa
 }
 
 SparseMatrix SparseMatrix::operator+(SparseMatrix const& other) const {
-    if (doUseSSE2) {
+    if (std::atomic_ref(doUseSSE2)) {
         throw new SparseMatrixUnsupportedSSE2Function;
     }
     if (numberOfRows != other.numberOfRows || numberOfColumns != other.numberOfColumns) {
@@ -282,8 +285,7 @@ SparseMatrix SparseMatrix::operator+(SparseMatrix const& other) const {
     return sum;
 }
 
-/// Used by the difference alone.
-SparseMatrix operator*(double factor, SparseMatrix const& matrix) {
+SparseMatrix ScalarProduct::getProduct(double factor, SparseMatrix const& matrix) {
     SparseMatrix product(matrix);
     for (std::uint32_t r = 0; r < product.numberOfRows; ++r) {
         double* const values = product.pRowValues[r].get();
@@ -291,6 +293,10 @@ SparseMatrix operator*(double factor, SparseMatrix const& matrix) {
         std::transform(values, values + count, values, [factor](double value) { return value * factor; });
     }
     return product;
+}
+
+SparseMatrix operator*(double factor, SparseMatrix const& matrix) {
+    return ScalarProduct::getProduct(factor, matrix);
 }
 
 SparseMatrix SparseMatrix::operator-(SparseMatrix const& other) const {
@@ -336,7 +342,7 @@ Vector SparseMatrix::operator*(Vector const& vector) const {
     if (numberOfColumns != vector.getNumberOfValues()) {
         throw new SparseMatrixInvalidDimensionsException;
     }
-    if (doUseSSE2) {
+    if (std::atomic_ref(doUseSSE2)) {
         return product;
     }
     double const* const x = vector.begin();

@@ -65,6 +65,9 @@ public:
     /// not the number of columns throws `SparseMatrixInvalidDimensionsException*`.
     Vector operator*(Vector const& vector) const;
 
+    /// Without this a number would become a vector of that length.
+    Vector operator*(double factor) const = delete;
+
 private:
     using Values = std::unique_ptr<double[]>;
     using Indices = std::unique_ptr<std::uint32_t[]>;
@@ -95,9 +98,9 @@ private:
     void setMergedRow(std::uint32_t r, SparseMatrix const& a, SparseMatrix const& b);
     void addRowProduct(std::uint32_t r, SparseMatrix const& other, double* sums) const;
 
-    friend QELT_EXPORT SparseMatrix operator*(double factor, SparseMatrix const& matrix);
     friend class CompactRows;
     friend class NormalEquations;
+    friend class ScalarProduct;
 
     /// Row by row: the arrays, valid while the capacity is not 0, the number of stored entries and the
     /// number of entries that the arrays can hold.

@@ -3,6 +3,7 @@
 #include "Geometry/foundations/export.h"
 #include "Geometry/foundations/progresslistener.h"
 #include "Geometry/foundations/progressterminator.h"
+#include "Geometry/linearalgebra/solvereport.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/vector.h"
 
@@ -21,8 +22,9 @@ public:
     /// 1e-20, an absolute tolerance; the run ends there, after 262144 iterations, or as soon as the norm is
     /// NaN, which is how a system that breaks down ends. An iteration costs one product with A.
     ///
-    /// A listener, which may be null, gets the message "Solving linear system...", and with one each
-    /// iteration writes a progress line to standard output. The terminator is never asked.
+    /// A listener, which may be null, gets the message "Solving linear system..." and is not called again,
+    /// so that it may be gone from then on, unless it is a `SolveListener`, which is told of each iteration;
+    /// with either, each writes a progress line to standard output. The terminator is never asked.
     ///
     /// Dimensions that do not fit throw, with `x` and `*pIterations` as they were:
     /// `SparseMatrix::SparseMatrixInvalidDimensionsException*` if the columns of A are not as many as the
@@ -30,6 +32,11 @@ public:
     /// `Vector::VectorInvalidDimensionsException*` if its rows are not as many as the values of b.
     static bool solve(SparseMatrix const& A, Vector& x, Vector const& b, unsigned long* pIterations,
                       ProgressListener* listener, ProgressTerminator* terminator);
+
+    /// The same solve, which answers with all that there is to tell about its end. It looks at the owner's
+    /// pointer `listener` before every call, so that a listener may detach itself in any.
+    static SolveReport solveWithReport(SparseMatrix const& A, Vector& x, Vector const& b,
+                                       ProgressListener* const& listener, ProgressTerminator* terminator);
 
     /// Writes the residual norm and the number of iterations to standard output, after a carriage return and
     /// without a newline, so that a terminal shows the lines in one place. The format of the numbers is the

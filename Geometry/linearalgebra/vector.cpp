@@ -4,6 +4,7 @@
 #include "Geometry/linearalgebra/utility.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 
@@ -13,10 +14,15 @@ bool Vector::doUseSSE2 = false;
 bool Vector::isSSE2Checked = false;
 
 void Vector::checkSSE2() {
-    if (!isSSE2Checked) {
-        doUseSSE2 = Utility::isSSE2Present();
-        isSSE2Checked = true;
+    std::atomic_ref isChecked(isSSE2Checked);
+    if (!isChecked) {
+        std::atomic_ref(doUseSSE2).store(Utility::isSSE2Present());
+        isChecked = true;
     }
+}
+
+bool Vector::getDoUseSSE2() const {
+    return std::atomic_ref(doUseSSE2);
 }
 
 void Vector::allocate(std::uint32_t n) {

@@ -20,7 +20,7 @@ public:
     class QELT_EXPORT VectorInvalidDimensionsException {};
 
     /// A vector of n unset values; 0 is allowed. Call `zero` where zeros are needed.
-    explicit Vector(unsigned long n);
+    Vector(unsigned long n);
     Vector(Vector const& other);
     virtual ~Vector();
 
@@ -70,7 +70,7 @@ public:
 protected:
     double* getpValues() const { return pValues.get(); }
 
-    bool getDoUseSSE2() const { return doUseSSE2; }
+    bool getDoUseSSE2() const;
 
 private:
     static void checkSSE2();
@@ -81,7 +81,8 @@ private:
     std::uint32_t numberOfValues = 0;
 
     /// What `Utility::isSSE2Present` answered, and whether it has been asked: the first construction by size
-    /// asks. The answer is false everywhere, and the values lie in one plain array.
+    /// asks. The answer is false everywhere, and the values lie in one plain array. Only atomic operations
+    /// touch either, since vectors are made in any thread.
     static bool doUseSSE2;
     static bool isSSE2Checked;
 };
@@ -92,7 +93,7 @@ public:
     /// Thrown by pointer, as `VectorInvalidDimensionsException` is.
     class QELT_EXPORT RowVectorInvalidDimensionsException {};
 
-    explicit RowVector(unsigned long n);
+    RowVector(unsigned long n);
     RowVector(RowVector const& other);
     ~RowVector() override;
 
@@ -104,7 +105,7 @@ public:
     double operator*(Vector const& other) const;
 
 protected:
-    explicit RowVector(Vector const& other);
+    RowVector(Vector const& other);
 
     friend class Vector;
 };

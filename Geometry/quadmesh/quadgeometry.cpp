@@ -1,4 +1,4 @@
-#include "Geometry/fitting/utility.h"
+#include "Geometry/foundations/trianglemeasures.h"
 #include "Geometry/quadmesh/rectmesh.h"
 
 #include <cmath>
@@ -114,8 +114,8 @@ ThreeDimensional::Point RectMesh::getMeanQuadPoint(GridPoint const& p) const {
 double RectMesh::getQuadArea(GridPoint const& p) const {
     ThreeDimensional::Point const alongU = getPoint(p + GridStep(1, 0));
     ThreeDimensional::Point const alongV = getPoint(p + GridStep(0, 1));
-    return 0.5 * Utility::twoAT(getPoint(p), alongU, alongV) +
-           0.5 * Utility::twoAT(alongV, alongU, getPoint(p + GridStep(1, 1)));
+    return 0.5 * TriangleMeasures::twoAT(getPoint(p), alongU, alongV) +
+           0.5 * TriangleMeasures::twoAT(alongV, alongU, getPoint(p + GridStep(1, 1)));
 }
 
 void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) const {

@@ -3,6 +3,7 @@
 #include "Geometry/foundations/rounding.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <new>
 #include <stdexcept>
@@ -19,8 +20,6 @@ constexpr std::uint64_t bytesPerRow = 2 * sizeof(void*) + 64;
 
 /// Nodes in a megabyte at 25 bytes each.
 constexpr std::uint32_t nodesPerMB = 41943;
-
-constexpr std::uint32_t fewestSearchPoints = 8;
 
 /// Whether the memory for a grid could be had at once. Rows are allocated one by one and would fill the
 /// memory before the first of them failed; asking for the whole beforehand refuses absurd sizes without
@@ -46,9 +45,8 @@ std::uint32_t RectMesh::creationCount = 0;
 std::uint32_t RectMesh::maxDoNMoreTimes = 0;
 std::uint32_t RectMesh::searchDivideByNTimes = 4;
 
-RectMesh::RectMesh() : fileName("Unnamed" + std::to_string(creationCount + 1U) + ".quads") {
-    ++creationCount;
-}
+RectMesh::RectMesh()
+    : fileName("Unnamed" + std::to_string(std::atomic_ref(creationCount).fetch_add(1U) + 1U) + ".quads") {}
 
 RectMesh::~RectMesh() = default;
 
@@ -111,8 +109,6 @@ void RectMesh::uninit() {
     meanQuadArea = 0.0;
     minQuadArea = 0.0;
     maxQuadArea = 0.0;
-    doResetSearch = true;
-    lastQuadIndices = {};
 }
 
 ThreeDimensional::Point RectMesh::getPoint(TwoDimensional::Point<int> const& p) const {
@@ -203,64 +199,6 @@ std::string RectMesh::getShortFileName() const {
 
 std::uint32_t RectMesh::getNumberOfMBs(unsigned long u, unsigned long v) {
     return (toUInt32(u) + 1U) * (toUInt32(v) + 1U) / nodesPerMB;
-}
-
-void RectMesh::setNumberOfSearchPoints(unsigned long u, unsigned long v) {
-    numberOfSearchPointsU = toUInt32(u);
-    numberOfSearchPointsV = toUInt32(v);
-    std::uint32_t latticeU = numberOfSearchPointsU;
-    std::uint32_t latticeV = numberOfSearchPointsV;
-    calculateSearchPoints(quadsPerSearchPoint, latticeU, latticeV);
-}
-
-void RectMesh::calculateSearchPoints(std::uint32_t const& quadsPerPoint, std::uint32_t& pointsU,
-                                     std::uint32_t& pointsV) {
-    searchPoints.clear();
-    pointsU = 1;
-    pointsV = 1;
-    if (extents.u == 0 || extents.v == 0) {
-        return;
-    }
-    double const u = extents.u;
-    double const v = extents.v;
-    std::uint32_t const count = std::max(extents.u * extents.v / quadsPerPoint, fewestSearchPoints);
-    double const root = std::sqrt(static_cast<double>(count) * u / v);
-    pointsU = std::max(truncateToUInt32(root), 1U);
-    pointsV = std::max(truncateToUInt32(root * v / u), 1U);
-    for (std::uint32_t j = 0; j < pointsV; ++j) {
-        for (std::uint32_t i = 0; i < pointsU; ++i) {
-            TwoDimensional::Point<int> const base(static_cast<int>((i + 1U) * extents.u / (pointsU + 1U)),
-                                                  static_cast<int>((j + 1U) * extents.v / (pointsV + 1U)));
-            TwoDimensional::Point<int> quad;
-            if (findValidQuadInColumn(base, quad)) {
-                searchPoints.push_back(quad);
-            }
-        }
-    }
-}
-
-bool RectMesh::findValidQuadInColumn(TwoDimensional::Point<int> const& base,
-                                     TwoDimensional::Point<int>& quad) const {
-    bool isFound = false;
-    bool isTopReached = false;
-    bool isBottomReached = false;
-    for (int k = 0; !isFound && !(isTopReached && isBottomReached); ++k) {
-        TwoDimensional::Point<int> const upper = base + TwoDimensional::Vector<int>(0, k);
-        TwoDimensional::Point<int> const lower = base - TwoDimensional::Vector<int>(0, k);
-        if (getIsQuadValid(upper)) {
-            quad = upper;
-            isFound = true;
-        } else if (upper.getV() >= static_cast<int>(extents.v)) {
-            isTopReached = true;
-        }
-        if (getIsQuadValid(lower)) {
-            quad = lower;
-            isFound = true;
-        } else if (lower.getV() < 0) {
-            isBottomReached = true;
-        }
-    }
-    return isFound;
 }
 
 Edge RectMesh::getBoundaryEdge() {

@@ -6,9 +6,10 @@
 #include "Geometry/foundations/progresslistener.h"
 #include "Geometry/foundations/vector.h"
 #include "Geometry/quadmesh/edge.h"
+#include "Geometry/quadmesh/files/quadfileheader.h"
+#include "Geometry/quadmesh/quadindicesintersectionstatus.h"
+#include "Geometry/quadmesh/quadintersectiondata.h"
 #include "Geometry/quadmesh/quadvaliditygenerator.h"
-#include "Geometry/search/quadindicesintersectionstatus.h"
-#include "Geometry/search/quadintersectiondata.h"
 
 #include <array>
 #include <cstdint>
@@ -33,7 +34,6 @@ class Triangle;
 
 namespace QuadMesh {
 
-struct QuadFileHeader;
 class QuadIndicesEllipseIntersectionInfo;
 
 /// A direction of the grid.
@@ -78,7 +78,8 @@ public:
         Factor = 1,
     };
 
-    /// An empty grid named "Unnamed<n>.quads", n counting the grids made by this constructor.
+    /// An empty grid named "Unnamed<n>.quads", n counting the grids made by this constructor, in
+    /// whatever thread.
     RectMesh();
     RectMesh(RectMesh const&) = default;
 
@@ -87,8 +88,10 @@ public:
 
     virtual ~RectMesh();
 
-    /// A deep copy of points, flags, areas, search memory and file name. Offset, position, listener, source
-    /// name and the area settings of the target stay as they are. From an empty grid: an empty grid.
+    /// A deep copy of points, flag bytes, areas, the three flips, search memory and file name. Points are
+    /// copied as they are stored, not as a scaled source shows them. Offset, double-sidedness, position and
+    /// its flags, listener, source name and the area settings of the target stay as they are. From an empty
+    /// grid: an empty grid.
     RectMesh& operator=(RectMesh const& other);
 
     /// \name Nodes
@@ -110,6 +113,8 @@ public:
     void setPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id, bool value);
     void setPointFlags(TwoDimensional::Point<int> const& p, char newFlags);
 
+    /// An invalidated node keeps its point and its other flags, and with one of these no extension of the
+    /// boundary makes it valid again: clear all its flags for that.
     void setPointValidity(TwoDimensional::Point<int> const& p, bool value) { setPointFlag(p, Valid, value); }
 
     /// The same on a byte in hand.
@@ -144,7 +149,7 @@ public:
     /// Reported indices in that direction count from the far end.
     void setAxisFlipFlags(bool u, bool v);
 
-    /// Stored and copied; the search does not heed it.
+    /// Stored, and taken over by the copy constructor alone; the search does not heed it.
     void setDoUseDoubleSided(bool value) { doUseDoubleSided = value; }
 
     /// The grid answers only while bit `position` modulo 32 of the flags is set.
@@ -161,7 +166,7 @@ public:
     /// The part of the file name from the last backslash on, which it keeps.
     std::string getShortFileName() const;
 
-    /// Empties the grid.
+    /// Empties the grid. Settings and search memory stay.
     void clear() { uninit(); }
 
     ///@}
@@ -220,7 +225,9 @@ public:
     /// Replaces the grid by a regular sampling of a flattened mesh: nodes stand in the flat map at one
     /// spacing, chosen so that quads have the area `quadArea` on the surface on average, and each node inside
     /// a flat triangle takes its place on the surface by barycentric interpolation. A triangle that is turned
-    /// over in the flat map covers no node, and a map that does not start at (0, 0) is cut at the grid.
+    /// over in the flat map covers no node, and a map that does not start at (0, 0) is cut at the grid. A
+    /// flat triangle without area makes the nodes on it valid nodes of NaNs, unless a later triangle covers
+    /// them too; quads with such a corner make the mean area NaN.
     /// The outline gets the flag `Boundary` (the loop of the first boundary edge found), beside a cut also
     /// `CutBoundary`, all other valid nodes `Interior`. Cost: the lattice points of the triangles' boxes.
     /// Percentages are reported without a text, up to 101, and beyond where triangles have no flat area.
@@ -235,7 +242,8 @@ public:
     /// moves the nodes of the new boundary to the middle of their neighbours `smoothingPasses` times.
     /// Invented nodes have the flag `Valid` alone. Nothing is grown from a node beside a cut. Each pass adds
     /// a margin of one node on all sides, which only the next pass fills: node (u, v) becomes (u + 1, v + 1),
-    /// while offset and search points stay and the next search starts cold. Nodes are read as `getPoint`
+    /// while offset, search points and the quad where the next search starts stay. Invalid nodes with other
+    /// flags set are not grown into. Each pass reports its percentage. Nodes are read as `getPoint`
     /// shows them and the invented ones stored: extend a grid before it is scaled, not after. \throws
     /// std::runtime_error "Unsupported boundary extension algorithm.", "No boundary found" or "Insufficient
     /// memory to initialise quad-mesh.".
@@ -287,11 +295,12 @@ public:
     ///@}
     /// \name Files
     /// A file that cannot be opened gives std::ios_base::failure with std::io_errc::stream and the text
-    /// "Quad-mesh file open failure.".
+    /// "Quad-mesh file open failure.", one that cannot be written to its end the same with "Quad-mesh file
+    /// write failure.". What was written until then stays: no file, link or device is removed.
     ///@{
 
-    /// Writes a `.quads` file if the path holds ".quads" anywhere, else OBJ text if it holds ".obj"; then the
-    /// path becomes the file name. Files are the same on every machine, little-endian.
+    /// Writes a `.quads` file if the path holds ".quads" anywhere, else OBJ text if it holds ".obj"; the path
+    /// becomes the file name once all is written. Files are the same on every machine, little-endian.
     /// \throws std::runtime_error "Unsupported file extension".
     void save(char const* path);
 
@@ -300,26 +309,34 @@ public:
 
     /// Reads a `.quads` file of version 0 or 1. Settings that the file does not hold stay. The file name
     /// becomes the path without directory (up to the last backslash) and extension. A file that ends early is
-    /// no error: what is missing reads as zero.
+    /// no error: what is missing reads as zero. After a throw the grid is as it was if the file could not be
+    /// opened or is not a `.quads` file; with an unknown version it only has the new name; without memory it
+    /// is empty; with an unknown data type it has the file's size, flags and areas and points of zeros.
     /// \throws std::runtime_error "Invalid .quads file.", "Unsupported .quad file version.", "Unsupported
     /// coordinate data-type" or "Insufficient memory to initialise quad-mesh.".
     void load(char const* path);
 
-    /// Reads the header alone, of any version. A field that the file is too short for reads as zero.
-    /// \throws std::runtime_error "Invalid .quads file.".
+    /// The whole header of a `.quads` file of any version, without its nodes. A field that the file is too
+    /// short for reads as zero. \throws std::runtime_error "Invalid .quads file.".
+    static QuadFileHeader getFileHeader(char const* path);
+
+    /// Some of its fields.
     static void getFileHeaderItems(char const* path, unsigned long& extentU, unsigned long& extentV,
                                    double& meanArea, double& minArea, double& maxArea);
 
     /// Writes 1024 lines: relative area and share of the quads, in bins of equal width from the smallest to
     /// the largest area. Where these are equal, all quads stand in the first bin.
-    /// \throws std::ios_base::failure "Quad area distribution file open failure.".
+    /// \throws std::ios_base::failure "Quad area distribution file open failure." or "Quad area distribution
+    /// file write failure.".
     void saveQuadAreaDistribution(std::string const& path) const;
 
     ///@}
     /// \name Analytic surfaces
     /// Each replaces the grid; nodes get the flag `Valid` alone. They answer false, with the grid unchanged,
-    /// if the grid would take more than `maxMB` megabytes, and true otherwise. \throws std::runtime_error
-    /// "Insufficient memory to initialise quad-mesh.".
+    /// if the grid would take more than `maxMB` megabytes or has more nodes than 32 bits count, and true
+    /// otherwise. A plane's side or a cylinder's length shorter than one step has a single row of nodes,
+    /// which are valid and NaN along that side. \throws std::runtime_error "Insufficient memory to initialise
+    /// quad-mesh.".
     ///@{
 
     /// A rectangle in the plane z = 0 of whole steps of `spacing`, from (0, 0) or centred on it. False also
@@ -369,8 +386,11 @@ public:
     /// found by sampling the grid for nodes near `origin`, by projecting the beam onto the current quad's
     /// plane, for at most 32 steps. A start outside the grid is walked from the nearest quad inside. Beams
     /// that meet an edge of a triangle exactly miss, as do beams along the surface and quads without area;
-    /// hits behind the origin count. The next search starts from here only after a hit on the front, nearer
-    /// than 1000. Not valid if nothing was hit or the position is not active.
+    /// hits behind the origin count, as near ones. The next search starts from the quad hit only if the
+    /// quality mode says so: in `AngleThenDistance` after a hit on the front nearer than 1000, in
+    /// `DistanceOnly` after any nearer than 1000 (or at 10000 and beyond, where nothing is measured), in
+    /// `AngleOnly` after any on the front nearer than 10000, else never. That quad stays remembered when the
+    /// grid is replaced or extended. Not valid if nothing was hit or the position is not active.
     QuadIndicesIntersectionStatus getIntersectionStatus(ThreeDimensional::Point const& origin,
                                                         ThreeDimensional::Vector const& direction,
                                                         bool doReset);
@@ -429,10 +449,13 @@ public:
     ///@}
 
 protected:
-    /// Makes a grid of these extents with every node invalid, and forgets where the last beam hit.
+    /// Makes a grid of these extents with every node invalid. Where the last beam hit stays remembered.
     /// \throws std::runtime_error "Insufficient memory to initialise quad-mesh.", leaving an empty grid.
     void init(TwoDimensional::Vector<unsigned long> const& newExtents);
 
+    /// Reads the header off the start of a file that is open in binary mode, up to the flag block. A field
+    /// that the file is too short for reads as zero; of version 0 the data type is `DoubleCoordinates`.
+    /// \throws std::runtime_error "Invalid .quads file.", with the header as it was.
     static void readFileHeader(std::ifstream& stream, QuadFileHeader& header);
 
 private:
@@ -463,8 +486,6 @@ private:
     /// along v to its place on a lattice of the grid's aspect. The counts are outputs.
     void calculateSearchPoints(std::uint32_t const& quadsPerPoint, std::uint32_t& pointsU,
                                std::uint32_t& pointsV);
-    bool findValidQuadInColumn(TwoDimensional::Point<int> const& base,
-                               TwoDimensional::Point<int>& quad) const;
 
     Edge getVertexArbitraryEdge(TwoDimensional::Point<int> const& p) { return {this, p, Edge::PositiveU}; }
 
@@ -510,21 +531,12 @@ private:
     void markCutNode(TwoDimensional::Point<int> const& node);
     void markInterior();
 
-    /// \throws std::ios_base::failure with this text, which must be a literal.
-    static std::ofstream openForWriting(char const* path, std::ios_base::openmode mode,
-                                        char const* failureText);
     static std::ifstream openForReading(char const* path);
 
     void saveAsQuads(char const* path);
     /// Replaces each stored area that is off the target area by more than the tolerance, if asked to.
     void snapQuadAreas();
-    void writeFileHeader(std::ofstream& stream, std::uint32_t coordinateDataType) const;
-    void writeFlags(std::ofstream& stream, PercentageReporter& progress) const;
-    /// \throws std::runtime_error "Unsupported coordinate data-type.".
-    void writePoints(std::ofstream& stream, std::uint32_t coordinateDataType,
-                     PercentageReporter& progress) const;
-    template <class Stored>
-    void writePointsAs(std::ofstream& stream, PercentageReporter& progress) const;
+    QuadFileHeader makeFileHeader() const;
 
     void initFromHeader(QuadFileHeader const& header);
     void readFlags(std::ifstream& stream);
@@ -546,10 +558,6 @@ private:
                 visit(TwoDimensional::Point<int>(static_cast<int>(u), static_cast<int>(v)));
             }
         }
-    }
-
-    static bool getDoesExceedStorage(std::uint32_t u, std::uint32_t v, unsigned long maxMB) {
-        return getNumberOfMBs(u, v) > toUInt32(maxMB);
     }
 
     void setAllQuadAreas(double area);

@@ -1,7 +1,7 @@
 #include "Geometry/foundations/rounding.h"
+#include "Geometry/quadmesh/quadindicesellipseintersectioninfo.h"
 #include "Geometry/quadmesh/rectmesh.h"
-#include "Geometry/search/dualbasis.h"
-#include "Geometry/search/quadindicesellipseintersectioninfo.h"
+#include "Geometry/search/internal/dualbasis.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
-#include "Geometry/fitting/utility.h"
+#include "Geometry/foundations/angles.h"
 #include "Geometry/foundations/rounding.h"
 #include "Geometry/quadmesh/rectmesh.h"
-#include "Geometry/search/dualbasis.h"
+#include "Geometry/search/internal/dualbasis.h"
 
 #include <algorithm>
 #include <cmath>
@@ -91,7 +91,7 @@ bool RectMesh::getDoesIntersectQuad(GridPoint const& quad, Point const& origin, 
 QuadIndicesIntersectionStatus RectMesh::getIntersection(Point const& origin, Vector const& direction) {
     QuadIndicesIntersectionStatus status = getIntersectionStatus(origin, direction, false);
     double const angle = status.getIntersectionData().getAngleToObjectNormal();
-    if (status.getIsValid() && !(Utility::twopi() * 0.25 > angle)) {
+    if (status.getIsValid() && !(Angles::quarterTurn > angle)) {
         return status;
     }
     return getIntersectionStatus(origin, direction, true);

@@ -1,6 +1,6 @@
 #include "Geometry/foundations/element.h"
+#include "Geometry/foundations/map.h"
 #include "Geometry/spatial/tree.h"
-#include "Geometry/trimesh/map.h"
 
 #include <algorithm>
 #include <typeinfo>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Geometry/foundations/export.h"
+#include "Geometry/foundations/object.h"
 #include "Geometry/foundations/plane.h"
-#include "Geometry/spatial/object.h"
 
 namespace QELT::Geometry::ThreeDimensional::BinarySpacePartition {
 
@@ -62,7 +62,7 @@ class QELT_EXPORT LeafNode : public Node {
 public:
     LeafNode() = default;
 
-    explicit LeafNode(Object const* newObject) : object(newObject) {}
+    LeafNode(Object const* newObject) : object(newObject) {}
 
 protected:
     friend class Tree;

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Geometry/foundations/export.h"
+#include "Geometry/foundations/object.h"
 #include "Geometry/foundations/point.h"
 #include "Geometry/spatial/node.h"
-#include "Geometry/spatial/object.h"
 
 #include <cstdint>
 #include <memory>
@@ -29,7 +29,8 @@ public:
     /// or, if the cloud is wider than the range of floats, one whose distance overflows. A NaN in the first
     /// object is in the box around all, and by it in every plane, so that all objects are dropped. Cost: each
     /// level classifies its objects three times; an outlier among a tight cluster makes a long chain of nodes
-    /// with one empty side each.
+    /// with one empty side each. Memory that runs out and objects that throw leave the part that was built,
+    /// or the earlier tree if it was not begun; searches of a part may miss objects that it has.
     bool construct(std::vector<Object*> const& objects, unsigned long numberOfObjects);
 
     /// The `k` objects nearest to a point, nearest first, of equals in no fixed order; always true. `objects`
@@ -39,11 +40,12 @@ public:
     /// The result is not exact, and not meant to be: the search prunes by distances to splitting planes, one
     /// of which is no lower bound of the distances behind it, and where a node has no child on the point's
     /// side it can report an object twice, which takes the place of another. On uniform clouds of 1000 points
-    /// the nearest one is missed by 4 queries in 100. Of queries for 8, 4 in 10 miss at least one, 2 in 10
-    /// entries stand at another distance than they should, and 5 in 100 repeat an object; the last distance
-    /// can be several times the true one. A query for a point of the cloud finds it. Nor is the search fast:
-    /// its limit is loose, so that it looks at most of the tree, and a scan of all points, which is exact,
-    /// takes a small part of its time (the benchmark `neighbours` measures all this).
+    /// the nearest one is missed by 4 queries in 100. Of queries for 8, 4 in 10 miss at least one and 3 in 10
+    /// repeat an object (2 to 4 in 10, as the cloud is); of their entries 2 in 10 stand at another distance
+    /// than they should, and 5 in 100 are repetitions. The last distance can be several times the true one. A
+    /// query for a point of the cloud finds it. Nor is the search fast: its limit is loose, so that it looks
+    /// at most of the tree, and a scan of all points, which is exact, takes a small part of its time (the
+    /// benchmark `neighbours` measures all this).
     ///
     /// Distances are of single precision: squares beyond the range of floats are infinite, and such objects
     /// are not found.
@@ -55,6 +57,7 @@ private:
     struct Split;
     class Search;
 
+    void plantRoot();
     template <class AnyNode, class... Arguments>
     AnyNode* makeNode(InternalNode* parent, unsigned long side, Arguments&&... arguments);
     void split(std::vector<Object*> const& objects, Item const& item, std::vector<Item>& work);

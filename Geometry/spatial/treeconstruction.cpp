@@ -89,17 +89,24 @@ AnyNode* Tree::makeNode(InternalNode* parent, unsigned long side, Arguments&&...
     auto owned = std::make_unique<AnyNode>(std::forward<Arguments>(arguments)...);
     AnyNode* const node = owned.get();
     nodes->push_back(std::move(owned));
-    if (parent != nullptr) {
-        node->setParentNode(parent);
-        parent->setNode(side, node);
-    }
+    node->setParentNode(parent);
+    parent->setNode(side, node);
     return node;
 }
 
-bool Tree::construct(std::vector<Object*> const& objects, unsigned long numberOfObjects) {
-    nodes = std::make_shared<std::vector<std::unique_ptr<Node>>>();
-    rootNode = makeNode<InternalNode>(nullptr, up);
+/// Puts a lone root in place of the earlier tree, which stays if there is no memory for that.
+void Tree::plantRoot() {
+    auto newNodes = std::make_shared<std::vector<std::unique_ptr<Node>>>();
+    auto root = std::make_unique<InternalNode>();
+    InternalNode* const newRoot = root.get();
+    newNodes->push_back(std::move(root));
+    nodes = std::move(newNodes);
+    rootNode = newRoot;
     depth = 0;
+}
+
+bool Tree::construct(std::vector<Object*> const& objects, unsigned long numberOfObjects) {
+    plantRoot();
     std::size_t const count = std::min<std::size_t>(toUInt32(numberOfObjects), objects.size());
     if (count == 0) {
         return true;

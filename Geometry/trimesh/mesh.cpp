@@ -1,7 +1,7 @@
 #include "Geometry/trimesh/mesh.h"
 
 #include "Geometry/foundations/rounding.h"
-#include "Geometry/trimesh/trianglearena.h"
+#include "Geometry/trimesh/internal/trianglearena.h"
 
 #include <algorithm>
 #include <functional>
@@ -37,6 +37,21 @@ void Mesh::getTriangles(std::vector<Triangle*>& list, std::vector<Triangle*>::it
     last = std::unique(list.begin(), list.end());
 }
 
+std::vector<Triangle*> Mesh::getUnlistedTriangles() const {
+    std::vector<Triangle*> list;
+    std::vector<Triangle*>::iterator first;
+    std::vector<Triangle*>::iterator last;
+    getTriangles(list, first, last);
+    std::vector<Triangle*> unlisted;
+    triangles->forEachOfSurface([&](Triangle& triangle) {
+        if (!std::binary_search(first, last, &triangle, std::less<>())) {
+            unlisted.push_back(&triangle);
+        }
+    });
+    std::sort(unlisted.begin(), unlisted.end(), std::less<>());
+    return unlisted;
+}
+
 void Mesh::clean() {
     std::vector<std::uint32_t> newIndex(vertices.size(), 0xFFFFFFFFU);
     std::uint32_t kept = 0;
@@ -48,30 +63,33 @@ void Mesh::clean() {
     if (kept == vertices.size()) {
         return;
     }
-    std::vector<Triangle*> list;
-    std::vector<Triangle*>::iterator first;
-    std::vector<Triangle*>::iterator last;
-    getTriangles(list, first, last);
-    std::for_each(first, last, [&](Triangle* triangle) {
-        for (std::uint32_t& index : triangle->vertexIndices) {
-            index = newIndex[index];
-        }
-    });
     std::vector<Vertex> keptVertices;
     std::vector<std::vector<Triangle*>> keptVertexTriangles;
     keptVertices.reserve(kept);
     keptVertexTriangles.reserve(kept);
+    // All memory is there: from here on nothing throws.
     for (std::uint32_t v = 0; v < toUInt32(vertices.size()); ++v) {
         if (newIndex[v] != 0xFFFFFFFFU) {
             keptVertices.push_back(vertices[v]);
             keptVertexTriangles.push_back(std::move(vertexTriangles[v]));
         }
     }
+    renumberTriangles(newIndex);
     vertices = std::move(keptVertices);
     vertexTriangles = std::move(keptVertexTriangles);
 }
 
+/// Every triangle, whether `getTriangles` sees it or not: navigation leads to all of them.
+void Mesh::renumberTriangles(std::vector<std::uint32_t> const& newIndex) {
+    triangles->forEachOfSurface([&](Triangle& triangle) {
+        for (std::uint32_t& index : triangle.vertexIndices) {
+            index = index < newIndex.size() ? newIndex[index] : index;
+        }
+    });
+}
+
 void Mesh::clear() {
+    triangles->startSurface();
     vertexTriangles.clear();
     vertices.clear();
 }

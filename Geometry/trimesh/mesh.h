@@ -1,14 +1,17 @@
 #pragma once
 
 #include "Geometry/foundations/export.h"
+#include "Geometry/foundations/map.h"
 #include "Geometry/foundations/point.h"
 #include "Geometry/foundations/progresslistener.h"
 #include "Geometry/foundations/progressterminator.h"
+#include "Geometry/trimesh/boundary/boundaryloop.h"
+#include "Geometry/trimesh/conformalmapreport.h"
 #include "Geometry/trimesh/edge.h"
-#include "Geometry/trimesh/map.h"
 #include "Geometry/trimesh/triangle.h"
 #include "Geometry/trimesh/vertex.h"
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -35,6 +38,10 @@ struct CutEdgeIndex {
 /// The two lips of a cut, of equal length: entry k of `second` is the vertex that was split off from entry k
 /// of `first`.
 using CutEdgeIndices = std::pair<std::vector<CutEdgeIndex>, std::vector<CutEdgeIndex>>;
+
+/// A triangle by its vertices, whose indices count from 0. The surface faces where they run
+/// counter-clockwise.
+using Face = std::array<std::uint32_t, 3>;
 
 /// At which end of an axis a cut starts.
 enum CutMetric : int {
@@ -68,31 +75,59 @@ private:
 /// The mesh owns vertices and triangles. Pointers to triangles stay valid until the mesh is destroyed, also
 /// over `load`, which starts a new surface and keeps the old triangles' memory. A mesh is neither copied nor
 /// moved, since its triangles know it. One mesh serves one thread at a time.
+///
+/// Whatever an operation throws, `std::bad_alloc` or a listener's own included, leaves a mesh that can be
+/// asked, saved, filled again and destroyed: `load` and `construct` leave what they built until then, others
+/// the mesh as it was, unless they say more.
 class QELT_EXPORT Mesh {
 public:
     Mesh();
+
+    /// The mesh that `construct` makes of points and faces. Throws what that throws.
+    Mesh(std::vector<Point> const& points, std::vector<Face> const& faces);
+
     Mesh(Mesh const&) = delete;
     Mesh& operator=(Mesh const&) = delete;
     virtual ~Mesh();
 
     /// Replaces the mesh by the contents of an OBJ text file: "v x y z" and "vt u v" records, one of the
-    /// latter for each vertex or none, and faces "f a b c" of indices from 1. Anything else is skipped. The
-    /// surface grows from the first face over shared sides, so all faces must hang together with consistent
-    /// winding. Vertices without a face are dropped, normals are computed, and the pairs of vertices along a
-    /// cut are appended from the file `<directory>\<stem>_cut_indices.txt` if there is one. Only a backslash
-    /// separates directories. Face indices too large for 32 bits count as out of range.
+    /// latter for each vertex or none, and faces "f a b c" of indices from 1. Lines mean nothing: any `v` or
+    /// `f`, also in a word or a comment, starts a record if its three numbers follow; what does not match, as
+    /// a face with slashes, is skipped. The surface grows from the first face over shared sides, so all faces
+    /// must hang together with consistent winding. Vertices without a face are dropped, normals are computed,
+    /// and `<directory>\<stem>_cut_indices.txt`, if there is one, extends the cut (see `getCutEdgeIndices`).
+    /// Only a backslash separates directories. Face indices too large for 32 bits count as out of range.
     /// \throws std::runtime_error "Invalid file extension" if the path holds no ".obj", "Cannot open file",
     /// "File does not contain 3D data", "Invalid number of 2D coordinates" if some but not all vertices have
     /// one, "Invalid vertex index", or "Mesh construction failure" if there is no face or the faces cannot
-    /// be joined. The mesh then holds what was built until then.
+    /// be joined. After these, and after an exception of the listener, the mesh holds what was read until
+    /// then: vertices, their flat places, and triangles as far as they were joined. It can be asked, saved
+    /// and loaded again like any other; flattening refuses it while a vertex has no triangle.
     FileContents load(char const* path);
+
+    /// The same with the cut in a file of its own, at `cutPath`; if none can be opened there, there is no
+    /// cut. Directories are separated as on the platform, and the file name becomes the stem of `path`.
+    FileContents load(char const* path, char const* cutPath);
 
     /// Writes the mesh as `load` reads it, numbers with six decimals: 3D vertices and faces; with `saveFlat`
     /// the flat coordinates as well; with both flags the flat map in place of the surface, as a plane that
     /// any program shows. `saveFlatAs3D` alone writes faces only. The cut, if there is one, goes to a file
-    /// beside it.
-    /// \throws std::runtime_error "Invalid file extension" or "Cannot open file".
+    /// beside it; that this cannot be opened goes unnoticed. What was written of a file that fails stays.
+    /// \throws std::runtime_error "Invalid file extension", "Cannot open file", and "Cannot write mesh file"
+    /// or "Cannot write cut file" if it cannot be written to its end, as on a full disk.
     void save(char const* path, bool saveFlat, bool saveFlatAs3D) const;
+
+    /// Replaces the mesh by the one that `load` makes of an OBJ file of these points and faces, without flat
+    /// coordinates: the same vertices, triangles, orders and normals, and the same demands on the faces. The
+    /// file name and the cut of an earlier mesh stay.
+    /// \throws std::runtime_error "Invalid vertex index" if a face names a point that is not there, with the
+    /// mesh unchanged, or "Mesh construction failure" if there is no face or the faces cannot be joined, with
+    /// what was built until then.
+    void construct(std::vector<Point> const& points, std::vector<Face> const& faces);
+    /// The same with the cut, if there is one, written to `cutPath`, wherever that is. Without a cut nothing
+    /// is written there, and a file that is there stays. \throws also "Cannot open cut file", with the mesh
+    /// written.
+    void save(char const* path, char const* cutPath, bool saveFlat, bool saveFlatAs3D) const;
 
     /// Replaces the mesh by a surface through the points of a cloud, by an advancing front: from the closest
     /// two points on, always the waiting triangle of the smallest circumradius is built next. A point forms
@@ -101,11 +136,18 @@ public:
     /// when all points are reached stay open. Where the front meets itself, sheets may touch in a point alone
     /// or pass over each other; `conformalMap` refuses the former. The first triangle faces up, towards +z,
     /// and stands on the left of its closest pair, lower index first: on a rim there may be no point there,
-    /// and the points in reverse order then do. Time grows a little faster than the number of points,
-    /// but with its square where many distances are equal, as on a lattice; memory grows with the number. The
-    /// file name and the cut of an earlier mesh stay.
+    /// and the points in reverse order then do. A side of it on which no point can stand waits for nothing,
+    /// and may stay open. Time grows a little faster than the number of points, but with its square where
+    /// many distances are equal, as on a lattice; memory grows with the number. The file name and the cut of
+    /// an earlier mesh stay.
     /// \throws std::runtime_error "Cannot add floating triangle" if no first triangle can be made.
     void construct(PointCloud::Cloud const& cloud);
+
+    /// The boundary of the triangles that `getTriangles` gathers, of which each open side lies on one loop.
+    /// Loops come in the order of their lowest vertices, at which each starts; loops with the same one, in
+    /// that of the triangles of their first edges. A mesh that is closed or empty has none. Costs a walk
+    /// along the boundary beside `getTriangles`.
+    std::vector<BoundaryLoop> getBoundaryLoops() const;
 
     /// The four corners of the longest boundary loop, by how sharply it turns and how far they lie apart,
     /// into `corners[0]` to `corners[3]`. The first and the third are the ends of the longest diagonal. A
@@ -131,7 +173,8 @@ public:
     /// of the path have then been doubled, the twins on its left getting new indices, and the pairs are kept
     /// as the cut. False, with the mesh as it was and no cut, if there is no boundary, if the path finds no
     /// edge that leads on, meets itself or runs along the boundary, if one of its edges ends exactly on the
-    /// plane, or if one ends where sheets touch in a point alone, in another sheet than the first.
+    /// plane, or if one ends where sheets touch in a point alone, in another sheet than the first. An
+    /// exception leaves the same.
     bool makeCut(CutMetric metric, unsigned long axis, unsigned long perpendicularAxis);
 
     /// Gives every vertex its place in the plane by a least-squares conformal map: the discrete harmonic map
@@ -144,21 +187,30 @@ public:
     ///
     /// The vertices are renumbered for good: interior first, the longest loop last. `pSolution` (may be null)
     /// receives the solver's solution, and is its start value if `doUseSolutionAsStart`, which must then have
-    /// the length of the system. A solve that does not converge is noted on standard output and its last
-    /// iterate is used. A loop of fewer than 128 vertices that is rolled out is pinned at its first two.
+    /// the length of the system. It fits only a mesh numbered as that one was before its call, as the same
+    /// file loaded again: a second call on one mesh may number it otherwise. Standard output receives a new
+    /// line, before it the progress lines of each solve if there is a listener; a solve that does not
+    /// converge is noted there and its last iterate is used. A loop of fewer than 128 vertices that is rolled
+    /// out is pinned at its first two.
     /// \throws std::runtime_error "Mesh has no boundary", "Mesh boundary is not manifold" (a vertex at which
     /// the boundary meets itself) or "Mesh has a vertex without a triangle", all with the mesh unchanged;
     /// "Boundary flattening internal failure" if a loop of fewer than five vertices is to be rolled out, and
     /// SparseMatrix::SparseMatrixInvalidDimensionsException* for a start value of the wrong length, both
-    /// after the renumbering.
+    /// after the renumbering. Should memory run out, or a listener throw, after it, the places in the plane
+    /// are the old ones or not yet turned, and the solution may be empty.
     void conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSolution, bool doUseSolutionAsStart);
+
+    /// How the solves of the last `conformalMap` ended; no report for those that it did not come to.
+    ConformalMapReport const& getConformalMapReport() const { return conformalMapReport; }
 
     /// Builds a hexagonal cone of seven vertices in this empty mesh and flattens it, as a trial.
     void conformalMapTest();
 
     unsigned long getNumberOfVertices() const { return toUInt32(vertices.size()); }
 
-    /// The index wraps modulo the number of vertices, of which there must be one.
+    /// The index wraps modulo the number of vertices, of which there must be one. The reference is to a place
+    /// of the array: it stays valid until vertices are added or dropped (`load`, `construct`, `makeCut`,
+    /// `conformalMapTest`) or the mesh ends. `conformalMap` leaves the array and puts other vertices there.
     Vertex const& getVertex(unsigned long i) const { return vertices[wrappedIndex(i)]; }
 
     Vertex& getVertex(unsigned long i) { return vertices[wrappedIndex(i)]; }
@@ -166,12 +218,28 @@ public:
     /// Gathers the triangles in ascending order of their addresses, which is the order in which they were
     /// made as far as they lie in one run of memory. They stand from `first` to `last`; what lies behind
     /// `last` in `list` is left over from the work. Costs a walk around every vertex and a sort.
+    ///
+    /// Of each vertex one fan of triangles is seen, mostly that which was built first. Where a surface meets
+    /// itself in points, a triangle is missing if each of its three vertices shows another fan (2 of 25,988
+    /// in a bunny that was reconstructed, saved and loaded again); `save` writes it no more than this lists
+    /// it.
     void getTriangles(std::vector<Triangle*>& list, std::vector<Triangle*>::iterator& first,
                       std::vector<Triangle*>::iterator& last) const;
+
+    /// The triangles of the surface that `getTriangles` misses although navigation leads to them, in
+    /// ascending order of their addresses. None, as a rule.
+    std::vector<Triangle*> getUnlistedTriangles() const;
 
     /// The name that `load` took last, without directory and extension.
     std::string const& getFileName() const { return fileName; }
 
+    /// Names a surface that was not loaded; a grid that is made of the mesh takes the name over.
+    void setFileName(std::string const& name) { fileName = name; }
+
+    /// The vertices on both lips of the cut, as `makeCut` left them; `conformalMap` renumbers them. A `load`
+    /// appends the pairs of its cut file and behind them a pair (0, 0), which `save` writes like any other.
+    /// Lips are followed from pair to pair: a resampled grid then has `CutBoundary` also where its boundary
+    /// meets the straight way, in the flat map, from the last pair to what was vertex 0.
     CutEdgeIndices const& getCutEdgeIndices() const { return cutEdgeIndices; }
 
     /// Neither is owned; null means none. The terminator is kept but not asked.
@@ -198,7 +266,9 @@ private:
     bool addBoundaryTriangle(Edge const& e, int w);
     bool addTriangleWithFloatingApex(Edge const& e, unsigned long w);
     bool addTriangleWithAttachedApex(Edge const& e, unsigned long w);
+    bool stitchAttachedSides(Triangle* triangle);
     bool stitchSide(Triangle* triangle, std::uint32_t side, unsigned long v);
+    void takeOut(Triangle* triangle);
 
     /// Whether no triangle touches the vertex. The index wraps.
     bool getIsVertexFloating(unsigned long v) const;
@@ -228,6 +298,7 @@ private:
 
     /// Drops the vertices that no triangle touches and renumbers the others in their order.
     void clean();
+    void renumberTriangles(std::vector<std::uint32_t> const& newIndex);
 
     /// Empties the mesh. The file name, the cut and the listener stay, and so do triangles' addresses.
     void clear();
@@ -237,8 +308,14 @@ private:
 
     std::uint32_t wrappedIndex(unsigned long i) const { return toUInt32(i) % toUInt32(vertices.size()); }
 
+    FileContents loadFrom(char const* path, std::string const& name, std::string const& cutPath);
+    void saveSurface(char const* path, bool saveFlat, bool saveFlatAs3D) const;
+
     std::string getCutEdgeIndicesFileName(std::string const& stem) const;
     void saveCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices) const;
+
+    /// False if the file cannot be opened; true with nothing written if there are no pairs.
+    static bool writeCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices);
 
     /// Appends the pairs of the file; none if it cannot be opened. The read that meets the end of the file
     /// appends a pair (0, 0).
@@ -270,6 +347,7 @@ private:
     Edge getFirstSpoke(std::uint32_t v, bool isOnBoundary) const;
     bool getIsSpokeOfListedFan(Edge const& edge, bool isOnBoundary) const;
     bool findCutPath(std::uint32_t start, Vector const& planeNormal, std::vector<Edge>& path) const;
+    void makeRoomForTwins(std::size_t count);
     void slit(std::vector<Edge> const& path);
     std::uint32_t splitVertex(std::uint32_t v, Edge const& edge, Triangle* other);
 
@@ -306,6 +384,7 @@ private:
     CutEdgeIndices cutEdgeIndices;
     ProgressListener* progressListener = nullptr;
     ProgressTerminator* progressTerminator = nullptr;
+    ConformalMapReport conformalMapReport;
     std::unique_ptr<TriangleArena> triangles;
 };
 

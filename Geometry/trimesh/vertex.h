@@ -12,7 +12,7 @@ class QELT_EXPORT Vertex {
 public:
     Vertex() = default;
 
-    explicit Vertex(Point const& point) : point3D(point) {}
+    Vertex(Point const& point) : point3D(point) {}
 
     Vertex(Vertex const&) = default;
 

@@ -12,29 +12,12 @@ namespace QELT::Inspection {
 
 namespace {
 
-constexpr std::string_view magic = "QELTQuad";
-constexpr std::size_t versionOffset = 8;
-constexpr std::size_t nameOffset = 12;
-constexpr std::size_t nameLength = 128;
-constexpr std::size_t dataTypeOffset = 172; ///< where a version 0 header ends
-constexpr std::size_t headerLength = 176;
+using QELT::Geometry::ThreeDimensional::QuadMesh::QuadFileHeader;
 
-/// The file's first bytes, zero where it is shorter.
-std::array<char, headerLength> firstBytesOf(std::filesystem::path const& path) {
+/// The core's header of the file. Failures name the file.
+QuadFileHeader headerOf(std::filesystem::path const& path) {
     requireReadable(path);
-    std::array<char, headerLength> bytes{};
-    std::ifstream file(path, std::ios::binary);
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    return bytes;
-}
-
-/// A little-endian number.
-std::uint32_t numberAt(std::array<char, headerLength> const& bytes, std::size_t offset) {
-    std::uint32_t number = 0;
-    for (std::size_t i = 4; i-- > 0;) {
-        number = number << 8U | static_cast<unsigned char>(bytes[offset + i]);
-    }
-    return number;
+    return naming(path.string(), [&] { return Grid::getFileHeader(path.c_str()); });
 }
 
 std::uintmax_t coordinateSizeOf(GridFileHeader const& header) {
@@ -47,7 +30,9 @@ std::uintmax_t nodeCountOf(GridFileHeader const& header) {
 
 /// The bytes up to the first point.
 std::uintmax_t bytesBeforePoints(GridFileHeader const& header) {
-    return (header.version == 0 ? dataTypeOffset : headerLength) + nodeCountOf(header);
+    constexpr std::uintmax_t headerLength0 = 172; ///< of version 0, which names no data type
+    constexpr std::uintmax_t headerLength = 176;
+    return (header.version == 0 ? headerLength0 : headerLength) + nodeCountOf(header);
 }
 
 void requireBytes(std::filesystem::path const& path, std::uintmax_t needed) {
@@ -67,28 +52,21 @@ std::uintmax_t bytesOfPoints(GridFileHeader const& header, Grid const& grid) {
 } // namespace
 
 bool isGridFile(std::filesystem::path const& path) {
-    auto const bytes = firstBytesOf(path);
-    return std::string_view(bytes.data(), magic.size()) == magic;
+    constexpr std::string_view magic = "QELTQuad";
+    requireReadable(path);
+    std::array<char, magic.size()> bytes{};
+    std::ifstream file(path, std::ios::binary);
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return std::string_view(bytes.data(), bytes.size()) == magic;
 }
 
 GridFileHeader readGridFileHeader(std::filesystem::path const& path) {
-    auto const bytes = firstBytesOf(path);
-    GridFileHeader header;
-    unsigned long extentU = 0;
-    unsigned long extentV = 0;
-    naming(path.string(), [&] {
-        Grid::getFileHeaderItems(path.c_str(), extentU, extentV, header.meanQuadArea, header.minQuadArea,
-                                 header.maxQuadArea);
-    });
-    header.extentU = static_cast<std::uint32_t>(extentU);
-    header.extentV = static_cast<std::uint32_t>(extentV);
-    header.version = numberAt(bytes, versionOffset);
-    std::string_view const name(bytes.data() + nameOffset, nameLength);
-    header.name = name.substr(0, name.find('\0'));
-    if (header.version != 0) {
-        header.coordinateDataType = numberAt(bytes, dataTypeOffset);
-    }
-    return header;
+    QuadFileHeader const header = headerOf(path);
+    std::string_view const name(header.name, sizeof(header.name));
+    return {header.version,      std::string(name.substr(0, name.find('\0'))),
+            header.extentU,      header.extentV,
+            header.meanQuadArea, header.minQuadArea,
+            header.maxQuadArea,  header.coordinateDataType};
 }
 
 void loadGrid(Grid& grid, std::filesystem::path const& path) {

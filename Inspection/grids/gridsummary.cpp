@@ -1,5 +1,9 @@
 #include "Inspection/grids/gridsummary.h"
 
+#include "Inspection/parts/meshsummary.h"
+
+#include <cmath>
+
 namespace QELT::Inspection {
 
 namespace {
@@ -30,6 +34,19 @@ void countNode(Grid const& grid, GridIndex const& node, GridSummary& summary) {
     summary.validQuadCount += grid.getIsQuadValid(node) ? 1U : 0U;
 }
 
+std::vector<GridIndex> nanPlacesOf(Grid const& grid) {
+    std::vector<GridIndex> nodes;
+    forEachNode(grid, [&](GridIndex const& node) {
+        if (grid.getIsPointValid(node)) {
+            Point const point = grid.getPoint(node);
+            if (std::isnan(point.getX()) || std::isnan(point.getY()) || std::isnan(point.getZ())) {
+                nodes.push_back(node);
+            }
+        }
+    });
+    return nodes;
+}
+
 } // namespace
 
 GridSummary gridSummaryOf(Grid const& grid) {
@@ -46,6 +63,20 @@ GridSummary gridSummaryOf(Grid const& grid) {
         summary.high = box.getp1();
     }
     return summary;
+}
+
+NanNodes nanNodesIn(Grid const& grid, Mesh const& mesh, double quadArea) {
+    NanNodes nodes{nanPlacesOf(grid), 0};
+    if (!nodes.places.empty()) {
+        auto const triangles = trianglesOf(mesh);
+        double const spacing = expectedSpacing(triangles, quadArea);
+        std::vector<FlatPoint> points;
+        for (GridIndex const& node : nodes.places) {
+            points.emplace_back(node.getU() * spacing, node.getV() * spacing);
+        }
+        nodes.triangleCount = flatlessTrianglesAt(points, triangles, spacing);
+    }
+    return nodes;
 }
 
 bool haveSameSurface(Grid const& a, Grid const& b) {

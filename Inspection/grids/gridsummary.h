@@ -4,6 +4,7 @@
 #include "Inspection/names.h"
 
 #include <cstddef>
+#include <vector>
 
 namespace QELT::Inspection {
 
@@ -27,6 +28,16 @@ struct GridSummary {
 };
 
 QELT_INSPECTION_EXPORT GridSummary gridSummaryOf(Grid const& grid);
+
+/// The valid nodes whose points hold something that is no number. Resampling makes them of triangles that the
+/// flat map leaves without area; each spoils the areas and boxes of the whole grid.
+struct NanNodes {
+    std::vector<GridIndex> places;
+    std::size_t triangleCount = 0; ///< of the triangles that they came from
+};
+
+/// Of a grid as it was resampled from a flat mesh for a quad area.
+QELT_INSPECTION_EXPORT NanNodes nanNodesIn(Grid const& grid, Mesh const& mesh, double quadArea);
 
 /// Whether two grids hold the same flags, and at valid nodes the same points.
 QELT_INSPECTION_EXPORT bool haveSameSurface(Grid const& a, Grid const& b);

@@ -7,7 +7,6 @@
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
-#include "Inspection/records/internal/directories.h"
 #include "Inspection/records/numbers.h"
 #include "Inspection/records/stopwatch.h"
 
@@ -76,14 +75,11 @@ void Preparation::requireUsableOptions() const {
     }
 }
 
-/// Hands the surface over in a file, the core's only way for triangles that are there already.
 RepairReport Preparation::loadCloud() {
-    auto const [surface, repair] = reconstructFrom(options.part, options.repair);
-    TemporaryDirectory const directory;
-    auto const path = directory / (options.part.stem().string() + ".obj");
-    writeFaces(surface, path);
-    loadObj(mesh, path);
-    return repair;
+    auto const reconstruction = reconstructFrom(options.part, options.repair);
+    naming(part, [&] { mesh.construct(reconstruction.surface.points, reconstruction.surface.faces); });
+    mesh.setFileName(options.part.stem().string());
+    return reconstruction.repair;
 }
 
 void Preparation::load() {
@@ -140,6 +136,7 @@ void Preparation::resample() {
     Stopwatch const watch;
     naming(part, [&] { grid.construct(mesh, options.quadArea); });
     result.resampleSeconds = watch.seconds();
+    result.nanNodes = nanNodesIn(grid, mesh, options.quadArea); // an extension spreads them
     extend();
     saveGrid(grid, options.grid);
     result.grid = gridSummaryOf(grid);

@@ -45,6 +45,7 @@ struct PrepareResult {
     FlatteningReport flattening;
     FlatSummary flat;
     GridSummary grid;
+    NanNodes nanNodes; ///< before the grid was extended
     double resampleSeconds = 0.0;
 };
 

@@ -2,15 +2,13 @@
 
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
-#include "Inspection/records/internal/directories.h"
 
 namespace QELT::Inspection {
 
 ObjContents loadObj(Mesh& mesh, std::filesystem::path const& path) {
     requireReadable(path);
     return naming(path.string(), [&] {
-        WorkingDirectory const directory(path);
-        return ObjContents{mesh.load(path.filename().c_str()).getDoesContain2D()};
+        return ObjContents{mesh.load(path.c_str(), cutFileOf(path).c_str()).getDoesContain2D()};
     });
 }
 
@@ -34,17 +32,11 @@ void requireNoCutBeside(std::filesystem::path const& path) {
 }
 
 void saveObj(Mesh const& mesh, std::filesystem::path const& path) {
-    naming(path.string(), [&] {
-        WorkingDirectory const directory(path);
-        mesh.save(path.filename().c_str(), false, false);
-    });
+    naming(path.string(), [&] { mesh.save(path.c_str(), cutFileOf(path).c_str(), false, false); });
 }
 
 void saveFlatObj(Mesh const& mesh, std::filesystem::path const& path) {
-    naming(path.string(), [&] {
-        WorkingDirectory const directory(path);
-        mesh.save(path.filename().c_str(), true, false);
-    });
+    naming(path.string(), [&] { mesh.save(path.c_str(), cutFileOf(path).c_str(), true, false); });
 }
 
 } // namespace QELT::Inspection

@@ -15,8 +15,9 @@ struct ObjContents {
 /// Loads the file into the mesh together with the cut file beside it. Failures name the file.
 QELT_INSPECTION_EXPORT ObjContents loadObj(Mesh& mesh, std::filesystem::path const& path);
 
-/// Where the cut of a mesh file lies: beside it, under the name that the core makes of a bare file name.
-/// Since that holds no backslash, the core takes all of it for the directory.
+/// Where the cut of a mesh file lies: beside it, under the name that the core makes of a bare file name,
+/// so that either finds the other's. Since that holds no backslash, the core takes all of it for the
+/// directory.
 QELT_INSPECTION_EXPORT std::filesystem::path cutFileOf(std::filesystem::path const& path);
 
 /// Throws a `Failure` unless the name ends in ".obj" and the file can be written.

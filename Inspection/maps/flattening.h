@@ -1,10 +1,7 @@
 #pragma once
 
 #include "Inspection/export.h"
-#include "Inspection/maps/solvelistener.h"
 #include "Inspection/names.h"
-
-#include <vector>
 
 namespace QELT::Inspection {
 
@@ -14,14 +11,16 @@ enum class FlatteningMode {
     Developable, ///< the whole outer rim, rolled out without stretching
 };
 
+using SolveReport = QELT::LinearAlgebra::SolveReport;
+
 struct FlatteningReport {
-    std::vector<SolveRecord> solves; ///< developable: of the boundary, then of the inside; pinned: one
+    QELT::Geometry::ThreeDimensional::TriMesh::ConformalMapReport solves;
     double seconds = 0.0;
 };
 
 /// Flattens the mesh and reports the solver's way; a solve that does not converge leaves its last iterate.
 /// The mesh must have a rim; what the core throws passes unchanged. The mesh reports to `listener`, which may
-/// be null and stays attached. While it runs, the standard output is taken for the solver's progress line.
+/// be null and stays attached. While it runs, nothing reaches the standard output.
 QELT_INSPECTION_EXPORT FlatteningReport flatten(Mesh& mesh, FlatteningMode mode, ProgressListener* listener);
 
 } // namespace QELT::Inspection

@@ -3,14 +3,12 @@
 #include "Inspection/export.h"
 #include "Inspection/names.h"
 
-#include <array>
 #include <filesystem>
 #include <vector>
 
 namespace QELT::Inspection {
 
-/// The corners of a triangle, counter-clockwise seen from outside.
-using Face = std::array<unsigned, 3>;
+using Face = QELT::Geometry::ThreeDimensional::TriMesh::Face;
 
 /// Points and the triangles between them, as files hold them.
 struct FaceMesh {

@@ -2,38 +2,23 @@
 
 #include <algorithm>
 #include <cmath>
-#include <set>
-#include <utility>
 
 namespace QELT::Inspection {
 
 namespace {
 
-/// A side of a triangle, by the vertex that it starts from.
-using Side = std::pair<Triangle const*, unsigned long>;
-
-Side sideOf(Edge const& edge) {
-    return {edge.getTriangle(), edge.org()};
-}
-
-/// The boundary edge that follows another one: a turn around its end, across the fan of triangles there.
-Edge nextOnBoundary(Edge const& edge) {
-    Edge next = edge.rot();
-    while (!next.isBoundary()) {
-        next = next.oprev();
+/// Whether the place lies on one of the triangle's sides in the flat map.
+bool isNearSides(Triangle const& triangle, FlatPoint const& place, double tolerance) {
+    for (unsigned long i = 0; i < 3; ++i) {
+        Edge const edge = triangle.getEdge(i);
+        auto const side = edge.vphi2();
+        auto const way = place - edge.vphiorg2();
+        double const share = side.lSqr() > 0.0 ? std::clamp(way.dot(side) / side.lSqr(), 0.0, 1.0) : 0.0;
+        if ((way - side * share).lSqr() <= tolerance * tolerance) {
+            return true;
+        }
     }
-    return next;
-}
-
-BoundaryLoop walkFrom(Edge const& start, std::set<Side>& walked) {
-    BoundaryLoop loop;
-    Edge edge = start;
-    while (walked.insert(sideOf(edge)).second) {
-        loop.vertices.push_back(edge.org());
-        loop.length += std::sqrt(edge.vphi3().lSqr());
-        edge = nextOnBoundary(edge);
-    }
-    return loop;
+    return false;
 }
 
 } // namespace
@@ -46,17 +31,8 @@ std::vector<Triangle*> trianglesOf(Mesh const& mesh) {
     return std::vector<Triangle*>(first, last);
 }
 
-std::vector<BoundaryLoop> boundaryLoopsOf(std::vector<Triangle*> const& triangles) {
-    std::vector<BoundaryLoop> loops;
-    std::set<Side> walked;
-    for (Triangle const* const triangle : triangles) {
-        for (unsigned long i = 0; i < 3; ++i) {
-            Edge const edge = triangle->getEdge(i);
-            if (edge.isBoundary() && !walked.contains(sideOf(edge))) {
-                loops.push_back(walkFrom(edge, walked));
-            }
-        }
-    }
+std::vector<BoundaryLoop> boundaryLoopsOf(Mesh const& mesh) {
+    std::vector<BoundaryLoop> loops = mesh.getBoundaryLoops();
     std::stable_sort(loops.begin(), loops.end(),
                      [](BoundaryLoop const& a, BoundaryLoop const& b) { return a.length > b.length; });
     return loops;
@@ -64,8 +40,8 @@ std::vector<BoundaryLoop> boundaryLoopsOf(std::vector<Triangle*> const& triangle
 
 MeshSummary meshSummaryOf(Mesh const& mesh) {
     auto const triangles = trianglesOf(mesh);
-    return {mesh.getNumberOfVertices(), triangles.size(), mesh.getCutEdgeIndices().first.size(),
-            boundaryLoopsOf(triangles)};
+    return {mesh.getNumberOfVertices(), triangles.size(), mesh.getUnlistedTriangles().size(),
+            mesh.getCutEdgeIndices().first.size(), boundaryLoopsOf(mesh)};
 }
 
 double twiceFlatArea(Triangle const& triangle) {
@@ -92,7 +68,20 @@ FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<Triangle*> const& triang
     return summary;
 }
 
-GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const& triangles, double quadArea) {
+std::size_t flatlessTrianglesAt(std::vector<FlatPoint> const& places, std::vector<Triangle*> const& triangles,
+                                double spacing) {
+    double const tolerance = 1e-5 * spacing;
+    auto const covers = [&](Triangle const* triangle) {
+        return std::any_of(places.begin(), places.end(),
+                           [&](FlatPoint const& place) { return isNearSides(*triangle, place, tolerance); });
+    };
+    return static_cast<std::size_t>(
+        std::count_if(triangles.begin(), triangles.end(), [&](Triangle const* triangle) {
+            return !(std::abs(twiceFlatArea(*triangle)) > 0.0) && covers(triangle);
+        }));
+}
+
+double expectedSpacing(std::vector<Triangle*> const& triangles, double quadArea) {
     double stretchSum = 0.0;
     double count = 0.0;
     for (Triangle const* const triangle : triangles) {
@@ -103,7 +92,11 @@ GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const&
             count += 1.0;
         }
     }
-    double const spacing = std::sqrt(quadArea / (stretchSum / count));
+    return std::sqrt(quadArea / (stretchSum / count));
+}
+
+GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const& triangles, double quadArea) {
+    double const spacing = expectedSpacing(triangles, quadArea);
     return {flat.width / spacing, flat.height / spacing};
 }
 

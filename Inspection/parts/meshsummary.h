@@ -11,20 +11,17 @@ namespace QELT::Inspection {
 /// The triangles of a mesh, each once.
 QELT_INSPECTION_EXPORT std::vector<Triangle*> trianglesOf(Mesh const& mesh);
 
-/// A closed walk along the rim of a mesh, with the surface on its left.
-struct BoundaryLoop {
-    std::vector<unsigned long> vertices; ///< in walking order; as many as edges
-    double length = 0.0;                 ///< on the surface, in the part's unit
-};
+using BoundaryLoop = QELT::Geometry::ThreeDimensional::TriMesh::BoundaryLoop;
 
 /// The rims of the outline and of the holes, the longest first.
-QELT_INSPECTION_EXPORT std::vector<BoundaryLoop> boundaryLoopsOf(std::vector<Triangle*> const& triangles);
+QELT_INSPECTION_EXPORT std::vector<BoundaryLoop> boundaryLoopsOf(Mesh const& mesh);
 
 /// What a mesh holds.
 struct MeshSummary {
     std::size_t vertexCount = 0;
     std::size_t faceCount = 0;
-    std::size_t cutEntryCount = 0;   ///< pairs of vertices along a cut
+    std::size_t unlistedCount = 0; ///< faces besides, which the mesh does not list: it meets itself in points
+    std::size_t cutEntryCount = 0; ///< pairs of vertices along a cut
     std::vector<BoundaryLoop> loops; ///< the longest first; none if the mesh is closed
 };
 
@@ -44,6 +41,12 @@ struct FlatSummary {
 
 QELT_INSPECTION_EXPORT FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<Triangle*> const& triangles);
 
+/// The triangles without a flat area that cover one of these places of the flat map, to within a
+/// hundred-thousandth of `spacing`.
+QELT_INSPECTION_EXPORT std::size_t flatlessTrianglesAt(std::vector<FlatPoint> const& places,
+                                                       std::vector<Triangle*> const& triangles,
+                                                       double spacing);
+
 /// Size of a grid in quads along the two axes.
 struct GridSize {
     double u = 0.0;
@@ -55,5 +58,8 @@ struct GridSize {
 /// grid. No number if no triangle has a flat area.
 QELT_INSPECTION_EXPORT GridSize expectedGridSize(FlatSummary const& flat,
                                                  std::vector<Triangle*> const& triangles, double quadArea);
+
+/// The distance in the flat map of the nodes of that grid.
+QELT_INSPECTION_EXPORT double expectedSpacing(std::vector<Triangle*> const& triangles, double quadArea);
 
 } // namespace QELT::Inspection

@@ -14,10 +14,11 @@ struct RepairOptions {
 };
 
 struct RepairReport {
-    std::size_t droppedCount = 0; ///< triangles taken out
-    std::size_t closedCount = 0;  ///< holes closed
-    std::size_t handleCount = 0;  ///< that are left: places where one sheet passes over another
-    std::size_t looseCount = 0;   ///< points that no triangle reaches any more, taken out
+    std::size_t unlistedCount = 0; ///< triangles that the mesh that was built does not list, left out before
+    std::size_t droppedCount = 0;  ///< triangles taken out
+    std::size_t closedCount = 0;   ///< holes closed
+    std::size_t handleCount = 0;   ///< that are left: places where one sheet passes over another
+    std::size_t looseCount = 0;    ///< points that no triangle reaches any more, taken out
 };
 
 /// Makes of triangles that were joined side by side a surface that can be flattened: one piece, in which the

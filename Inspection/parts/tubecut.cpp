@@ -80,7 +80,7 @@ constexpr std::array<char const*, 3> axisNames{"x", "y", "z"};
 
 /// The mesh of `part` is slit, or the reason named why it can't be.
 CutPlane slit(Mesh& mesh, std::string const& part, TubeCut const& cut) {
-    std::size_t const rimCount = boundaryLoopsOf(trianglesOf(mesh)).size();
+    std::size_t const rimCount = boundaryLoopsOf(mesh).size();
     if (rimCount == 0) {
         throw Failure(part + ": the mesh is closed; a cut leads from rim to rim");
     }
@@ -91,7 +91,7 @@ CutPlane slit(Mesh& mesh, std::string const& part, TubeCut const& cut) {
         throw Failure(part + ": no way for a cut from the " + start + " with the surface's normal along " +
                       axisNames.at(cut.normalAxis) + " there");
     }
-    if (boundaryLoopsOf(trianglesOf(mesh)).size() >= rimCount) {
+    if (boundaryLoopsOf(mesh).size() >= rimCount) {
         throw Failure(part + ": the cut from the " + start + " leads back to its own rim");
     }
     return *plane;

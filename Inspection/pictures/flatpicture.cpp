@@ -127,7 +127,7 @@ std::vector<std::string> captionOf(std::vector<Triangle*> const& triangles,
 
 Image flatPictureOf(Mesh const& mesh, std::string const& title) {
     auto const triangles = trianglesOf(mesh);
-    auto const loops = boundaryLoopsOf(triangles);
+    auto const loops = boundaryLoopsOf(mesh);
     FlatSummary const flat = flatSummaryOf(mesh, triangles);
     Image const drawing = drawingOf(mesh, triangles, loops, flat);
     auto const caption = captionOf(triangles, loops, flat);

@@ -66,7 +66,89 @@ bool hasRoom(Grid const& grid, Trial const& line, double width, unsigned long el
     return true;
 }
 
+/// How the core's test fires its beams: from so high above the surface, so far along the line from the
+/// middle of the quad.
+constexpr double beamHeight = 10.0;
+constexpr double shareOfQuadAlong = 0.25;
+
+/// How far a beam is moved off a diagonal, in quads: far beyond rounding, and far from the next side.
+constexpr double shareOfQuadAside = 1e-3;
+
+/// The quads that the core's test visits on a line, towards growing u: the end is left out.
+std::vector<GridIndex> quadsOn(GridLine const& line) {
+    auto const [first, second] =
+        line.second.getU() < line.first.getU() ? GridLine(line.second, line.first) : line;
+    int const alongU = second.getU() - first.getU();
+    int const alongV = second.getV() - first.getV();
+    int const sign = alongV < 0 ? -1 : 1;
+    bool const isSteep = alongU <= std::abs(alongV);
+    std::int64_t const longSide = isSteep ? std::abs(alongV) : alongU;
+    std::int64_t const shortSide = isSteep ? alongU : std::abs(alongV);
+    std::vector<GridIndex> quads;
+    for (std::int64_t i = 0; i < longSide; ++i) {
+        auto const far = static_cast<int>(i);
+        auto const near = static_cast<int>((2 * shortSide * i + longSide) / (2 * longSide));
+        quads.emplace_back(first.getU() + (isSteep ? near : far),
+                           first.getV() + sign * (isSteep ? far : near));
+    }
+    return quads;
+}
+
+/// The quad at which an element of the array stands that is at `quad` with its middle.
+GridIndex quadOfElement(Grid const& grid, StripeArray const& array, GridLine const& line,
+                        GridIndex const& quad, unsigned long element) {
+    auto const elementCount = static_cast<int>(array.elementCount);
+    double const width =
+        static_cast<double>(array.elementCount) * array.pitch / std::sqrt(grid.getMinQuadArea());
+    auto const across = (line.second - line.first).perp();
+    auto const length = static_cast<int>(std::sqrt(static_cast<double>(across.lSqr())));
+    int const offset = (static_cast<int>(element) - elementCount / 2) * (static_cast<int>(width) + 1);
+    return quad + ((across * offset) / length) / elementCount;
+}
+
+bool meets(Grid& grid, GridIndex const& quad, Point const& origin, Vector const& direction) {
+    auto const status = grid.getIntersection(origin, direction);
+    return status.getIsValid() && status.getIndices() == quad;
+}
+
+/// What fired beams say about the line that they stand on.
+struct BeamVerdict {
+    bool failsHere = false;
+    bool failsAside = false;
+};
+
+BeamVerdict fireBeam(Grid& grid, GridIndex const& quad, Vector const& along, Vector const& normal) {
+    double const step = std::sqrt(grid.getMinQuadArea());
+    Point const origin =
+        grid.getMeanQuadPoint(quad) + (step * shareOfQuadAlong) * along + beamHeight * normal;
+    if (meets(grid, quad, origin, -normal)) {
+        return {};
+    }
+    Vector const aside = (step * shareOfQuadAside) * normal.cross(along);
+    return {true,
+            !meets(grid, quad, origin + aside, -normal) || !meets(grid, quad, origin + -aside, -normal)};
+}
+
 } // namespace
+
+bool failsOnDiagonalsOnly(Grid& grid, StripeArray const& array, GridLine const& line) {
+    auto const quads = quadsOn(line);
+    bool anyFails = false;
+    for (std::size_t i = 0; i + 2 < quads.size(); ++i) {
+        Vector const normal = grid.getQuadUnitNormalVector(quads[i], true);
+        Vector const way = grid.getMeanQuadPoint(quads[i + 1]) - grid.getMeanQuadPoint(quads[i]);
+        Vector const along = way / std::sqrt(way.lSqr());
+        for (unsigned long k = 0; k < array.elementCount; ++k) {
+            BeamVerdict const verdict =
+                fireBeam(grid, quadOfElement(grid, array, line, quads[i], k), along, normal);
+            if (verdict.failsAside) {
+                return false;
+            }
+            anyFails = anyFails || verdict.failsHere;
+        }
+    }
+    return anyFails;
+}
 
 bool hasRoomFor(Grid const& grid, StripeArray const& array, std::uint32_t seed) {
     auto const extents = grid.getExtents();
@@ -118,7 +200,11 @@ StripeTestResult selftest(SelftestOptions const& options, ProgressListener* list
                       toShortText(array.pitch, 6) + " was found");
     }
     announce(listener, "Firing the array...");
-    return testStripes(grid, array, options.lineCount, options.seed);
+    StripeTestResult result = testStripes(grid, array, options.lineCount, options.seed);
+    result.diagonalLineCount = static_cast<std::size_t>(
+        std::count_if(result.failedLines.begin(), result.failedLines.end(),
+                      [&](GridLine const& line) { return failsOnDiagonalsOnly(grid, array, line); }));
+    return result;
 }
 
 } // namespace QELT::Inspection

@@ -23,15 +23,25 @@ struct StripeArray {
 /// doesn't end without one.
 QELT_INSPECTION_EXPORT bool hasRoomFor(Grid const& grid, StripeArray const& array, std::uint32_t seed);
 
+using GridLine = std::pair<GridIndex, GridIndex>;
+
 struct StripeTestResult {
     unsigned long passCount = 0; ///< beams that met their quad
     unsigned long failureCount = 0;
-    std::vector<std::pair<GridIndex, GridIndex>> failedLines;
+    std::vector<GridLine> failedLines;
+    std::size_t diagonalLineCount =
+        0; ///< of these, how many say nothing against the search; told by `selftest`
 };
 
 /// The test on so many lines; needs room for the array.
 QELT_INSPECTION_EXPORT StripeTestResult testStripes(Grid& grid, StripeArray const& array,
                                                     unsigned long lineCount, std::uint32_t seed);
+
+/// Whether a failed line says nothing against the search: each of its beams that fails stands exactly on the
+/// side that the two triangles of its quad share, which belongs to neither, and meets its quad from a
+/// thousandth of a quad beside it. Flat grids have such beams wherever a line steps along the quads'
+/// diagonals. False if no beam of the line fails any more.
+QELT_INSPECTION_EXPORT bool failsOnDiagonalsOnly(Grid& grid, StripeArray const& array, GridLine const& line);
 
 struct SelftestOptions {
     std::filesystem::path grid; ///< a .quads file

@@ -32,10 +32,6 @@ std::string roomOf(std::string const& name) {
     return std::regex_match(name, match, pattern) ? match[1].str() : std::string();
 }
 
-bool isInternal(std::string const& name) {
-    return name.find("/internal/") != std::string::npos;
-}
-
 /// Its place from the ground up; behind the last if there is no such room.
 std::ptrdiff_t placeOf(std::string const& room) {
     return std::find(rooms.begin(), rooms.end(), room) - rooms.begin();
@@ -64,7 +60,7 @@ std::vector<std::string> findArrowsUpward(IncludeTable const& table) {
 }
 
 std::size_t countUpward(std::string const& file, std::string const& included) {
-    return findArrowsUpward({{file, Includes{{included}, {}}}}).size();
+    return findArrowsUpward({{file, Includes{{included}, {}, {}, {}}}}).size();
 }
 
 } // namespace

@@ -10,9 +10,10 @@ using namespace QELT::Inspection;
 namespace {
 
 /// A listener of the user's own, which the library asks what else it is.
-class CountingListener : public SolveListener {
+class CountingListener : public QELT::LinearAlgebra::SolveListener {
 public:
     int messageCount = 0;
+    int iterationCount = 0;
 
     void setMessage(char const*) override { ++messageCount; }
 
@@ -22,7 +23,7 @@ public:
 
     void reserved4() override {}
 
-    void setSolve(SolveRecord const&, unsigned long) override {}
+    void setSolveProgress(SolveReport const&) override { ++iterationCount; }
 };
 
 void writePart(std::filesystem::path const& path) {
@@ -42,7 +43,8 @@ int main() {
     part.mode = FlatteningMode::Pinned;
     CountingListener listener;
     PrepareResult const prepared = prepare(part, &listener);
-    if (prepared.part.faceCount != 4 || prepared.grid.validQuadCount == 0 || listener.messageCount == 0) {
+    if (prepared.part.faceCount != 4 || prepared.grid.validQuadCount == 0 || listener.messageCount == 0 ||
+        listener.iterationCount == 0) {
         std::cerr << "the part was not prepared\n";
         return 1;
     }

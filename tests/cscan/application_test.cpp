@@ -1,5 +1,6 @@
 // Runs the program itself, as a user would.
 
+#include "Inspection/grids/gridfile.h"
 #include "apps/cscan/demo/bladepart.h"
 #include "tests/cscan/program.h"
 
@@ -167,6 +168,20 @@ TEST(Cscan, selftestFiresTheArrayAndEndsWithoutRoom) {
                                 "found"});
     expectComplaint(
         directory, {{"selftest", "part.quads", "--lines", "0"}, "--lines: '0' is not between 1 and 1000000"});
+}
+
+TEST(Cscan, selftestDoesNotBlameTheSearchForBeamsOnDiagonals) {
+    ScratchDirectory const directory;
+    Grid plane;
+    plane.setAsPlane({60.0, 60.0}, 1.0, false, 100);
+    saveGrid(plane, directory / "plane.quads");
+    Outcome const outcome =
+        run(directory, {"selftest", "plane.quads", "--lines", "30", "--elements", "8", "--pitch", "1"});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_GT(std::stoul(itemIn(outcome.output, "failed")), 0UL);
+    EXPECT_NE(itemIn(outcome.output, "note").find("where the two triangles of its quad meet"),
+              std::string::npos)
+        << outcome.output;
 }
 
 TEST(Cscan, demoDoesTheWholeJobAndDrawsIt) {

@@ -56,7 +56,7 @@ TEST(BladePart, loadsAsOneOutlineAndOneHole) {
     Mesh mesh;
     loadObj(mesh, directory / "part.obj");
     auto const triangles = trianglesOf(mesh);
-    auto const loops = boundaryLoopsOf(triangles);
+    auto const loops = boundaryLoopsOf(mesh);
     EXPECT_EQ(mesh.getNumberOfVertices(), 150U * 11U);
     EXPECT_EQ(triangles.size(), 2U * 150U * 10U);
     ASSERT_EQ(loops.size(), 2U);

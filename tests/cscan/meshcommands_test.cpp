@@ -8,9 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <numbers>
+#include <random>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace cscan {
 namespace {
@@ -72,6 +75,41 @@ TEST(MeshCommands, reconstructBuildsAMeshThatCanBePrepared) {
     EXPECT_EQ(itemIn(prepared.output, "vertices"), "143");
 }
 
+/// Points of a cube, around which the front meets itself in points.
+std::string scatterText() {
+    constexpr std::uint32_t seed = 1531292064;
+    constexpr int numberOfPoints = 42;
+    std::mt19937 random(seed);
+    std::string text;
+    for (int i = 0; i < 3 * numberOfPoints; ++i) {
+        text += std::to_string(static_cast<double>(random() % 1000) / 100) + (i % 3 == 2 ? "\n" : " ");
+    }
+    return text;
+}
+
+TEST(MeshCommands, reconstructTellsOfTrianglesThatTheMeshDoesNotList) {
+    ScratchDirectory const directory;
+    writeText(directory / "c.xyz", scatterText());
+    Outcome const outcome = run(directory, {"reconstruct", "c.xyz", "c.obj"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(itemsIn(outcome.output, "unlisted faces"),
+              std::vector<std::string>{"1, left out where the surface meets itself in points"});
+}
+
+TEST(MeshCommands, infoAndPrepareTellOfTrianglesThatTheMeshDoesNotList) {
+    ScratchDirectory const directory;
+    writeText(directory / "m.obj",
+              "v 0 0 0\nv 37 59 83\nv 74 15 59\nv 10 74 35\nv 47 30 11\nv 84 89 94\nv 20 45 70\n"
+              "f 1 2 3\nf 6 1 4\nf 2 1 6\nf 4 5 7\nf 4 7 2\nf 3 5 4\nf 1 3 7\nf 3 2 5\n");
+    std::string const told = "1, left out where the surface meets itself in points";
+    Outcome const info = run(directory, {"info", "m.obj"});
+    EXPECT_EQ(info.status, 0) << info.errors;
+    EXPECT_EQ(itemIn(info.output, "faces"), "7");
+    EXPECT_EQ(itemIn(info.output, "unlisted faces"), told);
+    Outcome const prepared = run(directory, {"prepare", "m.obj", "m.quads", "--quad-area", "1"});
+    EXPECT_EQ(itemIn(prepared.output, "unlisted faces"), told);
+}
+
 TEST(MeshCommands, prepareTakesACloud) {
     ScratchDirectory const directory;
     writeText(directory / "c.xyz", patchText());
@@ -79,6 +117,7 @@ TEST(MeshCommands, prepareTakesACloud) {
     ASSERT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(itemIn(outcome.output, "vertices"), "143");
     EXPECT_NEAR(std::stod(itemIn(outcome.output, "valid quads")), 842.0, 60.0);
+    EXPECT_EQ(itemIn(run(directory, {"info", "c.quads"}).output, "source name"), "c");
 }
 
 TEST(MeshCommands, prepareExtendsTheRim) {

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <sstream>
 #include <string>
+#include <thread>
 
 namespace cscan {
 namespace {
@@ -42,12 +44,19 @@ TEST(ProgressDisplay, holdsPercentagesPastAHundredAndLongTextsToTheLine) {
     EXPECT_NE(output.str().find("100 %"), std::string::npos);
 }
 
-TEST(ProgressDisplay, showsHowASolveComesAlong) {
+TEST(ProgressDisplay, showsASolveBetweenItsFirstResidualAndTheTolerance) {
     std::ostringstream output;
     ProgressDisplay display(output, true);
     display.setMessage("Solving...");
-    display.setSolve({31, 1.25e-7}, 50);
-    EXPECT_TRUE(output.str().ends_with("]  50 % Solving... iteration 31, residual 1.2e-07")) << output.str();
+    // Nothing is shown before the eye can have seen what stands there.
+    auto const wait = [] { std::this_thread::sleep_for(std::chrono::milliseconds(120)); };
+    wait();
+    display.setSolveProgress({1, 1.0, false});
+    EXPECT_TRUE(output.str().ends_with("]   0 % Solving... iteration 1, residual 1")) << output.str();
+    display.setSolveProgress({2, 1e-10, false});
+    wait();
+    display.setSolveProgress({3, 2e-10, false});
+    EXPECT_TRUE(output.str().ends_with("]  50 % Solving... iteration 3, residual 2e-10")) << output.str();
 }
 
 } // namespace

@@ -186,6 +186,27 @@ TEST(RigidBodyMap, TakesStepsThatAreNotScaledByTheSizeOfThePoints) {
     EXPECT_TRUE(sameRigid(fit, Testing::plainRigidBody(source, target, Vector(), true)));
 }
 
+TEST(RigidBodyMap, SettlesForTheSizesThatTheHeaderGives) {
+    struct Size {
+        double longestSide;
+        bool isCoarse;
+        bool doesSettle;
+    };
+
+    SpacePoints const shape = {{0.0, 0.0, 0.0}, {0.6, 0.8, 0.0}, {0.1, 0.5, 0.6}};
+    for (Size const& size : {Size{3.0, true, false}, Size{10.0, true, true}, Size{700.0, true, true},
+                             Size{1500.0, true, false}, Size{100.0, false, false}, Size{400.0, false, true},
+                             Size{20000.0, false, true}, Size{50000.0, false, false}}) {
+        SpacePoints source;
+        for (Point const& point : shape) {
+            source.push_back(Point() + size.longestSide * (point - Point()));
+        }
+        SpacePoints const target = moved(source, Vector(0.3, -0.2, 0.4), Vector());
+        EXPECT_EQ(fitRigid(source, target, size.isCoarse).isConverged, size.doesSettle)
+            << size.longestSide << (size.isCoarse ? ", coarse" : ", fine");
+    }
+}
+
 TEST(RigidBodyMap, IsThePlainDescentToTheBit) {
     std::mt19937 generator(2);
     std::uniform_real_distribution<double> angle(-0.8, 0.8);

@@ -175,6 +175,34 @@ TEST(SphereFit, TakesStepsThatGrowWithTheNumberOfPoints) {
     EXPECT_FALSE(std::abs(fit.radius - 1.0) < 0.1);
 }
 
+TEST(SphereFit, DivergesWith1010PointsAndMore) {
+    for (std::size_t const count : {1010U, 1500U}) {
+        std::mt19937 generator(5);
+        SphereFit const fit =
+            fitSphere(randomSphere(generator, count, Point(1.0, 2.0, 3.0), 10.0, 0.0, false));
+        EXPECT_TRUE(fit.result);
+        EXPECT_TRUE(std::isnan(fit.radius) && std::isnan(fit.centre.getX())) << count << " points";
+    }
+}
+
+TEST(SphereFit, OfANarrowCapDivergesAbove500Points) {
+    auto const fitCap = [](std::size_t count) {
+        std::mt19937 generator(6);
+        std::uniform_real_distribution<double> height(std::cos(0.3), 1.0);
+        std::uniform_real_distribution<double> turn(0.0, Utility::twopi());
+        SpacePoints points;
+        for (std::size_t i = 0; i < count; ++i) {
+            double const z = height(generator);
+            double const angle = turn(generator);
+            double const r = std::sqrt(1.0 - z * z);
+            points.push_back(Point(10.0 * r * std::cos(angle), 10.0 * r * std::sin(angle), 10.0 * z));
+        }
+        return fitSphere(points);
+    };
+    EXPECT_NEAR(fitCap(490).radius, 10.0, 0.01);
+    EXPECT_FALSE(std::abs(fitCap(600).radius - 10.0) < 1.0);
+}
+
 TEST(SphereFit, IsThePlainDescentToTheBit) {
     std::mt19937 generator(4);
     for (std::size_t i = 0; i < 18; ++i) {

@@ -1,5 +1,6 @@
 #include "tests/support/flattening_fixtures.h"
 
+#include "Geometry/linearalgebra/solvelistener.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/trimesh/triangle.h"
 
@@ -293,6 +294,30 @@ TEST(ConformalMap, AWarmStartFromTheSameMeshsSolutionTakesFewerIterations) {
     }
 }
 
+TEST(ConformalMap, AStartFitsTheSameFileLoadedAgainButNotAMeshThatAMapHasRenumbered) {
+    MeshPointer const mesh = makeMesh(makeWavyPatch(8, 8));
+    MapRun const cold = runMap(*mesh, true);
+    MapRun const loadedAgain = runMap(*makeMesh(makeWavyPatch(8, 8)), true, &cold.solution);
+    MapRun const mappedAgain = runMap(*mesh, true, &cold.solution);
+    EXPECT_LT(2 * iterationsIn(loadedAgain.output), iterationsIn(cold.output));
+    EXPECT_GT(iterationsIn(mappedAgain.output), 2 * iterationsIn(loadedAgain.output));
+}
+
+TEST(ConformalMap, PrintsTheProgressLinesOfEachSolveAndANewline) {
+    for (bool const pinCorners : {false, true}) {
+        std::string const output = runMap(*makeMesh(makeWavyPatch(5, 5)), pinCorners).output;
+        std::size_t const firsts = static_cast<std::size_t>(pinCorners ? 1 : 2);
+        std::string const label = "Iterations to Max. 262144: 1.  ";
+        std::size_t count = 0;
+        for (std::size_t at = output.find(label); at != std::string::npos; at = output.find(label, at + 1)) {
+            ++count;
+        }
+        EXPECT_EQ(count, firsts) << output;
+        EXPECT_EQ(output.front(), '\r');
+        EXPECT_EQ(output.find('\n'), output.size() - 1);
+    }
+}
+
 TEST(ConformalMap, AStartThatSolvesTheSystemTakesNoIteration) {
     // Without unknowns any start is the solution; with one unknown vertex amid a regular fan the sum is
     // exact.
@@ -352,6 +377,91 @@ TEST(ConformalMap, ADegenerateFaceGivesThePlainVersionsResult) {
         MeshPointer const zeroAreas = makeMesh(makePatchWithZeroAreaFaces(6));
         expectPlainResult(*zeroAreas, pinCorners);
     }
+}
+
+/// Keeps the last report of each solve that it hears of.
+class SolveRecorder : public LinearAlgebra::SolveListener {
+public:
+    std::vector<LinearAlgebra::SolveReport> solves;
+
+    void setSolveProgress(LinearAlgebra::SolveReport const& report) override {
+        if (report.iterations == 1) {
+            solves.emplace_back();
+        }
+        solves.back() = report;
+    }
+
+    void setMessage(char const* /* text */) override {}
+
+    void setPercentage(unsigned long /* percent */) override {}
+
+    void reserved3() override {}
+
+    void reserved4() override {}
+};
+
+void expectReport(std::optional<LinearAlgebra::SolveReport> const& actual,
+                  LinearAlgebra::SolveReport const& expected) {
+    ASSERT_TRUE(actual);
+    EXPECT_EQ(actual->iterations, expected.iterations);
+    EXPECT_EQ(actual->residual, expected.residual);
+    EXPECT_EQ(actual->hasConverged, expected.hasConverged);
+}
+
+TEST(ConformalMap, TheReportTellsTheSolvesOfTheLastMap) {
+    MeshPointer const mesh = makeMesh(makePatchWithHole(7));
+    EXPECT_FALSE(mesh->getConformalMapReport().boundary);
+    EXPECT_FALSE(mesh->getConformalMapReport().inside);
+    SolveRecorder recorder;
+    mesh->setProgressListener(&recorder);
+    testing::internal::CaptureStdout();
+    mesh->conformalMap(false, nullptr, false);
+    ASSERT_EQ(recorder.solves.size(), 2U);
+    expectReport(mesh->getConformalMapReport().boundary, recorder.solves[0]);
+    expectReport(mesh->getConformalMapReport().inside, recorder.solves[1]);
+    EXPECT_NE(recorder.solves[0].iterations, recorder.solves[1].iterations);
+    EXPECT_TRUE(recorder.solves[1].hasConverged);
+    mesh->conformalMap(true, nullptr, false);
+    testing::internal::GetCapturedStdout();
+    ASSERT_EQ(recorder.solves.size(), 3U);
+    EXPECT_FALSE(mesh->getConformalMapReport().boundary) << "nothing was rolled out";
+    expectReport(mesh->getConformalMapReport().inside, recorder.solves[2]);
+}
+
+TEST(ConformalMap, TheReportTellsASolveThatBrokeDown) {
+    MeshPointer const mesh = makeMesh(makeDegenerateFacePatch());
+    testing::internal::CaptureStdout();
+    mesh->conformalMap(true, nullptr, false);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "\nLinear system solve failure - carrying on...");
+    auto const& inside = mesh->getConformalMapReport().inside;
+    ASSERT_TRUE(inside);
+    EXPECT_TRUE(std::isnan(inside->residual));
+    EXPECT_FALSE(inside->hasConverged);
+}
+
+TEST(ConformalMap, TheReportHoldsOnlyTheSolvesThatARefusedMapCameTo) {
+    MeshPointer const mesh = makeMesh(makeWavyPatch(5, 4));
+    testing::internal::CaptureStdout();
+    mesh->conformalMap(false, nullptr, false);
+    LinearAlgebra::Vector tooShort(5UL);
+    tooShort.allOnes();
+    try {
+        mesh->conformalMap(false, &tooShort, true);
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (LinearAlgebra::SparseMatrix::SparseMatrixInvalidDimensionsException* error) {
+        delete error;
+    }
+    EXPECT_TRUE(mesh->getConformalMapReport().boundary);
+    EXPECT_FALSE(mesh->getConformalMapReport().inside);
+    Soup const closed = makeSphere(1);
+    std::vector<Geometry::ThreeDimensional::Point> points;
+    for (auto const& [x, y, z] : closed.points) {
+        points.emplace_back(x, y, z);
+    }
+    mesh->construct(points, closed.faces);
+    EXPECT_THROW(mesh->conformalMap(false, nullptr, false), std::runtime_error);
+    EXPECT_FALSE(mesh->getConformalMapReport().boundary);
+    testing::internal::GetCapturedStdout();
 }
 
 TEST(ConformalMap, AMeshWithoutABoundaryIsRefusedUnchanged) {

@@ -1,64 +1,12 @@
 #include "tests/support/flattening_fixtures.h"
+#include "tests/support/watchedheap.h"
 
 #include "Geometry/trimesh/edge.h"
-
-#include <malloc.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <stdexcept>
-
-// Every allocation of this test program is counted, so that the memory of one call can be told.
-namespace {
-
-std::size_t liveBytes = 0;
-std::size_t peakBytes = 0;
-
-void* countedAllocation(std::size_t size) {
-    void* const memory = std::malloc(size == 0 ? 1 : size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    liveBytes += malloc_usable_size(memory);
-    peakBytes = std::max(peakBytes, liveBytes);
-    return memory;
-}
-
-void countedRelease(void* memory) {
-    if (memory != nullptr) {
-        liveBytes -= malloc_usable_size(memory);
-        std::free(memory);
-    }
-}
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    return countedAllocation(size);
-}
-
-void* operator new[](std::size_t size) {
-    return countedAllocation(size);
-}
-
-void operator delete(void* memory) noexcept {
-    countedRelease(memory);
-}
-
-void operator delete[](void* memory) noexcept {
-    countedRelease(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    countedRelease(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept {
-    countedRelease(memory);
-}
 
 namespace QELT::Testing {
 namespace {

@@ -1,6 +1,6 @@
 #include "tests/support/flattening_fixtures.h"
 
-#include "Geometry/trimesh/sharpestturns.h"
+#include "Geometry/trimesh/boundary/internal/sharpestturns.h"
 
 #include <algorithm>
 #include <limits>
@@ -268,6 +268,54 @@ TEST(InteriorPromotion, EveryTriangleKeepsItsPointsAndEveryEdgeItsGeometry) {
             EXPECT_EQ(readSide(triangle, static_cast<unsigned long>(side)), sides[side]);
         }
     }
+}
+
+TEST(InteriorPromotion, TrianglesThatNoVertexListsKeepTheirPointsToo) {
+    for (bool const pinCorners : {false, true}) {
+        MeshPointer const mesh = makeMesh(withShuffledVertices(makePatchMeetingItself(), 3));
+        std::vector<Triangle*> const unlisted = mesh->getUnlistedTriangles();
+        ASSERT_EQ(unlisted.size(), 1U);
+        std::array<Place, 3> before;
+        for (std::size_t k = 0; k < 3; ++k) {
+            before[k] = placeOf(*mesh, unlisted[0]->getAdjacentVertexIndex(k));
+        }
+        Plain::MeshRecord expected = Plain::takeRecord(*mesh);
+        Plain::promoteInterior(expected, pinCorners);
+        promote(*mesh, pinCorners);
+        for (std::size_t k = 0; k < 3; ++k) {
+            EXPECT_EQ(placeOf(*mesh, unlisted[0]->getAdjacentVertexIndex(k)), before[k]);
+        }
+        EXPECT_EQ(mesh->getUnlistedTriangles(), unlisted);
+        EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), expected));
+    }
+}
+
+TEST(InteriorPromotion, TheArrayOfVerticesStaysAndReferencesShowWhatComesToTheirPlaces) {
+    MeshPointer const mesh = makeMesh(withShuffledVertices(makePatchWithHole(6), 4));
+    auto const& reference = mesh->getVertex(3);
+    std::vector<Geometry::ThreeDimensional::TriMesh::Vertex const*> addresses;
+    for (unsigned long v = 0; v < mesh->getNumberOfVertices(); ++v) {
+        addresses.push_back(&mesh->getVertex(v));
+    }
+    testing::internal::CaptureStdout();
+    mesh->conformalMap(true, nullptr, false);
+    testing::internal::GetCapturedStdout();
+    for (unsigned long v = 0; v < mesh->getNumberOfVertices(); ++v) {
+        EXPECT_EQ(&mesh->getVertex(v), addresses[v]);
+    }
+    Place const seen{reference.getPoint3D().getX(), reference.getPoint3D().getY(),
+                     reference.getPoint3D().getZ()};
+    EXPECT_EQ(seen, placeOf(*mesh, 3));
+}
+
+TEST(InteriorPromotion, ThePairOfZerosBehindACutFollowsVertexZero) {
+    Soup const soup = withShuffledVertices(makeWavyPatch(4, 4), 6);
+    MeshPointer const mesh = makeMesh(soup);
+    mesh->cutEdgeIndices = {{{3}, {0}}, {{3}, {0}}};
+    Place const before = placeOf(*mesh, 0);
+    promote(*mesh, false);
+    EXPECT_EQ(mesh->getCutEdgeIndices().first[1].index, mesh->getCutEdgeIndices().second[1].index);
+    EXPECT_EQ(placeOf(*mesh, mesh->getCutEdgeIndices().first[1].index), before);
 }
 
 TEST(InteriorPromotion, TheCutNamesTheSamePointsOnBothLips) {

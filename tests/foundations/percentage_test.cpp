@@ -1,6 +1,7 @@
-#include "Geometry/foundations/percentage.h"
+#include "Geometry/foundations/internal/percentage.h"
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -27,7 +28,8 @@ using Percentages = std::vector<unsigned long>;
 
 TEST(Percentage, OnlyChangesAreSent) {
     Recorder recorder;
-    PercentageReporter reporter(&recorder);
+    ProgressListener* const listener = &recorder;
+    PercentageReporter reporter(listener);
     for (std::uint64_t percentage : {1U, 1U, 2U, 2U, 1U, 1U, 100U}) {
         reporter.report(percentage);
     }
@@ -37,7 +39,8 @@ TEST(Percentage, OnlyChangesAreSent) {
 
 TEST(Percentage, ZeroAtTheStartIsNoChange) {
     Recorder recorder;
-    PercentageReporter reporter(&recorder);
+    ProgressListener* const listener = &recorder;
+    PercentageReporter reporter(listener);
     reporter.report(0);
     EXPECT_TRUE(recorder.percentages.empty());
     reporter.report(3);
@@ -47,7 +50,8 @@ TEST(Percentage, ZeroAtTheStartIsNoChange) {
 
 TEST(Percentage, AShareIsTheWholePercentagePlusOne) {
     Recorder recorder;
-    PercentageReporter reporter(&recorder);
+    ProgressListener* const listener = &recorder;
+    PercentageReporter reporter(listener);
     for (std::uint64_t done = 0; done < 3; ++done) {
         reporter.reportShare(done, 3);
     }
@@ -56,7 +60,8 @@ TEST(Percentage, AShareIsTheWholePercentagePlusOne) {
 
 TEST(Percentage, ALongLoopSendsEachNumberFromOneToAHundredOnce) {
     Recorder recorder;
-    PercentageReporter reporter(&recorder);
+    ProgressListener* const listener = &recorder;
+    PercentageReporter reporter(listener);
     for (std::uint64_t done = 0; done < 12345; ++done) {
         reporter.reportShare(done, 12345);
     }
@@ -68,7 +73,8 @@ TEST(Percentage, ALongLoopSendsEachNumberFromOneToAHundredOnce) {
 
 TEST(Percentage, TheShareOfThe32BitRangeDoesNotOverflow) {
     Recorder recorder;
-    PercentageReporter reporter(&recorder);
+    ProgressListener* const listener = &recorder;
+    PercentageReporter reporter(listener);
     reporter.reportShare(0xFFFFFFFEU, 0xFFFFFFFFU);
     reporter.reportShare(0xFFFFFFFFU, 0xFFFFFFFFU);
     EXPECT_EQ(recorder.percentages, (Percentages{100, 101}));
@@ -76,15 +82,37 @@ TEST(Percentage, TheShareOfThe32BitRangeDoesNotOverflow) {
 
 TEST(Percentage, AfterARestartTheSameNumberIsSentAgain) {
     Recorder recorder;
-    PercentageReporter reporter(&recorder);
+    ProgressListener* const listener = &recorder;
+    PercentageReporter reporter(listener);
     reporter.report(1);
     reporter.restart();
     reporter.report(1);
     EXPECT_EQ(recorder.percentages, (Percentages{1, 1}));
 }
 
+TEST(Percentage, TheOwnersPointerIsLookedAtBeforeEveryCall) {
+    Recorder first;
+    Recorder second;
+    ProgressListener* listener = &first;
+    PercentageReporter reporter(listener);
+    reporter.report(1);
+    listener = nullptr;
+    reporter.report(2);
+    reporter.reportShare(1, 0);
+    listener = &second;
+    reporter.report(3);
+    EXPECT_EQ(first.percentages, Percentages{1});
+    EXPECT_EQ(second.percentages, Percentages{3});
+}
+
+TEST(Percentage, AReporterTakesNoPointerThatIsGoneAtOnce) {
+    EXPECT_FALSE((std::is_constructible_v<PercentageReporter, ProgressListener*>));
+    EXPECT_TRUE((std::is_constructible_v<PercentageReporter, ProgressListener*&>));
+}
+
 TEST(Percentage, ANullListenerMeansSilence) {
-    PercentageReporter reporter(nullptr);
+    ProgressListener* const nobody = nullptr;
+    PercentageReporter reporter(nobody);
     reporter.report(5);
     reporter.reportShare(1, 0);
     reportMessage(nullptr, "nobody hears this");

@@ -368,6 +368,31 @@ TEST(QuaternionRot, OfOppositeVectorsIsAHalfTurnThatReachesTheTarget) {
     }
 }
 
+TEST(QuaternionRot, OfNearlyOppositeVectorsTurnsInTheirOwnPlane) {
+    // The least steps aside whose squares are numbers above zero: any tolerance would take them for none.
+    Vector const x(1.0, 0.0, 0.0);
+    for (double const aside : {std::ldexp(1.0, -200), std::ldexp(1.0, -500), std::ldexp(1.0, -537)}) {
+        EXPECT_EQ(plain(Quaternion::rot(x, Vector(-1.0, aside, 0.0))), (PlainQuaternion{0.0, 0.0, 0.0, 1.0}));
+        EXPECT_EQ(plain(Quaternion::rot(x, Vector(-1.0, 0.0, aside))),
+                  (PlainQuaternion{0.0, 0.0, -1.0, 0.0}));
+        EXPECT_TRUE(isNear(Quaternion::rot(x, Vector(-1.0, aside, 0.0), 0.5),
+                           {std::sqrt(0.5), 0.0, 0.0, std::sqrt(0.5)}));
+    }
+}
+
+TEST(QuaternionRot, OfVectorsWhoseSumHasNoSquareTakesThemAsOpposite) {
+    double const aside = std::ldexp(1.0, -538);
+    ASSERT_GT(aside, 0.0);
+    EXPECT_EQ(plain(Quaternion::rot(Vector(1.0, 0.0, 0.0), Vector(-1.0, aside, 0.0))),
+              (PlainQuaternion{0.0, 0.0, 1.0, 0.0}));
+}
+
+TEST(QuaternionRot, OfOppositeVectorsNearlyAlongXStillUsesTheProductWithTheXAxis) {
+    double const aside = std::ldexp(1.0, -500);
+    Vector const u(1.0, aside, 0.0);
+    EXPECT_EQ(plain(Quaternion::rot(u, -u)), (PlainQuaternion{0.0, aside, -1.0, 0.0}));
+}
+
 TEST(QuaternionRot, OfZeroVectorsIsNotANumber) {
     EXPECT_TRUE(std::isnan(Quaternion::rot(Vector(), Vector()).geta()));
 }

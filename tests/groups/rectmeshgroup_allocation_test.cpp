@@ -2,27 +2,11 @@
 #include "tests/support/watchedheap.h"
 
 #include <algorithm>
-#include <new>
-#include <stdexcept>
 
 namespace QELT::Testing {
 namespace {
 
 class GroupAllocation : public GroupTest {};
-
-/// Whether something can be done with no more than so much memory.
-template <class Action>
-bool isDoneWith(long allocations, Action action) {
-    bool isDone = true;
-    allocationsLeft = allocations;
-    try {
-        action();
-    } catch (std::bad_alloc const&) {
-        isDone = false;
-    }
-    allocationsLeft = -1;
-    return isDone;
-}
 
 /// Whether each listed grid is among those that the group will destroy.
 bool isAllOwned(RectMeshGroup const& group) {

@@ -3,6 +3,7 @@
 #include "tests/groups/grouptwins.h"
 #include "tests/support/gridchecks.h"
 
+#include <functional>
 #include <type_traits>
 
 namespace QELT::Testing {
@@ -84,6 +85,28 @@ TEST_F(MeshGroup, DestroysWhatItOwnsThroughTheVirtualDestructor) {
     group.deleteMeshes();
     EXPECT_EQ(deaths, 2);
     EXPECT_TRUE(group.quadMeshes.empty());
+}
+
+TEST_F(MeshGroup, AStatusOutlivesItsMeshUnderItsFileName) {
+    std::vector<std::function<void(RectMeshGroup&)>> const ends{
+        [](RectMeshGroup& group) { group.deleteMeshes(); },
+        [](RectMeshGroup& group) { group = RectMeshGroup(); },
+        [](RectMeshGroup& group) { group.load({}, {}); },
+    };
+    for (auto const& end : ends) {
+        int deaths = 0;
+        RectMeshGroup group;
+        auto mesh = std::make_unique<MortalGrid>(deaths);
+        static_cast<RectMesh&>(*mesh) = flatGrid(5, 5);
+        mesh->setFileName("gone");
+        group.addOwnedMesh(std::move(mesh));
+        QuadIndicesIntersectionStatus const status = ask(group, downAt(1.3, 2.4));
+        ASSERT_TRUE(status.getIsValid());
+        end(group);
+        EXPECT_EQ(deaths, 1);
+        EXPECT_EQ(status.getFileName(), "gone");
+        EXPECT_EQ(status.getIndices(), GridIndex(1, 2));
+    }
 }
 
 TEST_F(MeshGroup, ClearLeavesLoadedMeshesAlive) {

@@ -1,4 +1,4 @@
-#include "Geometry/linearalgebra/normalequations.h"
+#include "Geometry/linearalgebra/internal/normalequations.h"
 
 #include "Geometry/linearalgebra/utility.h"
 #include "tests/support/float_bits.h"

@@ -1,7 +1,9 @@
+#include "Geometry/linearalgebra/solvelistener.h"
 #include "Geometry/linearalgebra/utility.h"
 
 #include "tests/support/capturedoutput.h"
 #include "tests/support/float_bits.h"
+#include "tests/support/leavinglistener.h"
 #include "tests/support/plain_linearalgebra.h"
 #include "tests/support/recordinglistener.h"
 #include "tests/support/thrownpointer.h"
@@ -63,8 +65,60 @@ void expectSameBits(Vector const& actual, Values const& expected) {
     }
 }
 
-/// Solves with the library, with and without a listener, and with the plain solver, and compares all that can
-/// be seen. The answer is the plain solver's.
+/// Keeps what it is told of each iteration.
+class IterationListener : public SolveListener {
+public:
+    std::vector<SolveReport> reports;
+
+    void setSolveProgress(SolveReport const& report) override { reports.push_back(report); }
+
+    void setMessage(char const* /* text */) override {}
+
+    void setPercentage(unsigned long /* percent */) override {}
+
+    void reserved3() override {}
+
+    void reserved4() override {}
+};
+
+bool isSameNumber(double a, double b) {
+    return sameBits(a, b) || (std::isnan(a) && std::isnan(b));
+}
+
+double getStartNorm(Plain::Matrix const& a, Values const& start, Values const& b) {
+    Values const product = Plain::product(a, start);
+    double sum = 0.0;
+    for (std::size_t i = 0; i < b.size(); ++i) {
+        double const value = b[i] - product[i];
+        sum += value * value;
+    }
+    return std::sqrt(sum);
+}
+
+/// Solves for a report, and compares it and the report of each iteration with the plain solver's norms.
+void expectPlainReports(Plain::Matrix const& a, Values const& start, Values const& b,
+                        Plain::Solution const& expected) {
+    SparseMatrix const matrix = Plain::toSparse(a);
+    Vector x = toVector(start);
+    IterationListener listener;
+    CapturedOutput const output;
+    SolveReport const report = Utility::solveWithReport(matrix, x, toVector(b), &listener, nullptr);
+    EXPECT_EQ(report.hasConverged, expected.isSolved);
+    EXPECT_EQ(report.iterations, static_cast<unsigned long>(expected.iterations));
+    double const last = expected.norms.empty() ? getStartNorm(a, start, b) : expected.norms.back();
+    EXPECT_TRUE(isSameNumber(report.residual, last)) << report.residual << " should be " << last;
+    expectSameBits(x, expected.x);
+    EXPECT_EQ(withoutSignsOfNaN(output.getText()), withoutSignsOfNaN(getLines(expected.norms)));
+    ASSERT_EQ(listener.reports.size(), expected.norms.size());
+    for (std::size_t k = 0; k < expected.norms.size(); ++k) {
+        EXPECT_EQ(listener.reports[k].iterations, k + 1);
+        EXPECT_TRUE(isSameNumber(listener.reports[k].residual, expected.norms[k])) << k;
+        EXPECT_EQ(listener.reports[k].hasConverged, expected.isSolved && k + 1 == expected.norms.size());
+    }
+}
+
+/// Solves with the library, with and without a listener, for an answer and for a report, and with the plain
+/// solver, and compares all that can be seen. The answer is the plain solver's.
 Plain::Solution expectPlainSolution(Plain::Matrix const& a, Values const& start, Values const& b) {
     Plain::Solution const expected = Plain::solve(a, start, b);
     SparseMatrix const matrix = Plain::toSparse(a);
@@ -82,6 +136,7 @@ Plain::Solution expectPlainSolution(Plain::Matrix const& a, Values const& start,
                   listener == nullptr ? "" : withoutSignsOfNaN(getLines(expected.norms)));
     }
     EXPECT_EQ(recorder.events, std::vector<std::string>({"Solving linear system..."}));
+    expectPlainReports(a, start, b, expected);
     return expected;
 }
 
@@ -224,6 +279,22 @@ TEST(Solve, PrintedIterationsCountFromOneToTheReportedNumber) {
     EXPECT_EQ(text.find("Max. 262144: 0.  "), std::string::npos);
     EXPECT_EQ(text.find("Max. 262144: " + std::to_string(iterations + 1)), std::string::npos);
     EXPECT_EQ(text.find('\n'), std::string::npos);
+}
+
+TEST(Solve, TheListenerMayDeleteItselfInItsOneCall) {
+    SparseMatrix const a = Plain::toSparse(makeLaplacian(3, 0.0));
+    Vector x(9);
+    x.zero();
+    Vector b(9);
+    b.allOnes();
+    unsigned calls = 0;
+    auto* const listener = new Testing::LeavingListener(
+        1, Testing::LeavingListener::Fate::IsDeleted, [] {}, calls);
+    CapturedOutput const output;
+    EXPECT_TRUE(Utility::solve(a, x, b, nullptr, listener, nullptr));
+    EXPECT_EQ(calls, 1U);
+    EXPECT_NE(output.getText().find("Max. 262144: 1.  "), std::string::npos)
+        << "lines are shown all the same";
 }
 
 TEST(Solve, SingularInconsistentSystemEndsAtTheFirstNaN) {
@@ -441,6 +512,34 @@ TEST(Solve, KeepsTheArrayOfTheSolution) {
     double const* const array = x.begin();
     EXPECT_TRUE(Utility::solve(a, x, toVector({4.0}), nullptr, nullptr, nullptr));
     EXPECT_EQ(x.begin(), array);
+}
+
+TEST(Solve, AReportOfARunThatNeverSettlesTellsItsLastNorm) {
+    Plain::Matrix const a = makeMatrix(2, {1, 0, 2, 1});
+    Plain::Solution const expected = Plain::solve(a, {0, 0}, {-1, 0});
+    Vector x = toVector({0, 0});
+    SolveReport const report =
+        Utility::solveWithReport(Plain::toSparse(a), x, toVector({-1, 0}), nullptr, nullptr);
+    EXPECT_EQ(report.iterations, 262144U);
+    EXPECT_GT(report.residual, 1e-20);
+    EXPECT_TRUE(sameBits(report.residual, expected.norms.back()));
+    EXPECT_FALSE(report.hasConverged);
+    expectSameBits(x, expected.x);
+}
+
+TEST(Solve, AReportWithoutAnIterationTellsTheStartsNorm) {
+    SparseMatrix const a = Plain::toSparse(makeMatrix(1, {2.0}));
+    Vector x = toVector({2.0});
+    IterationListener listener;
+    SolveReport const solved = Utility::solveWithReport(a, x, toVector({4.0}), &listener, nullptr);
+    EXPECT_EQ(solved.iterations, 0U);
+    EXPECT_EQ(solved.residual, 0.0);
+    EXPECT_TRUE(solved.hasConverged);
+    SolveReport const broken = Utility::solveWithReport(a, x, toVector({notANumber}), &listener, nullptr);
+    EXPECT_EQ(broken.iterations, 0U);
+    EXPECT_TRUE(std::isnan(broken.residual));
+    EXPECT_FALSE(broken.hasConverged);
+    EXPECT_TRUE(listener.reports.empty());
 }
 
 /// Solves with dimensions that do not fit and checks that only the message got out.

@@ -1,5 +1,7 @@
 #include "Geometry/linearalgebra/sparsematrix.h"
 
+#include "Geometry/linearalgebra/internal/scalarproduct.h"
+
 #include "tests/support/float_bits.h"
 #include "tests/support/plain_linearalgebra.h"
 #include "tests/support/thrownpointer.h"

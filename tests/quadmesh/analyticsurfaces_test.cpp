@@ -142,6 +142,18 @@ TEST(Plane, RandomPlanesAreThoseOfTheFormulaToTheBit) {
     }
 }
 
+TEST(Plane, ASideBelowOneStepIsARowOfValidNodesThatAreNaNAlongIt) {
+    for (bool const centred : {false, true}) {
+        RectMesh grid;
+        EXPECT_TRUE(grid.setAsPlane(PlaneSize(4.0, 0.5), 1.0, centred, manyMB));
+        EXPECT_EQ(grid.getExtents(), Extents(4, 0));
+        for (int u = 0; u <= 4; ++u) {
+            EXPECT_TRUE(grid.getIsPointValid({u, 0}));
+            EXPECT_TRUE(std::isnan(grid.getPoint({u, 0}).getY()));
+        }
+    }
+}
+
 TEST(Plane, ASizeBelowOneStepIsOneNodeOfNoPlace) {
     RectMesh grid;
     EXPECT_TRUE(grid.setAsPlane(PlaneSize(0.5, 3.0), 1.0, false, manyMB));
@@ -668,6 +680,80 @@ TEST(HeightField, TheFieldIsThatOfTheFormulaToTheBit) {
     RectMesh grid = makeFormerGrid();
     EXPECT_TRUE(grid.setAsHeightField());
     expectSurface(grid, plainHeightField());
+}
+
+// ---- Requests beyond 32 bits
+
+struct Request {
+    char const* name;
+    bool (*ask)(RectMesh& grid, double spacing, unsigned long maxMB);
+};
+
+Request const requests[] = {
+    {"plane",
+     [](RectMesh& grid, double spacing, unsigned long maxMB) {
+         return grid.setAsPlane(PlaneSize(10.0, 4.0), spacing, false, maxMB);
+     }},
+    {"centred plane, long in u",
+     [](RectMesh& grid, double spacing, unsigned long maxMB) {
+         return grid.setAsPlane(PlaneSize(10.0, 0.0), spacing, true, maxMB);
+     }},
+    {"plane, long in v",
+     [](RectMesh& grid, double spacing, unsigned long maxMB) {
+         return grid.setAsPlane(PlaneSize(0.0, 10.0), spacing, true, maxMB);
+     }},
+    {"cylinder", [](RectMesh& grid, double spacing,
+                    unsigned long maxMB) { return grid.setAsCylinderArc(5.0, 2.0, 20.0, spacing, maxMB); }},
+    {"cylinder without length",
+     [](RectMesh& grid, double spacing, unsigned long maxMB) {
+         return grid.setAsCylinderArc(50.0, 6.0, 0.0, spacing, maxMB);
+     }},
+    {"paraboloid",
+     [](RectMesh& grid, double spacing, unsigned long maxMB) {
+         return grid.setAsParaboloid(SpacePoint(), SpaceVector(1.0, 0.0, 0.0), SpaceVector(0.0, 1.0, 0.0),
+                                     0.2, 0.3, 2.0, spacing, maxMB);
+     }},
+    {"sphere",
+     [](RectMesh& grid, double spacing, unsigned long maxMB) {
+         return grid.setAsSphereArcStereographic(8.0, 1.0, spacing, maxMB);
+     }},
+};
+
+TEST(StorageLimit, RefusesWhatHasNo32BitCountWhateverTheLimitAndLeavesTheGrid) {
+    RectMesh grid = wavyGrid(5, 4, 2.0);
+    PlainGrid const before = plainGridOf(grid);
+    for (Request const& request : requests) {
+        for (double const spacing : {1e-9, 1e-12, 1e-300, 0.0}) {
+            for (unsigned long const maxMB : {0UL, manyMB, 102400UL, 4294967295UL}) {
+                SCOPED_TRACE(testing::Message() << request.name << ' ' << spacing << ' ' << maxMB);
+                bool isAccepted = true;
+                ASSERT_NO_THROW(isAccepted = request.ask(grid, spacing, maxMB));
+                ASSERT_FALSE(isAccepted);
+                ASSERT_TRUE(sameNodes(grid, before));
+                ASSERT_GT(grid.getMeanQuadArea(), 0.0);
+            }
+        }
+    }
+}
+
+TEST(StorageLimit, RefusesProductsThatComeAroundToLittle) {
+    RectMesh grid = wavyGrid(5, 4, 2.0);
+    PlainGrid const before = plainGridOf(grid);
+    // 2^16 by 2^16 nodes, one more row and column counted: 2^32 comes around to 0.
+    EXPECT_FALSE(grid.setAsPlane(PlaneSize(65534.0, 65534.0), 1.0, false, manyMB));
+    // 65537 x 65537 comes around to 131073, 3 megabytes.
+    EXPECT_FALSE(grid.setAsPlane(PlaneSize(65535.0, 65535.0), 1.0, false, manyMB));
+    // 2^32 - 2 steps and two more.
+    EXPECT_FALSE(grid.setAsPlane(PlaneSize(4294967294.0, 0.0), 1.0, false, 4294967295UL));
+    EXPECT_TRUE(sameNodes(grid, before));
+}
+
+TEST(StorageLimit, StillCountsInWholeMegabytes) {
+    RectMesh grid;
+    // 205 x 205 nodes are counted for 203 steps each way: 42025, one megabyte.
+    EXPECT_FALSE(grid.setAsPlane(PlaneSize(203.0, 203.0), 1.0, false, 0));
+    EXPECT_TRUE(grid.setAsPlane(PlaneSize(203.0, 203.0), 1.0, false, 1));
+    EXPECT_TRUE(grid.setAsPlane(PlaneSize(202.0, 202.0), 1.0, false, 0));
 }
 
 } // namespace

@@ -416,6 +416,30 @@ TEST(BoundaryExtension, WithoutABoundaryItThrowsBeforeAnyChange) {
     }
 }
 
+TEST(BoundaryExtension, AnInvalidatedNodeWithOtherFlagsIsNotGrownInto) {
+    for (bool const isMarked : {true, false}) {
+        RectMesh grid = flatGridWithRim(8, 8, 2);
+        GridIndex const node(4, 1);
+        ASSERT_FALSE(grid.getIsPointValid(node));
+        grid.setPointFlag(node, RectMesh::Interior, isMarked);
+        grid.extendBoundary(Basic, 1, 0);
+        EXPECT_EQ(grid.getIsPointValid({5, 2}), !isMarked);
+        EXPECT_TRUE(grid.getIsPointValid({6, 2})) << "its neighbour";
+    }
+}
+
+TEST(BoundaryExtension, EveryPassIsReportedEvenWithThePercentageBefore) {
+    RectMesh grid = flatGridWithRim(3, 3, 1);
+    RecordingListener listener;
+    grid.setProgressListener(&listener);
+    grid.extendBoundary(Basic, 150, 0);
+    ASSERT_EQ(listener.percentages.size(), 151U);
+    EXPECT_EQ(listener.percentages[0], 0U);
+    EXPECT_EQ(listener.percentages[1], 0U);
+    EXPECT_EQ(listener.percentages[2], 1U);
+    EXPECT_EQ(listener.percentages[150], 100U);
+}
+
 TEST(BoundaryExtension, ATallGridWithQuadsOnlyAboveItsWidthHasNoBoundary) {
     RectMesh grid = flatGrid(3, 12);
     punchHole(grid, {0, 0}, {3, 4});
@@ -428,7 +452,7 @@ TEST(BoundaryExtension, ATallGridWithQuadsOnlyAboveItsWidthHasNoBoundary) {
     EXPECT_EQ(messageOf([&] { lower.extendBoundary(Basic, 1, 0); }), "nothing thrown");
 }
 
-TEST(BoundaryExtension, TheSearchIsColdAfterwardsAndFindsInventedQuads) {
+TEST(BoundaryExtension, TheSearchStaysWarmAndFindsInventedQuads) {
     RectMesh grid = flatGridWithRim(8, 8, 2);
     SpaceVector const down(0.0, 0.0, -1.0);
     ASSERT_TRUE(grid.getIntersection(SpacePoint(5.6, 5.3, 4.0), down).getIsValid());
@@ -437,8 +461,8 @@ TEST(BoundaryExtension, TheSearchIsColdAfterwardsAndFindsInventedQuads) {
     ASSERT_TRUE(grid.getIntersection(SpacePoint(5.6, 5.3, 4.0), down).getIsValid());
 
     grid.extendBoundary(Basic, 1, 0);
-    EXPECT_TRUE(grid.doResetSearch);
-    EXPECT_EQ(grid.lastQuadIndices, GridIndex(0, 0));
+    EXPECT_FALSE(grid.doResetSearch);
+    EXPECT_EQ(grid.lastQuadIndices, GridIndex(5, 5));
     auto const status = grid.getIntersection(SpacePoint(1.6, 4.3, 4.0), down);
     EXPECT_TRUE(status.getIsValid());
     EXPECT_EQ(status.getIndices(), GridIndex(2, 5));

@@ -467,14 +467,15 @@ TEST(RestrictedToSpaceBox, ABoxOfNaNHoldsNothing) {
 
 // All of them
 
-TEST(DerivedMeshes, TheResultsSearchStartsAfresh) {
+TEST(DerivedMeshes, TheResultsSearchStartsWhereItsLastBeamHitOrInsideTheNewGrid) {
     RectMesh grid = flatGrid(8, 8);
     RectMesh result = flatGrid(20, 20);
     SpaceVector const down(0.0, 0.0, -1.0);
     ASSERT_TRUE(result.getIntersection(SpacePoint(15.6, 15.3, 4.0), down).getIsValid());
     ASSERT_FALSE(result.doResetSearch);
     grid.getSubSampled(RectMesh::Factor, 1, result);
-    EXPECT_TRUE(result.doResetSearch);
+    EXPECT_FALSE(result.doResetSearch);
+    EXPECT_EQ(result.lastQuadIndices, GridIndex(15, 15));
     auto const status = result.getIntersection(SpacePoint(5.6, 5.3, 4.0), down);
     EXPECT_TRUE(status.getIsValid());
     EXPECT_EQ(status.getIndices(), GridIndex(5, 5));

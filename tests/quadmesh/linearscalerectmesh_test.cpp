@@ -138,6 +138,14 @@ TEST(LinearScaleRectMesh, AssignmentCopiesStoredPointsAndScale) {
     EXPECT_TRUE(target.getIsQuadValid({1, 1}));
 }
 
+TEST(LinearScaleRectMesh, APlainGridAssignedFromItTakesTheStoredPoints) {
+    LinearScaleRectMesh grid = scaledGrid(wavyGrid(4, 4, 1.0), 4.0);
+    RectMesh target;
+    target = grid;
+    EXPECT_EQ(target.getPoint({2, 3}), grid.RectMesh::getPoint({2, 3}));
+    EXPECT_NE(target.getPoint({2, 3}), grid.getPoint({2, 3}));
+}
+
 TEST(LinearScaleRectMesh, TheSearchMeetsWhatIsShown) {
     LinearScaleRectMesh grid = scaledGrid(flatGrid(10, 10), 3.0);
     auto const status = grid.getIntersection(SpacePoint(26.0, 13.0, 5.0), {0.0, 0.0, -1.0});

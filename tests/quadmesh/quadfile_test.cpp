@@ -1,8 +1,10 @@
-#include "Geometry/quadmesh/quadfileheader.h"
+#include "Geometry/quadmesh/files/quadfileheader.h"
 
-#include "Geometry/foundations/percentage.h"
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/quadmesh/files/internal/quadfilewriter.h"
 #include "Geometry/quadmesh/rectmesh.h"
 #include "tests/support/float_bits.h"
+#include "tests/support/fulldisk.h"
 #include "tests/support/gridchecks.h"
 #include "tests/support/gridfamilies.h"
 #include "tests/support/meshfamilies.h"
@@ -25,7 +27,9 @@ namespace QELT::Testing {
 namespace {
 
 using Geometry::ThreeDimensional::QuadMesh::getCoordinateDataType;
+using Geometry::ThreeDimensional::QuadMesh::openGridOutput;
 using Geometry::ThreeDimensional::QuadMesh::QuadFileHeader;
+using Geometry::ThreeDimensional::QuadMesh::QuadFileWriter;
 using Extents = Geometry::TwoDimensional::Vector<unsigned long>;
 
 constexpr char const* openFailureText = "Quad-mesh file open failure.";
@@ -296,16 +300,87 @@ TEST_F(QuadFile, AnEmptyGridIsWrittenAsOneInvalidNodeAndLoadsAgain) {
     EXPECT_EQ(loaded.getPoint({0, 0}), SpacePoint());
 }
 
-TEST_F(QuadFile, AFullDeviceIsNoCrash) {
-    if (!std::filesystem::exists("/dev/full")) {
-        GTEST_SKIP() << "no device that is always full";
+// ---- Disks that are full
+
+constexpr char const* writeFailureText = "Quad-mesh file write failure.";
+
+/// Three kinds of output, each under a path in the directory.
+struct GridOutput {
+    char const* name;
+    void (*write)(RectMesh& grid, std::string const& path);
+    char const* failureText;
+};
+
+GridOutput const gridOutputs[] = {
+    {"out.quads", [](RectMesh& grid, std::string const& path) { grid.save(path.c_str()); }, writeFailureText},
+    {"out.obj", [](RectMesh& grid, std::string const& path) { grid.save(path.c_str()); }, writeFailureText},
+    {"alone.obj", [](RectMesh& grid, std::string const& path) { grid.saveAsOBJ(path.c_str()); },
+     writeFailureText},
+    {"areas.txt", [](RectMesh& grid, std::string const& path) { grid.saveQuadAreaDistribution(path); },
+     "Quad area distribution file write failure."},
+};
+
+TEST_F(QuadFile, AFullDeviceIsAFailureWhichLeavesTheDeviceAndTheFileName) {
+    for (GridOutput const& output : gridOutputs) {
+        SCOPED_TRACE(output.name);
+        ASSERT_TRUE(linkToFullDevice(file(output.name)));
+        for (int const extent : {1, 60, 400}) {
+            auto const steps = static_cast<std::uint32_t>(extent);
+            RectMesh grid = flatGrid(steps, steps);
+            grid.fileName = "former.quads";
+            EXPECT_TRUE(failsToOpen([&] { output.write(grid, file(output.name)); }, output.failureText));
+            EXPECT_EQ(grid.fileName, "former.quads");
+        }
+        EXPECT_TRUE(std::filesystem::is_symlink(file(output.name)));
+        EXPECT_TRUE(getIsFullDeviceWhole());
     }
-    std::filesystem::create_symlink("/dev/full", file("full.quads"));
-    std::filesystem::create_symlink("/dev/full", file("full.obj"));
+}
+
+TEST_F(QuadFile, AFileThatCannotGrowIsAFailureWhereverItEnds) {
+    for (GridOutput const& output : gridOutputs) {
+        SCOPED_TRACE(output.name);
+        RectMesh grid = flatGrid(40, 50);
+        output.write(grid, file(output.name));
+        std::string const whole = readText(file(output.name));
+        for (std::size_t size = 0; size < whole.size(); size += whole.size() / 97U + 1U) {
+            FileSizeLimit const limit(size);
+            grid.fileName = "former.quads";
+            ASSERT_TRUE(failsToOpen([&] { output.write(grid, file(output.name)); }, output.failureText));
+            ASSERT_EQ(grid.fileName, "former.quads");
+            ASSERT_EQ(readText(file(output.name)), whole.substr(0, size)) << "what was written stays";
+        }
+        FileSizeLimit const limit(whole.size());
+        ASSERT_NO_THROW(output.write(grid, file(output.name)));
+    }
+}
+
+TEST_F(QuadFile, ASmallDiskTakesWhatFitsAndFailsBeyond) {
+    auto const disk = SmallDisk::mount(file("disk"), std::size_t{1} << 16U);
+    if (!disk) {
+        GTEST_SKIP() << "no right to mount a disk";
+    }
+    RectMesh small = flatGrid(20, 20);
+    small.save(file("disk/small.quads").c_str());
+    EXPECT_EQ(small.fileName, file("disk/small.quads"));
+    RectMesh large = flatGrid(300, 300);
+    large.fileName = "former.quads";
+    EXPECT_TRUE(failsToOpen([&] { large.save(file("disk/large.quads").c_str()); }, writeFailureText));
+    EXPECT_TRUE(failsToOpen([&] { large.save(file("disk/large.obj").c_str()); }, writeFailureText));
+    EXPECT_EQ(large.fileName, "former.quads");
+}
+
+TEST_F(QuadFile, AListenerHearsAWriteThatFailsAndTheGridWritesElsewhereAfterwards) {
     RectMesh grid = flatGrid(60, 60);
-    EXPECT_NO_THROW(grid.save(file("full.quads").c_str()));
-    EXPECT_NO_THROW(grid.save(file("full.obj").c_str()));
-    EXPECT_NO_THROW(grid.saveQuadAreaDistribution(file("full.obj")));
+    RecordingListener listener;
+    grid.setProgressListener(&listener);
+    ASSERT_TRUE(linkToFullDevice(file("full.quads")));
+    EXPECT_EQ(messageOf([&] { grid.save(file("full.quads").c_str()); }), writeFailureText);
+    EXPECT_TRUE(listener.messages.empty()) << "the header is the first to fail";
+    grid.save(file("whole.quads").c_str());
+    EXPECT_EQ(listener.messages,
+              (std::vector<std::string>{"Writing point flags...", "Writing quad points..."}));
+    EXPECT_EQ(listener.percentages.size(), 200U);
+    EXPECT_EQ(grid.fileName, file("whole.quads"));
 }
 
 // ---- Coordinate types
@@ -322,9 +397,11 @@ TEST(CoordinateDataType, FloatsAre0DoublesAre1IntegersAre2AndAnythingElse3) {
 /// The point block of the grid in a coordinate data type.
 std::string pointBlock(RectMesh const& grid, std::uint32_t type, std::string const& path) {
     {
-        std::ofstream stream(path, std::ios::binary);
-        PercentageReporter progress(nullptr);
-        grid.writePoints(stream, type, progress);
+        OutputFile target = openGridOutput(path.c_str(), OutputFile::Mode::Binary);
+        ProgressListener* const none = nullptr;
+        PercentageReporter progress(none);
+        QuadFileWriter(target, grid).writePoints(type, progress);
+        target.close();
     }
     return readText(path);
 }
@@ -571,7 +648,7 @@ TEST_F(QuadFile, TheHeaderOfVersion1EndsBehindItsDataType) {
     std::ifstream stream(file("a.quads"), std::ios::binary);
     QuadFileHeader header;
     RectMesh::readFileHeader(stream, header);
-    EXPECT_EQ(std::string(header.name.data()), "example part");
+    EXPECT_EQ(std::string(header.name), "example part");
     EXPECT_EQ(header.version, 1U);
     EXPECT_EQ(header.extentU, 4U);
     EXPECT_EQ(header.extentV, 3U);
@@ -580,6 +657,72 @@ TEST_F(QuadFile, TheHeaderOfVersion1EndsBehindItsDataType) {
     EXPECT_EQ(header.maxQuadArea, 2.5);
     EXPECT_EQ(header.coordinateDataType, 2U);
     EXPECT_EQ(static_cast<int>(stream.tellg()), 176);
+}
+
+/// A user's class may read the header of a file that it opened itself.
+class HeaderReader : public RectMesh {
+public:
+    static QuadFileHeader read(std::ifstream& stream) {
+        QuadFileHeader header;
+        readFileHeader(stream, header);
+        return header;
+    }
+};
+
+std::string nameIn(QuadFileHeader const& header) {
+    return {header.name, sizeof(header.name)};
+}
+
+TEST_F(QuadFile, TheWholeHeaderIsReadAtAPathForEveryVersionAndType) {
+    for (std::uint32_t const version : {0U, 1U, 7U}) {
+        for (std::uint32_t const type : {0U, 1U, 2U, 9U}) {
+            SCOPED_TRACE(testing::Message() << "version " << version << ", type " << type);
+            PlainQuadFile expected = exampleQuadFile(1, 0);
+            expected.version = version;
+            expected.coordinateDataType = type;
+            std::string bytes = encodeQuadFile(expected);
+            writeText(file("a.quads"), bytes);
+            QuadFileHeader const header = RectMesh::getFileHeader(file("a.quads").c_str());
+            EXPECT_EQ(nameIn(header), part(bytes, 12, 128));
+            EXPECT_EQ(header.version, version);
+            EXPECT_EQ(header.extentU, 4U);
+            EXPECT_EQ(header.extentV, 3U);
+            EXPECT_EQ(header.meanQuadArea, 1.25);
+            EXPECT_EQ(header.minQuadArea, 0.75);
+            EXPECT_EQ(header.maxQuadArea, 2.5);
+            EXPECT_EQ(header.coordinateDataType, version == 0 ? 1U : type);
+        }
+    }
+}
+
+TEST_F(QuadFile, ADerivedClassReadsTheHeaderThatThePathHas) {
+    for (std::size_t const size : {8U, 11U, 12U, 100U, 139U, 140U, 163U, 175U, 176U, 300U}) {
+        SCOPED_TRACE(size);
+        writeText(file("a.quads"), encodeQuadFile(exampleQuadFile(1, 2)).substr(0, size));
+        std::ifstream stream(file("a.quads"), std::ios::binary);
+        QuadFileHeader const read = HeaderReader::read(stream);
+        QuadFileHeader const found = RectMesh::getFileHeader(file("a.quads").c_str());
+        EXPECT_EQ(nameIn(read), nameIn(found));
+        EXPECT_EQ(read.version, found.version);
+        EXPECT_EQ(read.extentU, found.extentU);
+        EXPECT_EQ(read.extentV, found.extentV);
+        EXPECT_EQ(read.meanQuadArea, found.meanQuadArea);
+        EXPECT_EQ(read.minQuadArea, found.minQuadArea);
+        EXPECT_EQ(read.maxQuadArea, found.maxQuadArea);
+        EXPECT_EQ(read.coordinateDataType, found.coordinateDataType);
+        EXPECT_EQ(read.extentV, size >= 148 ? 3U : 0U);
+    }
+}
+
+TEST_F(QuadFile, AHeaderThatIsNoneIsAFailureAndLeavesTheOneInHand) {
+    writeText(file("a.quads"), "QELTQuaD and more");
+    EXPECT_EQ(messageOf([&] { RectMesh::getFileHeader(file("a.quads").c_str()); }), "Invalid .quads file.");
+    EXPECT_TRUE(failsToOpen([&] { RectMesh::getFileHeader(file("none.quads").c_str()); }, openFailureText));
+    std::ifstream stream(file("a.quads"), std::ios::binary);
+    QuadFileHeader header;
+    header.extentU = 5;
+    EXPECT_THROW(RectMesh::readFileHeader(stream, header), std::runtime_error);
+    EXPECT_EQ(header.extentU, 5U);
 }
 
 struct HeaderItems {
@@ -705,15 +848,27 @@ TEST_F(QuadFile, ASingleRowOrColumnLoadsWithoutSearchPoints) {
     }
 }
 
-TEST_F(QuadFile, LoadingASmallerGridForgetsTheLastHit) {
+TEST_F(QuadFile, ASmallerGridLoadedAfterAHitFarOutIsSearchedFromItsCorner) {
     RectMesh grid = flatGrid(40, 40);
     ASSERT_TRUE(grid.getIntersection({35.3, 36.6, 5.0}, {0.0, 0.0, -1.0}).getIsValid());
     RectMesh small = flatGrid(2, 2);
     savedBytes(small);
     grid.load(file("saved.quads").c_str());
+    EXPECT_FALSE(grid.doResetSearch);
+    EXPECT_EQ(grid.lastQuadIndices, GridIndex(35, 36));
+    EXPECT_TRUE(grid.getIntersectionStatus({0.3, 1.6, 5.0}, {0.0, 0.0, -1.0}, false).getIsValid());
+    EXPECT_EQ(grid.lastQuadIndices, GridIndex(0, 1));
+}
+
+TEST_F(QuadFile, AColdGridStaysColdWhenAFileIsLoaded) {
+    RectMesh source = flatGrid(9, 9);
+    savedBytes(source);
+    RectMesh grid = flatGrid(9, 9);
+    ASSERT_TRUE(grid.getIntersection({7.3, 6.6, 5.0}, {0.0, 0.0, -1.0}).getIsValid());
+    grid.resetQuadIndicesSearch();
+    grid.load(file("saved.quads").c_str());
     EXPECT_TRUE(grid.doResetSearch);
-    EXPECT_EQ(grid.lastQuadIndices, GridIndex(0, 0));
-    EXPECT_TRUE(grid.getIntersection({1.3, 1.6, 5.0}, {0.0, 0.0, -1.0}).getIsValid());
+    EXPECT_EQ(grid.lastQuadIndices, GridIndex(7, 6));
 }
 
 // ---- Damaged files
@@ -741,7 +896,7 @@ TEST(QuadFileBlocks, EveryPrefixOfAGoodFileIsReadWithWhatIsMissingZero) {
             QuadFileHeader header;
             ASSERT_NO_THROW(loadFromMemory(grid, whole.substr(0, size), header));
             ASSERT_TRUE(sameNodes(grid, gridOfQuadFile(expected)));
-            ASSERT_EQ(std::string(header.name.data(), header.name.size()), expected.name);
+            ASSERT_EQ(std::string(header.name, sizeof(header.name)), expected.name);
             ASSERT_EQ(header.version, expected.version);
             ASSERT_EQ(header.coordinateDataType, expected.coordinateDataType);
             ASSERT_EQ(grid.getMeanQuadArea(), expected.meanQuadArea);
@@ -786,7 +941,7 @@ TEST_F(QuadFile, AHeaderFieldThatIsCutReadsAsZeroAltogether) {
     header.extentU = 5;
     RectMesh::readFileHeader(stream, header);
     EXPECT_EQ(header.version, 1U);
-    EXPECT_EQ(header.name, (std::array<char, 128>{}));
+    EXPECT_EQ(std::string(header.name, sizeof(header.name)), std::string(128, '\0'));
     EXPECT_EQ(header.extentU, 0U);
     EXPECT_EQ(header.coordinateDataType, 0U);
 }

@@ -167,7 +167,7 @@ TEST_F(Grid, InitMakesInvalidNodesAtTheOrigin) {
     EXPECT_EQ(grid.getMaxQuadArea(), 0.0);
 }
 
-TEST_F(Grid, InitForgetsTheGridBefore) {
+TEST_F(Grid, InitForgetsTheGridBeforeButNotTheSearch) {
     RectMesh grid = flatGrid(6, 6);
     grid.doResetSearch = false;
     grid.lastQuadIndices = {5, 5};
@@ -175,7 +175,8 @@ TEST_F(Grid, InitForgetsTheGridBefore) {
     EXPECT_EQ(grid.getExtents(), Extents(2, 2));
     EXPECT_FALSE(grid.getIsPointValid({1, 1}));
     EXPECT_EQ(grid.getMeanQuadArea(), 0.0);
-    EXPECT_TRUE(grid.doResetSearch);
+    EXPECT_FALSE(grid.doResetSearch);
+    EXPECT_EQ(grid.lastQuadIndices, GridIndex(5, 5));
 }
 
 TEST_F(Grid, InitOfOneNodeHasThatNode) {
@@ -209,11 +210,30 @@ TEST_F(Grid, ExtentsAreTakenIn32Bits) {
 
 TEST_F(Grid, ClearEmptiesAndMayBeRepeated) {
     RectMesh grid = flatGrid(3, 3);
-    grid.doResetSearch = false;
     grid.clear();
     expectEmpty(grid);
     grid.clear();
     expectEmpty(grid);
+}
+
+TEST_F(Grid, ClearKeepsTheSearchMemory) {
+    for (bool const isCold : {true, false}) {
+        RectMesh grid = flatGrid(3, 3);
+        grid.doResetSearch = isCold;
+        grid.lastQuadIndices = {2, 1};
+        grid.clear();
+        EXPECT_EQ(grid.doResetSearch, isCold);
+        EXPECT_EQ(grid.lastQuadIndices, GridIndex(2, 1));
+    }
+}
+
+TEST_F(Grid, AnInvalidatedNodeKeepsItsPointAndItsOtherFlags) {
+    RectMesh grid = flatGrid(3, 3);
+    grid.setPointFlag({1, 2}, RectMesh::Interior, true);
+    grid.setPointValidity({1, 2}, false);
+    EXPECT_FALSE(grid.getIsPointValid({1, 2}));
+    EXPECT_EQ(grid.getPointFlags({1, 2}), 1 << RectMesh::Interior);
+    EXPECT_EQ(grid.getPoint({1, 2}), SpacePoint(1.0, 2.0, 0.0));
 }
 
 TEST_F(Grid, EmptyGridIgnoresWritesToTheNodeItAdmits) {

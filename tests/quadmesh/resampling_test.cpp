@@ -19,6 +19,7 @@ namespace {
 namespace Plain = PlainResampling;
 using Geometry::ThreeDimensional::QuadMesh::RectMesh;
 using Geometry::ThreeDimensional::TriMesh::Triangle;
+using Geometry::ThreeDimensional::TriMesh::Vertex;
 using Node = Geometry::TwoDimensional::Point<int>;
 using Flat = PlainFlattening::Flat;
 
@@ -495,6 +496,23 @@ TEST(Resampling, BothLipsAreMarkedPairByPairInEitherDirection) {
         "(0, 1)(4, 1)(0, 2)(4, 2)");
 }
 
+TEST(Resampling, ThePairOfZerosThatReadingACutAppendsMarksTheWayToVertexZero) {
+    // Vertex 0 is the corner (0, 0). The way there leads from the end of either lip, along the left side and
+    // below the lower one.
+    MeshPointer const mesh = makeSquareWithCut({{0.5, 2.5}, {0.5, 3.5}}, {{2.5, -0.25}, {3.5, -0.25}});
+    EXPECT_EQ(markedNodesOf(*mesh), "(3, 0)(0, 3)");
+    auto const& [first, second] = mesh->getCutEdgeIndices();
+    TemporaryDirectory const directory;
+    writeText(directory.file("cut.txt"),
+              std::to_string(first[0].index) + ", " + std::to_string(second[0].index) + "\n" +
+                  std::to_string(first[1].index) + ", " + std::to_string(second[1].index) + "\n");
+    Geometry::ThreeDimensional::TriMesh::CutEdgeIndices read;
+    mesh->loadCutEdgeIndices(directory.file("cut.txt"), read);
+    ASSERT_EQ(read.first.size(), 3U);
+    mesh->cutEdgeIndices = read;
+    EXPECT_EQ(markedNodesOf(*mesh), "(1, 0)(2, 0)(3, 0)(0, 1)(0, 2)(0, 3)");
+}
+
 TEST(Resampling, TheSecondLipAloneIsNotLookedAt) {
     EXPECT_EQ(markedNodesOf(*makeSquareWithCut({}, {{3.5, 2.5}, {3.5, 0.5}})), "");
 }
@@ -706,14 +724,36 @@ TEST(Resampling, UndefinedAndInfiniteFlatPlacesStayWithinTheGrid) {
     }
 }
 
-TEST(Resampling, TheSearchStartsColdOnTheNewGrid) {
+TEST(Resampling, TheSearchStartsInsideTheNewGridWhenItIsSmaller) {
     RectMesh grid;
     grid.construct(*makeFlattened(makeGridPatch(6, 6, 6.0, 6.0)), 0.25);
     auto const hit = grid.getIntersection({5.3, 5.2, 1.0}, {0.0, 0.0, -1.0});
     EXPECT_TRUE(hit.getIsValid());
+    Node const remembered = grid.lastQuadIndices;
     grid.construct(*makeUnitSquare(), 0.25);
-    EXPECT_TRUE(grid.doResetSearch);
-    EXPECT_EQ(grid.lastQuadIndices, Node(0, 0));
+    EXPECT_FALSE(grid.doResetSearch);
+    EXPECT_EQ(grid.lastQuadIndices, remembered);
+    // The corner quad where the walk starts does not exist here, so that the search is tried afresh.
+    auto const next = grid.getIntersection({0.3, 0.1, 1.0}, {0.0, 0.0, -1.0});
+    EXPECT_TRUE(next.getIsValid());
+    EXPECT_EQ(next.getIndices(), Node(0, 0));
+}
+
+TEST(Resampling, AFlatTriangleWithoutAreaLeavesValidNodesOfNaNs) {
+    MeshPointer const mesh = makeFlattened(makeGridPatch(4, 4, 4.0, 4.0));
+    // A triangle that is a line in the flat map, given last so that no other covers its nodes again.
+    for (int const place : {1, 2, 3}) {
+        mesh->addVertex(Vertex(Geometry::ThreeDimensional::Point(place, place, 7.0 + place % 2)));
+        mesh->getVertex(mesh->getNumberOfVertices() - 1).setPoint2D({1.0 * place, 2.0});
+    }
+    unsigned long const first = mesh->getNumberOfVertices() - 3;
+    mesh->addFloatingTriangle({first, first + 1, first + 2});
+    RectMesh grid;
+    grid.construct(*mesh, 0.25);
+    ASSERT_TRUE(grid.getIsPointValid({4, 4}));
+    EXPECT_TRUE(std::isnan(grid.getPoint({4, 4}).getX()));
+    EXPECT_FALSE(std::isnan(grid.getPoint({4, 5}).getX()));
+    EXPECT_TRUE(std::isnan(grid.getMeanQuadArea()));
 }
 
 TEST(Resampling, ASpherePatchLiesOnTheSphereToTheErrorOfItsFacets) {

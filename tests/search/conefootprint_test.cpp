@@ -1,4 +1,4 @@
-#include "Geometry/search/quadindicesellipseintersectioninfo.h"
+#include "Geometry/quadmesh/quadindicesellipseintersectioninfo.h"
 #include "tests/search/searchtwin.h"
 #include "tests/support/gridfamilies.h"
 #include "tests/support/plain_cone.h"

@@ -1,4 +1,4 @@
-#include "Geometry/search/quadindicesellipseintersectioninfo.h"
+#include "Geometry/quadmesh/quadindicesellipseintersectioninfo.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Geometry/search/quadindicesintersectionstatus.h"
+#include "Geometry/quadmesh/quadindicesintersectionstatus.h"
 
 #include "tests/search/searchtwin.h"
 

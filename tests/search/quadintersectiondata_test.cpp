@@ -1,4 +1,4 @@
-#include "Geometry/search/quadintersectiondata.h"
+#include "Geometry/quadmesh/quadintersectiondata.h"
 
 #include "tests/search/searchtwin.h"
 

@@ -1,4 +1,4 @@
-#include "Geometry/search/quadsearchfailure.h"
+#include "Geometry/quadmesh/quadsearchfailure.h"
 
 #include <gtest/gtest.h>
 

@@ -399,7 +399,8 @@ TEST_F(RaySearchDifferential, SmallerGridLoadedWhileTheSearchIsWarm) {
     ASSERT_FALSE(grid.doResetSearch);
     grid.load(path.c_str());
     std::remove(path.c_str());
-    EXPECT_TRUE(grid.doResetSearch);
+    EXPECT_FALSE(grid.doResetSearch);
+    EXPECT_EQ(grid.lastQuadIndices, GridIndex(28, 27));
     ASSERT_EQ(grid.getExtents(), GridExtents(3, 2));
     SearchTwin pair(grid);
     EXPECT_TRUE(pair.agreesOn({{5.3, 6.6, 5.0}, {0.0, 0.0, -1.0}}, Query::Status));
@@ -413,20 +414,29 @@ TEST_F(RaySearchDifferential, GridsReplacedWhileTheSearchIsWarm) {
     std::vector<GridFamily> families = gridFamilies(3);
     RectMesh grid;
     SearchTwin pair(grid);
+    int startsOutside = 0;
     for (int round = 0; round < 300; ++round) {
-        switch (random() % 5) {
+        bool const wasCold = grid.doResetSearch;
+        GridIndex const remembered = grid.lastQuadIndices;
+        switch (random() % 6) {
         case 0:
             grid.clear();
-            EXPECT_TRUE(grid.doResetSearch);
             break;
         case 1:
             grid.init(GridExtents(random() % 4, random() % 4));
-            EXPECT_TRUE(grid.doResetSearch);
+            break;
+        case 2:
+            grid = families[random() % families.size()].grid;
+            grid.doResetSearch = wasCold;
+            grid.lastQuadIndices = remembered;
             break;
         default:
-            grid = families[random() % families.size()].grid;
+            families[random() % families.size()].grid.getSubSampled(RectMesh::Factor, 1 + random() % 8, grid);
             break;
         }
+        EXPECT_EQ(grid.doResetSearch, wasCold);
+        EXPECT_EQ(grid.lastQuadIndices, remembered);
+        startsOutside += !wasCold && !grid.getIsPointInBounds(remembered) ? 1 : 0;
         pair.adopt();
         BeamSource beams(grid, bits(random));
         for (int i = 0; i < 12; ++i) {
@@ -434,6 +444,7 @@ TEST_F(RaySearchDifferential, GridsReplacedWhileTheSearchIsWarm) {
             ASSERT_TRUE(pair.agreesOn(beams.next(), query)) << "round " << round;
         }
     }
+    EXPECT_GT(startsOutside, 30);
 }
 
 } // namespace QELT::Testing

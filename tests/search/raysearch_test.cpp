@@ -550,6 +550,16 @@ TEST_F(RaySearch, HitBehindTheOriginIsNearEnoughHoweverFar) {
     EXPECT_FALSE(grid.doResetSearch);
 }
 
+TEST_F(RaySearch, HitBeyondTenThousandIsRememberedByDistanceAlone) {
+    for (auto const& [mode, isRemembered] :
+         std::vector<std::pair<int, bool>>{{0, false}, {1, true}, {2, false}, {3, false}}) {
+        RectMesh grid = flatGrid(10, 10);
+        setQualityMode(mode);
+        ASSERT_TRUE(ask(grid, down(7.3, 2.6, 12000.0)).getIsValid());
+        EXPECT_EQ(grid.doResetSearch, !isRemembered) << mode;
+    }
+}
+
 TEST_F(RaySearch, HitBeyondTenThousandIsValidWithMeasurementsOfZero) {
     RectMesh grid = flatGrid(10, 10);
     QuadIndicesIntersectionStatus const status = ask(grid, down(7.3, 2.6, 12000.0));

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Geometry/quadmesh/quadindicesintersectionstatus.h"
+#include "Geometry/quadmesh/quadintersectiondata.h"
 #include "Geometry/quadmesh/rectmesh.h"
-#include "Geometry/search/quadindicesintersectionstatus.h"
-#include "Geometry/search/quadintersectiondata.h"
 #include "tests/support/float_bits.h"
 #include "tests/support/gridfamilies.h"
 #include "tests/support/plain_search.h"

@@ -89,6 +89,7 @@ TEST(NearestNeighbours, AreInexactAndRepeatedAsOftenAsTheHeaderSays) {
     int inexact = 0;
     int wrongEntries = 0;
     int repeated = 0;
+    int queriesWithRepetition = 0;
     for (std::uint32_t seed = 1; seed <= 5; ++seed) {
         Points points = Testing::uniformCloud(seed, 1000);
         Tree const tree = treeOf(points);
@@ -105,12 +106,14 @@ TEST(NearestNeighbours, AreInexactAndRepeatedAsOftenAsTheHeaderSays) {
             }
             std::set<Object const*> const distinct(found.objects.begin(), found.objects.end());
             repeated += 8 - static_cast<int>(distinct.size());
+            queriesWithRepetition += distinct.size() < 8 ? 1 : 0;
         }
     }
     EXPECT_NEAR(missedNearest / 1000.0, 0.04, 0.02);
     EXPECT_NEAR(inexact / 1000.0, 0.4, 0.1);
     EXPECT_NEAR(wrongEntries / 8000.0, 0.2, 0.1);
     EXPECT_NEAR(repeated / 8000.0, 0.05, 0.02);
+    EXPECT_NEAR(queriesWithRepetition / 1000.0, 0.3, 0.05);
 }
 
 TEST(NearestNeighbours, ComeInAscendingDistance) {

@@ -14,6 +14,7 @@ static_assert(std::has_virtual_destructor_v<Node>);
 static_assert(std::is_copy_assignable_v<Object>);
 static_assert(std::is_base_of_v<Node, InternalNode> && std::is_base_of_v<Node, LeafNode>);
 static_assert(std::is_base_of_v<Object, Point>);
+static_assert(std::is_convertible_v<Object const*, LeafNode>, "an object may stand for its leaf");
 
 TEST(Node, HasNoParentAtFirst) {
     Node const node;

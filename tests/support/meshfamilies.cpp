@@ -238,6 +238,39 @@ Soup makeBowTie() {
     return Soup{{{0, 0, 0}, {1, 0, 0}, {1, 1, 0.1}, {-1, 0, 0}, {-1, -1, 0.1}}, {{0, 1, 2}, {0, 3, 4}}};
 }
 
+Soup makeSurfaceMeetingItself(std::uint32_t unused) {
+    Soup soup;
+    for (std::uint32_t v = 0; v < unused + 7; ++v) {
+        soup.points.push_back({v * 37.0, v * 59 % 103 * 1.0, v * 83 % 107 * 1.0});
+    }
+    for (auto const& [a, b, c] : {std::array{0U, 1U, 2U},
+                                  {5U, 0U, 3U},
+                                  {1U, 0U, 5U},
+                                  {3U, 4U, 6U},
+                                  {3U, 6U, 1U},
+                                  {2U, 4U, 3U},
+                                  {0U, 2U, 6U},
+                                  {2U, 1U, 4U}}) {
+        soup.faces.push_back({unused + a, unused + b, unused + c});
+    }
+    return soup;
+}
+
+Soup makePatchMeetingItself() {
+    constexpr std::uint32_t n = 12;
+    Soup soup = makeWavyPatch(n, n);
+    auto const bent = soup.faces[2 * (9 * n + 6)];
+    // Apart in the second column: a file's surface grows column by column, and comes there first.
+    std::array<std::uint32_t, 3> const met{2 * (n + 1) + 2, 6 * (n + 1) + 2, 10 * (n + 1) + 2};
+    for (auto& face : soup.faces) {
+        for (std::uint32_t& v : face) {
+            auto const place = std::find(bent.begin(), bent.end(), v);
+            v = place != bent.end() ? met[static_cast<std::size_t>(place - bent.begin())] : v;
+        }
+    }
+    return withoutUnusedVertices(soup);
+}
+
 Soup withShuffledFaces(Soup soup, std::uint32_t seed) {
     Generator generator(seed);
     shuffle(soup.faces, generator);

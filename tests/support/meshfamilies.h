@@ -74,6 +74,14 @@ Soup makeTwoComponents();
 /// Two triangles that meet in one vertex only.
 Soup makeBowTie();
 
+/// Eight faces that hang together and meet themselves in points so often that all three vertices of one face
+/// list other fans. Its seven vertices stand behind `unused` others.
+Soup makeSurfaceMeetingItself(std::uint32_t unused);
+
+/// A patch of 12 x 12 squares with one face that is bent back to three inner vertices far away. All fans are
+/// closed there, and the vertices of that face list those that they had before.
+Soup makePatchMeetingItself();
+
 // Changes to a soup. Seeded ones give the same result on every run and platform.
 
 Soup withShuffledFaces(Soup soup, std::uint32_t seed);

@@ -19,10 +19,14 @@ std::uint32_t steps(double value) {
     return static_cast<std::uint32_t>(std::floor(value));
 }
 
-/// The quotient of the node count by the nodes of a megabyte, in 32 bits.
-bool isTooLarge(std::uint32_t nodesU, std::uint32_t nodesV, std::uint32_t maxMB) {
-    std::uint32_t const nodes = nodesU * nodesV;
-    return nodes / 41943U > maxMB;
+/// The quotient of the node count by the nodes of a megabyte. Where a count or the product has no 32-bit
+/// value the grid is too large for any limit.
+bool isTooLarge(double nodesU, double nodesV, std::uint32_t maxMB) {
+    constexpr double most = 4294967295.0;
+    if (nodesU > most || nodesV > most || nodesU * nodesV > most) {
+        return true;
+    }
+    return static_cast<std::uint32_t>(nodesU * nodesV) / 41943U > maxMB;
 }
 
 PlainSurface blank(std::uint32_t extentU, std::uint32_t extentV) {
@@ -54,7 +58,7 @@ PlainSurface plainPlane(double sizeU, double sizeV, double spacing, bool centred
     }
     std::uint32_t const nU = steps(sizeU / spacing);
     std::uint32_t const nV = steps(sizeV / spacing);
-    if (isTooLarge(nU + 2U, nV + 2U, maxMB)) {
+    if (isTooLarge(nU + 2.0, nV + 2.0, maxMB)) {
         return {};
     }
     double uMin = 0.0;
@@ -111,7 +115,7 @@ PlainSurface plainCylinderArc(double radius, double arcAngle, double length, dou
     double const dTheta = 2.0 * std::asin(0.5 * spacing / radius);
     std::uint32_t const nA = steps(arcAngle / dTheta);
     std::uint32_t const nL = steps(length / spacing);
-    if (isTooLarge(nA + 1U, nL + 1U, maxMB)) {
+    if (isTooLarge(nA + 1.0, nL + 1.0, maxMB)) {
         return {};
     }
     PlainSurface surface = blank(nL, nA);
@@ -134,7 +138,7 @@ PlainSurface plainParaboloid(PlainPoint const& apex, PlainVector const& axisU, P
     double const sizeV = (4.0 / 3.0) * 2.0 * std::sqrt(2.0 * height / curvatureV);
     std::uint32_t const nU = steps(sizeU / spacing);
     std::uint32_t const nV = steps(sizeV / spacing);
-    if (isTooLarge(nU + 1U, nV + 1U, maxMB)) {
+    if (isTooLarge(nU + 1.0, nV + 1.0, maxMB)) {
         return {};
     }
     PlainSurface surface = blank(nU, nV);
@@ -184,7 +188,7 @@ PlainSurface plainSphereArc(double radius, double halfAngle, double spacing, std
     PlainVector const ray = plainDifference(E, Q);
     PlainPoint const X = plainMoved(Q, plainScaled(-static_cast<double>(Q.z) / ray.z, ray));
     std::uint32_t const n = steps(2.0 * plainDifference(X, Q).x / spacing);
-    if (isTooLarge(n + 1U, n + 1U, maxMB)) {
+    if (isTooLarge(n + 1.0, n + 1.0, maxMB)) {
         return {};
     }
     PlainSurface surface = blank(n, n);

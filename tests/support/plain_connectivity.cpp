@@ -276,8 +276,8 @@ void PlainMesh::clean() {
     if (kept == vertices.size()) {
         return;
     }
-    for (int const triangle : walkedTriangles()) {
-        for (std::uint32_t& v : triangles[at(triangle)].vertices) {
+    for (PlainTriangle& triangle : triangles) {
+        for (std::uint32_t& v : triangle.vertices) {
             v = newIndex[v];
         }
     }

@@ -293,8 +293,8 @@ void pinTwoCorners(MeshRecord const& mesh, Loop& loop) {
 }
 
 void renumber(MeshRecord& mesh, std::vector<std::uint32_t> const& newIndex) {
-    for (std::int64_t t : listTriangles(mesh)) {
-        for (std::uint32_t& vertex : mesh.triangles[static_cast<std::size_t>(t)].vertices) {
+    for (auto& triangle : mesh.triangles) {
+        for (std::uint32_t& vertex : triangle.vertices) {
             vertex = newIndex.at(vertex);
         }
     }

@@ -60,7 +60,8 @@ Vector faceNormal(PlainMesh const& mesh, PlainEdge e) {
 
 class Front {
 public:
-    explicit Front(PlainReconstruction& target) : result(target), mesh(target.mesh) {}
+    Front(PlainReconstruction& target, SideWithoutApex newSideWithoutApex)
+        : result(target), mesh(target.mesh), sideWithoutApex(newSideWithoutApex) {}
 
     void grow() {
         links = plainLinks(mesh);
@@ -102,20 +103,27 @@ private:
             return false;
         }
         PlainEdge e = mesh.arbitraryEdge(third.vertex);
+        PlainApex last = third;
         for (int side = 0; side < 3; ++side) {
-            wait(e, faceNormal(mesh, e));
+            PlainApex const apex = wait(e, faceNormal(mesh, e));
+            if (apex.isFound) {
+                last = apex;
+            } else if (sideWithoutApex == SideWithoutApex::WaitsForLastApex) {
+                candidates.push({e, last.vertex, last.rTSqr});
+            }
             e = mesh.rot(e);
         }
         return true;
     }
 
-    void wait(PlainEdge e, Vector const& normal) {
+    PlainApex wait(PlainEdge e, Vector const& normal) {
         PlainApex const apex = plainMinrTSqr(mesh, mesh.dest(e), mesh.org(e), links, normal);
         if (apex.isFound) {
             candidates.push({e, apex.vertex, apex.rTSqr});
         } else {
             ++result.sidesWithoutCandidate;
         }
+        return apex;
     }
 
     bool isObsolete(PlainEdge e, std::uint32_t w) const {
@@ -146,6 +154,7 @@ private:
 
     PlainReconstruction& result;
     PlainMesh& mesh;
+    SideWithoutApex sideWithoutApex;
     PlainLinks links;
     PlainHeap<Candidate> candidates;
 };
@@ -221,12 +230,12 @@ void plainRemoveLink(std::uint32_t a, std::uint32_t b, PlainLinks& links) {
     }
 }
 
-PlainReconstruction plainConstruct(std::vector<Point> const& points) {
+PlainReconstruction plainConstruct(std::vector<Point> const& points, SideWithoutApex sideWithoutApex) {
     PlainReconstruction result;
     for (Point const& point : points) {
         result.mesh.addVertex(point);
     }
-    Front(result).grow();
+    Front(result, sideWithoutApex).grow();
     return result;
 }
 

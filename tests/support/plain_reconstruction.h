@@ -90,8 +90,16 @@ struct PlainReconstruction {
     bool endedByEmptyHeap = false;
 };
 
+/// What a side of the first triangle waits for if no apex is found for it.
+enum class SideWithoutApex {
+    WaitsForNothing,
+    /// The apex that was found last, of another side, with its radius.
+    WaitsForLastApex,
+};
+
 /// A surface through the points, by an advancing front. A front that walks around a closed fan for ever is a
 /// std::logic_error.
-PlainReconstruction plainConstruct(std::vector<Geometry::ThreeDimensional::Point> const& points);
+PlainReconstruction plainConstruct(std::vector<Geometry::ThreeDimensional::Point> const& points,
+                                   SideWithoutApex sideWithoutApex = SideWithoutApex::WaitsForNothing);
 
 } // namespace QELT::Testing

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Geometry/foundations/boundingbox.h"
+#include "Geometry/foundations/object.h"
 #include "Geometry/foundations/plane.h"
 #include "Geometry/foundations/point.h"
-#include "Geometry/spatial/object.h"
 
 #include <cstdint>
 #include <memory>

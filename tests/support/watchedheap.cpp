@@ -1,12 +1,20 @@
 #include "tests/support/watchedheap.h"
 
+#include <malloc.h>
+
 #include <cstdlib>
 #include <new>
+
+/// A checker of memory that puts its own operators into a program leaves weak ones alone, so that these count
+/// and fail there, too. They win over the standard library's either way.
+#define QELT_WATCHED __attribute__((weak))
 
 namespace QELT::Testing {
 
 std::size_t volatile allocations = 0;
 long volatile allocationsLeft = -1;
+std::size_t volatile liveBytes = 0;
+std::size_t volatile peakBytes = 0;
 
 namespace {
 
@@ -18,14 +26,26 @@ void* allocate(std::size_t size) noexcept {
     if (allocationsLeft > 0) {
         allocationsLeft = allocationsLeft - 1;
     }
-    return std::malloc(size == 0 ? 1 : size);
+    void* const block = std::malloc(size == 0 ? 1 : size);
+    if (block != nullptr) {
+        liveBytes = liveBytes + malloc_usable_size(block);
+        peakBytes = liveBytes > peakBytes ? liveBytes : peakBytes;
+    }
+    return block;
+}
+
+void release(void* block) noexcept {
+    if (block != nullptr) {
+        liveBytes = liveBytes - malloc_usable_size(block);
+        std::free(block);
+    }
 }
 
 } // namespace
 
 } // namespace QELT::Testing
 
-void* operator new(std::size_t size) {
+QELT_WATCHED void* operator new(std::size_t size) {
     void* const block = QELT::Testing::allocate(size);
     if (block == nullptr) {
         throw std::bad_alloc();
@@ -33,38 +53,38 @@ void* operator new(std::size_t size) {
     return block;
 }
 
-void* operator new[](std::size_t size) {
+QELT_WATCHED void* operator new[](std::size_t size) {
     return ::operator new(size);
 }
 
-void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+QELT_WATCHED void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
     return QELT::Testing::allocate(size);
 }
 
-void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
+QELT_WATCHED void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
     return QELT::Testing::allocate(size);
 }
 
-void operator delete(void* block) noexcept {
-    std::free(block);
+QELT_WATCHED void operator delete(void* block) noexcept {
+    QELT::Testing::release(block);
 }
 
-void operator delete[](void* block) noexcept {
-    std::free(block);
+QELT_WATCHED void operator delete[](void* block) noexcept {
+    QELT::Testing::release(block);
 }
 
-void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
+QELT_WATCHED void operator delete(void* block, std::size_t) noexcept {
+    QELT::Testing::release(block);
 }
 
-void operator delete[](void* block, std::size_t) noexcept {
-    std::free(block);
+QELT_WATCHED void operator delete[](void* block, std::size_t) noexcept {
+    QELT::Testing::release(block);
 }
 
-void operator delete(void* block, std::nothrow_t const&) noexcept {
-    std::free(block);
+QELT_WATCHED void operator delete(void* block, std::nothrow_t const&) noexcept {
+    QELT::Testing::release(block);
 }
 
-void operator delete[](void* block, std::nothrow_t const&) noexcept {
-    std::free(block);
+QELT_WATCHED void operator delete[](void* block, std::nothrow_t const&) noexcept {
+    QELT::Testing::release(block);
 }

@@ -1,5 +1,6 @@
 #include "Geometry/trimesh/mesh.h"
 
+#include "tests/support/loadcomparison.h"
 #include "tests/support/meshfamilies.h"
 #include "tests/support/plain_objloader.h"
 #include "tests/support/recordinglistener.h"
@@ -7,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <memory>
 #include <type_traits>
@@ -148,6 +150,56 @@ TEST(MeshTest, GetTrianglesMissesWhatOnlyALaterFanReaches) {
     Gathered const gathered(mesh);
     ASSERT_EQ(gathered.count(), 1);
     EXPECT_EQ(*gathered.first, first);
+}
+
+TEST(MeshTest, UnlistedTrianglesAreThoseThatNavigationReachesBesides) {
+    for (NamedSoup const& family : loadableFamilies()) {
+        EXPECT_TRUE(makeMesh(family.soup)->getUnlistedTriangles().empty()) << family.name;
+    }
+    auto const mesh = makeMesh(makeSurfaceMeetingItself(0));
+    Gathered const gathered(*mesh);
+    EXPECT_EQ(gathered.count(), 7);
+    std::vector<Triangle*> const unlisted = mesh->getUnlistedTriangles();
+    ASSERT_EQ(unlisted.size(), 1U);
+    EXPECT_EQ(std::find(gathered.first, gathered.last, unlisted.front()), gathered.last);
+    for (unsigned long side = 0; side < 3; ++side) {
+        Edge const edge = unlisted.front()->getEdge(side);
+        EXPECT_TRUE(edge.isBoundary() || edge.sym().sym() == edge);
+    }
+}
+
+TEST(MeshTest, TrianglesOfAnEarlierSurfaceAreNotUnlistedOnes) {
+    Mesh mesh;
+    EXPECT_TRUE(mesh.getUnlistedTriangles().empty());
+    loadSoup(mesh, makeSurfaceMeetingItself(0));
+    EXPECT_EQ(mesh.getUnlistedTriangles().size(), 1U);
+    loadSoup(mesh, makeSurfaceMeetingItself(5));
+    EXPECT_EQ(mesh.getUnlistedTriangles().size(), 1U);
+    mesh.clear();
+    EXPECT_TRUE(mesh.getUnlistedTriangles().empty());
+}
+
+TEST(MeshTest, CleanRenumbersTrianglesThatNoVertexListsToo) {
+    constexpr std::uint32_t unused = 100;
+    auto const mesh = makeMesh(makeSurfaceMeetingItself(unused));
+    auto const twin = makeMesh(makeSurfaceMeetingItself(0));
+    ASSERT_EQ(mesh->getNumberOfVertices(), 7U);
+    ASSERT_EQ(mesh->getUnlistedTriangles().size(), 1U);
+    EXPECT_EQ(mesh->getUnlistedTriangles().front()->vertexIndices,
+              twin->getUnlistedTriangles().front()->vertexIndices);
+    EXPECT_TRUE(loadsLikePlainLoader(objText(makeSurfaceMeetingItself(unused))));
+}
+
+TEST(MeshTest, CornersOfASurfaceThatMeetsItselfAreThoseOfTheSameSurfaceWithoutUnusedVertices) {
+    // The loop leads over the triangle that no vertex lists.
+    Soup const soup = makeSurfaceMeetingItself(100);
+    auto const mesh = makeMesh(soup);
+    auto const twin = makeMesh(withoutUnusedVertices(soup));
+    std::array<Point, 4> corners;
+    std::array<Point, 4> expected;
+    mesh->getCorners(corners.data());
+    twin->getCorners(expected.data());
+    EXPECT_EQ(corners, expected);
 }
 
 TEST(MeshTest, CleanWithoutFloatingVerticesLeavesEverything) {

@@ -1,5 +1,5 @@
-#include "Geometry/trimesh/map.h"
-#include "Geometry/trimesh/minheap.h"
+#include "Geometry/foundations/map.h"
+#include "Geometry/trimesh/reconstruction/internal/minheap.h"
 #include "tests/support/plain_reconstruction.h"
 
 #include <gtest/gtest.h>

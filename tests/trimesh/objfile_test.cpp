@@ -133,6 +133,54 @@ private:
     std::filesystem::path previous;
 };
 
+/// Throws at its call of that number, counted from 0.
+class LeavingListener : public RecordingListener {
+public:
+    explicit LeavingListener(std::size_t callsBefore) : remaining(callsBefore) {}
+
+    void setMessage(char const*) override { count(); }
+
+    void setPercentage(unsigned long) override { count(); }
+
+private:
+    void count() {
+        if (remaining-- == 0) {
+            throw std::runtime_error("stop");
+        }
+    }
+
+    std::size_t remaining;
+};
+
+/// How much of a file was read.
+struct ReadRecords {
+    std::size_t vertices = 0;
+    std::size_t flatPoints = 0;
+    std::size_t triangles = 0;
+};
+
+/// From what a listener heard of a file in which each record gives a percentage.
+ReadRecords countRecords(std::vector<std::string> const& events) {
+    ReadRecords records;
+    std::size_t ignored = 0;
+    std::size_t* stage = &ignored;
+    for (std::string const& event : events) {
+        if (event == "Reading 3D coordinates...") {
+            stage = &records.vertices;
+        } else if (event == "Reading 2D coordinates...") {
+            stage = &records.flatPoints;
+        } else if (event == "Reading connectivity information...") {
+            stage = &ignored;
+        } else if (event == "Constructing triangle mesh...") {
+            stage = &records.triangles;
+        } else {
+            *stage += event.ends_with('%') ? 1U : 0U;
+        }
+    }
+    records.triangles += records.triangles > 0 ? 1U : 0U; // the first one is joined to nothing
+    return records;
+}
+
 std::ptrdiff_t countOpenFiles() {
     std::filesystem::directory_iterator const files("/proc/self/fd");
     return std::distance(begin(files), end(files));
@@ -203,6 +251,42 @@ std::string saveAndLoad(std::string const& directory) {
     return readText(directory + "/x\\out.obj") + readText(directory + "/x\\out_cut_indices.txt") +
            describe(loaded);
 }
+
+/// What a listener leaves behind that throws in the middle of a load.
+class InterruptedLoadTest : public ObjFileTest {
+protected:
+    /// Whether the mesh holds the first records of the soup and nothing else.
+    void expectRecords(Soup const& soup, ReadRecords const& expected) const {
+        ASSERT_EQ(mesh.getNumberOfVertices(), expected.vertices);
+        for (std::size_t v = 0; v < expected.vertices; ++v) {
+            auto const& [x, y, z] = soup.points[v];
+            EXPECT_EQ(mesh.getVertex(v).getPoint3D(), Point(x, y, z));
+            double const flat = v < expected.flatPoints ? static_cast<double>(v + 1) : 0.0;
+            EXPECT_EQ(mesh.getVertex(v).getPoint2D().getU(), flat);
+        }
+        Faces const whole = turned(soup.faces);
+        Faces const faces = turned(getFaces(mesh));
+        EXPECT_EQ(faces.size(), expected.triangles);
+        EXPECT_TRUE(std::includes(whole.begin(), whole.end(), faces.begin(), faces.end()));
+    }
+
+    /// Asks all that may be asked of a mesh that was read in part.
+    void useMesh() {
+        std::size_t const faceCount = getFaces(mesh).size();
+        EXPECT_EQ(savePath(path("part.obj"), true), "");
+        std::string const text = readText(path("part.obj"));
+        auto const letters =
+            std::count(text.begin(), text.end(), 'f') - std::count(header.begin(), header.end(), 'f');
+        EXPECT_EQ(letters, static_cast<std::ptrdiff_t>(faceCount));
+        std::array<Point, 4> corners;
+        mesh.getCorners(corners.data());
+        EXPECT_TRUE(mesh.getUnlistedTriangles().empty());
+        EXPECT_THROW(mesh.conformalMap(true, nullptr, false), std::runtime_error);
+        mesh.makeCut(Geometry::ThreeDimensional::TriMesh::Maximum, 0, 2);
+        EXPECT_EQ(getFaces(mesh).size(), faceCount);
+        mesh.cutEdgeIndices = {};
+    }
+};
 
 } // namespace
 
@@ -955,6 +1039,52 @@ TEST_F(ObjFileTest, AnExceptionOfTheListenerClosesTheFileToo) {
     mesh.setProgressListener(&thrower);
     EXPECT_EQ(savePath(path("m.obj")), "stop");
     EXPECT_EQ(countOpenFiles(), before);
+}
+
+TEST_F(InterruptedLoadTest, LeavesTheRecordsReadUntilThenInAMeshThatCanBeUsed) {
+    // Few enough records that each gives a percentage of its own.
+    Soup const soup = withUnusedVertices(makeWavyPatch(5, 5), 3, 1);
+    std::string text = objText(soup);
+    for (std::size_t v = 0; v < soup.points.size(); ++v) {
+        text += "vt " + std::to_string(v + 1) + " 0.5\n";
+    }
+    writeText(path("whole.obj"), text);
+    RecordingListener recorded;
+    Mesh whole;
+    whole.setProgressListener(&recorded);
+    whole.load(path("whole.obj").c_str());
+    for (std::size_t k = 1; k < recorded.events.size(); ++k) {
+        SCOPED_TRACE(recorded.events[k]);
+        LeavingListener leaving(k);
+        mesh.setProgressListener(&leaving);
+        ASSERT_EQ(loadPath(path("whole.obj")), "stop");
+        mesh.setProgressListener(nullptr);
+        ReadRecords const expected = countRecords(
+            {recorded.events.begin(), recorded.events.begin() + static_cast<std::ptrdiff_t>(k) + 1});
+        expectRecords(soup, expected);
+        useMesh();
+        ASSERT_EQ(loadPath(path("whole.obj")), "");
+        EXPECT_EQ(describe(mesh), describe(whole));
+    }
+}
+
+TEST_F(InterruptedLoadTest, LeavesTheOldMeshAtTheFirstMessage) {
+    ASSERT_EQ(loadText(square), "");
+    std::string const before = describe(mesh);
+    LeavingListener leaving(0);
+    mesh.setProgressListener(&leaving);
+    EXPECT_EQ(loadPath(path("text.obj")), "stop");
+    EXPECT_EQ(describe(mesh), before);
+}
+
+TEST_F(ObjFileTest, WhatOnlyLooksLikeVerticesMakesNoRoomForThem) {
+    std::string text(3000000, 'v');
+    for (std::size_t i = 1; i < text.size(); i += 2) {
+        text[i] = ' ';
+    }
+    EXPECT_EQ(loadText(text + "\n" + oneTriangle), "");
+    EXPECT_EQ(mesh.getNumberOfVertices(), 3U);
+    EXPECT_LE(mesh.vertices.capacity(), text.size() / 6 + 10);
 }
 
 TEST_F(ObjFileTest, ACommaInTheStreamsLocaleChangesNothing) {

@@ -1,6 +1,6 @@
 #include "Geometry/spatial/cloud.h"
+#include "Geometry/trimesh/internal/trianglearena.h"
 #include "Geometry/trimesh/mesh.h"
-#include "Geometry/trimesh/trianglearena.h"
 #include "tests/support/float_bits.h"
 #include "tests/support/meshfamilies.h"
 #include "tests/support/plain_meshcopy.h"
@@ -384,6 +384,24 @@ TEST(Reconstruction, ManySmallLatticesWithTiesGiveThePlainResult) {
         SCOPED_TRACE(seed);
         expectPlainResult(makeSolid(10 + seed % 50, seed, 2.0 + seed % 4));
         expectPlainResult(shuffled(makeGrid(3 + seed % 5, 3 + seed % 7), seed));
+    }
+}
+
+TEST(Reconstruction, ASideOfTheFirstTriangleWithoutAnApexWaitsForNothing) {
+    // On the rim of such a cloud the first triangle has a side that no point can stand on. If that side
+    // waited for the apex of another side, the surface would be another one; over the first two it would end
+    // at once.
+    for (std::uint32_t const seed : {14U, 236U, 37U, 51U, 373U, 480U}) {
+        SCOPED_TRACE(seed);
+        Points const points = makeRandomPlane(110, seed);
+        PlainReconstruction const plain = expectPlainResult(points);
+        EXPECT_EQ(plain.failure, "");
+        PlainReconstruction const other = plainConstruct(points, SideWithoutApex::WaitsForLastApex);
+        EXPECT_NE(describe(other.mesh), describe(plain.mesh));
+        EXPECT_GT(plain.mesh.triangles.size(), 150U);
+        if (seed == 14U || seed == 236U) {
+            EXPECT_EQ(other.mesh.triangles.size(), 4U);
+        }
     }
 }
 

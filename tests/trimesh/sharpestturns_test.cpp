@@ -1,4 +1,4 @@
-#include "Geometry/trimesh/sharpestturns.h"
+#include "Geometry/trimesh/boundary/internal/sharpestturns.h"
 
 #include <gtest/gtest.h>
 

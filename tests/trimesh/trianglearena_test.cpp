@@ -89,6 +89,23 @@ TEST(TriangleArenaTest, TrianglesStayReadableOverTheNextLoad) {
     }
 }
 
+TEST(TriangleArenaTest, TrianglesOfAnEarlierSurfaceKeepTheirNumbersWhenTheNextIsRenumbered) {
+    auto const mesh = makeMesh(makeWavyPatch(9, 9));
+    std::vector<Triangle*> const old = getTriangles(*mesh);
+    std::vector<std::array<std::uint32_t, 3>> indices;
+    for (Triangle const* triangle : old) {
+        indices.push_back(triangle->vertexIndices);
+    }
+    loadSoup(*mesh, withUnusedVertices(makeWavyPatch(3, 3), 5, 1));
+    unsigned long interior = 0;
+    unsigned long mainLoop = 0;
+    mesh->promoteInterior(true, interior, mainLoop);
+    for (std::size_t i = 0; i < old.size(); ++i) {
+        EXPECT_EQ(old[i]->vertexIndices, indices[i]);
+    }
+    EXPECT_TRUE(mesh->getUnlistedTriangles().empty());
+}
+
 TEST(TriangleArenaTest, EveryLoadMakesOneRunOfMemoryInTheOrderOfCreation) {
     Mesh mesh;
     for (Soup const& soup : {makeWavyPatch(30, 30), makeTetrahedron(), makeCap(5, 40)}) {

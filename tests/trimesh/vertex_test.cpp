@@ -1,5 +1,7 @@
 #include "Geometry/trimesh/vertex.h"
 
+#include "Geometry/trimesh/mesh.h"
+
 #include <gtest/gtest.h>
 
 #include <type_traits>
@@ -11,6 +13,7 @@ namespace {
 
 using Geometry::ThreeDimensional::Point;
 using Geometry::ThreeDimensional::Vector;
+using Geometry::ThreeDimensional::TriMesh::Mesh;
 using Geometry::ThreeDimensional::TriMesh::Vertex;
 using FlatPoint = Geometry::TwoDimensional::Point<double>;
 
@@ -32,6 +35,14 @@ TEST(VertexTest, MadeFromAPointHasNoFlatPlaceAndNoNormal) {
     EXPECT_EQ(vertex.getPoint3D(), Point(1.0, 2.0, 3.0));
     EXPECT_EQ(vertex.getPoint2D(), FlatPoint(0.0, 0.0));
     EXPECT_TRUE(isNull(vertex.getNormal3D()));
+}
+
+TEST(VertexTest, APointMayStandForAVertex) {
+    Vertex const vertex = Point(1.0, 2.0, 3.0);
+    EXPECT_EQ(vertex.getPoint3D(), Point(1.0, 2.0, 3.0));
+    Mesh mesh;
+    EXPECT_TRUE(mesh.addVertex(Point(4.0, 5.0, 6.0)));
+    EXPECT_EQ(mesh.getVertex(0).getPoint3D(), Point(4.0, 5.0, 6.0));
 }
 
 TEST(VertexTest, SettersStoreAndCopiesTakeAllOver) {

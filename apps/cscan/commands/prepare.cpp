@@ -52,6 +52,7 @@ void printSaved(std::ostream& output, PrepareOptions const& options, PrepareResu
     output << '\n' << options.grid.string() << '\n';
     printItem(output, "resample time", secondsText(result.resampleSeconds));
     printGrid(output, result.grid);
+    printNanNodes(output, result.nanNodes);
 }
 
 void printStage(std::ostream& output, PrepareStage stage, PrepareOptions const& options,

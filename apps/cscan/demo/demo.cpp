@@ -82,7 +82,7 @@ void Demonstration::loadPart() {
     loadObj(mesh, found.files.front());
     double const seconds = watch.seconds();
     auto const triangles = trianglesOf(mesh);
-    auto const loops = boundaryLoopsOf(triangles);
+    auto const loops = boundaryLoopsOf(mesh);
     addRow("load OBJ", seconds,
            std::to_string(mesh.getNumberOfVertices()) + " vertices, " + std::to_string(triangles.size()) +
                " faces, " + counted(loops.size(), "boundary loop", "boundary loops"));

@@ -3,6 +3,7 @@
 #include "Inspection/records/numbers.h"
 
 #include <algorithm>
+#include <cmath>
 #include <ostream>
 #include <unistd.h>
 
@@ -12,6 +13,11 @@ namespace {
 
 constexpr std::size_t barLength = 24;
 constexpr std::size_t lineLength = 79;
+
+/// The norm of the residual at which the library's solver is content.
+constexpr double solverTolerance = 1e-20;
+
+constexpr double secondsBetweenSolveShows = 0.1;
 
 /// Back to the line's start and empty it.
 char const* const emptyLine = "\r\x1b[K";
@@ -55,10 +61,25 @@ void ProgressDisplay::setDetail(std::string const& text, unsigned long percent) 
     }
 }
 
-void ProgressDisplay::setSolve(SolveRecord const& solve, unsigned long percent) {
-    setDetail("iteration " + std::to_string(solve.iterations) + ", residual " +
-                  toShortText(solve.residual, 2),
-              percent);
+void ProgressDisplay::setSolveProgress(QELT::LinearAlgebra::SolveReport const& report) {
+    if (report.iterations == 1) {
+        firstResidual = report.residual;
+        smallestResidual = report.residual;
+    }
+    smallestResidual = std::min(smallestResidual, report.residual);
+    if (sinceSolveShown.seconds() > secondsBetweenSolveShows) {
+        sinceSolveShown = Stopwatch();
+        setDetail("iteration " + std::to_string(report.iterations) + ", residual " +
+                      toShortText(report.residual, 2),
+                  solvePercentage());
+    }
+}
+
+unsigned long ProgressDisplay::solvePercentage() const {
+    double const whole = std::log(firstResidual / solverTolerance);
+    double const done = std::log(firstResidual / std::max(smallestResidual, solverTolerance));
+    double const share = whole > 0.0 ? done / whole : 1.0;
+    return share > 0.0 ? static_cast<unsigned long>(100.0 * std::min(share, 1.0)) : 0;
 }
 
 void ProgressDisplay::clear() {

@@ -44,12 +44,20 @@ std::string rangeText(std::vector<Hit> const& hits, Quantity quantity) {
            toShortText(high, digits);
 }
 
-std::string lineOn(SolveRecord const& solve) {
-    std::string line = std::to_string(solve.iterations) + " iterations";
+std::string lineOn(std::string const& subject, SolveReport const& solve) {
+    std::string line = subject + ": " + std::to_string(solve.iterations) + " iterations";
     if (!std::isnan(solve.residual)) {
         line += ", residual " + toShortText(solve.residual, 3);
     }
-    return line + (solve.isConverged ? ", converged" : ", not converged: the last iterate is used");
+    return line + (solve.hasConverged ? ", converged" : ", not converged: the last iterate is used");
+}
+
+/// Triangles that the core does not list, and so neither writes nor resamples.
+void printUnlisted(std::ostream& output, std::size_t count) {
+    if (count > 0) {
+        printItem(output, "unlisted faces",
+                  std::to_string(count) + ", left out where the surface meets itself in points");
+    }
 }
 
 } // namespace
@@ -78,10 +86,11 @@ std::string counted(std::size_t count, std::string const& singular, std::string 
 
 std::vector<std::string> linesOf(FlatteningReport const& report) {
     std::vector<std::string> lines;
-    std::size_t const count = report.solves.size();
-    for (std::size_t i = 0; i < count; ++i) {
-        std::string const subject = count == 1 ? "map: " : i + 1 == count ? "inside: " : "boundary: ";
-        lines.push_back(subject + lineOn(report.solves[i]));
+    if (report.solves.boundary) {
+        lines.push_back(lineOn("boundary", *report.solves.boundary));
+    }
+    if (report.solves.inside) {
+        lines.push_back(lineOn(lines.empty() ? "map" : "inside", *report.solves.inside));
     }
     return lines;
 }
@@ -90,6 +99,7 @@ void printMesh(std::ostream& output, MeshSummary const& mesh) {
     auto const& loops = mesh.loops;
     printItem(output, "vertices", std::to_string(mesh.vertexCount));
     printItem(output, "faces", std::to_string(mesh.faceCount));
+    printUnlisted(output, mesh.unlistedCount);
     printItem(output, "boundary loops", std::to_string(loops.size()));
     std::size_t const toldCount = std::min(loops.size(), maxLoopsTold);
     for (std::size_t i = 0; i < toldCount; ++i) {
@@ -109,6 +119,7 @@ void printMesh(std::ostream& output, MeshSummary const& mesh) {
 }
 
 void printRepair(std::ostream& output, RepairReport const& repair) {
+    printUnlisted(output, repair.unlistedCount);
     printItem(output, "left out",
               counted(repair.droppedCount, "triangle", "triangles") + ", " +
                   counted(repair.looseCount, "point", "points"));
@@ -140,6 +151,14 @@ void printGrid(std::ostream& output, GridSummary const& grid) {
                   toShortText(grid.meanQuadArea, digits) + ", max " + toShortText(grid.maxQuadArea, digits));
     if (grid.validNodeCount > 0) {
         printItem(output, "bounding box", pointText(grid.low) + " to " + pointText(grid.high));
+    }
+}
+
+void printNanNodes(std::ostream& output, NanNodes const& nodes) {
+    if (!nodes.places.empty()) {
+        printItem(output, "NaN nodes",
+                  counted(nodes.places.size(), "valid node is", "valid nodes are") + " no number, from " +
+                      counted(nodes.triangleCount, "triangle", "triangles") + " without flat area");
     }
 }
 

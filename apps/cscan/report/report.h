@@ -35,6 +35,9 @@ void printMesh(std::ostream& output, MeshSummary const& mesh);
 void printRepair(std::ostream& output, RepairReport const& repair);
 void printFlat(std::ostream& output, FlatSummary const& flat);
 void printGrid(std::ostream& output, GridSummary const& grid);
+
+/// Nothing if there are none.
+void printNanNodes(std::ostream& output, NanNodes const& nodes);
 void printScan(std::ostream& output, ScanResult const& result);
 
 /// A table whose columns are as wide as their widest cell; the first row is the heading.

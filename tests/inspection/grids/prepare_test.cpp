@@ -38,9 +38,9 @@ TEST(Prepare, givesWhatItFoundAndLeavesTheGrid) {
     ASSERT_EQ(result.part.loops.size(), 1U);
     EXPECT_EQ(result.part.loops[0].vertices.size(), 44U);
     EXPECT_FALSE(result.repair.has_value());
-    ASSERT_EQ(result.flattening.solves.size(), 1U);
-    EXPECT_TRUE(result.flattening.solves[0].isConverged);
-    EXPECT_GT(result.flattening.solves[0].iterations, 10U);
+    ASSERT_TRUE(result.flattening.solves.inside);
+    EXPECT_TRUE(result.flattening.solves.inside->hasConverged);
+    EXPECT_GT(result.flattening.solves.inside->iterations, 10U);
     EXPECT_EQ(result.flat.flippedCount, 0U);
     EXPECT_NEAR(result.grid.meanQuadArea, 0.25, 0.05);
     Grid grid;

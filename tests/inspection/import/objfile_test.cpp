@@ -10,6 +10,7 @@ namespace QELT::Inspection {
 namespace {
 
 using Testing::messageOf;
+using Testing::readText;
 using Testing::ScratchDirectory;
 using Testing::writeText;
 
@@ -32,6 +33,27 @@ TEST(ObjFile, findsAndKeepsTheCutFileBesideIt) {
     ASSERT_EQ(again.getCutEdgeIndices().first.size(), 3U);
     EXPECT_EQ(again.getCutEdgeIndices().first[0].index, 1U);
     EXPECT_EQ(again.getCutEdgeIndices().second[0].index, 2U);
+}
+
+TEST(ObjFile, leavesTheWorkingDirectoryAloneAndFindsFilesAsTheLibraryLeavesThem) {
+    ScratchDirectory const directory;
+    auto const before = std::filesystem::current_path();
+    writeText(directory / "part.v2.obj", square);
+    writeText(directory / "part.v2.obj\\part.v2_cut_indices.txt", "1, 2\n");
+    Mesh mesh;
+    loadObj(mesh, directory / "part.v2.obj");
+    EXPECT_EQ(mesh.getFileName(), "part.v2");
+    EXPECT_EQ(mesh.getCutEdgeIndices().first.size(), 2U);
+    std::filesystem::create_directories(directory / "out");
+    saveObj(mesh, directory / "out/cut.obj");
+    EXPECT_EQ(readText(directory / "out/cut.obj\\cut_cut_indices.txt"), "1, 2\n0, 0\n");
+    EXPECT_EQ(std::filesystem::current_path(), before);
+
+    std::filesystem::current_path(directory / "out");
+    Mesh again;
+    again.load("cut.obj");
+    std::filesystem::current_path(before);
+    EXPECT_EQ(again.getCutEdgeIndices().first.size(), 3U);
 }
 
 TEST(ObjFile, namesTheFileInTheLibrarysComplaint) {

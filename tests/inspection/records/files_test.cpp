@@ -1,6 +1,5 @@
 #include "Inspection/records/files.h"
 
-#include "Inspection/records/internal/directories.h"
 #include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
@@ -34,23 +33,6 @@ TEST(Files, askingForWritabilityChangesNothing) {
     EXPECT_FALSE(std::filesystem::exists(directory / "new"));
     EXPECT_EQ(messageOf([&] { requireWritable(directory / "none" / "new"); }),
               (directory / "none" / "new").string() + ": cannot be written (No such file or directory)");
-}
-
-TEST(Files, workingDirectoryIsRestoredAlsoAfterAThrow) {
-    ScratchDirectory const directory;
-    auto const before = std::filesystem::current_path();
-    std::filesystem::path inside;
-    EXPECT_THROW(
-        {
-            WorkingDirectory const there(directory / "file");
-            inside = std::filesystem::current_path();
-            throw 1;
-        },
-        int);
-    EXPECT_EQ(inside, std::filesystem::canonical(directory.get()));
-    EXPECT_EQ(std::filesystem::current_path(), before);
-    WorkingDirectory const here("file");
-    EXPECT_EQ(std::filesystem::current_path(), before);
 }
 
 } // namespace

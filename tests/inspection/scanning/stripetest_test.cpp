@@ -57,6 +57,29 @@ TEST(StripeTest, everyBeamOfTheArrayMeetsItsQuadOnAnUnevenSurface) {
     EXPECT_EQ(testStripes(grid, {8, 1.0}, 20, 1).passCount, result.passCount);
 }
 
+TEST(StripeTest, onAFlatGridLinesFailOnDiagonalsOnly) {
+    Grid grid = planeOf(60.0, 60.0);
+    StripeArray const array{8, 1.0};
+    StripeTestResult const result = testStripes(grid, array, 60, 1);
+    EXPECT_GT(result.failedLines.size(), 5U);
+    EXPECT_LT(result.failedLines.size(), 60U);
+    for (GridLine const& line : result.failedLines) {
+        EXPECT_TRUE(failsOnDiagonalsOnly(grid, array, line));
+    }
+    EXPECT_FALSE(failsOnDiagonalsOnly(grid, array, {GridIndex(20, 30), GridIndex(40, 30)}))
+        << "nothing fails";
+}
+
+TEST(StripeTest, aLineThatFailsBesideTheDiagonalsTooIsNotExcused) {
+    Grid grid = planeOf(60.0, 60.0);
+    grid.setAxisFlipFlags(true, false); // reports other quads than those that were aimed at
+    StripeTestResult const result = testStripes(grid, {4, 1.0}, 20, 1);
+    ASSERT_EQ(result.failedLines.size(), 20U);
+    for (GridLine const& line : result.failedLines) {
+        EXPECT_FALSE(failsOnDiagonalsOnly(grid, {4, 1.0}, line));
+    }
+}
+
 TEST(StripeTest, linesOnWhichABeamGoesAstrayAreNamed) {
     Grid grid = planeOf(60.0, 60.0);
     grid.setAxisFlipFlags(true, false); // reports other quads than those that were aimed at

@@ -1,0 +1,52 @@
+#include "Geometry/linearalgebra/internal/normalequations.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace QELT::LinearAlgebra {
+
+SparseMatrix NormalEquations::getMatrixWithoutZeros(SparseMatrix const& system) {
+    SparseMatrix const transposed = system.transpose();
+    std::uint32_t const order = system.numberOfColumns;
+    SparseMatrix product(order, order, system.approxNonZeroElementsPerRow, SparseMatrix::CanonicalEmpty);
+    std::vector<double> sums(order, 0.0);
+    for (std::uint32_t r = 0; r < order; ++r) {
+        std::vector<std::uint32_t> const touched = getTouchedColumns(transposed, r, system);
+        transposed.addRowProduct(r, system, sums.data());
+        moveNonZeroSums(sums, touched, product, r);
+    }
+    return product;
+}
+
+/// The columns, ascending, that row r of the product of a and b has terms for.
+std::vector<std::uint32_t> NormalEquations::getTouchedColumns(SparseMatrix const& a, std::uint32_t r,
+                                                              SparseMatrix const& b) {
+    std::vector<std::uint32_t> touched;
+    for (std::uint32_t k = 0; k < a.pNumberOfRowValues[r]; ++k) {
+        std::uint32_t const row = a.pRowIndices[r][k];
+        std::uint32_t const* const columns = b.pRowIndices[row].get();
+        touched.insert(touched.end(), columns, columns + b.pNumberOfRowValues[row]);
+    }
+    std::sort(touched.begin(), touched.end());
+    touched.erase(std::unique(touched.begin(), touched.end()), touched.end());
+    return touched;
+}
+
+/// Stores the sums of the given columns that are not 0.0 as row r, and leaves 0.0 in their places.
+void NormalEquations::moveNonZeroSums(std::vector<double>& sums, std::vector<std::uint32_t> const& touched,
+                                      SparseMatrix& product, std::uint32_t r) {
+    auto values = std::make_unique_for_overwrite<double[]>(touched.size());
+    auto indices = std::make_unique_for_overwrite<std::uint32_t[]>(touched.size());
+    std::uint32_t count = 0;
+    for (std::uint32_t const column : touched) {
+        double const sum = std::exchange(sums[column], 0.0);
+        if (sum != 0.0) {
+            values[count] = sum;
+            indices[count] = column;
+            ++count;
+        }
+    }
+    product.replaceRow(r, std::move(values), std::move(indices), count, touched.size());
+}
+
+} // namespace QELT::LinearAlgebra

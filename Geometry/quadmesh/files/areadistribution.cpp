@@ -1,0 +1,64 @@
+#include "Geometry/foundations/internal/outputfile.h"
+#include "Geometry/foundations/internal/streamfailure.h"
+#include "Geometry/foundations/rounding.h"
+#include "Geometry/quadmesh/rectmesh.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <locale>
+#include <sstream>
+
+namespace QELT::Geometry::ThreeDimensional::QuadMesh {
+
+namespace {
+
+constexpr std::uint32_t distributionBinCount = 1024;
+
+/// The sign of a NaN that an operation makes depends on the processor; the text written must not.
+double withoutNaNSign(double value) {
+    return std::isnan(value) ? std::numeric_limits<double>::quiet_NaN() : value;
+}
+
+} // namespace
+
+void RectMesh::getQuadAreaDistribution(double min, double max, std::uint32_t binCount, std::uint32_t* bins,
+                                       std::uint32_t* count) const {
+    std::fill_n(bins, binCount, 0U);
+    *count = 0;
+    forEachNode([&](TwoDimensional::Point<int> const& quad) {
+        if (!getIsQuadValid(quad)) {
+            return;
+        }
+        ++*count;
+        if (binCount == 0) {
+            return;
+        }
+        // A range of no width has one bin.
+        double const place = min == max ? 0.0 : (getQuadArea(quad) - min) * binCount / (max - min);
+        ++bins[std::min(truncateToUInt32(place), binCount - 1U)];
+    });
+}
+
+void RectMesh::saveQuadAreaDistribution(std::string const& path) const {
+    auto file = OutputFile::open(path.c_str(), OutputFile::Mode::Text,
+                                 [] { throw StreamFailure("Quad area distribution file write failure."); });
+    if (!file) {
+        throw StreamFailure("Quad area distribution file open failure.");
+    }
+    std::ostringstream lines;
+    lines.imbue(std::locale::classic());
+    std::vector<std::uint32_t> bins(distributionBinCount);
+    std::uint32_t count = 0;
+    getQuadAreaDistribution(minQuadArea, maxQuadArea, distributionBinCount, bins.data(), &count);
+    for (std::uint32_t i = 0; i < distributionBinCount; ++i) {
+        double const middle = (i + 0.5) / distributionBinCount * (maxQuadArea - minQuadArea) + minQuadArea;
+        double const relativeArea = middle / meanQuadArea;
+        double const share = static_cast<double>(bins[i]) / count;
+        lines << withoutNaNSign(relativeArea) << ' ' << withoutNaNSign(share) << '\n';
+    }
+    file->write(lines.str());
+    file->close();
+}
+
+} // namespace QELT::Geometry::ThreeDimensional::QuadMesh

@@ -1,0 +1,23 @@
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/trimesh/internal/facestitcher.h"
+#include "Geometry/trimesh/mesh.h"
+
+namespace QELT::Geometry::ThreeDimensional::TriMesh {
+
+Mesh::Mesh(std::vector<Point> const& points, std::vector<Face> const& faces) : Mesh() {
+    construct(points, faces);
+}
+
+void Mesh::construct(std::vector<Point> const& points, std::vector<Face> const& faces) {
+    checkFaces(faces, points.size());
+    clear();
+    for (Point const& point : points) {
+        addVertex(Vertex(point));
+    }
+    reportMessage(progressListener, "Constructing triangle mesh...");
+    FaceStitcher(*this, faces).run();
+    clean();
+    calculateVertexNormals();
+}
+
+} // namespace QELT::Geometry::ThreeDimensional::TriMesh

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/trimesh/mesh.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace QELT::Geometry::ThreeDimensional::TriMesh {
+
+/// \throws std::runtime_error "Invalid vertex index" if a face names a vertex that is not there.
+void checkFaces(std::vector<Face> const& faces, std::size_t vertexCount);
+
+/// Builds the connectivity of a mesh from faces: the surface grows from the first face, and faces join it one
+/// at a time where they share a side with it.
+///
+/// Which face is next decides how triangles are turned and numbered, so it is fixed: the faces stand in slots
+/// that are looked at in turn, round and round; a face that has one of its sides, taken the other way round,
+/// among the recorded open edges joins there, the face in the last slot moves into its place, and the look
+/// goes on behind that place. Instead of looking at every slot, this class knows which faces would join: it
+/// keeps for each face how many of its sides are recorded, and the slots of the faces with one or more.
+/// That takes the time of the faces' logarithms where the plain rounds can take their square.
+class Mesh::FaceStitcher {
+public:
+    FaceStitcher(Mesh& newMesh, std::vector<Face> newFaces);
+
+    /// \throws std::runtime_error "Mesh construction failure".
+    void run();
+
+private:
+    /// A directed edge as one number, in an order of its end and then its start.
+    using OpenEdgeKey = std::uint64_t;
+
+    OpenEdgeKey getKey(std::uint32_t org, std::uint32_t dest) const {
+        return std::uint64_t{vertexCount} * dest + org;
+    }
+
+    Triangle* addFirstFace();
+    std::uint32_t takeNextSlot(std::uint32_t from) const;
+    void join(Face const& face);
+    void record(Edge const& edge);
+    void erase(OpenEdgeKey key);
+    template <class Change>
+    void updateSeekers(OpenEdgeKey key, Change change);
+    void emptySlot(std::uint32_t slot);
+
+    Mesh& mesh;
+    std::vector<Face> faces;
+    std::uint32_t vertexCount;
+
+    /// The recorded open edges. A record is never overwritten, and one whose edge was stitched on the way
+    /// stays.
+    std::unordered_map<OpenEdgeKey, Triangle*> openEdges;
+
+    /// Which faces have a side that runs against that edge, sorted by edge.
+    std::vector<std::pair<OpenEdgeKey, std::uint32_t>> seekers;
+
+    std::vector<std::uint32_t> faceInSlot;
+    std::vector<std::uint32_t> slotOfFace;
+    std::vector<std::uint32_t> recordedSides;
+    std::set<std::uint32_t> readySlots;
+};
+
+} // namespace QELT::Geometry::ThreeDimensional::TriMesh

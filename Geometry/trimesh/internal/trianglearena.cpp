@@ -1,0 +1,53 @@
+#include "Geometry/trimesh/internal/trianglearena.h"
+
+#include <algorithm>
+#include <new>
+
+namespace QELT::Geometry::ThreeDimensional::TriMesh {
+
+namespace {
+
+constexpr std::size_t smallestRun = 256;
+
+} // namespace
+
+TriangleArena::~TriangleArena() {
+    std::allocator<Triangle> allocator;
+    for (Run const& run : runs) {
+        std::destroy_n(run.triangles, run.size);
+        allocator.deallocate(run.triangles, run.capacity);
+    }
+}
+
+void TriangleArena::startRun(std::size_t count) {
+    std::size_t const capacity = std::max(count, smallestRun);
+    runs.reserve(runs.size() + 1);
+    std::allocator<Triangle> allocator;
+    runs.push_back({allocator.allocate(capacity), 0, 0, capacity});
+}
+
+void TriangleArena::startSurface() {
+    for (Run& run : runs) {
+        run.startOfSurface = run.size;
+    }
+}
+
+Triangle* TriangleArena::create(Mesh* mesh, std::vector<unsigned long> const& indices) {
+    if (runs.empty() || runs.back().size == runs.back().capacity) {
+        startRun(runs.empty() ? smallestRun : 2 * runs.back().capacity);
+    }
+    Run& run = runs.back();
+    std::vector<Triangle*> const noTriangles(3, nullptr);
+    std::vector<unsigned long> const noEdges(3, Triangle::invalidEdgeIndex);
+    Triangle* const triangle = new (run.triangles + run.size) Triangle(mesh, indices, noTriangles, noEdges);
+    ++run.size;
+    return triangle;
+}
+
+void TriangleArena::removeLast() {
+    Run& run = runs.back();
+    --run.size;
+    std::destroy_at(run.triangles + run.size);
+}
+
+} // namespace QELT::Geometry::ThreeDimensional::TriMesh

@@ -1,0 +1,110 @@
+#include "Inspection/parts/facemesh.h"
+#include "apps/cscan/demo/bladepart.h"
+#include "tests/cscan/program.h"
+#include "tests/support/fulldisk.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+// What the program says when there is no room for its results.
+
+namespace cscan {
+namespace {
+
+using namespace Testing;
+using QELT::Testing::getIsFullDeviceWhole;
+using QELT::Testing::linkToFullDevice;
+
+constexpr int around = 24;
+constexpr int rings = 12;
+
+/// A tube of radius 5 around z whose upper rim is uneven, so that one vertex is highest.
+std::string tubeText() {
+    std::string text;
+    for (int k = 0; k <= rings; ++k) {
+        for (int i = 0; i < around; ++i) {
+            double const angle = 6.2831853 * i / around + 0.03 * (k - rings);
+            text += "v " + std::to_string(5.0 * std::cos(angle)) + " " +
+                    std::to_string(5.0 * std::sin(angle)) + " " + std::to_string(k + 0.01 * std::cos(angle)) +
+                    "\n";
+        }
+    }
+    for (int k = 0; k < rings; ++k) {
+        for (int i = 0; i < around; ++i) {
+            int const a = k * around + i + 1;
+            int const b = k * around + (i + 1) % around + 1;
+            text += "f " + std::to_string(a) + " " + std::to_string(b) + " " + std::to_string(b + around) +
+                    "\nf " + std::to_string(a) + " " + std::to_string(b + around) + " " +
+                    std::to_string(a + around) + "\n";
+        }
+    }
+    return text;
+}
+
+/// Runs the program with `target` a link to the full device: one line says that it could not be written, and
+/// nothing is said of a result.
+void expectNoRoom(ScratchDirectory const& directory, std::string const& target,
+                  std::vector<std::string> const& arguments, std::string const& complaint) {
+    SCOPED_TRACE(arguments.front() + " into " + target);
+    ASSERT_TRUE(linkToFullDevice((directory / target).string()));
+    Outcome const outcome = run(directory, arguments);
+    EXPECT_EQ(outcome.status, 1);
+    ASSERT_FALSE(linesOf(outcome.errors).empty());
+    EXPECT_EQ(linesOf(outcome.errors).back(), "cscan: " + complaint);
+    EXPECT_EQ(itemIn(outcome.output, "grid extents"), "");
+    EXPECT_EQ(itemIn(outcome.output, "cut file"), "");
+    EXPECT_TRUE(std::filesystem::is_symlink(directory / target));
+    EXPECT_TRUE(getIsFullDeviceWhole());
+    std::filesystem::remove(directory / target);
+}
+
+TEST(FullDisk, endsPrepareWithOneLine) {
+    ScratchDirectory const directory;
+    writeFaces(measuredBlade({60, 8, 0.003, 7}), directory / "part.obj");
+    expectNoRoom(directory, "out.quads",
+                 {"prepare", "part.obj", "out.quads", "--quad-area", "4", "--mode", "pinned"},
+                 "out.quads: Quad-mesh file write failure.");
+    expectNoRoom(
+        directory, "flat.obj",
+        {"prepare", "part.obj", "out.quads", "--quad-area", "4", "--mode", "pinned", "--flat", "flat.obj"},
+        "flat.obj: Cannot write mesh file");
+    EXPECT_FALSE(std::filesystem::exists(directory / "out.quads"));
+}
+
+TEST(FullDisk, endsCutWithOneLine) {
+    ScratchDirectory const directory;
+    writeText(directory / "tube.obj", tubeText());
+    std::vector<std::string> const cut = {"cut",    "tube.obj", "slit.obj", "--metric", "max",
+                                          "--axis", "z",        "--across", "x"};
+    ASSERT_EQ(run(directory, cut).status, 0);
+    std::filesystem::remove(directory / "slit.obj");
+    expectNoRoom(directory, "slit.obj", cut, "slit.obj: Cannot write mesh file");
+    std::filesystem::remove(directory / "slit.obj\\slit_cut_indices.txt");
+    expectNoRoom(directory, "slit.obj\\slit_cut_indices.txt", cut, "slit.obj: Cannot write cut file");
+}
+
+TEST(FullDisk, endsDeriveWithOneLine) {
+    ScratchDirectory const directory;
+    Grid grid;
+    ASSERT_TRUE(grid.setAsHeightField());
+    grid.save((directory / "in.quads").c_str());
+    for (char const* const how : {"--flatten", "--mirror=yz", "--factor=9"}) {
+        expectNoRoom(directory, "out.quads", {"derive", "in.quads", "out.quads", how},
+                     "out.quads: Quad-mesh file write failure.");
+    }
+}
+
+TEST(FullDisk, endsReconstructWithOneLine) {
+    ScratchDirectory const directory;
+    std::string points;
+    for (int i = 0; i < 60; ++i) {
+        points += std::to_string(i % 8 + 0.01 * i) + " " + std::to_string(i / 8 + 0.002 * i * i) + " 0\n";
+    }
+    writeText(directory / "cloud.xyz", points);
+    ASSERT_EQ(run(directory, {"reconstruct", "cloud.xyz", "good.obj"}).status, 0);
+    expectNoRoom(directory, "out.obj", {"reconstruct", "cloud.xyz", "out.obj"}, "out.obj: cannot be written");
+}
+
+} // namespace
+} // namespace cscan
