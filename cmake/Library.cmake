@@ -7,16 +7,16 @@ list(FILTER qelt_public_headers EXCLUDE REGEX "/internal/[^/]*$")
 
 # The compiled sources by themselves. The core's own tests link these instead of the library, so that internal
 # classes need no export; no program links both, which would double the statics.
-add_library(QELTGeometryObjects OBJECT ${qelt_sources})
-target_include_directories(QELTGeometryObjects PUBLIC ${PROJECT_SOURCE_DIR})
+add_library(qelt_geometry_objects OBJECT ${qelt_sources})
+target_include_directories(qelt_geometry_objects PUBLIC ${PROJECT_SOURCE_DIR})
 set_target_properties(
-    QELTGeometryObjects
+    qelt_geometry_objects
     PROPERTIES CXX_VISIBILITY_PRESET hidden
                VISIBILITY_INLINES_HIDDEN OFF
                POSITION_INDEPENDENT_CODE ${BUILD_SHARED_LIBS})
-qelt_configure_own_target(QELTGeometryObjects)
+qelt_configure_own_target(qelt_geometry_objects)
 
-add_library(QELTGeometry $<TARGET_OBJECTS:QELTGeometryObjects>)
+add_library(QELTGeometry $<TARGET_OBJECTS:qelt_geometry_objects>)
 add_library(QELTGeometry::QELTGeometry ALIAS QELTGeometry)
 
 # The include root is the repository's root, so that an include reads the same everywhere.
@@ -28,7 +28,7 @@ target_sources(
 
 # Same bits on every machine: a product and a sum are never contracted into one rounding, not in the inline
 # code of the headers either.
-foreach(target IN ITEMS QELTGeometryObjects QELTGeometry)
+foreach(target IN ITEMS qelt_geometry_objects QELTGeometry)
     target_compile_features(${target} PUBLIC cxx_std_20)
     target_compile_options(${target} PUBLIC $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-ffp-contract=off>)
 endforeach()
@@ -42,8 +42,8 @@ set_target_properties(
                SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
                VERIFY_INTERFACE_HEADER_SETS ON)
 if(BUILD_SHARED_LIBS)
-    target_compile_definitions(QELTGeometryObjects PRIVATE QELT_BUILDING_LIBRARY)
+    target_compile_definitions(qelt_geometry_objects PRIVATE QELT_BUILDING_LIBRARY)
 else()
-    target_compile_definitions(QELTGeometryObjects PUBLIC QELT_STATIC)
+    target_compile_definitions(qelt_geometry_objects PUBLIC QELT_STATIC)
     target_compile_definitions(QELTGeometry PUBLIC QELT_STATIC)
 endif()
