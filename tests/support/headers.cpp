@@ -1,0 +1,1 @@
+// Holds nothing: the headers that all tests share are compiled with this file.
