@@ -1,43 +1,17 @@
 #include "Geometry/quadmesh/rectmesh.h"
 
-#include "Geometry/foundations/rounding.h"
+#include "Geometry/quadmesh/internal/nodes.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
-#include <new>
 #include <stdexcept>
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 namespace {
 
-/// What a node takes: its point and its flag byte.
-constexpr std::uint64_t bytesPerNode = sizeof(ThreeDimensional::Point) + sizeof(char);
-
-/// What a row takes beside its nodes: two pointers and the allocator's share of two blocks.
-constexpr std::uint64_t bytesPerRow = 2 * sizeof(void*) + 64;
-
 /// Nodes in a megabyte at 25 bytes each.
 constexpr std::uint32_t nodesPerMB = 41943;
-
-/// Whether the memory for a grid could be had at once. Rows are allocated one by one and would fill the
-/// memory before the first of them failed; asking for the whole beforehand refuses absurd sizes without
-/// touching it.
-bool getIsMemoryAvailable(std::uint64_t nodesU, std::uint64_t nodesV) {
-    constexpr std::uint64_t mostBytes = PTRDIFF_MAX;
-    std::uint64_t const rowBytes = nodesU * bytesPerNode + bytesPerRow;
-    if (nodesV > mostBytes / rowBytes) {
-        return false;
-    }
-    void* const block = ::operator new(static_cast<std::size_t>(nodesV * rowBytes), std::nothrow);
-    ::operator delete(block);
-    return block != nullptr;
-}
-
-[[noreturn]] void throwInsufficientMemory() {
-    throw std::runtime_error("Insufficient memory to initialise quad-mesh.");
-}
 
 } // namespace
 
@@ -81,25 +55,18 @@ void RectMesh::init(TwoDimensional::Vector<unsigned long> const& newExtents) {
     uninit();
     numberOfSearchPointsU = 1;
     numberOfSearchPointsV = 1;
-    std::uint64_t const nodesU = std::uint64_t{toUInt32(newExtents.getdU())} + 1;
-    std::uint64_t const nodesV = std::uint64_t{toUInt32(newExtents.getdV())} + 1;
-    // Indices of nodes are signed.
-    constexpr std::uint64_t mostNodes = std::uint64_t{1} << 31U;
-    if (nodesU > mostNodes || nodesV > mostNodes || !getIsMemoryAvailable(nodesU, nodesV)) {
-        throwInsufficientMemory();
-    }
-    try {
-        points.reset(new std::unique_ptr<ThreeDimensional::Point[]>[nodesV]);
-        flags.reset(new std::unique_ptr<char[]>[nodesV]);
-        for (std::size_t v = 0; v < nodesV; ++v) {
-            points.get()[v] = std::make_unique<ThreeDimensional::Point[]>(nodesU);
-            flags.get()[v] = std::make_unique<char[]>(nodesU);
-        }
-    } catch (std::bad_alloc const&) {
-        uninit();
-        throwInsufficientMemory();
-    }
-    extents = {toUInt32(newExtents.getdU()), toUInt32(newExtents.getdV())};
+    setNodes(makeNodes(newExtents));
+}
+
+Nodes RectMesh::getNodes() const {
+    return {points, flags, extents.u, extents.v};
+}
+
+void RectMesh::setNodes(Nodes const& nodes) {
+    uninit();
+    points = nodes.points;
+    flags = nodes.flags;
+    extents = {nodes.extentU, nodes.extentV};
 }
 
 void RectMesh::uninit() {
@@ -147,8 +114,7 @@ void RectMesh::setPointFlags(TwoDimensional::Point<int> const& p, char newFlags)
 }
 
 bool RectMesh::getFlag(char flagByte, PointFlagID id) const {
-    unsigned const byte = static_cast<unsigned char>(flagByte);
-    return ((byte >> id) & 1U) != 0;
+    return getHasFlag(flagByte, id);
 }
 
 char RectMesh::setFlag(char flagByte, PointFlagID id, bool value) const {

@@ -35,6 +35,7 @@ class Triangle;
 namespace QuadMesh {
 
 class QuadIndicesEllipseIntersectionInfo;
+struct Nodes;
 
 /// A direction of the grid.
 enum CanonicalAxis : int { AxisU = 0, AxisV = 1 };
@@ -473,6 +474,12 @@ private:
     explicit RectMesh(Unnumbered) {}
 
     void uninit();
+
+    /// The rows as the algorithms beside the grid see them, and the other way round: other rows in place of
+    /// these. All that `uninit` clears is then 0; of a derived grid the areas are those of the new quads.
+    Nodes getNodes() const;
+    void setNodes(Nodes const& nodes);
+    void setDerivedNodes(Nodes const& nodes);
 
     bool getPointValidity(TwoDimensional::Point<int> const& p) const { return getPointFlag(p, Valid); }
 

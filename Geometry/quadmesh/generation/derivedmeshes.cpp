@@ -1,6 +1,6 @@
 #include "Geometry/foundations/affinemap.h"
 #include "Geometry/foundations/linearmap.h"
-#include "Geometry/quadmesh/rectmesh.h"
+#include "Geometry/quadmesh/internal/nodes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -69,6 +69,13 @@ void RectMesh::takeRows(RectMesh& other) {
     points.swap(other.points);
     flags.swap(other.flags);
     std::swap(extents, other.extents);
+}
+
+void RectMesh::setDerivedNodes(Nodes const& nodes) {
+    setNodes(nodes);
+    numberOfSearchPointsU = 1;
+    numberOfSearchPointsV = 1;
+    getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
 }
 
 void RectMesh::getFlattened(RectMesh& result) const {
