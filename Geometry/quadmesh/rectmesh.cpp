@@ -188,12 +188,4 @@ Edge RectMesh::getBoundaryEdge() {
     throw std::runtime_error("No boundary found");
 }
 
-Edge RectMesh::getNextBoundaryEdge(Edge edge) {
-    edge = edge.sym();
-    do {
-        edge = edge.oprev();
-    } while (!edge.isBoundary());
-    return edge;
-}
-
 } // namespace QELT::Geometry::ThreeDimensional::QuadMesh

@@ -29,8 +29,7 @@ class AffineMap;
 
 namespace TriMesh {
 class Mesh;
-class Triangle;
-} // namespace TriMesh
+}
 
 namespace QuadMesh {
 
@@ -465,7 +464,6 @@ private:
         std::uint32_t v = 0;
     };
     struct Walk;
-    struct LargerGrid;
     struct Stripe;
 
     /// Makes a grid for the library's own use, without a name and without counting it.
@@ -498,7 +496,6 @@ private:
 
     /// \throws std::runtime_error "No boundary found".
     Edge getBoundaryEdge();
-    static Edge getNextBoundaryEdge(Edge edge);
 
     void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;
     double getQuadArea(TwoDimensional::Point<int> const& p) const;
@@ -506,7 +503,6 @@ private:
     void updateQuadAreas() { getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea); }
 
     void extendBoundaryBasic(unsigned long smoothingPasses);
-    void smoothBoundary();
 
     template <class ToSource, class ToPoint>
     void derive(RectMesh& result, TwoDimensional::Vector<unsigned long> const& newExtents, ToSource toSource,
@@ -529,14 +525,6 @@ private:
     bool getIsStripeOnSurface(Stripe const& stripe) const;
     bool testStripe(Stripe const& stripe, double quadStep, unsigned long& numberOfPasses,
                     unsigned long& numberOfFailures);
-
-    void rasterise(TriMesh::Triangle const& triangle, double h);
-    void markBoundary();
-    void markCut(TriMesh::Mesh const& mesh, double spacing);
-    void markCutSegment(TwoDimensional::Point<double> const& p, TwoDimensional::Point<double> const& q,
-                        double spacing);
-    void markCutNode(TwoDimensional::Point<int> const& node);
-    void markInterior();
 
     static std::ifstream openForReading(char const* path);
 
