@@ -466,11 +466,6 @@ private:
     struct Walk;
     struct Stripe;
 
-    /// Makes a grid for the library's own use, without a name and without counting it.
-    struct Unnumbered {};
-
-    explicit RectMesh(Unnumbered) {}
-
     void uninit();
 
     /// The rows as the algorithms beside the grid see them, and the other way round: other rows in place of
@@ -504,15 +499,7 @@ private:
 
     void extendBoundaryBasic(unsigned long smoothingPasses);
 
-    template <class ToSource, class ToPoint>
-    void derive(RectMesh& result, TwoDimensional::Vector<unsigned long> const& newExtents, ToSource toSource,
-                ToPoint toPoint) const;
-    void deriveInside(ThreeDimensional::BoundingBoxAA const& box, TwoDimensional::Vector<int> const& toSource,
-                      TwoDimensional::Vector<int> const& newExtents, RectMesh& result) const;
-    void takeRows(RectMesh& other);
     void flipWinding(CanonicalAxis axis);
-    void reverseNodes(TwoDimensional::Point<int> const& first, TwoDimensional::Vector<int> const& along,
-                      std::size_t count);
 
     bool getEllipseAxisPoints(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& axisA,
                               ThreeDimensional::Vector const& axisB, double coneCotangent,

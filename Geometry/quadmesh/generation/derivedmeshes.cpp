@@ -8,6 +8,29 @@
 #include <utility>
 #include <vector>
 
+// Derived grids: the nodes of a grid, some or all of them, in a grid of their own, moved, scaled, thinned out
+// or laid flat; and the two changes in place, a map of all points and a reflection.
+//
+// Steps: for each node of the result its source node is named; where that is valid, flags and point come
+// along, the point as `getPoint` shows it, so that the result of a scaled grid stores the scale. Everything
+// is made aside and then taken over, so that the result may be the source and, where memory is short, stays
+// as it was. Whoever derives settles the areas anew; the search points only in the forms below that say so.
+//
+// Normalising: both forms round to the floats of a point before they scale, one the shifted point, the other
+// the box's centre and each point's difference from it. To leave a rounding out would change the last bits of
+// the result. Which side of the box is the largest is asked with strict signs, so that a tie for it goes to
+// z, also where z is the smallest.
+//
+// Restricting to a box in space: first the index box of the nodes inside, then a ring of empty nodes around
+// it. The index box is built of boxes of one by one, from each node up and right, so that the ring is one
+// node wide on the low sides and two on the high ones.
+//
+// Reversing after a reflection: the reflection turns the winding of the quads over, the reversal turns it
+// back. It reads what is shown and stores it. A grid of one row has no columns to turn: its points are
+// cleared.
+//
+// Cost: the nodes of the result, for the box in space those of the grid twice.
+
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 namespace {
@@ -15,6 +38,7 @@ namespace {
 using GridPoint = TwoDimensional::Point<int>;
 using GridStep = TwoDimensional::Vector<int>;
 using GridBox = TwoDimensional::BoundingBoxAA<int>;
+using GridExtents = TwoDimensional::Vector<unsigned long>;
 
 /// The side that is strictly longer than the others, x before y; on a tie for the longest, z.
 double getLargestSide(Vector const& size) {
@@ -29,47 +53,90 @@ double getLargestSide(Vector const& size) {
 
 /// The smallest power of two by which the grid must be thinned out in each direction to have at most so many
 /// quads.
-std::uint32_t getThinning(std::uint32_t numberOfQuads, std::uint32_t mostQuads) {
+std::uint32_t getThinning(std::uint32_t numberOfQuads, std::uint32_t maxQuads) {
     std::uint32_t k = 1;
-    while (mostQuads < numberOfQuads) {
+    while (maxQuads < numberOfQuads) {
         numberOfQuads >>= 2U;
         k <<= 1U;
     }
     return k;
 }
 
-} // namespace
-
-/// Fills `result` with nodes of this grid: node p of the result is `toSource(p)` here, if that is valid, with
-/// its flags and the point that `toPoint` makes of the source node. The result is made aside, so that it may
-/// be this grid itself.
+/// Nodes taken from a grid: node p is `toSource(p)` there, if that is valid, with its flags and the point
+/// that `toPoint` makes of the source node.
 template <class ToSource, class ToPoint>
-void RectMesh::derive(RectMesh& result, TwoDimensional::Vector<unsigned long> const& newExtents,
-                      ToSource toSource, ToPoint toPoint) const {
-    RectMesh derived(Unnumbered{});
-    derived.init(newExtents);
-    for (std::uint32_t v = 0; v <= derived.extents.v; ++v) {
-        for (std::uint32_t u = 0; u <= derived.extents.u; ++u) {
-            GridPoint const node(static_cast<int>(u), static_cast<int>(v));
-            GridPoint const source = toSource(node);
-            if (getIsPointValid(source)) {
-                derived.setPoint(node, toPoint(source));
-                derived.setPointFlags(node, getPointFlags(source));
-            }
+Nodes makeDerived(RectMesh const& grid, GridExtents const& extents, ToSource toSource, ToPoint toPoint) {
+    Nodes const nodes = makeNodes(extents);
+    forEachNode(extents, [&](GridPoint const& node) {
+        GridPoint const source = toSource(node);
+        if (grid.getIsPointValid(source)) {
+            nodes.pointOf(node) = toPoint(source);
+            nodes.flagsOf(node) = grid.getPointFlags(source);
         }
-    }
-    result.takeRows(derived);
-    result.updateQuadAreas();
+    });
+    return nodes;
 }
 
-void RectMesh::takeRows(RectMesh& other) {
-    uninit();
-    numberOfSearchPointsU = 1;
-    numberOfSearchPointsV = 1;
-    points.swap(other.points);
-    flags.swap(other.flags);
-    std::swap(extents, other.extents);
+/// All nodes in their places, with the points that `toPoint` makes of them.
+template <class ToPoint>
+Nodes makeMoved(RectMesh const& grid, ToPoint toPoint) {
+    return makeDerived(
+        grid, grid.getExtents(), [](GridPoint const& node) { return node; }, toPoint);
 }
+
+/// The nodes that `toSource` names, with the points that they show.
+template <class ToSource>
+Nodes makeSelected(RectMesh const& grid, GridExtents const& extents, ToSource toSource) {
+    return makeDerived(grid, extents, toSource,
+                       [&grid](GridPoint const& source) { return grid.getPoint(source); });
+}
+
+/// Whether the node exists and its point lies in the box.
+bool getIsNodeInside(RectMesh const& grid, GridPoint const& node, BoundingBoxAA const& box) {
+    return grid.getIsPointValid(node) && box.getIsInside(grid.getPoint(node));
+}
+
+/// The box around the nodes whose points lie in `box`, each of them a box of one by one.
+GridBox getIndexBox(RectMesh const& grid, BoundingBoxAA const& box) {
+    GridBox indexBox;
+    bool isStarted = false;
+    forEachNode(grid.getExtents(), [&](GridPoint const& node) {
+        if (!getIsNodeInside(grid, node, box)) {
+            return;
+        }
+        GridBox const nodeBox(node, GridStep(1, 1));
+        if (!isStarted) {
+            indexBox = nodeBox;
+            isStarted = true;
+        }
+        indexBox.expand(nodeBox);
+    });
+    return indexBox;
+}
+
+/// The extents of a grid over such a box.
+GridExtents toExtents(GridStep const& size) {
+    return {static_cast<std::uint32_t>(size.getdU()), static_cast<std::uint32_t>(size.getdV())};
+}
+
+/// Turns a row or column of nodes end for end: `count` nodes from `first` on. Every point is stored as the
+/// grid showed it; those of nodes that are not valid go along.
+void reverseNodes(RectMesh const& grid, Nodes const& nodes, GridPoint const& first, GridStep const& along,
+                  std::size_t count) {
+    std::vector<std::pair<Point, char>> reversed;
+    reversed.reserve(count);
+    GridPoint node = first;
+    for (std::size_t i = 0; i < count; ++i, node += along) {
+        reversed.emplace_back(grid.getPoint(node), nodes.flagsOf(node));
+    }
+    for (auto const& [point, flagByte] : reversed) {
+        node -= along;
+        nodes.pointOf(node) = point;
+        nodes.flagsOf(node) = flagByte;
+    }
+}
+
+} // namespace
 
 void RectMesh::setDerivedNodes(Nodes const& nodes) {
     setNodes(nodes);
@@ -80,9 +147,9 @@ void RectMesh::setDerivedNodes(Nodes const& nodes) {
 
 void RectMesh::getFlattened(RectMesh& result) const {
     double const side = std::sqrt(meanQuadArea);
-    derive(
-        result, getExtents(), [](GridPoint const& node) { return node; },
-        [side](GridPoint const& source) { return Point(source.getU() * side, source.getV() * side, 0.0); });
+    result.setDerivedNodes(makeMoved(*this, [side](GridPoint const& source) {
+        return Point(source.getU() * side, source.getV() * side, 0.0);
+    }));
 }
 
 void RectMesh::getNormalised(double size, RectMesh& result) const {
@@ -90,17 +157,16 @@ void RectMesh::getNormalised(double size, RectMesh& result) const {
     double const scale = size / getLargestSide(box.getd());
     Point const centre = box.getp() + 0.5 * box.getd();
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
-    derive(
-        result, getExtents(), [](GridPoint const& node) { return node; },
-        [&](GridPoint const& source) { return Point() + scale * (getPoint(source) - centre); });
+    result.setDerivedNodes(makeMoved(
+        *this, [&](GridPoint const& source) { return Point() + scale * (getPoint(source) - centre); }));
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
 }
 
 void RectMesh::getNormalised(double scale, Vector const& shift, RectMesh& result) const {
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
-    derive(
-        result, getExtents(), [](GridPoint const& node) { return node; },
-        [&](GridPoint const& source) { return Point() + scale * ((getPoint(source) + shift) - Point()); });
+    result.setDerivedNodes(makeMoved(*this, [&](GridPoint const& source) {
+        return Point() + scale * ((getPoint(source) + shift) - Point());
+    }));
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
 }
 
@@ -113,13 +179,10 @@ void RectMesh::getSubSampled(ResampleDataType type, unsigned long value, RectMes
     }
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
     std::string const name = fileName;
-    derive(
-        result, {extents.u / k, extents.v / k},
-        [k](GridPoint const& node) {
-            return GridPoint(static_cast<int>(static_cast<std::uint32_t>(node.getU()) * k),
-                             static_cast<int>(static_cast<std::uint32_t>(node.getV()) * k));
-        },
-        [this](GridPoint const& source) { return getPoint(source); });
+    result.setDerivedNodes(makeSelected(*this, {extents.u / k, extents.v / k}, [k](GridPoint const& node) {
+        return GridPoint(static_cast<int>(static_cast<std::uint32_t>(node.getU()) * k),
+                         static_cast<int>(static_cast<std::uint32_t>(node.getV()) * k));
+    }));
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
     result.setFileName(name);
 }
@@ -127,46 +190,20 @@ void RectMesh::getSubSampled(ResampleDataType type, unsigned long value, RectMes
 void RectMesh::getRestrictedToAABB(GridBox const& box, RectMesh& result) const {
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
     GridStep const toCorner = box.getp() - GridPoint();
-    derive(
-        result,
-        {static_cast<std::uint32_t>(box.getd().getdU()), static_cast<std::uint32_t>(box.getd().getdV())},
-        [&](GridPoint const& node) { return node + toCorner; },
-        [this](GridPoint const& source) { return getPoint(source); });
+    result.setDerivedNodes(
+        makeSelected(*this, toExtents(box.getd()), [&](GridPoint const& node) { return node + toCorner; }));
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
 }
 
 void RectMesh::getRestrictedToAABB(BoundingBoxAA const& box, RectMesh& result) const {
-    GridBox indexBox;
-    bool isStarted = false;
-    for (std::uint32_t v = 0; v <= extents.v; ++v) {
-        for (std::uint32_t u = 0; u <= extents.u; ++u) {
-            GridPoint const node(static_cast<int>(u), static_cast<int>(v));
-            if (!getIsPointValid(node) || !box.getIsInside(getPoint(node))) {
-                continue;
-            }
-            GridBox const nodeBox(node, GridStep(1, 1));
-            if (!isStarted) {
-                indexBox = nodeBox;
-                isStarted = true;
-            }
-            indexBox.expand(nodeBox);
-        }
-    }
-    GridStep const toCorner = indexBox.getp() - GridPoint();
-    deriveInside(box, toCorner - GridStep(1, 1), indexBox.getd() + GridStep(2, 2), result);
-}
-
-void RectMesh::deriveInside(BoundingBoxAA const& box, GridStep const& toSource, GridStep const& newExtents,
-                            RectMesh& result) const {
+    GridBox const indexBox = getIndexBox(*this, box);
+    GridStep const toSource = (indexBox.getp() - GridPoint()) - GridStep(1, 1);
     GridPoint const outside(-1, -1);
-    derive(
-        result,
-        {static_cast<std::uint32_t>(newExtents.getdU()), static_cast<std::uint32_t>(newExtents.getdV())},
-        [&](GridPoint const& node) {
+    result.setDerivedNodes(
+        makeSelected(*this, toExtents(indexBox.getd() + GridStep(2, 2)), [&](GridPoint const& node) {
             GridPoint const source = node + toSource;
-            return getIsPointValid(source) && box.getIsInside(getPoint(source)) ? source : outside;
-        },
-        [this](GridPoint const& source) { return getPoint(source); });
+            return getIsNodeInside(*this, source, box) ? source : outside;
+        }));
 }
 
 void RectMesh::transform(Point const& origin, AffineMap const& map) {
@@ -197,32 +234,17 @@ void RectMesh::flipWinding(CanonicalAxis axis) {
     if (!getHasRows()) {
         return;
     }
+    Nodes const nodes = getNodes();
     if (axis == AxisV) {
         for (std::uint32_t v = 0; v <= extents.v; ++v) {
-            reverseNodes(GridPoint(0, static_cast<int>(v)), GridStep(1, 0), extents.u + std::size_t{1});
+            reverseNodes(*this, nodes, {0, static_cast<int>(v)}, {1, 0}, extents.u + std::size_t{1});
         }
     } else if (extents.v == 0) {
         std::fill_n(points[0].get(), extents.u + std::size_t{1}, Point());
     } else {
         for (std::uint32_t u = 0; u <= extents.u; ++u) {
-            reverseNodes(GridPoint(static_cast<int>(u), 0), GridStep(0, 1), extents.v + std::size_t{1});
+            reverseNodes(*this, nodes, {static_cast<int>(u), 0}, {0, 1}, extents.v + std::size_t{1});
         }
-    }
-}
-
-/// Turns a row or column of nodes end for end. Every point is stored as `getPoint` showed it; those of nodes
-/// that are not valid go along.
-void RectMesh::reverseNodes(GridPoint const& first, GridStep const& along, std::size_t count) {
-    std::vector<std::pair<Point, char>> nodes;
-    nodes.reserve(count);
-    GridPoint node = first;
-    for (std::size_t i = 0; i < count; ++i, node += along) {
-        nodes.emplace_back(getPoint(node), getPointFlags(node));
-    }
-    for (auto const& [point, flagByte] : nodes) {
-        node -= along;
-        points[node.getV()][static_cast<std::size_t>(node.getU())] = point;
-        setPointFlags(node, flagByte);
     }
 }
 
