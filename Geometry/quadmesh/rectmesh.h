@@ -513,20 +513,8 @@ private:
     bool testStripe(Stripe const& stripe, double quadStep, unsigned long& numberOfPasses,
                     unsigned long& numberOfFailures);
 
-    static std::ifstream openForReading(char const* path);
-
-    void saveAsQuads(char const* path);
-    /// Replaces each stored area that is off the target area by more than the tolerance, if asked to.
-    void snapQuadAreas();
-    QuadFileHeader makeFileHeader() const;
-
-    void initFromHeader(QuadFileHeader const& header);
-    void readFlags(std::ifstream& stream);
-    void markBoundaryAndInterior();
     void loadv0(QuadFileHeader const& header, std::ifstream& stream);
     void loadv1(QuadFileHeader const& header, std::ifstream& stream);
-    template <class Stored>
-    void readPointsAs(std::ifstream& stream);
 
     /// Counts the quads in bins of equal width; areas beyond the range go into the nearest bin.
     void getQuadAreaDistribution(double min, double max, std::uint32_t binCount, std::uint32_t* bins,

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Geometry/foundations/export.h"
 #include "Geometry/foundations/internal/outputfile.h"
 #include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/quadmesh/files/quadfileheader.h"
@@ -12,11 +11,11 @@ inline constexpr std::uint32_t writtenQuadFileVersion = 1;
 
 /// Opens a file of a grid for writing. \throws std::ios_base::failure "Quad-mesh file open failure."; what
 /// cannot be written later gives "Quad-mesh file write failure.".
-QELT_EXPORT OutputFile openGridOutput(char const* path, OutputFile::Mode mode);
+OutputFile openGridOutput(char const* path, OutputFile::Mode mode);
 
 /// Writes a `.quads` file of version 1, block after block: its header, one flag byte for every node, and the
 /// points of the valid nodes as `getPoint` shows them, all numbers little-endian.
-class QELT_EXPORT QuadFileWriter {
+class QuadFileWriter {
 public:
     QuadFileWriter(OutputFile& newFile, RectMesh const& newGrid) : file(newFile), grid(newGrid) {}
 
