@@ -1,7 +1,24 @@
 #include "Geometry/foundations/trianglemeasures.h"
-#include "Geometry/quadmesh/rectmesh.h"
+#include "Geometry/quadmesh/internal/nodes.h"
+#include "Geometry/quadmesh/internal/quadarea.h"
 
 #include <cmath>
+
+// Geometry of quads. A quad of four points is no plane: it is taken as two triangles. Queries and the beam
+// search cut it from its low corner to its high one, which gives the lower triangle (p, +u, +u+v) and the
+// upper (p, +u+v, +v), and a beam is tested against these two. Areas are taken over the other diagonal, from
+// the u corner to the v corner: files carry areas and are compared by them, so that neither may change sides.
+//
+// The normal of a node is the unit sum of the lower triangles' normals of the four quads at and above the
+// node, weighted by area as they come, else of the three below. It is a node's normal in name only, shifted
+// by half a quad, but reported angles hang on it.
+//
+// Statistics: one pass over all quads, v outer, u inner, whose sum of doubles hangs on that order. The
+// smallest area starts at 1e11, so that a grid without quads, or with larger ones alone, answers with that.
+// Comparisons with NaN are false: a quad of NaNs leaves largest and smallest alone and makes the mean NaN.
+//
+// Tolerances: none, not for quads without area either, whose unit normals are NaN. Cost: a few operations a
+// query; the statistics and the box, all nodes.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -109,13 +126,11 @@ ThreeDimensional::Point RectMesh::getMeanQuadPoint(GridPoint const& p) const {
     return origin + 0.25 * sum;
 }
 
-/// By the two triangles on either side of the diagonal from the u corner to the v corner. The other queries
-/// take the other diagonal, but files carry areas, which stay comparable only if this one stays.
-double RectMesh::getQuadArea(GridPoint const& p) const {
-    ThreeDimensional::Point const alongU = getPoint(p + GridStep(1, 0));
-    ThreeDimensional::Point const alongV = getPoint(p + GridStep(0, 1));
-    return 0.5 * TriangleMeasures::twoAT(getPoint(p), alongU, alongV) +
-           0.5 * TriangleMeasures::twoAT(alongV, alongU, getPoint(p + GridStep(1, 1)));
+double getQuadArea(RectMesh const& grid, GridPoint const& p) {
+    ThreeDimensional::Point const alongU = grid.getPoint(p + GridStep(1, 0));
+    ThreeDimensional::Point const alongV = grid.getPoint(p + GridStep(0, 1));
+    return 0.5 * TriangleMeasures::twoAT(grid.getPoint(p), alongU, alongV) +
+           0.5 * TriangleMeasures::twoAT(alongV, alongU, grid.getPoint(p + GridStep(1, 1)));
 }
 
 void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) const {
@@ -129,7 +144,7 @@ void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) con
             if (!getIsQuadValid(quad)) {
                 continue;
             }
-            double const area = getQuadArea(quad);
+            double const area = getQuadArea(*this, quad);
             *min = *min > area ? area : *min;
             *max = area > *max ? area : *max;
             sum += area;
@@ -142,7 +157,7 @@ void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) con
 ThreeDimensional::BoundingBoxAA RectMesh::getBoundingBoxAA() const {
     ThreeDimensional::BoundingBoxAA box;
     bool isStarted = false;
-    forEachNode([&](GridPoint const& node) {
+    forEachNode(getExtents(), [&](GridPoint const& node) {
         if (!getIsPointValid(node)) {
             return;
         }

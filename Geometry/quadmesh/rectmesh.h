@@ -493,10 +493,6 @@ private:
     Edge getBoundaryEdge();
 
     void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;
-    double getQuadArea(TwoDimensional::Point<int> const& p) const;
-
-    void updateQuadAreas() { getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea); }
-
     void extendBoundaryBasic(unsigned long smoothingPasses);
 
     void flipWinding(CanonicalAxis axis);
@@ -519,18 +515,6 @@ private:
     /// Counts the quads in bins of equal width; areas beyond the range go into the nearest bin.
     void getQuadAreaDistribution(double min, double max, std::uint32_t binCount, std::uint32_t* bins,
                                  std::uint32_t* count) const;
-
-    /// Calls `visit` with every node, row by row. An empty grid counts as the one node (0, 0).
-    template <class Visit>
-    void forEachNode(Visit visit) const {
-        for (std::uint32_t v = 0; v <= extents.v; ++v) {
-            for (std::uint32_t u = 0; u <= extents.u; ++u) {
-                visit(TwoDimensional::Point<int>(static_cast<int>(u), static_cast<int>(v)));
-            }
-        }
-    }
-
-    void setAllQuadAreas(double area);
 
     bool walkToHit(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& direction,
                    Walk& walk) const;

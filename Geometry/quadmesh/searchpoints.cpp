@@ -4,14 +4,22 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <optional>
 
 // Search points are existing quads spread over the grid: each place of a lattice that keeps the grid's aspect
 // takes the existing quad that is nearest to it in its column of the grid, the lower of two equally near.
 //
+// Steps: so many points as there are quads for each, at least eight; the lattice that has about as many
+// places in the grid's aspect; for each place, row by row, its column's nearest quad, if the column has any.
+// Columns are not left: a place over a column of holes has no point.
+//
 // A tall grid has many places in one column. Where a place has no quad of its own, the column's quads are
 // gathered once and then searched by halves, for each column of the lattice apart: all of it costs at most as
 // much as the grid has nodes, also where walks up and down from each place would meet nothing but holes.
-// 32-bit products may wrap on the largest grids, so places need not ascend; they never leave the grid.
+//
+// Odd on purpose: 32-bit products may wrap on the largest grids, so places need not ascend; they never leave
+// the grid. The counts are those of the lattice, also where places found no quad. A grid without quads along
+// an axis keeps the counts of 1 and has no points.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -26,20 +34,19 @@ class QuadColumn {
 public:
     QuadColumn(RectMesh const& newGrid, int newU) : grid(newGrid), u(newU) {}
 
-    /// Whether the column has a quad; `v` becomes the row of the one nearest to it.
-    bool findNearest(int& v) {
+    /// The row of the column's quad that is nearest to row `v`, if there is any.
+    std::optional<int> getNearest(int v) {
         if (grid.getIsQuadValid(GridPoint(u, v))) {
-            return true;
+            return v;
         }
         gather();
         if (rows.empty()) {
-            return false;
+            return std::nullopt;
         }
         auto const above = std::lower_bound(rows.begin(), rows.end(), v);
         auto const below = above == rows.begin() ? above : above - 1;
         bool const isBelow = above == rows.end() || std::abs(v - *below) <= std::abs(*above - v);
-        v = isBelow ? *below : *above;
-        return true;
+        return isBelow ? *below : *above;
     }
 
 private:
@@ -98,9 +105,8 @@ void RectMesh::calculateSearchPoints(std::uint32_t const& quadsPerPoint, std::ui
     }
     for (std::uint32_t j = 0; j < pointsV; ++j) {
         for (std::uint32_t i = 0; i < pointsU; ++i) {
-            int row = getPlace(j, pointsV, extents.v);
-            if (columns[i].findNearest(row)) {
-                searchPoints.emplace_back(getPlace(i, pointsU, extents.u), row);
+            if (auto const row = columns[i].getNearest(getPlace(j, pointsV, extents.v))) {
+                searchPoints.emplace_back(getPlace(i, pointsU, extents.u), *row);
             }
         }
     }

@@ -1,7 +1,16 @@
 #include "Geometry/quadmesh/files/internal/quadfilewriter.h"
-#include "Geometry/quadmesh/rectmesh.h"
+#include "Geometry/quadmesh/internal/nodes.h"
 
 #include <charconv>
+
+// OBJ export: the grid as a polygon mesh for other programs. A line for every node, whether there is surface
+// or not, so that node (u, v) is always vertex (extent of u + 1) v + u + 1, counted from 1 as the format
+// counts; then a face of four vertices for every quad, counter-clockwise from its low corner. Nodes that no
+// face names are harmless to readers.
+//
+// Points are written as `getPoint` shows them, in the six significant digits that a stream writes by default:
+// enough to look at, not to compute with. Numbers are formatted without a stream, since a locale must not put
+// commas into them. Cost: all nodes twice. An empty grid gives the two headings alone.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -57,10 +66,11 @@ void RectMesh::saveAsOBJ(char const* path) const {
     file.write(comment);
     file.write("g Vertices\n");
     if (getHasRows()) {
-        forEachNode([&](TwoDimensional::Point<int> const& node) { writeVertexLine(file, getPoint(node)); });
+        forEachNode(getExtents(),
+                    [&](TwoDimensional::Point<int> const& node) { writeVertexLine(file, getPoint(node)); });
     }
     file.write("\ng Faces\n");
-    forEachNode([&](TwoDimensional::Point<int> const& node) {
+    forEachNode(getExtents(), [&](TwoDimensional::Point<int> const& node) {
         if (getIsQuadValid(node)) {
             auto const u = static_cast<std::uint32_t>(node.getU());
             auto const v = static_cast<std::uint32_t>(node.getV());

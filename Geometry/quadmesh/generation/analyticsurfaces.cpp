@@ -1,12 +1,30 @@
 #include "Geometry/foundations/angles.h"
 #include "Geometry/foundations/rounding.h"
-#include "Geometry/quadmesh/rectmesh.h"
+#include "Geometry/quadmesh/internal/nodes.h"
 
 #include <cmath>
 #include <limits>
+#include <optional>
 
-// Every point is rounded to the floats of a `Point` where a point is formed, and nowhere else; vectors are
-// doubles. Counts of steps that vanish make divisors zero, and the nodes then hold what the division gives.
+// Analytic surfaces: grids whose nodes stand on a plane, a cylinder, an elliptic paraboloid or a sphere, so
+// that a scan can be tried where the answer is known in closed form.
+//
+// Plane and cylinder are laid out flat, the cylinder in steps whose chord is one spacing. The paraboloid is
+// seen from a point on its axis four heights above the apex: a flat lattice through the apex is projected
+// along the sight lines, each a quadratic equation for the way from the eye (0) to the flat point (1). The
+// sphere is projected stereographically from its upper pole and then turned over, which keeps its angles, so
+// that quads stay squares to first order, larger toward the rim.
+//
+// Rounding: every point is rounded to the floats of a `Point` where a point is formed, and nowhere else;
+// vectors are doubles. That and the order of the products are what the files of these grids are compared by.
+// Tolerances: none. A root of the paraboloid counts from 0 to 1, the rims are compared exactly.
+//
+// Cost: a few operations for each node, and the areas of all quads where they are not equal by construction.
+//
+// Odd on purpose: the plane's limit counts a row and a column more than the grid gets. Counts of steps that
+// vanish make divisors zero, and the nodes then hold what the division gives, as valid nodes. The highest row
+// and column of the paraboloid stay empty, and right under its eye, where the quadratic term vanishes, the
+// node too. A grid of equal areas is told so, spacing squared, without being measured.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -69,9 +87,9 @@ struct Paraboloid {
     /// The width of the flat grid: the cap's diameter with a third to spare.
     double getSize(double curvature) const { return 4.0 / 3.0 * 2.0 * std::sqrt(2.0 * height / curvature); }
 
-    /// Where the sight line from the eye through a point of the flat grid meets the cap. False if it does
-    /// not: the line misses the surface between the eye and the flat point, or meets it above the height.
-    bool project(SpacePoint const& flat, SpacePoint& surface) const {
+    /// Where the sight line from the eye through a point of the flat grid meets the cap. Nowhere if the line
+    /// misses the surface between the eye and the flat point, or meets it above the height.
+    std::optional<SpacePoint> project(SpacePoint const& flat) const {
         double const a = (flat - apex).dot(axisU);
         double const b = (flat - apex).dot(axisV);
         double const quadratic = -0.5 * (curvatureU * (a * a) + curvatureV * (b * b));
@@ -79,7 +97,7 @@ struct Paraboloid {
         double const constant = 4.0 * height;
         double const discriminant = linear * linear - 4.0 * quadratic * constant;
         if (discriminant < 0.0) {
-            return false;
+            return std::nullopt;
         }
         // Right under the eye the quadratic term is zero and neither root is finite.
         double const root = std::sqrt(discriminant);
@@ -88,10 +106,10 @@ struct Paraboloid {
             t = 0.5 * (-linear - root) / quadratic;
         }
         if (!getIsBetween(t)) {
-            return false;
+            return std::nullopt;
         }
-        surface = eye + t * (flat - eye);
-        return (surface - apex).dot(normal) <= height;
+        SpacePoint const surface = eye + t * (flat - eye);
+        return (surface - apex).dot(normal) <= height ? std::optional(surface) : std::nullopt;
     }
 
 private:
@@ -136,12 +154,6 @@ struct RestingSphere {
 
 } // namespace
 
-void RectMesh::setAllQuadAreas(double area) {
-    meanQuadArea = area;
-    minQuadArea = area;
-    maxQuadArea = area;
-}
-
 bool RectMesh::setAsPlane(TwoDimensional::Vector<double> const& size, double spacing, bool centred,
                           unsigned long maxMB) {
     if (size.getdU() < 0.0 || size.getdV() < 0.0 || spacing < 0.0) {
@@ -155,10 +167,10 @@ bool RectMesh::setAsPlane(TwoDimensional::Vector<double> const& size, double spa
     init(GridExtents(stepsU, stepsV));
     PlaneAxis const axisU = makePlaneAxis(stepsU, spacing, centred);
     PlaneAxis const axisV = makePlaneAxis(stepsV, spacing, centred);
-    forEachNode([&](GridPoint const& node) {
+    forEachNode(getExtents(), [&](GridPoint const& node) {
         setPoint(node, SpacePoint(axisU.place(node.getU()), axisV.place(node.getV()), 0.0));
     });
-    setAllQuadAreas(spacing * spacing);
+    meanQuadArea = minQuadArea = maxQuadArea = spacing * spacing;
     return true;
 }
 
@@ -166,11 +178,11 @@ bool RectMesh::setAsPlane(GridExtents const& newExtents, double spacing, SpacePo
                           SpaceVector const& stepU, SpaceVector const& stepV,
                           QuadValidityGenerator& generator) {
     init(newExtents);
-    forEachNode([&](GridPoint const& node) {
+    forEachNode(getExtents(), [&](GridPoint const& node) {
         setPoint(node, origin + spacing * (node.getU() * stepU + node.getV() * stepV));
         setPointValidity(node, false);
     });
-    forEachNode([&](GridPoint const& quad) {
+    forEachNode(getExtents(), [&](GridPoint const& quad) {
         bool const isQuad =
             quad.getU() < static_cast<int>(extents.u) && quad.getV() < static_cast<int>(extents.v);
         if (isQuad && generator.getValidity(quad)) {
@@ -180,7 +192,7 @@ bool RectMesh::setAsPlane(GridExtents const& newExtents, double spacing, SpacePo
             setPointValidity(quad + TwoDimensional::Vector<int>(1, 1), true);
         }
     });
-    updateQuadAreas();
+    getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
     return true;
 }
 
@@ -195,14 +207,14 @@ bool RectMesh::setAsCylinderArc(double radius, double arcAngle, double length, d
     }
     init(GridExtents(axialSteps, arcSteps));
     double const middle = middleOf(axialSteps);
-    forEachNode([&](GridPoint const& node) {
+    forEachNode(getExtents(), [&](GridPoint const& node) {
         // The first angle stands in the highest row, so that the normal points away from the axis.
         double const angleIndex = arcSteps - static_cast<std::uint32_t>(node.getV());
         double const angle = angleIndex * angleStep - 0.5 * arcAngle;
         setPoint(node, SpacePoint(radius * std::cos(angle), radius * std::sin(angle),
                                   (node.getU() - middle) / axialSteps * length));
     });
-    setAllQuadAreas(spacing * spacing);
+    meanQuadArea = minQuadArea = maxQuadArea = spacing * spacing;
     return true;
 }
 
@@ -220,18 +232,17 @@ bool RectMesh::setAsParaboloid(SpacePoint const& apex, SpaceVector const& axisU,
     init(GridExtents(stepsU, stepsV));
     double const middleU = middleOf(stepsU);
     double const middleV = middleOf(stepsV);
-    forEachNode([&](GridPoint const& node) {
+    forEachNode(getExtents(), [&](GridPoint const& node) {
         if (node.getU() >= static_cast<int>(stepsU) || node.getV() >= static_cast<int>(stepsV)) {
             return;
         }
         double const offsetU = (node.getU() - middleU) * 0.5 * sizeU / middleU;
         double const offsetV = (node.getV() - middleV) * 0.5 * sizeV / middleV;
-        SpacePoint surface;
-        if (paraboloid.project(apex + offsetU * axisU + offsetV * axisV, surface)) {
-            setPoint(node, surface);
+        if (auto const surface = paraboloid.project(apex + offsetU * axisU + offsetV * axisV)) {
+            setPoint(node, *surface);
         }
     });
-    updateQuadAreas();
+    getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
     calculateSearchPoints(quadsPerSearchPoint, numberOfSearchPointsU, numberOfSearchPointsV);
     return true;
 }
@@ -246,7 +257,7 @@ bool RectMesh::setAsSphereArcStereographic(double radius, double const& halfAngl
     init(GridExtents(steps, steps));
     double const middle = middleOf(steps);
     double const rimDepth = radius * std::cos(halfAngle);
-    forEachNode([&](GridPoint const& node) {
+    forEachNode(getExtents(), [&](GridPoint const& node) {
         SpaceVector const fromMiddle =
             (node.getU() - middle) * sphere.e1 + (node.getV() - middle) * sphere.e2;
         SpacePoint const resting = sphere.project(SpacePoint() + spacing * fromMiddle);
@@ -256,7 +267,7 @@ bool RectMesh::setAsSphereArcStereographic(double radius, double const& halfAngl
             setPoint(node, SpacePoint(place.getdX(), place.getdY(), -place.getdZ()));
         }
     });
-    updateQuadAreas();
+    getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
     calculateSearchPoints(quadsPerSearchPoint, numberOfSearchPointsU, numberOfSearchPointsV);
     return true;
 }
@@ -271,13 +282,13 @@ bool RectMesh::setAsHeightField() {
     constexpr double step = 1.0 / steps;
     constexpr double halfWidth = 500.0;
     init(GridExtents(steps, steps));
-    forEachNode([&](GridPoint const& node) {
+    forEachNode(getExtents(), [&](GridPoint const& node) {
         double const s = node.getU() * 2.0 * step - 1.0;
         double const w = node.getV() * 2.0 * step - 1.0;
         double const wave = std::cos(4.0 * s * Angles::fullTurn * 0.5);
         setPoint(node, SpacePoint(halfWidth * s, halfWidth * w, halfWidth * wave * 0.5 * 0.5 / 3.0));
     });
-    updateQuadAreas();
+    getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
     return true;
 }
 
