@@ -19,10 +19,6 @@
 #include <utility>
 #include <vector>
 
-namespace QELT {
-class PercentageReporter;
-}
-
 namespace QELT::Geometry::ThreeDimensional {
 
 class AffineMap;
@@ -74,7 +70,7 @@ public:
     enum ResampleDataType : int {
         /// At most so many quads, by a power of two in each direction.
         ApproximateQuadCount = 0,
-        /// Every so manieth node.
+        /// One node out of so many in each direction: with 3 the nodes 0, 3, 6 and so on.
         Factor = 1,
     };
 
@@ -224,27 +220,24 @@ public:
 
     /// Replaces the grid by a regular sampling of a flattened mesh: nodes stand in the flat map at one
     /// spacing, chosen so that quads have the area `quadArea` on the surface on average, and each node inside
-    /// a flat triangle takes its place on the surface by barycentric interpolation. A triangle that is turned
-    /// over in the flat map covers no node, and a map that does not start at (0, 0) is cut at the grid. A
-    /// flat triangle without area makes the nodes on it valid nodes of NaNs, unless a later triangle covers
-    /// them too; quads with such a corner make the mean area NaN.
-    /// The outline gets the flag `Boundary` (the loop of the first boundary edge found), beside a cut also
-    /// `CutBoundary`, all other valid nodes `Interior`. Cost: the lattice points of the triangles' boxes.
-    /// Percentages are reported without a text, up to 101, and beyond where triangles have no flat area.
-    /// Names and the area asked for are taken over at once and stay when this throws. \throws
-    /// std::runtime_error "Insufficient memory to initialise quad-mesh." (an area of zero asks for infinitely
-    /// many nodes), or "No boundary found" if no quad comes out; the nodes then stay.
+    /// a flat triangle takes its place on the surface. The map must start at (0, 0), else it is cut at the
+    /// grid; a triangle turned over in it covers no node, and one without area leaves valid nodes of NaNs,
+    /// which make the mean area NaN. The outline gets the flag `Boundary` (the loop of the first boundary
+    /// edge), beside a cut also `CutBoundary`, all other valid nodes `Interior`. Percentages are reported
+    /// without a text, up to 101, and beyond where triangles have no flat area. Names and the area asked for
+    /// stay also when this throws. \throws std::runtime_error "Insufficient memory to initialise
+    /// quad-mesh." (an area of zero asks for infinitely many nodes), or "No boundary found" if no quad comes
+    /// out; the nodes then stay.
     void construct(TriMesh::Mesh const& mesh, double quadArea);
 
     /// Grows the valid region by invented nodes, so that a beam just off the part still finds a quad: each
-    /// pass continues the surface across the boundary (the loop of the first boundary edge) by one step, as
-    /// twice the boundary node less the one behind it, averaged where several edges reach a node, and then
-    /// moves the nodes of the new boundary to the middle of their neighbours `smoothingPasses` times.
-    /// Invented nodes have the flag `Valid` alone. Nothing is grown from a node beside a cut. Each pass adds
-    /// a margin of one node on all sides, which only the next pass fills: node (u, v) becomes (u + 1, v + 1),
-    /// while offset, search points and the quad where the next search starts stay. Invalid nodes with other
-    /// flags set are not grown into. Each pass reports its percentage. Nodes are read as `getPoint`
-    /// shows them and the invented ones stored: extend a grid before it is scaled, not after. \throws
+    /// pass continues the surface across the boundary (the loop of the first boundary edge) by one step, but
+    /// not from a node beside a cut, and then smooths the new boundary `smoothingPasses` times. Invented
+    /// nodes have the flag `Valid` alone. Each pass adds a margin of one node on all sides, which only the
+    /// next pass fills: node (u, v) becomes (u + 1, v + 1), while offset, search points and the quad where
+    /// the next search starts stay. Invalid nodes with other flags set are not grown into. Each pass reports
+    /// its percentage. Nodes are read as `getPoint` shows them and the invented ones stored: extend a grid
+    /// before it is scaled, not after. \throws
     /// std::runtime_error "Unsupported boundary extension algorithm.", "No boundary found" or "Insufficient
     /// memory to initialise quad-mesh.".
     void extendBoundary(BoundaryExtensionAlgorithm algorithm, unsigned long passes,
@@ -492,9 +485,13 @@ private:
     /// \throws std::runtime_error "No boundary found".
     Edge getBoundaryEdge();
 
+    /// Measures all quads, see `getMeanQuadArea`.
     void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;
+
+    /// One pass of an extension of the boundary.
     void extendBoundaryBasic(unsigned long smoothingPasses);
 
+    /// Reverses the grid along an axis, see `mirror`.
     void flipWinding(CanonicalAxis axis);
 
     bool getEllipseAxisPoints(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& axisA,
@@ -509,6 +506,7 @@ private:
     bool testStripe(Stripe const& stripe, double quadStep, unsigned long& numberOfPasses,
                     unsigned long& numberOfFailures);
 
+    /// What a file of that version has behind its header.
     void loadv0(QuadFileHeader const& header, std::ifstream& stream);
     void loadv1(QuadFileHeader const& header, std::ifstream& stream);
 
