@@ -67,16 +67,17 @@ int flagsAt(RectMesh const& grid, int u, int v) {
     return static_cast<unsigned char>(grid.getPointFlags({u, v}));
 }
 
-testing::AssertionResult sameGrid(RectMesh const& actual, Plain::Grid const& expected) {
-    if (actual.getExtents().getdU() != expected.extentU || actual.getExtents().getdV() != expected.extentV) {
+testing::AssertionResult sameGrid(RectMesh const& actual, PlainGrid const& expected) {
+    if (actual.getExtents().getdU() != expected.highestU ||
+        actual.getExtents().getdV() != expected.highestV) {
         return testing::AssertionFailure()
                << "extents (" << actual.getExtents().getdU() << ", " << actual.getExtents().getdV()
-               << "), not (" << expected.extentU << ", " << expected.extentV << ")";
+               << "), not (" << expected.highestU << ", " << expected.highestV << ")";
     }
-    for (std::uint32_t v = 0; !expected.points.empty() && v <= expected.extentV; ++v) {
-        for (std::uint32_t u = 0; u <= expected.extentU; ++u) {
+    for (std::uint32_t v = 0; !expected.points.empty() && v <= expected.highestV; ++v) {
+        for (std::uint32_t u = 0; u <= expected.highestU; ++u) {
             Node const node(static_cast<int>(u), static_cast<int>(v));
-            std::size_t const k = expected.node(u, v);
+            std::size_t const k = expected.getNode({node.getU(), node.getV()});
             int const flags = static_cast<unsigned char>(actual.getPointFlags(node));
             if (flags != expected.flags[k]) {
                 return testing::AssertionFailure() << "flags " << flags << ", not " << int{expected.flags[k]}
@@ -84,7 +85,9 @@ testing::AssertionResult sameGrid(RectMesh const& actual, Plain::Grid const& exp
             }
             auto const p = actual.getPoint(node);
             PlainFlattening::Place const place{p.getX(), p.getY(), p.getZ()};
-            if (auto r = sameNumbers("node", k, place, expected.points[k]); !r) {
+            PlainFlattening::Place const expectedPlace{expected.points[k].x, expected.points[k].y,
+                                                       expected.points[k].z};
+            if (auto r = sameNumbers("node", k, place, expectedPlace); !r) {
                 return r;
             }
         }
@@ -92,21 +95,23 @@ testing::AssertionResult sameGrid(RectMesh const& actual, Plain::Grid const& exp
     return testing::AssertionSuccess();
 }
 
-testing::AssertionResult sameStatistics(RectMesh const& actual, Plain::Grid const& expected) {
+testing::AssertionResult sameStatistics(RectMesh const& actual, Plain::Result const& expected) {
     std::array<double, 3> const areas{actual.getMaxQuadArea(), actual.getMeanQuadArea(),
                                       actual.getMinQuadArea()};
-    if (auto r = sameNumbers("areas", 0, areas,
-                             std::array<double, 3>{expected.maxArea, expected.meanArea, expected.minArea});
+    if (auto r =
+            sameNumbers("areas", 0, areas,
+                        std::array<double, 3>{expected.areas.max, expected.areas.mean, expected.areas.min});
         !r) {
         return r;
     }
-    if (actual.numberOfSearchPointsU != expected.searchPointsU ||
-        actual.numberOfSearchPointsV != expected.searchPointsV ||
-        actual.searchPoints.size() != expected.searchPoints.size()) {
+    if (actual.numberOfSearchPointsU != expected.searchPoints.countU ||
+        actual.numberOfSearchPointsV != expected.searchPoints.countV ||
+        actual.searchPoints.size() != expected.searchPoints.quads.size()) {
         return testing::AssertionFailure() << "different numbers of search points";
     }
-    for (std::size_t k = 0; k < expected.searchPoints.size(); ++k) {
-        if (actual.searchPoints[k] != Node(expected.searchPoints[k].first, expected.searchPoints[k].second)) {
+    for (std::size_t k = 0; k < actual.searchPoints.size(); ++k) {
+        PlainIndex const& quad = expected.searchPoints.quads[k];
+        if (actual.searchPoints[k] != Node(quad.u, quad.v)) {
             return testing::AssertionFailure() << "search point " << k;
         }
     }
@@ -114,13 +119,13 @@ testing::AssertionResult sameStatistics(RectMesh const& actual, Plain::Grid cons
 }
 
 /// Compares everything that one call leaves with the plain version, which is handed out.
-Plain::Grid expectPlainResult(TriangleMesh const& mesh, double quadArea) {
-    Plain::Grid const expected = Plain::resample(PlainFlattening::takeRecord(mesh), quadArea);
+Plain::Result expectPlainResult(TriangleMesh const& mesh, double quadArea) {
+    Plain::Result const expected = Plain::resample(PlainFlattening::takeRecord(mesh), quadArea);
     RectMesh grid;
     EventListener listener;
     grid.setProgressListener(&listener);
     EXPECT_EQ(construct(grid, mesh, quadArea), expected.error);
-    EXPECT_TRUE(sameGrid(grid, expected));
+    EXPECT_TRUE(sameGrid(grid, expected.grid));
     EXPECT_TRUE(sameStatistics(grid, expected));
     EXPECT_EQ(listener.events, expected.events);
     return expected;
@@ -179,7 +184,7 @@ TEST(Resampling, OfTwoTrianglesOverANodeTheLaterOneStands) {
         auto const& p = mesh->getVertex(v).getPoint3D();
         mesh->getVertex(v).setPoint2D({p.getX() + 2.0, p.getY() + 3.0});
     }
-    Plain::Grid const grid = expectPlainResult(*mesh, 0.2);
+    Plain::Result const grid = expectPlainResult(*mesh, 0.2);
     EXPECT_GT(grid.repeatedStores, 3U);
 }
 
@@ -215,7 +220,7 @@ TEST(Resampling, TheMeanRatioCountsTrianglesNotAreas) {
     flatten(*mesh, fromAbove);
     // The second triangle: 11 in space, 11 / 3 in the plane.
     mesh->getVertex(3).setPoint2D({1.0 + 4.0 / 3.0, 1.0 + 4.0 / 3.0});
-    Plain::Grid const grid = expectPlainResult(*mesh, 0.5);
+    Plain::Result const grid = expectPlainResult(*mesh, 0.5);
     EXPECT_NEAR(grid.spacing, 0.5, 1e-12);
 }
 
@@ -314,8 +319,8 @@ TEST(Resampling, ReplacesTheWholeContent) {
     grid.construct(*makeFlattened(makeGridPatch(6, 6, 6.0, 6.0)), 0.25);
     MeshPointer const mesh = makeUnitSquare();
     grid.construct(*mesh, 0.25);
-    Plain::Grid const expected = Plain::resample(PlainFlattening::takeRecord(*mesh), 0.25);
-    EXPECT_TRUE(sameGrid(grid, expected));
+    Plain::Result const expected = Plain::resample(PlainFlattening::takeRecord(*mesh), 0.25);
+    EXPECT_TRUE(sameGrid(grid, expected.grid));
     EXPECT_TRUE(sameStatistics(grid, expected));
 }
 
@@ -700,10 +705,10 @@ TEST(Resampling, DegenerateFlatTrianglesStoreWhatTheArithmeticGives) {
         Soup{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {2, 0, 0}}, {{0, 1, 2}, {1, 3, 2}, {1, 4, 3}}});
     flatten(*mesh, fromAbove);
     mesh->getVertex(4).setPoint2D({1.0, 0.5});
-    Plain::Grid const expected = expectPlainResult(*mesh, 0.25);
+    Plain::Result const expected = expectPlainResult(*mesh, 0.25);
     std::size_t undefined = 0;
-    for (auto const& place : expected.points) {
-        undefined += std::isnan(place[0]) ? 1U : 0U;
+    for (PlainPoint const& point : expected.grid.points) {
+        undefined += std::isnan(point.x) ? 1U : 0U;
     }
     EXPECT_EQ(undefined, 3U);
 }

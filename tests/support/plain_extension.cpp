@@ -10,38 +10,12 @@ namespace {
 constexpr unsigned char validMask = 1;
 constexpr unsigned char cutMask = 16;
 
-PlainIndex stepAlong(int orientation) {
-    switch (orientation % 4) {
-    case 0:
-        return {1, 0};
-    case 1:
-        return {0, 1};
-    case 2:
-        return {-1, 0};
-    default:
-        return {0, -1};
-    }
-}
-
-PlainIndex destinationOf(PlainEdge const& edge) {
-    return edge.origin + stepAlong(edge.orientation);
-}
-
-/// From one boundary edge to the next: turn round, then sweep clockwise about the node.
-PlainEdge nextOnBoundary(PlainGrid const& grid, PlainEdge const& edge) {
-    PlainEdge next{destinationOf(edge), (edge.orientation + 2) % 4};
-    do {
-        next.orientation = (next.orientation + 3) % 4;
-    } while (!grid.getIsEdgeOnBoundary(next));
-    return next;
-}
-
 std::vector<PlainEdge> boundaryLoop(PlainGrid const& grid, PlainEdge const& first) {
     std::vector<PlainEdge> loop{first};
-    PlainEdge edge = nextOnBoundary(grid, first);
+    PlainEdge edge = grid.getNextBoundaryEdge(first);
     while (edge != first) {
         loop.push_back(edge);
-        edge = nextOnBoundary(grid, edge);
+        edge = grid.getNextBoundaryEdge(edge);
     }
     return loop;
 }
@@ -54,9 +28,9 @@ struct Candidate {
 
 std::vector<Candidate> candidatesAt(PlainEdge const& edge) {
     PlainIndex const p = edge.origin;
-    PlainIndex const q = destinationOf(edge);
-    PlainIndex const along = stepAlong(edge.orientation);
-    PlainIndex const left = stepAlong(edge.orientation + 1);
+    PlainIndex const q = edge.getEnd();
+    PlainIndex const along = edge.getStep();
+    PlainIndex const left = PlainEdge{p, edge.orientation + 1}.getStep();
     return {{p - left, p, p + left},
             {q - left, q, q + left},
             {q + along - left, q, q - along + left},
@@ -132,12 +106,12 @@ void average(Larger& larger) {
 void smooth(PlainGrid& grid, PlainView const& view) {
     std::vector<std::pair<PlainIndex, PlainPoint>> moves;
     for (PlainEdge const& edge : boundaryLoop(grid, *grid.getBoundaryEdge())) {
-        PlainIndex const before = edge.origin - stepAlong(edge.orientation);
+        PlainIndex const before = edge.origin - edge.getStep();
         if (!grid.getIsEdgeOnBoundary({before, edge.orientation})) {
             continue;
         }
         PlainPoint const zero;
-        PlainVector const sum = plainSum(plainDifference(view(grid.getPoint(destinationOf(edge))), zero),
+        PlainVector const sum = plainSum(plainDifference(view(grid.getPoint(edge.getEnd())), zero),
                                          plainDifference(view(grid.getPoint(before)), zero));
         moves.emplace_back(edge.origin, plainMoved(zero, plainScaled(0.5, sum)));
     }

@@ -31,13 +31,8 @@ double twiceTriangleArea(PlainPoint const& a, PlainPoint const& b, PlainPoint co
     return length(plainCross(plainDifference(b, a), plainDifference(c, b)));
 }
 
-PlainIndex stepOf(int orientation) {
-    static PlainIndex const steps[4] = {{1, 0}, {0, 1}, {-1, 0}, {0, -1}};
-    return steps[orientation];
-}
-
 PlainEdge rotated(PlainEdge const& edge) {
-    return {edge.origin + stepOf(edge.orientation), (edge.orientation + 1) % 4};
+    return {edge.getEnd(), (edge.orientation + 1) % 4};
 }
 
 } // namespace
@@ -128,6 +123,11 @@ PlainIndex operator-(PlainIndex const& a, PlainIndex const& b) {
     return {plainWrappedDifference(a.u, b.u), plainWrappedDifference(a.v, b.v)};
 }
 
+PlainIndex PlainEdge::getStep() const {
+    static PlainIndex const steps[4] = {{1, 0}, {0, 1}, {-1, 0}, {0, -1}};
+    return steps[orientation % 4];
+}
+
 std::size_t PlainGrid::getNode(PlainIndex const& p) const {
     return static_cast<std::size_t>(p.v) * (highestU + std::size_t{1}) + static_cast<std::size_t>(p.u);
 }
@@ -161,7 +161,7 @@ bool PlainGrid::getIsBoundaryPoint(PlainIndex const& p) const {
         return false;
     }
     for (int orientation = 0; orientation < 4; ++orientation) {
-        PlainIndex const neighbour = p + stepOf(orientation);
+        PlainIndex const neighbour = PlainEdge{p, orientation}.getEnd();
         if (getIsInBounds(neighbour) && !getIsPointValid(neighbour)) {
             return true;
         }
@@ -361,6 +361,14 @@ bool PlainGrid::getIsEdgeOnQuad(PlainEdge const& edge) const {
 bool PlainGrid::getIsEdgeOnBoundary(PlainEdge const& edge) const {
     PlainEdge const onTheRight{edge.origin, (edge.orientation + 3) % 4};
     return getIsEdgeOnQuad(edge) && !getIsEdgeOnQuad(onTheRight);
+}
+
+PlainEdge PlainGrid::getNextBoundaryEdge(PlainEdge const& edge) const {
+    PlainEdge next{edge.getEnd(), (edge.orientation + 2) % 4};
+    do {
+        next.orientation = (next.orientation + 3) % 4;
+    } while (!getIsEdgeOnBoundary(next));
+    return next;
 }
 
 std::optional<PlainEdge> PlainGrid::getBoundaryEdge() const {

@@ -31,6 +31,9 @@ struct PlainIndex {
     bool operator==(PlainIndex const&) const = default;
 };
 
+PlainIndex operator+(PlainIndex const& a, PlainIndex const& b);
+PlainIndex operator-(PlainIndex const& a, PlainIndex const& b);
+
 struct PlainBox {
     PlainPoint p;
     PlainVector d;
@@ -54,6 +57,10 @@ struct PlainEdge {
     int orientation = 0;
 
     bool operator==(PlainEdge const&) const = default;
+
+    PlainIndex getStep() const;
+
+    PlainIndex getEnd() const { return origin + getStep(); }
 };
 
 /// \name Arithmetic: points are floats, vectors are doubles
@@ -85,8 +92,6 @@ std::int32_t plainRounded(double value);
 std::int32_t plainWrappedSum(std::int32_t a, std::int32_t b);
 std::int32_t plainWrappedDifference(std::int32_t a, std::int32_t b);
 std::int32_t plainWrappedProduct(std::int32_t a, std::int32_t b);
-PlainIndex operator+(PlainIndex const& a, PlainIndex const& b);
-PlainIndex operator-(PlainIndex const& a, PlainIndex const& b);
 
 ///@}
 
@@ -128,6 +133,9 @@ struct PlainGrid {
 
     bool getIsEdgeOnQuad(PlainEdge const& edge) const;
     bool getIsEdgeOnBoundary(PlainEdge const& edge) const;
+
+    /// From one boundary edge to the next: turn round, then sweep clockwise about the node.
+    PlainEdge getNextBoundaryEdge(PlainEdge const& edge) const;
 };
 
 /// What the grid shows: every node through its virtual `getPoint`, every flag byte.
