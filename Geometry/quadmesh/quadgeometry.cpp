@@ -10,8 +10,8 @@
 // the u corner to the v corner: files carry areas and are compared by them, so that neither may change sides.
 //
 // The normal of a node is the unit sum of the lower triangles' normals of the four quads at and above the
-// node, weighted by area as they come, else of the three below. It is a node's normal in name only, shifted
-// by half a quad, but reported angles hang on it.
+// node, weighted by area as they come, else of the three below. That is the normal half a quad further on;
+// who compares grids by it counts on that.
 //
 // Statistics: one pass over all quads, v outer, u inner, whose sum of doubles hangs on that order. The
 // smallest area starts at 1e11, so that a grid without quads, or with larger ones alone, answers with that.

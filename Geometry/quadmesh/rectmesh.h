@@ -221,13 +221,13 @@ public:
     /// Replaces the grid by a regular sampling of a flattened mesh: nodes stand in the flat map at one
     /// spacing, chosen so that quads have the area `quadArea` on the surface on average, and each node inside
     /// a flat triangle takes its place on the surface. The map must start at (0, 0), else it is cut at the
-    /// grid; a triangle turned over in it covers no node, and one without area leaves valid nodes of NaNs,
-    /// which make the mean area NaN. The outline gets the flag `Boundary` (the loop of the first boundary
-    /// edge), beside a cut also `CutBoundary`, all other valid nodes `Interior`. Percentages are reported
-    /// without a text, up to 101, and beyond where triangles have no flat area. Names and the area asked for
-    /// stay also when this throws. \throws std::runtime_error "Insufficient memory to initialise
-    /// quad-mesh." (an area of zero asks for infinitely many nodes), or "No boundary found" if no quad comes
-    /// out; the nodes then stay.
+    /// grid; a triangle turned over in it covers no node, one without area leaves valid nodes of NaNs if none
+    /// after it covers them, and these make the mean area NaN. The outline gets the flag `Boundary` (the loop
+    /// of the first boundary edge), beside a cut also `CutBoundary`, all other valid nodes `Interior`.
+    /// Percentages come without a text, up to 101, and beyond where triangles have no flat area. Names and
+    /// the area asked for stay also when this throws. \throws std::runtime_error "Insufficient memory to
+    /// initialise quad-mesh." (an area of zero asks for infinitely many nodes), or "No boundary found" if no
+    /// quad comes out; the nodes then stay.
     void construct(TriMesh::Mesh const& mesh, double quadArea);
 
     /// Grows the valid region by invented nodes, so that a beam just off the part still finds a quad: each

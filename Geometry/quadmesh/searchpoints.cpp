@@ -9,9 +9,9 @@
 // Search points are existing quads spread over the grid: each place of a lattice that keeps the grid's aspect
 // takes the existing quad that is nearest to it in its column of the grid, the lower of two equally near.
 //
-// Steps: so many points as there are quads for each, at least eight; the lattice that has about as many
-// places in the grid's aspect; for each place, row by row, its column's nearest quad, if the column has any.
-// Columns are not left: a place over a column of holes has no point.
+// Steps: one point for so many quads, at least eight in all; the lattice that has about as many places in the
+// grid's aspect; for each place, row by row, its column's nearest quad. A place whose column has no quad has
+// no point.
 //
 // A tall grid has many places in one column. Where a place has no quad of its own, the column's quads are
 // gathered once and then searched by halves, for each column of the lattice apart: all of it costs at most as

@@ -10,7 +10,7 @@
 //
 // Points are written as `getPoint` shows them, in the six significant digits that a stream writes by default:
 // enough to look at, not to compute with. Numbers are formatted without a stream, since a locale must not put
-// commas into them. Cost: all nodes twice. An empty grid gives the two headings alone.
+// commas into them. Cost: all nodes twice. An empty grid gives the two headings with nothing below.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 

@@ -15,15 +15,15 @@
 // tell the same. Points are written as `getPoint` shows them, so that a scaled grid is saved to scale. The
 // header takes the first 127 bytes of the source name.
 //
-// Reading trusts the header: extents are taken as they stand, and the memory for them is asked for before
-// anything is read. Nothing is compared with the file's length and there is no checksum, so that a file that
+// Reading trusts the header: extents are taken as they stand, and the memory for them is asked for before any
+// block is read. Nothing is compared with the file's length and there is no checksum, so that a file that
 // ends early reads as zeros from there on, which is how interrupted copies still open. The numbers are taken
 // byte by byte and not by the machine's order. Areas are those of the file, not measured. Version 0 knows no
 // boundary: a valid node beside one that is not becomes boundary, every other one interior.
 //
-// Snapping: an area further from the target than the tolerance, a tenth as it stands, is replaced by it, so
-// that programs which tell maps apart by area see the one that was asked for. A larger tolerance lets grids
-// of different areas through, a smaller one hides what resampling really gave.
+// Snapping: an area further from the target than the tolerance, a tenth as it stands, is replaced by the
+// target, so that who reads the file meets no area far from the one that was asked for; a nearer one stays as
+// measured. A larger tolerance would let more of what was measured through, a smaller one hide more of it.
 //
 // Cost: all nodes once or twice, in large blocks.
 

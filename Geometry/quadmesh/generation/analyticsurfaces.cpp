@@ -12,8 +12,8 @@
 // Plane and cylinder are laid out flat, the cylinder in steps whose chord is one spacing. The paraboloid is
 // seen from a point on its axis four heights above the apex: a flat lattice through the apex is projected
 // along the sight lines, each a quadratic equation for the way from the eye (0) to the flat point (1). The
-// sphere is projected stereographically from its upper pole and then turned over, which keeps its angles, so
-// that quads stay squares to first order, larger toward the rim.
+// sphere rests on the flat lattice, is projected stereographically from its upper pole and then turned over.
+// That projection keeps angles, so that quads are squares to first order, smaller toward the rim.
 //
 // Rounding: every point is rounded to the floats of a `Point` where a point is formed, and nowhere else;
 // vectors are doubles. That and the order of the products are what the files of these grids are compared by.

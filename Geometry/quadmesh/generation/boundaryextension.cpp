@@ -10,18 +10,8 @@
 
 // Boundary extension: the surface goes on across its boundary as it came, node by node. Each pass invents the
 // nodes one step outside the boundary by linear extrapolation, twice the boundary node less the one behind
-// it, averages where several ways lead to a node, and may then smooth the new boundary.
-//
-// The boundary runs along an edge e from p to q with the surface on its left; d is its step, n the step to
-// the left. Four ways lead across it, two straight and two along the diagonals of the left quad:
-//
-//      p+n -------- q+n          case   target      base   behind
-//       |   \     /  |
-//       |     quad   |             0    p - n        p     p + n
-//       |   /     \  |             1    q - n        q     q + n
-//  ---- p --- e ---> q ----        2    q + d - n    q     p + n
-//       .            .             3    p - d - n    p     q + n
-//   3   0            1   2       (where the cases invent their nodes)
+// it, averages where several ways lead to a node, and may then smooth the new boundary. The ways are drawn
+// below, at `getExtrapolations`.
 //
 // Steps of a pass: copy the grid into one with a margin of a node on each side, beside it how many values a
 // node holds; walk one boundary loop of the old grid and gather the extrapolations; divide by their number;
@@ -55,7 +45,17 @@ struct Extrapolation {
     GridPoint behind;
 };
 
-/// The four ways across a boundary edge, in the order in which they are gathered; see the drawing.
+/// The four ways across a boundary edge, in the order in which they are gathered. The edge e runs from p to q
+/// with the surface on its left; d is its step, n the step to the left. Two ways go straight on, two along
+/// the diagonals of the left quad:
+///
+///     p+n ------- q+n       case   target      base   behind
+///      |  \     /  |          0    p - n        p     p + n
+///      |    \ /    |          1    q - n        q     q + n
+///      |    / \    |          2    q + d - n    q     p + n
+///      |  /     \  |          3    p - d - n    p     q + n
+///      p --- e --> q
+///   3  0           1  2     (where the cases invent their nodes)
 std::array<Extrapolation, 4> getExtrapolations(Edge const& e) {
     GridPoint const p = e.org();
     GridPoint const q = e.dest();

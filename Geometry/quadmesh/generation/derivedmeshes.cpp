@@ -16,20 +16,18 @@
 // is made aside and then taken over, so that the result may be the source and, where memory is short, stays
 // as it was. Whoever derives settles the areas anew; the search points only in the forms below that say so.
 //
-// Normalising: both forms round to the floats of a point before they scale, one the shifted point, the other
-// the box's centre and each point's difference from it. To leave a rounding out would change the last bits of
-// the result. Which side of the box is the largest is asked with strict signs, so that a tie for it goes to
-// z, also where z is the smallest.
+// Normalising: both forms round to floats before they scale, one the shifted point, the other the box's
+// centre and each point's difference from it; the last bits hang on that. Which side of the box is the
+// largest is asked with strict signs, so that a tie for it goes to z, also where z is the smallest.
 //
 // Restricting to a box in space: first the index box of the nodes inside, then a ring of empty nodes around
 // it. The index box is built of boxes of one by one, from each node up and right, so that the ring is one
 // node wide on the low sides and two on the high ones.
 //
-// Reversing after a reflection: the reflection turns the winding of the quads over, the reversal turns it
-// back. It reads what is shown and stores it. A grid of one row has no columns to turn: its points are
-// cleared.
+// Reversing: a reflection turns the winding of the quads over, the reversal turns it back. It reads what is
+// shown and stores it. A grid of one row has no columns to turn: its points are cleared.
 //
-// Cost: the nodes of the result, for the box in space those of the grid twice.
+// Cost: the nodes of the result; for a box in space or a size, those of the grid too.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 

@@ -23,9 +23,9 @@
 // Cost: the lattice points of the triangles' boxes, which is near the nodes plus the triangles.
 //
 // Odd on purpose: the flat map counts from (0, 0), not from its box's corner. A map that is placed otherwise
-// is cut at the grid. A triangle turned over in the map holds no node. A hole has a loop of its own, which is
-// not walked, so the nodes around it are marked interior. The share of the progress is of the triangles with
-// flat area, so that others take it over 100.
+// is cut at the grid. A triangle turned over in the map holds no node, one without flat area holds those on
+// its line, where its coordinates are 0 / 0. The loop of a hole is not walked, so the nodes around it are
+// marked interior. Progress is a share of the triangles with flat area: others take it over 100.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 

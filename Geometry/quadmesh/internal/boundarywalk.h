@@ -7,7 +7,7 @@ namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 /// The boundary edge that follows another one, both with the surface on their left: the first that is met
 /// when turning clockwise about the end, from the way back on, which sweeps over surface alone. Where two
 /// corners of the surface meet in a node, the walk so stays on the corner along which it came.
-inline Edge getNextBoundaryEdge(Edge edge) {
+[[nodiscard]] inline Edge getNextBoundaryEdge(Edge edge) {
     edge = edge.sym();
     do {
         edge = edge.oprev();

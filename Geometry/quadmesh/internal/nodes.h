@@ -33,7 +33,7 @@ struct Nodes {
 
 /// Nodes of their own, all invalid and with points of zeros.
 /// \throws std::runtime_error "Insufficient memory to initialise quad-mesh.".
-Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents);
+[[nodiscard]] Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents);
 
 constexpr bool getHasFlag(char flagByte, RectMesh::PointFlagID id) {
     return ((static_cast<unsigned>(static_cast<unsigned char>(flagByte)) >> id) & 1U) != 0;

@@ -8,11 +8,11 @@
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 /// Opens a file of a grid for reading. \throws std::ios_base::failure "Quad-mesh file open failure.".
-std::ifstream openGridInput(char const* path);
+[[nodiscard]] std::ifstream openGridInput(char const* path);
 
 /// Reads the header off the start of a file, up to the flag block. What the file is too short for reads as
 /// zero. \throws std::runtime_error "Invalid .quads file.".
-QuadFileHeader readQuadFileHeader(std::ifstream& stream);
+[[nodiscard]] QuadFileHeader readQuadFileHeader(std::ifstream& stream);
 
 /// Reads the blocks behind the header into new nodes, in their order: flags, then points. What the file is
 /// too short for reads as zero.
