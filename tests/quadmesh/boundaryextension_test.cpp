@@ -219,6 +219,48 @@ TEST(BoundaryExtension, KeepsTheMeanAreaOfATiltedPlaneUpToRounding) {
     EXPECT_TRUE(grid.getIsQuadValid({1, 1}));
 }
 
+TEST(BoundaryExtension, ALoneQuadGrowsStraightOnAndAlongItsDiagonals) {
+    RectMesh grid;
+    grid.init({3, 3});
+    grid.setPoint({1, 1}, SpacePoint(1, 1, 3));
+    grid.setPoint({2, 1}, SpacePoint(2, 1, 5));
+    grid.setPoint({1, 2}, SpacePoint(1, 2, 11));
+    grid.setPoint({2, 2}, SpacePoint(2, 2, 40));
+    settle(grid);
+    RectMesh const before = grid;
+    grid.extendBoundary(Basic, 1, 0);
+    auto const expectNode = [&](GridIndex const& node, GridIndex const& base, GridIndex const& behind) {
+        GridIndex const moved(node.getU() + 1, node.getV() + 1);
+        EXPECT_EQ(grid.getPointFlags(moved), valid);
+        EXPECT_TRUE(samePoint(grid.getPoint(moved), meanOf({ahead(before, base, behind)})));
+    };
+    expectNode({1, 0}, {1, 1}, {1, 2});
+    expectNode({2, 0}, {2, 1}, {2, 2});
+    expectNode({3, 1}, {2, 1}, {1, 1});
+    expectNode({0, 2}, {1, 2}, {2, 2});
+    expectNode({0, 0}, {1, 1}, {2, 2});
+    expectNode({3, 0}, {2, 1}, {1, 2});
+    expectNode({3, 3}, {2, 2}, {1, 1});
+    expectNode({0, 3}, {1, 2}, {2, 1});
+}
+
+TEST(BoundaryExtension, BesideAStraightBoundaryEachOfTheFourCasesGivesAValue) {
+    RectMesh grid;
+    grid.init({6, 3});
+    for (int v = 1; v <= 3; ++v) {
+        for (int u = 0; u <= 6; ++u) {
+            grid.setPoint({u, v}, SpacePoint(u, v, 4.0 * u * u * v + 8.0 * v * v));
+        }
+    }
+    settle(grid);
+    // Straight on as the end of one edge and the start of the next, then over the corners from either side.
+    SpacePoint const expected = meanOf({ahead(grid, {3, 1}, {3, 2}), ahead(grid, {3, 1}, {3, 2}),
+                                        ahead(grid, {2, 1}, {1, 2}), ahead(grid, {4, 1}, {5, 2})});
+    grid.extendBoundary(Basic, 1, 0);
+    EXPECT_EQ(grid.getPointFlags({4, 1}), valid);
+    EXPECT_TRUE(samePoint(grid.getPoint({4, 1}), expected));
+}
+
 TEST(BoundaryExtension, AnInnerCornerBecomesTheMeanOfAllThatReachIt) {
     RectMesh grid = lShapedGrid();
     // Across from both edges that end and begin at (2, 2), each edge's other neighbour, and over the corner

@@ -25,8 +25,9 @@
 //
 // Odd on purpose: a target outside the old grid is left to the next pass, although the new one has room: the
 // first pass over a grid that is valid up to its rim only adds the margin. A node with any flag counts as
-// holding a value, its own, so an invalid node that kept other flags gathers but stays invalid. From a base
-// beside a cut nothing is grown, lest one lip lie over the other; what is behind is not asked.
+// holding a value, its own, so an invalid node that kept other flags gathers but stays invalid; what one
+// without flags still stores enters the sum uncounted. From a base beside a cut nothing is grown, lest one
+// lip lie over the other; what is behind is not asked.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
