@@ -3,41 +3,56 @@
 #include "Geometry/foundations/export.h"
 #include "Geometry/foundations/point.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <utility>
 #include <vector>
 
 namespace QELT::Geometry::ThreeDimensional::PointCloud {
 
-/// Finds the nearest others of each of a list of points by halving the list again and again along the axis on
-/// which it is longest. All coordinates must be finite.
+/// Finds the nearest of a list of points, exactly: the answer is that of a sort of all of them by
+/// `Point::dSqr`, equally far ones by index, at a cost that grows with the logarithm of their number. It
+/// keeps a copy of the points. Queries change nothing, so several threads may ask at once.
 class QELT_EXPORT NearestPoints {
 public:
-    /// Squared distance, as `Point::dSqr` gives it, and index of a point.
-    using Neighbour = std::pair<double, std::uint32_t>;
+    /// A point that was found: its squared distance as `Point::dSqr` gives it, and its index in the list.
+    struct Neighbour {
+        double distanceSqr = 0.0;
+        std::uint32_t index = 0;
 
+        bool operator==(Neighbour const& other) const = default;
+
+        /// The nearer one comes first, of equally far ones that with the lower index.
+        bool operator<(Neighbour const& other) const {
+            return distanceSqr < other.distanceSqr ||
+                   (distanceSqr == other.distanceSqr && index < other.index);
+        }
+    };
+
+    /// An index over fewer than 2^32 points, or over none. Takes time n log n for n points.
+    /// \throws std::runtime_error "Coordinates must be finite" if one is infinite or NaN.
     explicit NearestPoints(std::vector<Point> const& newPoints);
 
-    /// The `count` others nearest to point `i`, nearest first, or all others if there are fewer. Points that
-    /// coincide with it do not count. Of others that are equally far any may come first, and at the end any
-    /// may be left out. The list is valid until the next call.
-    std::vector<Neighbour> const& find(std::uint32_t i, std::size_t count);
+    unsigned long getNumberOfPoints() const { return points.size(); }
+
+    /// The `count` points nearest to any place, nearest first, or all if there are fewer. One that coincides
+    /// with the place has the distance 0, and distances beyond the range of floats are infinite and equal.
+    /// \throws std::runtime_error "Coordinates must be finite" if one of the place is not.
+    [[nodiscard]] std::vector<Neighbour> getNearest(Point const& place, unsigned long count) const;
+
+    /// The `count` points nearest to point `i` of the list, nearest first, or all if there are fewer, without
+    /// those at the same place: neither the point itself nor its duplicates.
+    /// \throws std::runtime_error "No such point" if the list has no point `i`.
+    [[nodiscard]] std::vector<Neighbour> getNearestOthers(unsigned long i, unsigned long count) const;
 
 private:
-    std::vector<Point> points;
-    std::vector<std::uint32_t> order; ///< points, each stretch halved by the one in its middle
-    std::vector<std::uint8_t> axes;   ///< along which the stretch with this middle was halved
-
-    Point query;
-    std::uint32_t queryIndex = 0;
-    std::size_t wanted = 0;
-    std::vector<Neighbour> found; ///< a heap, the farthest first
+    class Search;
 
     void halve(std::size_t first, std::size_t last);
-    void visit(std::size_t first, std::size_t last);
-    void consider(std::uint32_t index);
+    std::uint8_t getLongestAxis(std::size_t first, std::size_t last) const;
 
-    bool isFull() const { return found.size() == wanted; }
+    std::vector<Point> points;
+    std::vector<std::uint32_t> order; ///< the points, each stretch halved by the one in its middle
+    std::vector<std::uint8_t> axes;   ///< along which the stretch with this middle was halved
 };
 
 } // namespace QELT::Geometry::ThreeDimensional::PointCloud

@@ -74,13 +74,13 @@ private:
 
     /// One more than wanted is asked for: it tells whether the last wanted one has an equal.
     bool findDistinct(std::uint32_t i) {
-        auto const& found = search->find(i, numberOfNeighbours + 1);
-        auto const isTie = [](auto const& a, auto const& b) { return a.first == b.first; };
+        auto const found = search->getNearestOthers(i, numberOfNeighbours + 1);
+        auto const isTie = [](auto const& a, auto const& b) { return a.distanceSqr == b.distanceSqr; };
         if (std::adjacent_find(found.begin(), found.end(), isTie) != found.end()) {
             return false;
         }
         for (std::size_t k = 0; k < found.size() && k < numberOfNeighbours; ++k) {
-            nearest.emplace_back(found[k].second, found[k].first);
+            nearest.emplace_back(found[k].index, found[k].distanceSqr);
         }
         return true;
     }
