@@ -97,35 +97,32 @@ public:
     static bool getCylinderFit(Point const* points, Vector const* normals, unsigned long numberOfPoints,
                                Point& axisPoint, Vector& axisDirection, double& radius, double* residuals);
 
-    /// The elliptic paraboloid of least squared residuals through points, by gradient steps with a fixed rate
-    /// on vertex, frame and curvatures in turn: c = (curvatureU a^2 + curvatureV b^2) / 2 in the frame of the
-    /// three axes. The start is the first point as vertex, the identity frame, and for both curvatures that
-    /// of the circle through the first two points to which `axisHint`, of unit length, is normal at the
-    /// first: twice the way between them along the hint, divided by its squared length. `residuals` (may be
-    /// null) receives the magnitudes. Needs two points.
+    /// The elliptic paraboloid of least squared residuals through at least two points, by gradient steps with
+    /// a fixed rate: c = (curvatureU a^2 + curvatureV b^2) / 2 in the frame of the three axes. The start is
+    /// the first point as vertex, the identity frame, and for both curvatures that of the circle through the
+    /// first two points to which `axisHint`, of unit length, is normal at the first. `residuals` (may be
+    /// null) receives the magnitudes.
     ///
     /// The result is whether all steps of a pass were below 1e-24, within 268435456 passes: that nothing
-    /// moves any more, not that the fit is good. The steps are tiny and not scaled by the size of the points,
-    /// and a vertex of floats stays where a step is below its rounding. Many fits never settle but come back
-    /// to a state in which they were; such a fit ends soon after, with what the last pass would have left.
-    /// One that does neither makes all passes, and cannot be stopped: a quarter to half a minute for each
-    /// point, an hour for some hundreds.
+    /// moves any more, not that the fit is good. A fit that comes back to an earlier state ends soon after,
+    /// with what the last pass would have left. One that does neither makes all passes, and cannot be
+    /// stopped: a quarter to half a minute for each point, an hour for some hundreds.
     static bool getEllipticParaboloidFit(Point const* points, unsigned long numberOfPoints,
                                          Vector const& axisHint, Point& vertex, Vector& axisU, Vector& axisV,
                                          Vector& axisN, double& curvatureU, double& curvatureV,
                                          double* residuals);
 
 private:
-    static constexpr int mostCylinderSteps = 4194304;
-    static constexpr int mostParaboloidPasses = 268435456;
+    static constexpr int maxCylinderSteps = 4194304;
+    static constexpr int maxParaboloidPasses = 268435456;
 
     /// The fits with limits of any size, at least 1.
     static bool fitCylinder(Point const* points, Vector const* normals, unsigned long numberOfPoints,
                             Point& axisPoint, Vector& axisDirection, double& radius, double* residuals,
-                            int mostSteps);
+                            int maxSteps);
     static bool fitParaboloid(Point const* points, unsigned long numberOfPoints, Vector const& axisHint,
                               Point& vertex, Vector& axisU, Vector& axisV, Vector& axisN, double& curvatureU,
-                              double& curvatureV, double* residuals, int mostPasses);
+                              double& curvatureV, double* residuals, int maxPasses);
 };
 
 } // namespace QELT::Geometry::ThreeDimensional

@@ -82,12 +82,12 @@ CylinderFit fitCylinder(SpacePoints const& points, SpaceVectors const& normals) 
 }
 
 /// The fit ended after so many steps.
-CylinderFit fitWithin(std::uint32_t mostSteps, SpacePoints const& points, SpaceVectors const& normals) {
+CylinderFit fitWithin(std::uint32_t maxSteps, SpacePoints const& points, SpaceVectors const& normals) {
     CylinderFit fit;
     fit.residuals.assign(points.size(), -9.0);
     fit.isConverged =
         Utility::fitCylinder(points.data(), normals.data(), points.size(), fit.axisPoint, fit.axisDirection,
-                             fit.radius, fit.residuals.data(), static_cast<int>(mostSteps));
+                             fit.radius, fit.residuals.data(), static_cast<int>(maxSteps));
     return fit;
 }
 
@@ -292,7 +292,7 @@ TEST(CylinderFit, IsThePlainDescentWhereverItIsCutOff) {
     }
 }
 
-static_assert(Utility::mostCylinderSteps == 4194304);
+static_assert(Utility::maxCylinderSteps == 4194304);
 
 TEST(CylinderFit, AnswersFalseWithItsOutputsWrittenWhenTheStepsRunOut) {
     // The points lie at right angles to the starting axis, on both sides of the plane in which the normals

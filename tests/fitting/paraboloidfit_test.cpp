@@ -40,12 +40,12 @@ ParaboloidFit fitParaboloid(SpacePoints const& points, Vector const& axisHint) {
 }
 
 /// The fit ended after so many passes.
-ParaboloidFit fitWithin(std::uint32_t mostPasses, SpacePoints const& points, Vector const& axisHint) {
+ParaboloidFit fitWithin(std::uint32_t maxPasses, SpacePoints const& points, Vector const& axisHint) {
     ParaboloidFit fit;
     fit.residuals.assign(points.size(), -9.0);
     fit.isConverged = Utility::fitParaboloid(points.data(), points.size(), axisHint, fit.vertex, fit.axisU,
                                              fit.axisV, fit.axisN, fit.curvatureU, fit.curvatureV,
-                                             fit.residuals.data(), static_cast<int>(mostPasses));
+                                             fit.residuals.data(), static_cast<int>(maxPasses));
     return fit;
 }
 
@@ -175,7 +175,7 @@ TEST(ParaboloidFit, WithAZeroHintOfPointsInThePlaneIsThePlane) {
 TEST(ParaboloidFit, IsThePlainDescentToTheBit) {
     int converged = 0;
     int lost = 0;
-    std::uint32_t mostPasses = 0;
+    std::uint32_t maxPasses = 0;
     for (std::uint32_t seed = 0; seed < 120; ++seed) {
         SpacePoints const points = steepBowl(seed);
         Testing::PlainParaboloid const expected = Testing::plainParaboloidFit(points, alongZ, 12000);
@@ -184,16 +184,16 @@ TEST(ParaboloidFit, IsThePlainDescentToTheBit) {
         if (expected.isConverged || isLost) {
             converged += expected.isConverged ? 1 : 0;
             lost += isLost ? 1 : 0;
-            mostPasses = std::max(mostPasses, expected.passes);
+            maxPasses = std::max(maxPasses, expected.passes);
             ASSERT_TRUE(same(fitParaboloid(points, alongZ), expected)) << "seed " << seed;
         }
     }
     EXPECT_GE(converged, 10);
     EXPECT_GE(lost, 20) << "numbers that are none end it, since they stay";
-    EXPECT_GE(mostPasses, 1000U);
+    EXPECT_GE(maxPasses, 1000U);
 }
 
-static_assert(Utility::mostParaboloidPasses == 268435456);
+static_assert(Utility::maxParaboloidPasses == 268435456);
 
 /// A cloud whose fit comes back to a state every `period` passes, the first time before pass `from` (1: it
 /// stays there).
