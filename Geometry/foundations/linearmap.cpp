@@ -1,5 +1,6 @@
 #include "Geometry/foundations/linearmap.h"
 
+#include "Geometry/foundations/angles.h"
 #include "Geometry/foundations/element.h"
 #include "Geometry/foundations/quaternion.h"
 
@@ -8,13 +9,23 @@
 #include <cstdint>
 #include <stdexcept>
 
+// Matrices of the plane and of space, written out entry by entry so that each has one fixed order of
+// evaluation.
+//
+// - The inverse is the adjugate divided by the determinant (Cramer's rule). There is no pivoting and no test
+//   for a singular map, so no tolerance either: a map without an inverse gives infinities or NaNs, and one
+//   close to that loses digits in the determinant's differences. Callers that must know look at `det`, or at
+//   the result.
+// - Three rotations in succession are the product of their matrices, the first angle's at the right: angles
+//   about axes of the fixed frame, in any order. The derivative by one angle replaces that factor by its own
+//   derivative.
+// - A turn of the plane is given as a fraction of the full one, so that 1 of 4 is the quarter turn; its
+//   cosine is 6e-17 and not 0, as the angle is rounded.
+//
+// Odd on purpose: `getColumn` reads what lies above the diagonal alone, which is what the interface has
+// always given.
+
 namespace QELT::Geometry::TwoDimensional {
-
-namespace {
-
-constexpr double fullTurn = 6.283185307179586;
-
-} // namespace
 
 LinearMap<double>::LinearMap(double entry11, double entry12, double entry21, double entry22)
     : m11(entry11), m12(entry12), m21(entry21), m22(entry22) {}
@@ -32,7 +43,7 @@ LinearMap<double>::LinearMap(double turnNumerator, double turnDenominator, doubl
 }
 
 void LinearMap<double>::setAsRotation(double turnNumerator, double turnDenominator, double scale) {
-    double const angle = turnNumerator * fullTurn / turnDenominator;
+    double const angle = turnNumerator * Angles::fullTurn / turnDenominator;
     m11 = std::cos(angle) * scale;
     m22 = m11;
     m21 = std::sin(angle) * scale;
