@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t bytesPerPoint = 6;
 
 /// More only take more time.
-constexpr std::size_t mostPoints = 150;
+constexpr std::size_t maxPoints = 150;
 
 /// A coordinate of two bytes. The first byte's odd values make it fine, so that both lattices, with their
 /// equal distances, and scattered points come up.
@@ -28,7 +28,7 @@ double coordinate(std::uint8_t const* bytes) {
 
 PointCloud::Cloud cloudOf(std::uint8_t const* data, std::size_t size) {
     PointCloud::Cloud cloud;
-    std::size_t const count = std::min(size / bytesPerPoint, mostPoints);
+    std::size_t const count = std::min(size / bytesPerPoint, maxPoints);
     for (std::size_t i = 0; i < count; ++i) {
         std::uint8_t const* const bytes = data + i * bytesPerPoint;
         cloud.addPoint(Point(coordinate(bytes), coordinate(bytes + 2), coordinate(bytes + 4)));

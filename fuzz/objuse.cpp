@@ -12,7 +12,7 @@ namespace QELT::Fuzzing {
 namespace {
 
 /// Larger meshes are not flattened: the solver's time would hide what the loader does.
-constexpr unsigned long mostVerticesToFlatten = 200;
+constexpr unsigned long maxVerticesToFlatten = 200;
 
 bool doesLoad(TriMesh::Mesh& mesh, char const* path) {
     try {
@@ -48,7 +48,7 @@ void useObjText(std::string const& text) {
     std::size_t const numberOfTriangles = walkTriangles(mesh);
     require(numberOfTriangles > 0, "a mesh that loads has a triangle");
     writeAndReadAgain(mesh, numberOfTriangles - mesh.getUnlistedTriangles().size());
-    if (mesh.getNumberOfVertices() <= mostVerticesToFlatten) {
+    if (mesh.getNumberOfVertices() <= maxVerticesToFlatten) {
         flatten(mesh, true);
         flatten(mesh, false);
         require(walkTriangles(mesh) == numberOfTriangles, "flattening keeps the triangles");

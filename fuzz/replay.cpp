@@ -23,7 +23,7 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint32_t mutationSeed = 19;
-constexpr std::uint32_t mostChangedBytes = 4;
+constexpr std::uint32_t maxChangedBytes = 4;
 
 std::vector<std::filesystem::path> listFiles(std::vector<std::string> const& paths) {
     std::vector<std::filesystem::path> files;
@@ -68,7 +68,7 @@ void runMutations(Bytes const& bytes, std::size_t count) {
     std::mt19937 random(mutationSeed);
     for (std::size_t i = 0; i < count; ++i) {
         Bytes changed = bytes;
-        std::uint32_t const changes = 1 + random() % mostChangedBytes;
+        std::uint32_t const changes = 1 + random() % maxChangedBytes;
         for (std::uint32_t change = 0; change < changes; ++change) {
             changed[random() % changed.size()] = static_cast<std::uint8_t>(random());
         }

@@ -17,9 +17,9 @@ constexpr std::size_t headerBytes = 2;
 constexpr std::size_t bytesPerFace = 3;
 
 /// More only take more time.
-constexpr std::size_t mostFaces = 80;
-constexpr unsigned mostUnusedVertices = 7;
-constexpr unsigned mostVertices = 40;
+constexpr std::size_t maxFaces = 80;
+constexpr unsigned maxUnusedVertices = 7;
+constexpr unsigned maxVertices = 40;
 
 using Face = std::array<unsigned, 3>;
 
@@ -92,10 +92,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     if (size < headerBytes) {
         return 0;
     }
-    unsigned const unusedVertices = data[0] % (mostUnusedVertices + 1);
-    unsigned const numberOfVertices = 3 + data[1] % (mostVertices - 2);
+    unsigned const unusedVertices = data[0] % (maxUnusedVertices + 1);
+    unsigned const numberOfVertices = 3 + data[1] % (maxVertices - 2);
     Soup soup(numberOfVertices);
-    std::size_t const steps = std::min((size - headerBytes) / bytesPerFace, mostFaces);
+    std::size_t const steps = std::min((size - headerBytes) / bytesPerFace, maxFaces);
     for (std::size_t i = 0; i < steps; ++i) {
         std::uint8_t const* const step = data + headerBytes + i * bytesPerFace;
         soup.grow(step[0], step[1], step[2]);

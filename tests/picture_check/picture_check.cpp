@@ -17,7 +17,7 @@
 namespace {
 
 constexpr std::uint32_t smallestSide = 64;
-constexpr std::size_t fewestColours = 8;
+constexpr std::size_t minColours = 8;
 constexpr double largestShare = 0.995;
 
 struct Picture {
@@ -63,7 +63,7 @@ void judge(char const* path) {
     double const share = static_cast<double>(most->second) / pixels;
     std::cout << path << ": " << picture.width << " x " << picture.height << ", " << counts.size()
               << " colours, the commonest on " << 100.0 * share << " %\n";
-    if (counts.size() < fewestColours || share > largestShare) {
+    if (counts.size() < minColours || share > largestShare) {
         throw std::runtime_error("blank");
     }
 }
