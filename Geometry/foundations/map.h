@@ -5,7 +5,9 @@
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 /// Something `s` with a rank `t`: the record of heaps and searches. Order looks at `t` alone, by the plain
-/// comparison, so that a NaN is neither greater nor less.
+/// comparison, so that a NaN is neither greater nor less. It knows nothing of meshes: the namespace is that
+/// of its first user, the reconstruction of a mesh, and part of the interface. The search of the partition
+/// tree ranks with it too, which is why it lies here, below both.
 template <class K, class V>
 class Map {
 public:

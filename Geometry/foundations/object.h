@@ -10,8 +10,10 @@ class Point;
 
 namespace BinarySpacePartition {
 
-/// Something that has a place in space and can be indexed by a partition tree. `ThreeDimensional::Point` is
-/// the library's own kind; any shape that answers these five questions can stand beside it.
+/// Something that has a place in space and can be indexed by a partition tree: what the tree asks of it.
+/// `ThreeDimensional::Point` is the library's own kind; any shape that answers these five questions can stand
+/// beside it. A shape on both sides of a plane must settle for one; what answers that it is on neither, as
+/// one with a NaN, or on both is left out by the tree.
 class QELT_EXPORT Object {
 public:
     Object() = default;

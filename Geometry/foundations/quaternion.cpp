@@ -4,6 +4,27 @@
 
 #include <cmath>
 
+// Rotations as quaternions (Shoemake, "Animating Rotation with Quaternion Curves", 1985). A quaternion q
+// turns a vector v to the vector part of q v q^-1; dividing by the squared norm makes any length serve.
+//
+// - For unit vectors at an angle, (u.v, u x v) turns by twice that angle. `rot` therefore takes the first
+//   vector and the bisector of both. Of opposite vectors the sum is zero, and any vector at right angles
+//   bisects: the first coordinate axis that is not parallel gives it.
+// - Part of the way: the angle by its tangent, which is accurate for small and for large angles alike, and
+//   the bisector to the first vector turned by that part of it in the plane of both.
+// - A frame of two directions: the first directions swing onto each other, then the second ones twist about
+//   it.
+//
+// The comparison with zero has no tolerance. Of nearly opposite vectors the sum is what rounding left, but
+// still at right angles to both as well as it can be told, and the turn takes one onto the other; a
+// tolerance would replace it by an axis of its own choosing and make the turn jump. Parallel vectors have no
+// plane to turn in: their part of the way is the zero turn, and between opposite ones nothing turns until
+// the fraction is 1, then all at once; that is kept.
+//
+// `linf` gives the magnitude of the last element wherever none of the first three is strictly the greatest,
+// also where two of these share the greatest one. All this costs a few dozen multiplications; a part of the
+// way takes an arc tangent, a sine and a cosine as well.
+
 namespace QELT::Geometry::ThreeDimensional {
 
 namespace {

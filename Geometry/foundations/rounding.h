@@ -4,6 +4,14 @@
 #include <cstdint>
 #include <limits>
 
+// The roundings of the library, in one place. Narrowing to float rounds to the nearest, ties to even, as the
+// processor does; it happens wherever a coordinate is stored, and results depend on each one. Whole numbers
+// come from doubles by cutting the fraction off or by rounding, and always saturate: a plain conversion of a
+// value out of range, or of NaN, is undefined and gives different numbers on different processors.
+//
+// `roundHalfUp` looks at the fraction and not at `floor(value + 0.5)`, whose sum rounds up just below a half
+// and changes odd numbers beyond 2^52. There is no tolerance anywhere. Each costs a few instructions.
+
 namespace QELT {
 
 /// The 32-bit float nearest to `value`. GCC's straight-line vectoriser can drop this rounding where two

@@ -9,6 +9,26 @@
 #include <iostream>
 #include <string>
 
+// Conjugate gradients without preconditioning (Hestenes and Stiefel, "Methods of Conjugate Gradients for
+// Solving Linear Systems", 1952), with the residual r = b - A x and the direction d = r to begin with. An
+// iteration takes q = A d, goes alpha = r.r / d.q along d, lowers the residual by alpha q, and makes the
+// next direction from the new residual plus beta = r.r / (the old r.r) times the old one, which is conjugate
+// to it.
+//
+// - The residual that is tested is the one carried along, not b - A x computed anew. Only that is why an
+//   absolute norm of 1e-20 can be reached, whatever the size of the numbers: it goes on shrinking after x
+//   itself has come to rest at its rounding. A greater tolerance would end runs while digits of x still
+//   change, and change all flat maps with them.
+// - In exact arithmetic n iterations are enough for n unknowns; 262144 is the end for systems that rounding
+//   keeps from it. A norm of NaN, as of a direction without curvature, is not greater than the tolerance and
+//   ends the run at once.
+// - An iteration costs one product with the matrix and two passes over the vectors. All storage is had
+//   before the first.
+//
+// Odd on purpose: all sums start at 0.0 and run in ascending order, one term after the other, since flat
+// maps are compared bit by bit; only what has the same operands is shared. Whether anyone listens, and of
+// which kind, is settled before the first call, as a plain listener may be gone after it.
+
 namespace QELT::LinearAlgebra {
 
 namespace {

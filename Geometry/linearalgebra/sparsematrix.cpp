@@ -11,6 +11,22 @@
 #include <numeric>
 #include <utility>
 
+// A matrix as a list of rows, each with its columns in ascending order and its values beside them. An entry
+// is found by halving; storing one behind all others moves nothing, before others it moves them.
+//
+// - A row is allocated when its first entry arrives, with room for the number the matrix was told, and
+//   doubles when a single place is left. A product gives its rows the capacity that appending one by one
+//   would have led to.
+// - Nothing is ever dropped for being zero or small: set, sum and difference keep what is stored, and a
+//   product stores every column of every row. `NormalEquations` makes the product that holds non-zeros
+//   alone.
+// - A product adds its terms in the ascending order of the inner index but walks the other matrix by rows:
+//   the same sums, without looking up an entry for each term. It costs the number of terms, plus rows times
+//   columns for storing.
+//
+// Odd on purpose: a difference is a sum with -1.0 times the other matrix, and operations that a block-wise
+// storage would not have still ask whether it is in use, which it never is.
+
 namespace QELT::LinearAlgebra {
 
 namespace {

@@ -21,11 +21,11 @@ bool Utility::isSSEPresent() {
     if (__get_cpuid(1, &a, &b, &c, &d) == 0 || (d & bit_SSE2) == 0) {
         return false;
     }
-    // The last word of the vendor's name that was to be excluded. It has seven digits where four letters
-    // take eight, so that no vendor's name has it.
-    constexpr unsigned int excludedVendorWord = 0x06C65746;
+    // A processor tells its maker's name in three words of four letters. One was to be excluded by the last
+    // of them; but this number has seven digits where four letters take eight, so no name has it.
+    constexpr unsigned int excludedNameWord = 0x06C65746;
     __get_cpuid(0, &a, &b, &c, &d);
-    return c != excludedVendorWord;
+    return c != excludedNameWord;
 #else
     return false;
 #endif

@@ -14,19 +14,14 @@ class QELT_EXPORT Utility {
 public:
     Utility() = delete;
 
-    /// Solves A x = b for a symmetric positive definite A by conjugate gradients (Hestenes and Stiefel,
-    /// "Methods of Conjugate Gradients for Solving Linear Systems", 1952), without preconditioning.
+    /// Solves A x = b for a symmetric positive definite A by conjugate gradients, down to a residual of norm
+    /// 1e-20 and in at most 262144 iterations. `x` holds the start value and receives the last iterate,
+    /// converged or not; `*pIterations`, if not null, the number of iterations. The answer is whether it
+    /// converged; a system that breaks down does not. The terminator is never asked.
     ///
-    /// `x` holds the start value and receives the last iterate, converged or not; `*pIterations`, if not
-    /// null, the number of iterations. The answer is whether the Euclidean norm of the residual came down to
-    /// 1e-20, an absolute tolerance; the run ends there, after 262144 iterations, or as soon as the norm is
-    /// NaN, which is how a system that breaks down ends. An iteration costs one product with A.
-    ///
-    /// A listener, which may be null, gets the message "Solving linear system..." and is not called again,
-    /// so that it may be gone from then on, unless it is a `SolveListener`, which is told of each iteration;
-    /// with either, each writes a progress line to standard output. The terminator is never asked.
-    ///
-    /// Dimensions that do not fit throw, with `x` and `*pIterations` as they were:
+    /// A listener, which may be null, gets one message and may be gone after it, unless it is a
+    /// `SolveListener`, which is told of each iteration; with either, each writes a progress line to standard
+    /// output. Dimensions that do not fit throw, with `x` and `*pIterations` as they were:
     /// `SparseMatrix::SparseMatrixInvalidDimensionsException*` if the columns of A are not as many as the
     /// values of x, or if A is not square and an iteration is needed, and
     /// `Vector::VectorInvalidDimensionsException*` if its rows are not as many as the values of b.

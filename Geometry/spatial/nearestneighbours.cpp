@@ -6,6 +6,27 @@
 #include <typeinfo>
 #include <unordered_set>
 
+// The k nearest objects by descents to a leaf, each followed by a walk up to the root that notes what lies
+// across each plane (after Friedman, Bentley and Finkel, "An Algorithm for Finding Best Matches in
+// Logarithmic Expected Time", 1977, from which it differs in two ways that make it inexact).
+//
+// 1. Descend from a node to the leaf on the point's side, and take its object.
+// 2. Walk up to the root. Where the worst of the best k is no nearer than the plane, the child across it may
+//    matter: a leaf is taken at once, a node is put off, with its distance from the point.
+// 3. Go on with the node put off last, unless it is farther than the worst of the best k by now, or was
+//    begun before.
+//
+// The distance of a node put off is that of its own plane, not of its region: the region may be nearer, and
+// is then lost. On uniform clouds of 1000 points that misses the nearest one in 4 queries of 100. A leaf
+// that a descent comes to, over a node without a child on the point's side, is taken without asking whether
+// it was taken before: of the entries of queries for 8, 5 in 100 are such repetitions, and 2 in 10 stand at
+// another distance than they should. The last distance can be several times the true one.
+//
+// Candidates are dropped at the start of a descent only, so the worst of them, by which all pruning goes, is
+// loose, and a search looks at most of the tree. The fillers at 1e39, beyond any distance of floats, make it
+// finite from the start and stand for what is not there. All this is kept for its results; which of equally
+// near objects come first is the heap's affair and no promise.
+
 namespace QELT::Geometry::ThreeDimensional::BinarySpacePartition {
 
 namespace {

@@ -17,10 +17,10 @@
 // heap with the worst in front.
 //
 // There is no tolerance: the bound is exact in floats. `Point::dSqr` rounds differences, squares and sums,
-// and rounding keeps order, so a point on the other side of the median is at least as far, as it is computed,
-// as the rounded square of the rounded offset from the median. At equality it could still have a lower index,
-// hence the search goes on there. The argument needs numbers without NaN: differences of finite ones have
-// none.
+// and rounding keeps order, so a point on the other side of the median is at least as far, as it is
+// computed, as the rounded square of the rounded offset from the median. At equality it could still have a
+// lower index, hence the search goes on there. The argument needs numbers without NaN: differences of finite
+// ones have none.
 //
 // Built in n log n; a query takes log n steps on clouds without many equal distances, and n at worst, as for
 // a place from which all points are equally far. Stretches of up to 8 points are looked through one by one,

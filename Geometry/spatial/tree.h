@@ -21,34 +21,23 @@ public:
     Tree& operator=(Tree const&) = default;
     virtual ~Tree() = default;
 
-    /// Builds the tree of the first `numberOfObjects` objects (no more than there are); always true. Each
-    /// node halves its box by the plane through the box' centre that cuts the objects most evenly, x before y
-    /// before z. Where no axis separates the objects the box is halved along x until that can separate them
-    /// no more, then along y, then along z; objects that no plane separates, as coincident ones, stand in a
-    /// chain of nodes. An object that is neither above nor below a chosen plane is dropped, as one with a NaN
-    /// or, if the cloud is wider than the range of floats, one whose distance overflows. A NaN in the first
-    /// object is in the box around all, and by it in every plane, so that all objects are dropped. Cost: each
-    /// level classifies its objects three times; an outlier among a tight cluster makes a long chain of nodes
-    /// with one empty side each. Memory that runs out and objects that throw leave the part that was built,
-    /// or the earlier tree if it was not begun; searches of a part may miss objects that it has.
+    /// Builds the tree of the first `numberOfObjects` objects (no more than there are); always true. An
+    /// object that is neither above nor below a plane that halves its box is dropped, as one with a NaN or,
+    /// if the cloud is wider than the range of floats, one whose distance overflows; with a NaN in the first
+    /// object all are. An outlier among a tight cluster makes a long chain of nodes. Memory that runs out and
+    /// objects that throw leave the part that was built, or the earlier tree if it was not begun; searches of
+    /// a part may miss objects that it has.
     bool construct(std::vector<Object*> const& objects, unsigned long numberOfObjects);
 
     /// The `k` objects nearest to a point, nearest first, of equals in no fixed order; always true. `objects`
     /// has room for k, and so has `distances`, which may be null. If there are fewer objects, the rest are
-    /// null with the distance 1e39. The tree must have been constructed.
+    /// null with the distance 1e39. Objects whose squared distance is beyond the range of floats are not
+    /// found. The tree must have been constructed.
     ///
-    /// The result is not exact, and not meant to be: the search prunes by distances to splitting planes, one
-    /// of which is no lower bound of the distances behind it, and where a node has no child on the point's
-    /// side it can report an object twice, which takes the place of another. On uniform clouds of 1000 points
-    /// the nearest one is missed by 4 queries in 100. Of queries for 8, 4 in 10 miss at least one and 3 in 10
-    /// repeat an object (2 to 4 in 10, as the cloud is); of their entries 2 in 10 stand at another distance
-    /// than they should, and 5 in 100 are repetitions. The last distance can be several times the true one. A
-    /// query for a point of the cloud finds it. Nor is the search fast: its limit is loose, so that it looks
-    /// at most of the tree, and a scan of all points, which is exact, takes a small part of its time (the
-    /// benchmark `neighbours` measures all this).
-    ///
-    /// Distances are of single precision: squares beyond the range of floats are infinite, and such objects
-    /// are not found.
+    /// The result is not exact: on uniform clouds of 1000 points the nearest one is missed by 4 queries in
+    /// 100, and of queries for 8, 4 in 10 miss at least one and 3 in 10 repeat an object in the place of
+    /// another. A query for a point of the cloud finds it. Nor is it fast: a scan of all points takes a small
+    /// part of its time. `PointCloud::NearestPoints` is exact and fast, for points alone.
     bool getkNearestNeighbours(unsigned long k, Point const* point, Object const** objects,
                                double* distances) const;
 

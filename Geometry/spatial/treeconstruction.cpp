@@ -9,6 +9,25 @@
 #include <numeric>
 #include <utility>
 
+// A binary space partition with planes at right angles to the axes (Fuchs, Kedem and Naylor, "On Visible
+// Surface Generation by A Priori Tree Structures", 1980, for the tree; the planes stand as in an octree).
+//
+// 1. The root's box is that around all objects. A box is always cut through its centre, wherever its objects
+//    lie, and each half is the box of a child: an outlier among a tight cluster makes one level for each
+//    halving.
+// 2. Of the three axes that one is taken whose share of objects above the plane is nearest to a half, the
+//    first of equals.
+// 3. Where the best cut leaves all objects on one side, the box is halved along x until that can separate
+//    them no more, then along y, then along z. An axis is exhausted when the objects have no extent and one
+//    place on it, when its plane stands at the low corner, or when its extent is too large to be halved
+//    (infinite).
+// 4. Objects that no axis separates, as coincident ones, become a chain of leaves behind planes without a
+//    normal: every point is above these, at no distance that could prune, so that a search sees them all.
+//
+// There is no tolerance; the comparisons are exact, and it is step 3 that makes the construction end. An
+// object that is neither above nor below a chosen plane is dropped, as one with a NaN. A NaN in the first
+// object is in the root's box and by that in every plane. Each level classifies its objects three times.
+
 namespace QELT::Geometry::ThreeDimensional::BinarySpacePartition {
 
 namespace {

@@ -3,6 +3,19 @@
 #include <algorithm>
 #include <numeric>
 
+// Compressed sparse rows (Saad, "Iterative Methods for Sparse Linear Systems", 2003, section 3.4): the
+// values and the columns of all rows in two runs, and where each row starts. The rows of a `SparseMatrix`
+// lie wherever they were allocated; a solver reads them hundreds of times, and reading one run is faster.
+//
+// Steps: go through the rows; where a row and the next one pair, as the equations for x and y of a point do,
+// store the first alone and mark the run of such rows. A pair is multiplied in two lanes, which halves what
+// is read.
+//
+// There is no tolerance: values pair by their bits, so that a NaN or a zero of the other sign never stands
+// for another. A looser test would change sums. Each lane adds its terms to 0.0 in the order of the columns,
+// as a row alone does, so the results have the same bits. One pass over the matrix, memory for each entry
+// once.
+
 namespace QELT::LinearAlgebra {
 
 CompactRows::CompactRows(SparseMatrix const& matrix) {

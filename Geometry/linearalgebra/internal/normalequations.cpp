@@ -3,6 +3,19 @@
 #include <algorithm>
 #include <utility>
 
+// The product of a sparse matrix' transpose with the matrix, row by row with one array of sums for all
+// columns (Gustavson, "Two Fast Algorithms for Sparse Matrices: Multiplication and Permuted Transposition",
+// 1978).
+//
+// For each row: find the columns that have terms at all, add the terms to their sums, then move the sums
+// that are not 0.0 into the row and leave zeros behind. Terms come in ascending order of the inner index, as
+// in the full product, hence the same bits.
+//
+// There is no tolerance: only a sum of exactly 0.0 is left out, of either sign, because adding a product
+// with it changes no later sum of finite numbers. Leaving out small ones too would change solutions. The
+// cost grows with the number of terms, times the logarithm for sorting the columns of a row, instead of with
+// the square of the number of columns as the full product does.
+
 namespace QELT::LinearAlgebra {
 
 SparseMatrix NormalEquations::getMatrixWithoutZeros(SparseMatrix const& system) {
