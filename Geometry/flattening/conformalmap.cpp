@@ -1,4 +1,3 @@
-#include "Geometry/foundations/angles.h"
 #include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/utility.h"
@@ -15,6 +14,8 @@ namespace QELT::Geometry::ThreeDimensional::TriMesh {
 namespace {
 
 constexpr unsigned long entriesPerRow = 8;
+
+constexpr double twoPi = 6.283185307179586;
 
 using FlatPoint = TwoDimensional::Point<double>;
 
@@ -147,7 +148,7 @@ void Mesh::conformalMapTest() {
     constexpr int ringSize = 6;
     addVertex(Vertex(Point(0.0, 0.0, 0.0)));
     for (int i = 0; i < ringSize; ++i) {
-        double const t = i * Angles::fullTurn / ringSize;
+        double const t = i * twoPi / ringSize;
         addVertex(Vertex(Point(std::cos(t), std::sin(t), 1.0)));
     }
     addFloatingTriangle({0, 1, 2});

@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cmath>
-#include <numbers>
 #include <stdexcept>
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
@@ -16,6 +15,7 @@ namespace {
 using FlatPoint = TwoDimensional::Point<double>;
 using FlatVector = TwoDimensional::Vector<double>;
 
+constexpr double pi = 3.141592653589793;
 constexpr unsigned long entriesPerRow = 8;
 
 /// The first pinned position stands so far from the end of the loop, the second is the next one.
@@ -25,7 +25,7 @@ constexpr std::uint32_t stencilSize = 5;
 constexpr std::uint32_t stencilCentre = 2;
 
 /// A loop must have room for a stencil without meeting itself.
-constexpr std::uint32_t minPositions = stencilSize;
+constexpr std::uint32_t fewestPositions = stencilSize;
 
 /// The stencil positions near and far of the centre on either side of it.
 struct Side {
@@ -48,7 +48,7 @@ using Chain = std::array<FlatPoint, stencilSize>;
 /// the angle on the left of each inner vertex is that of its fan.
 Chain rollOut(std::array<BoundaryTurn, stencilSize> const& turns) {
     Chain local;
-    double t = std::numbers::pi;
+    double t = pi;
     FlatVector axisA(1.0, 0.0);
     FlatVector axisB(0.0, 1.0);
     for (std::size_t k = 0; k + 1 < stencilSize; ++k) {
@@ -167,7 +167,7 @@ private:
 void Mesh::getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVertices,
                                               FlatPoint* boundaryPoints) {
     std::uint32_t const n = toUInt32(numberOfBoundaryVertices);
-    if (n < minPositions) {
+    if (n < fewestPositions) {
         throw std::runtime_error("Boundary flattening internal failure");
     }
     std::uint32_t const firstVertex = toUInt32(vertices.size()) - n;

@@ -11,10 +11,10 @@ namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 namespace {
 
-constexpr std::size_t maxCorners = 16384;
+constexpr std::size_t mostCorners = 16384;
 
 /// A loop of fewer vertices encloses nothing.
-constexpr std::size_t minLoopVertices = 3;
+constexpr std::size_t fewestLoopVertices = 3;
 
 [[noreturn]] void throwNotManifold() {
     throw std::runtime_error("Mesh boundary is not manifold");
@@ -29,7 +29,7 @@ void Mesh::promoteInterior(bool doPinExtremeCorners, unsigned long& numberOfInte
                                           [](auto const& a, auto const& b) { return a.size() < b.size(); });
     std::swap(*longest, vertexLoops.loops.back());
     std::vector<std::uint32_t>& mainLoop = vertexLoops.loops.back();
-    if (mainLoop.size() < minLoopVertices) {
+    if (mainLoop.size() < fewestLoopVertices) {
         throwNotManifold();
     }
     if (doPinExtremeCorners) {
@@ -102,7 +102,7 @@ void Mesh::pinExtremeCorners(std::vector<std::uint32_t>& loop) const {
     auto const pointAt = [&](std::uint32_t place) -> Point const& {
         return vertices[loop[place % length]].getPoint3D();
     };
-    SharpestTurns corners(maxCorners);
+    SharpestTurns corners(mostCorners);
     for (std::uint32_t j = 0; j < length; ++j) {
         Vector const in = pointAt(j + 1) - pointAt(j);
         Vector const out = pointAt(j + 2) - pointAt(j + 1);

@@ -1,4 +1,3 @@
-#include "Geometry/foundations/angles.h"
 #include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/trimesh/mesh.h"
 
@@ -9,12 +8,13 @@ namespace QELT::Geometry::ThreeDimensional::TriMesh {
 namespace {
 
 constexpr std::uint32_t numberOfSteps = 4096;
+constexpr double quarterTurn = 1.5707963267948966;
 constexpr double areaBeyondAll = 1e21;
 
 struct Rotation {
     /// `step` steps of a quarter turn divided by their number.
     explicit Rotation(std::uint32_t step) {
-        double const angle = step * Angles::quarterTurn * (1.0 / numberOfSteps);
+        double const angle = step * quarterTurn * (1.0 / numberOfSteps);
         c = std::cos(angle);
         s = std::sin(angle);
     }
