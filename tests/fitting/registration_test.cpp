@@ -235,6 +235,22 @@ TEST(RigidBodyMap, IsThePlainDescentToTheBit) {
     EXPECT_GE(compared, 50);
 }
 
+TEST(RigidBodyMap, IsThePlainDescentAlsoWhereItNeverSettles) {
+    SpacePoints large;
+    SpacePoints unknown;
+    for (Point const& p : triple) {
+        large.emplace_back(400.0 * p.getX(), 400.0 * p.getY(), 400.0 * p.getZ());
+        unknown.emplace_back(p.getX(), p.getY(), std::nan(""));
+    }
+    for (SpacePoints const& source : {large, unknown}) {
+        SpacePoints const target = moved(source, Vector(0.3, -0.2, 0.4), Vector(1.0, 2.0, 3.0));
+        Testing::PlainRigidBody const expected = Testing::plainRigidBody(source, target, Vector(), true);
+        EXPECT_FALSE(expected.isConverged);
+        EXPECT_EQ(expected.iterations, 1048576U);
+        EXPECT_TRUE(sameRigid(fitRigid(source, target, true), expected));
+    }
+}
+
 AffineMap fitAffine(SpacePoints const& source, SpacePoints const& target) {
     return Utility::getAffineMap(source.data(), target.data());
 }
