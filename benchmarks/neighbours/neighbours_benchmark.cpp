@@ -1,12 +1,13 @@
-// The nearest neighbours of points of a uniform cloud: the partition tree against a scan of all points. The
-// tree's answers are compared with those of the scan before either is timed; the counters tell how far they
-// differ.
+// The nearest neighbours of points of a uniform cloud: the partition tree and the search for nearest points
+// against a scan of all points. Answers are compared with those of the scan before any is timed. The search
+// for nearest points must agree; the counters tell how far the tree differs.
 
 #include "Geometry/geometry.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <random>
 #include <set>
@@ -18,6 +19,7 @@ namespace {
 using QELT::Geometry::ThreeDimensional::Point;
 using QELT::Geometry::ThreeDimensional::BinarySpacePartition::Object;
 using QELT::Geometry::ThreeDimensional::BinarySpacePartition::Tree;
+using QELT::Geometry::ThreeDimensional::PointCloud::NearestPoints;
 
 std::vector<Point> makeUniformCloud(std::size_t count, unsigned seed) {
     std::mt19937 generator(seed);
@@ -111,6 +113,29 @@ void searchTree(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
 }
 
+void checkExact(Task& task, NearestPoints const& search) {
+    for (Point const& query : task.queries) {
+        std::vector<double> const& expected = task.scan(query);
+        auto const found = search.getNearest(query, task.k);
+        for (std::size_t i = 0; i < task.k; ++i) {
+            if (std::sqrt(found.at(i).distanceSqr) != expected[i]) {
+                throw std::logic_error("Not the nearest");
+            }
+        }
+    }
+}
+
+void searchNearestPoints(benchmark::State& state) {
+    Task task = makeTask(state);
+    NearestPoints const search(task.points);
+    checkExact(task, search);
+    std::size_t i = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(search.getNearest(task.queries[i++ % task.queries.size()], task.k));
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
 void scanAll(benchmark::State& state) {
     Task task = makeTask(state);
     std::size_t i = 0;
@@ -133,6 +158,15 @@ void construct(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+void constructNearestPoints(benchmark::State& state) {
+    std::vector<Point> const points = makeUniformCloud(static_cast<std::size_t>(state.range(0)), 1);
+    for (auto _ : state) {
+        NearestPoints const search(points);
+        benchmark::DoNotOptimize(search.getNumberOfPoints());
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 void setSizes(benchmark::internal::Benchmark* task) {
     for (int const count : {1000, 10000, 100000}) {
         for (int const k : {1, 8}) {
@@ -144,7 +178,9 @@ void setSizes(benchmark::internal::Benchmark* task) {
 } // namespace
 
 BENCHMARK(searchTree)->Apply(setSizes)->Unit(benchmark::kMicrosecond);
+BENCHMARK(searchNearestPoints)->Apply(setSizes)->Unit(benchmark::kMicrosecond);
 BENCHMARK(scanAll)->Apply(setSizes)->Unit(benchmark::kMicrosecond);
 BENCHMARK(construct)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK(constructNearestPoints)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();
