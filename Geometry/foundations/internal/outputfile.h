@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Geometry/foundations/export.h"
-
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -13,7 +11,7 @@ namespace QELT {
 /// A file that is being written. Bytes are gathered into large writes, and each of these and the closing is
 /// checked, since a disk can turn out to be full, or gone, at any of them. What failed stays as it is: the
 /// path may name a device or a link, so it is never removed, renamed or replaced.
-class QELT_EXPORT OutputFile {
+class OutputFile {
 public:
     enum class Mode { Binary, Text };
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Geometry/foundations/export.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 
 #include <cstdint>
@@ -9,7 +8,7 @@
 namespace QELT::LinearAlgebra {
 
 /// The normal equations of least-squares systems.
-class QELT_EXPORT NormalEquations {
+class NormalEquations {
 public:
     NormalEquations() = delete;
 
@@ -20,7 +19,7 @@ public:
     /// `Utility::solve` takes the same steps from a finite start value with either product, as adding a zero
     /// term changes no sum. Only once a number overflows do the two part: both runs then end, unsolved, at
     /// the same iteration, but not all values of the solution need to be NaN in both.
-    static SparseMatrix getMatrixWithoutZeros(SparseMatrix const& system);
+    [[nodiscard]] static SparseMatrix getMatrixWithoutZeros(SparseMatrix const& system);
 
 private:
     static std::vector<std::uint32_t> getTouchedColumns(SparseMatrix const& a, std::uint32_t r,

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Geometry/foundations/export.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 
 namespace QELT::LinearAlgebra {
@@ -13,6 +12,6 @@ public:
 };
 
 /// The matrix with every stored value multiplied, for the difference of matrices alone.
-QELT_EXPORT SparseMatrix operator*(double factor, SparseMatrix const& matrix);
+SparseMatrix operator*(double factor, SparseMatrix const& matrix);
 
 } // namespace QELT::LinearAlgebra
