@@ -1,6 +1,6 @@
 #include "Geometry/quadmesh/quadintersectiondata.h"
 
-#include "Geometry/foundations/angles.h"
+#include <numbers>
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -9,16 +9,12 @@ bool QuadIntersectionData::isEnableFlipAngle = false;
 QuadIntersectionData::QuadIntersectionData(double newDistanceToObject, double newAngleToObjectNormal,
                                            double newDistanceSqrToQuadCentre)
     : distanceToObject(newDistanceToObject),
-      angleToObjectNormal(getStoredAngle(newAngleToObjectNormal)),
+      angleToObjectNormal(isEnableFlipAngle ? std::numbers::pi - newAngleToObjectNormal
+                                            : newAngleToObjectNormal),
       distanceSqrToQuadCentre(newDistanceSqrToQuadCentre) {}
 
-double QuadIntersectionData::getStoredAngle(double angle) {
-    constexpr double pi = 3.141592653589793;
-    return isEnableFlipAngle ? pi - angle : angle;
-}
-
 double QuadIntersectionData::getAngleError() const {
-    return Angles::fullTurn * 0.5 - angleToObjectNormal;
+    return std::numbers::pi - angleToObjectNormal;
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::QuadMesh

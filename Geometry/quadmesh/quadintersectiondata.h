@@ -34,11 +34,6 @@ public:
     static bool isEnableFlipAngle;
 
 private:
-    friend class RectMesh;
-
-    /// The angle as it is stored: turned over if that is switched on.
-    static double getStoredAngle(double angle);
-
     double distanceToObject = 0.0;
     double angleToObjectNormal = 0.0;
     double distanceSqrToQuadCentre = 0.0;

@@ -410,16 +410,13 @@ public:
                              double apertureRadius, TwoDimensional::Point<int> const& quad, int unity,
                              QuadIndicesEllipseIntersectionInfo& info) const;
 
-    /// Tests the search on itself: along `numberOfTests` random lines of the grid it moves an array of
-    /// `numberOfElements` beams (at least one) set across the line at `elementPitch`, fires each straight
-    /// down at a known quad, and counts whether `getIntersection` names it. The counters are added to, and
-    /// lines on which a beam failed are appended to `failedLines`; the result is whether that is empty. Lines
-    /// come from `rand`, which is not seeded here. A line runs up to its end but not onto it, and no beam is
-    /// fired at the last two quads before: a line of two quads fires nothing and counts as passed. Only for
-    /// grids without offset and flips. Where a line steps along the quads' diagonal so are its beams moved,
-    /// and on a flat regular grid many then stand exactly on it, where no beam hits: failures there speak of
-    /// that alone. On a grid on which no line has room for the array this never returns; on one without any
-    /// quad along an axis it tests nothing.
+    /// Tests the search on itself: along `numberOfTests` random lines of the grid, drawn by `rand`, it moves
+    /// an array of `numberOfElements` beams (at least one) set across the line at `elementPitch`, fires each
+    /// straight down at a known quad, and counts whether `getIntersection` names it. The counters are added
+    /// to, and lines on which a beam failed are appended to `failedLines`; the result is whether that is
+    /// empty. Only for grids without offset and flips. On a flat regular grid beams of diagonal lines can
+    /// stand exactly on the quads' diagonals, where none hits. On a grid on which no line has room for the
+    /// array this never returns; on one without any quad along an axis it tests nothing.
     bool testArrayStripes(
         unsigned long numberOfTests, double elementPitch, unsigned long numberOfElements,
         unsigned long& numberOfPasses, unsigned long& numberOfFailures,
@@ -456,8 +453,6 @@ private:
         std::uint32_t u = 0;
         std::uint32_t v = 0;
     };
-    struct Walk;
-    struct Stripe;
 
     void uninit();
 
@@ -501,11 +496,6 @@ private:
                               ThreeDimensional::Point& axisPointB1, ThreeDimensional::Point& axisPointA2,
                               ThreeDimensional::Point& axisPointB2) const;
 
-    void drawStripe(Stripe& stripe) const;
-    bool getIsStripeOnSurface(Stripe const& stripe) const;
-    bool testStripe(Stripe const& stripe, double quadStep, unsigned long& numberOfPasses,
-                    unsigned long& numberOfFailures);
-
     /// What a file of that version has behind its header.
     void loadv0(QuadFileHeader const& header, std::ifstream& stream);
     void loadv1(QuadFileHeader const& header, std::ifstream& stream);
@@ -514,20 +504,12 @@ private:
     void getQuadAreaDistribution(double min, double max, std::uint32_t binCount, std::uint32_t* bins,
                                  std::uint32_t* count) const;
 
-    bool walkToHit(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& direction,
-                   Walk& walk) const;
-    void step(ThreeDimensional::Point const& origin, ThreeDimensional::Vector const& direction,
-              Walk& walk) const;
-    TwoDimensional::Point<int> retreat(TwoDimensional::Point<int> good, TwoDimensional::Point<int> bad) const;
-    TwoDimensional::Point<int> getNearestQuadInside(TwoDimensional::Point<int> const& quad) const;
-    void remember(Walk const& walk, bool isFound);
-    QuadIndicesIntersectionStatus report(Walk const& walk, bool isFound);
-
-    /// A quad from which to walk to `target`, by a coarse-to-fine descent over samples of the grid. It looks
-    /// at distances of low corners alone, so it may answer with a local minimum, and with extra passes also
-    /// with a place outside the grid. The passes are capped far above what a descent that ends by itself
-    /// takes, since extra passes over holes can repeat themselves for ever.
+    /// A quad from which to walk to `target`, by a coarse-to-fine descent over samples of the grid. It may be
+    /// a local minimum, and with extra passes also a place outside the grid.
     TwoDimensional::Point<int> getStartSearchPoint(ThreeDimensional::Point const& target) const;
+
+    /// Whether one of the existing quads among the samples is nearer to `target` than `best`, which it then
+    /// becomes. With extra passes left and `best` far off, it becomes the best sample even without that.
     bool getIsAnyQuadPointCloser(TwoDimensional::Point<int> const* samples,
                                  ThreeDimensional::Point const& target, TwoDimensional::Point<int>& best,
                                  double& bestDistanceSqr, bool& hasInvalidQuad, unsigned long doNMoreCount,

@@ -1,9 +1,23 @@
 #include "Geometry/foundations/rounding.h"
 #include "Geometry/quadmesh/quadindicesellipseintersectioninfo.h"
 #include "Geometry/quadmesh/rectmesh.h"
+#include "Geometry/search/internal/conerays.h"
 #include "Geometry/search/internal/dualbasis.h"
 
-#include <array>
+// The footprint of a spreading beam around one quad, to first order: the surface is taken to go on as the
+// plane of that quad.
+//
+// 1. The beam's axis and four rays at its rim, along and against its two axes, cross the plane of the quad's
+//    lower triangle. Lines, not half-lines: a plane behind the beam has a footprint as well.
+// 2. The crossings become steps along the quad's edges, by the inner products with the basis dual to them,
+//    times `unity`.
+// 3. Numbers are truncated, not rounded as in the walk of a beam: the footprint errs towards the centre, by
+//    less than a step of 1 / `unity` quads. A number of the centre is truncated before the quad's place is
+//    added, so towards the quad's low corner from either side.
+//
+// No tolerance decides anything. The four half-axes are exact crossings and not fitted to an ellipse: on a
+// plane tilted against the beam the two of a pair differ in length. A beam along the plane divides by zero;
+// infinite numbers saturate and NaN gives 0. Cost: four nodes and five crossings.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -12,23 +26,12 @@ namespace {
 using GridPoint = TwoDimensional::Point<int>;
 using GridStep = TwoDimensional::Vector<int>;
 
-/// A ray of a cone: the signs with which the axes enter its direction and its start.
-struct ConeRay {
-    double signA;
-    double signB;
-    bool isCentre;
-};
-
-/// The cone's axis, then its extreme rays along the two axes and against them.
-constexpr std::array<ConeRay, 5> coneRays{
-    {{0.0, 0.0, true}, {1.0, 0.0, false}, {0.0, 1.0, false}, {-1.0, 0.0, false}, {0.0, -1.0, false}}};
-
 } // namespace
 
 bool RectMesh::getConeIntersection(Point const& origin, Vector const& axisA, Vector const& axisB,
                                    double coneCotangent, double apertureRadius, GridPoint const& quad,
                                    int unity, QuadIndicesEllipseIntersectionInfo& info) const {
-    std::array<Point, 5> hits;
+    std::array<Point, ConeRays::numberOfRays> hits;
     if (!getEllipseAxisPoints(origin, axisA, axisB, coneCotangent, apertureRadius, quad, hits[0], hits[1],
                               hits[2], hits[3], hits[4])) {
         return false;
@@ -55,22 +58,13 @@ bool RectMesh::getEllipseAxisPoints(Point const& origin, Vector const& axisA, Ve
     if (!getIsQuadValid(quad)) {
         return false;
     }
-    Vector const axisC = axisA.cross(axisB);
-    Point const corner = getPoint(quad);
-    Vector const normal = getQuadNormalVector(quad, true);
-    // Rays that do not leave the axis start at it whatever the radius, an infinite one included.
-    auto const getOffset = [apertureRadius](double sign) {
-        return sign == 0.0 ? 0.0 : sign * apertureRadius;
-    };
-    std::array<Point*, 5> const hits{&centrePoint, &axisPointA1, &axisPointB1, &axisPointA2, &axisPointB2};
-    for (std::size_t i = 0; i < coneRays.size(); ++i) {
-        ConeRay const& ray = coneRays[i];
-        Point const start = origin + getOffset(ray.signA) * axisA + getOffset(ray.signB) * axisB;
-        Vector const direction =
-            ray.signA * axisA + ray.signB * axisB + (ray.isCentre ? 1.0 : coneCotangent) * axisC;
-        double const t = (start - corner).dot(normal) / direction.dot(normal);
-        *hits[i] = start - t * direction;
-    }
+    ConeRays const rays(origin, axisA, axisB, coneCotangent, apertureRadius);
+    auto const crossings = rays.getCrossings(getPoint(quad), getQuadNormalVector(quad, true));
+    centrePoint = crossings[0];
+    axisPointA1 = crossings[1];
+    axisPointB1 = crossings[2];
+    axisPointA2 = crossings[3];
+    axisPointB2 = crossings[4];
     return true;
 }
 

@@ -1,11 +1,28 @@
 #include "Geometry/foundations/angles.h"
-#include "Geometry/foundations/rounding.h"
 #include "Geometry/quadmesh/rectmesh.h"
-#include "Geometry/search/internal/dualbasis.h"
+#include "Geometry/search/internal/beamwalk.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+
+// Which quad of a grid a beam meets: a local search that a scanner asks once a firing, not a scan of the
+// grid. Successive beams meet neighbouring quads, so it walks (`internal/beamwalk.cpp`) from the quad of the
+// last good hit, and only without one looks for a start by sampling (`startsearch.cpp`).
+//
+// A quad is the two triangles on either side of its diagonal from the low corner; a hit is where the beam's
+// line meets the plane of one of them strictly inside its edges, tested with the signs of triple products
+// (normal x edge) . (hit - corner) on the hit point as it is stored. Strict, and without a tolerance: a beam
+// exactly on an edge misses both sides. A tolerance would hit two quads there, and which one would depend on
+// the way the walk came.
+//
+// A hit at `measuredDistanceLimit` or beyond is a hit without measurements, all zero. Its angle of zero makes
+// `getIntersection` search again, and among grids of a group its distance of zero beats every hit in front.
+// Raising the limit changes which hits those are. `acceptedDistanceLimit` lies beyond all that is measured
+// and so rejects nothing; it stands guard should the other limit grow. `rememberedDistanceLimit` keeps the
+// next search from starting at a chance hit far away; distances carry a sign, so hits behind the origin pass.
+//
+// Cost: warm, one to three quad tests and a few copies; cold, the sampling; `getNearestPoint2D`, all quads.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -13,25 +30,14 @@ namespace {
 
 using GridPoint = TwoDimensional::Point<int>;
 using GridStep = TwoDimensional::Vector<int>;
+using Triangle = std::array<Point, 3>;
 
-constexpr double quarterTurn = 1.5707963267948966;
-
-/// A hit at this distance or beyond is a hit, but is not measured.
 constexpr double measuredDistanceLimit = 10000.0;
-
-/// A hit at this distance or beyond would not be accepted.
 constexpr double acceptedDistanceLimit = 131072.0;
-
-/// A hit at this distance or beyond is not where the next search should start.
 constexpr double rememberedDistanceLimit = 1000.0;
 
-constexpr int mostSteps = 32;
-
-/// The walk gives up after so many steps in a row that land off the valid grid.
-constexpr int mostLandingsOffMesh = 4;
-
 /// Whether the point in the triangle's plane lies strictly inside all three edges.
-bool getIsInsideTriangle(Point const& point, std::array<Point, 3> const& corners, Vector const& normal) {
+bool getIsInsideTriangle(Point const& point, Triangle const& corners, Vector const& normal) {
     for (std::size_t e = 0; e < 3; ++e) {
         Vector const edge = corners[(e + 1) % 3] - corners[e];
         if (!(normal.cross(edge).dot(point - corners[e]) > 0.0)) {
@@ -41,20 +47,35 @@ bool getIsInsideTriangle(Point const& point, std::array<Point, 3> const& corners
     return true;
 }
 
-} // namespace
+/// The angle between a normal of any length, or with `isFlipped` its opposite, and a direction.
+double getAngleToNormal(Vector const& normal, Vector const& direction, bool isFlipped) {
+    double const along = normal.dot(direction) * (isFlipped ? -1.0 : 1.0);
+    return std::atan2(std::sqrt(normal.cross(direction).lSqr()), along);
+}
 
-/// The state of a search across the grid.
-struct RectMesh::Walk {
-    GridPoint current;
-    GridPoint previous;
-    int stepCount = 0;
-    int offMeshCount = 0;
-    bool isStalled = false;
-    bool isOffMesh = false;
-    bool isAbandoned = false;
-    Point hitPoint;
-    QuadIntersectionData data;
-};
+/// A quad remembered from a grid that has since been replaced can lie outside the present one.
+GridPoint getNearestQuadInside(GridPoint const& quad, TwoDimensional::Vector<unsigned long> const& extents) {
+    return {std::clamp(quad.getU(), 0, static_cast<int>(extents.getdU()) - 1),
+            std::clamp(quad.getV(), 0, static_cast<int>(extents.getdV()) - 1)};
+}
+
+/// Whether the next search should start from a quad that was hit so.
+bool getIsWorthRemembering(QuadIntersectionData const& hit) {
+    bool const isFrontal = hit.getAngleToObjectNormal() > Angles::quarterTurn;
+    bool const isNear = rememberedDistanceLimit > hit.getDistanceToObject();
+    switch (QuadIndicesIntersectionStatus::getIntersectionQualityMode()) {
+    case QuadIndicesIntersectionStatus::AngleThenDistance:
+        return isFrontal && isNear;
+    case QuadIndicesIntersectionStatus::DistanceOnly:
+        return isNear;
+    case QuadIndicesIntersectionStatus::AngleOnly:
+        return isFrontal;
+    default:
+        return false;
+    }
+}
+
+} // namespace
 
 bool RectMesh::getDoesIntersectQuad(GridPoint const& quad, Point const& origin, Vector const& direction,
                                     Point& hitPoint, QuadIntersectionData* data) const {
@@ -66,7 +87,7 @@ bool RectMesh::getDoesIntersectQuad(GridPoint const& quad, Point const& origin, 
     Point const opposite = getPoint(quad + GridStep(1, 1));
     Point const alongV = getPoint(quad + GridStep(0, 1));
     for (bool const isLower : {true, false}) {
-        std::array<Point, 3> const corners{low, isLower ? alongU : opposite, isLower ? opposite : alongV};
+        Triangle const corners{low, isLower ? alongU : opposite, isLower ? opposite : alongV};
         Vector const normal = (corners[1] - low).cross(corners[2] - low);
         double const t = (low - origin).dot(normal) / direction.dot(normal);
         hitPoint = origin + t * direction;
@@ -75,13 +96,9 @@ bool RectMesh::getDoesIntersectQuad(GridPoint const& quad, Point const& origin, 
         }
         double const distance = std::sqrt(hitPoint.dSqr(origin));
         if (data != nullptr && measuredDistanceLimit > distance) {
-            double const sign = doFlipNormals ? -1.0 : 1.0;
-            double const angle =
-                std::atan2(std::sqrt(normal.cross(direction).lSqr()), normal.dot(direction) * sign);
             Point const centre = low + 0.5 * ((alongU - low) + (alongV - low));
-            data->distanceSqrToQuadCentre = hitPoint.dSqr(centre);
-            data->distanceToObject = t > 0.0 ? distance : -distance;
-            data->angleToObjectNormal = QuadIntersectionData::getStoredAngle(angle);
+            *data = {t > 0.0 ? distance : -distance, getAngleToNormal(normal, direction, doFlipNormals),
+                     hitPoint.dSqr(centre)};
         }
         return true;
     }
@@ -106,104 +123,26 @@ QuadIndicesIntersectionStatus RectMesh::getIntersectionStatus(Point const& origi
     if (doReset) {
         doResetSearch = true;
     }
-    Walk walk;
+    BeamWalk walk(*this, origin, direction);
     bool isFound = false;
     if (extents.u > 0 && extents.v > 0) {
-        walk.current = getNearestQuadInside(doResetSearch ? getStartSearchPoint(origin) : lastQuadIndices);
-        isFound =
-            walkToHit(origin, direction, walk) && acceptedDistanceLimit > walk.data.getDistanceToObject();
+        GridPoint const start = doResetSearch ? getStartSearchPoint(origin) : lastQuadIndices;
+        isFound = walk.findHit(getNearestQuadInside(start, getExtents())) &&
+                  acceptedDistanceLimit > walk.getHitData().getDistanceToObject();
     }
-    remember(walk, isFound);
-    return report(walk, isFound);
-}
-
-bool RectMesh::walkToHit(Point const& origin, Vector const& direction, Walk& walk) const {
-    while (true) {
-        bool const isHit = getDoesIntersectQuad(walk.current, origin, direction, walk.hitPoint, &walk.data);
-        bool const isStopped = !isHit && (walk.isStalled || walk.stepCount >= mostSteps);
-        if (!isHit && !isStopped) {
-            step(origin, direction, walk);
-        }
-        // This does not ask whether the quad was hit: in the pass after a first retreat the walk still counts
-        // as off the mesh, and a hit then moves back towards the quad before it, in what is reported and in
-        // what is remembered.
-        if (walk.isOffMesh && !walk.isAbandoned && !walk.isStalled) {
-            walk.current = retreat(walk.previous, walk.current);
-        }
-        if (isHit || isStopped || walk.isAbandoned) {
-            return isHit;
-        }
+    doResetSearch = !isFound || !getIsWorthRemembering(walk.getHitData());
+    if (!doResetSearch) {
+        lastQuadIndices = walk.getQuad();
     }
-}
-
-void RectMesh::step(Point const& origin, Vector const& direction, Walk& walk) const {
-    auto const basis = getQuadBasis(walk.current);
-    DualBasis const dual(basis);
-    Point const centre = getPoint(walk.current) + 0.5 * (basis.first + basis.second);
-    Vector const normal = basis.first.cross(basis.second) / std::sqrt(dual.determinant);
-    double const t = (centre - origin).dot(normal) / direction.dot(normal);
-    Vector const delta = (origin + t * direction) - centre;
-    GridStep const across(roundToInt32(delta.dot(dual.u)), roundToInt32(delta.dot(dual.v)));
-
-    walk.previous = walk.current;
-    walk.current += across;
-    walk.isStalled = across.getIsNull();
-    walk.isOffMesh = !getIsQuadValid(walk.current);
-    walk.offMeshCount = walk.isOffMesh ? walk.offMeshCount + 1 : 0;
-    walk.isAbandoned = walk.isAbandoned || walk.offMeshCount >= mostLandingsOffMesh;
-    ++walk.stepCount;
-}
-
-GridPoint RectMesh::retreat(GridPoint good, GridPoint bad) const {
-    GridStep half;
-    do {
-        half = (bad - good) / 2;
-        if (getIsQuadValid(good + half)) {
-            good += half;
-        } else {
-            bad -= half;
-        }
-    } while (!half.getIsNull());
-    return good;
-}
-
-GridPoint RectMesh::getNearestQuadInside(GridPoint const& quad) const {
-    return {std::clamp(quad.getU(), 0, static_cast<int>(extents.u) - 1),
-            std::clamp(quad.getV(), 0, static_cast<int>(extents.v) - 1)};
-}
-
-void RectMesh::remember(Walk const& walk, bool isFound) {
-    bool const isFrontal = walk.data.getAngleToObjectNormal() > quarterTurn;
-    bool const isNear = rememberedDistanceLimit > walk.data.getDistanceToObject();
-    bool isRemembered = false;
-    switch (QuadIndicesIntersectionStatus::getIntersectionQualityMode()) {
-    case QuadIndicesIntersectionStatus::AngleThenDistance:
-        isRemembered = isFound && isFrontal && isNear;
-        break;
-    case QuadIndicesIntersectionStatus::DistanceOnly:
-        isRemembered = isFound && isNear;
-        break;
-    case QuadIndicesIntersectionStatus::AngleOnly:
-        isRemembered = isFound && isFrontal;
-        break;
-    default:
-        break;
-    }
-    if (isRemembered) {
-        lastQuadIndices = walk.current;
-    }
-    doResetSearch = !isRemembered;
-}
-
-QuadIndicesIntersectionStatus RectMesh::report(Walk const& walk, bool isFound) {
-    GridPoint indices = isFound ? walk.current : GridPoint();
+    GridPoint indices = isFound ? walk.getQuad() : GridPoint();
     if (doFlipUAxis) {
         indices.setU(static_cast<int>(extents.u) - indices.getU() - 1);
     }
     if (doFlipVAxis) {
         indices.setV(static_cast<int>(extents.v) - indices.getV() - 1);
     }
-    return {this, isFound ? walk.hitPoint : Point(), indices + offset, isFound, walk.data, fileName};
+    Point const hitPoint = isFound ? walk.getHitPoint() : Point();
+    return {this, hitPoint, indices + offset, isFound, walk.getHitData(), fileName};
 }
 
 GridPoint RectMesh::getNearestPoint2D(Point const& target, double& distance) const {

@@ -1,0 +1,95 @@
+#include "Geometry/search/internal/beamwalk.h"
+
+#include "Geometry/foundations/rounding.h"
+#include "Geometry/quadmesh/rectmesh.h"
+#include "Geometry/search/internal/dualbasis.h"
+
+#include <cmath>
+
+// A walk in the manner of Newton's method, of our own making: the grid is taken as affine around the quad at
+// hand, and one step goes all the way to where the beam would meet that affine grid.
+//
+// 1. Test the quad at hand (`RectMesh::getDoesIntersectQuad`). A hit ends the walk.
+// 2. Project: the beam's line meets the plane of the quad's two edges in a foot; its distance from the quad's
+//    centre, in the dual basis of the edges, rounded half up, is the step in quads. A step of zero ends the
+//    walk: the beam meets an edge, or its foot lies beside the quad in what the edges span, or is NaN.
+// 3. Land. Off the grid or in a hole, go back by bisection to the last existing quad found on the way.
+//
+// A smooth surface takes a few steps however far away the hit. Over folds the steps can go back and forth for
+// ever: `maxSteps` ends that; a smaller number loses far beams on rough parts, a larger one costs time on
+// such a miss. `maxLandingsOffGrid` in a row mean a beam beside the part; a smaller number
+// gives up at holes that the walk would get over. Both decide which beams miss, and so belong to the results.
+//
+// Odd on purpose: the step is not damped, and the retreat after a hit, see `findHit`. A quad without area or
+// a beam along its plane gives infinite or NaN steps; those saturate or become zero, and end by the same
+// limits. A step costs four nodes for the test and three for the projection; none allocates.
+
+namespace QELT::Geometry::ThreeDimensional::QuadMesh {
+
+namespace {
+
+using GridPoint = TwoDimensional::Point<int>;
+using GridStep = TwoDimensional::Vector<int>;
+
+constexpr int maxSteps = 32;
+
+/// The walk gives up after so many steps in a row that land off the existing quads.
+constexpr int maxLandingsOffGrid = 4;
+
+} // namespace
+
+bool BeamWalk::findHit(GridPoint const& start) {
+    quad = start;
+    for (int stepCount = 0; !getDoesMeetQuad(); ++stepCount) {
+        GridStep const step = getStepToFoot();
+        if (stepCount == maxSteps || step.getIsNull()) {
+            return false;
+        }
+        previous = quad;
+        quad += step;
+        landingsOffGrid = grid.getIsQuadValid(quad) ? 0 : landingsOffGrid + 1;
+        if (landingsOffGrid == maxLandingsOffGrid) {
+            return false;
+        }
+        if (landingsOffGrid > 0) {
+            retreat();
+        }
+    }
+    // Only a landing on an existing quad ends being off the grid, a retreat does not. So a hit on the quad to
+    // which the walk retreated moves back once more, by up to one quad in each direction, in what is reported
+    // and in what is remembered.
+    if (landingsOffGrid > 0) {
+        retreat();
+    }
+    return true;
+}
+
+bool BeamWalk::getDoesMeetQuad() {
+    return grid.getDoesIntersectQuad(quad, origin, direction, hitPoint, &hitData);
+}
+
+/// From the quad at hand to the one under which the beam's line meets its plane.
+GridStep BeamWalk::getStepToFoot() const {
+    auto const basis = grid.getQuadBasis(quad);
+    DualBasis const dual(basis);
+    Point const centre = grid.getPoint(quad) + 0.5 * (basis.first + basis.second);
+    Vector const normal = basis.first.cross(basis.second) / std::sqrt(dual.determinant);
+    double const t = (centre - origin).dot(normal) / direction.dot(normal);
+    Vector const way = (origin + t * direction) - centre;
+    return {roundToInt32(way.dot(dual.u)), roundToInt32(way.dot(dual.v))};
+}
+
+GridPoint BeamWalk::getRetreat(RectMesh const& grid, GridPoint good, GridPoint bad) {
+    GridStep half;
+    do {
+        half = (bad - good) / 2;
+        if (grid.getIsQuadValid(good + half)) {
+            good += half;
+        } else {
+            bad -= half;
+        }
+    } while (!half.getIsNull());
+    return good;
+}
+
+} // namespace QELT::Geometry::ThreeDimensional::QuadMesh
