@@ -7,6 +7,16 @@
 #include <list>
 #include <memory>
 
+// The rule "move to front" of self-organising lists (McCabe, "On Serial Files with Relocatable Records",
+// 1965): what was found goes to the front, all before it back by one. For requests that come in runs, as the
+// beams of a scan do, the next search finds its element at once; elements far behind cost nothing.
+//
+// `move_to_front` looks for the first equal element, puts a copy at the front and erases the old node: a copy
+// and not a splice, so that the value need not come from the list. Cost: linear in the place found, and an
+// allocation. Odd on purpose: a value that is not in the list is put at the front all the same; the copy is
+// made before the old node goes, since it may throw and the value may be that node's; equal elements further
+// back stay. Places are counted in 32 bits.
+
 namespace QELT {
 
 /// A list that can bring an element to its front, so that what was used last is found first.

@@ -3,6 +3,17 @@
 #include "Geometry/groups/internal/bestintersection.h"
 #include "Geometry/groups/internal/lengthcheck.h"
 
+// Grids side by side in one plane of indices. How they answer a beam stands in internal/bestintersection.h;
+// here is who owns them and where they lie.
+//
+// Grids are placed by their offsets alone: the plane's box is the union of theirs, begun with the point
+// (0, 0), so that a plane whose grids all lie in the positive starts at its origin nevertheless. Owned grids
+// are held twice, in the list by a plain pointer, which queries reorder, and by what copies share. The
+// shared pointer holds a pointer that can be given away: `clear` does that for all copies at once, and so
+// destroys nothing. Grids are loaded one by one, each owned as soon as it is whole, so that those before
+// a file that fails stay. The box of files makes a nameless grid for each, since the numbers of unnamed grids
+// count those too. Cost: all but queries and loading is linear in the number of grids.
+
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 namespace {

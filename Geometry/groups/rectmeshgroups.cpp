@@ -3,11 +3,38 @@
 #include "Geometry/groups/internal/bestintersection.h"
 #include "Geometry/groups/internal/lengthcheck.h"
 
+// The top of the search: groups of grids, asked by the same rule as the grids within a group
+// (internal/bestintersection.h). Both levels reorder by themselves, and each remembers by itself whether its
+// last answer was good; a group that is not asked keeps its order. In the best case a query reaches one group
+// and in it one grid.
+//
+// What takes a vector of vectors checks the outer length first and leaves the inner ones to the groups, so an
+// inner mismatch leaves the groups before it set. The messages name `RectMeshGroup` here and there: texts are
+// fixed. Areas are summed up from headers, over all quads of the grids' rectangles, existing or not, since
+// a header does not count holes; a NaN in a header counts in the mean and total and in neither limit, and
+// numbers of quads wrap around in 32 bits. `areaBeyondAll` is what the smallest area reads as without files.
+
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 namespace {
 
 constexpr double areaBeyondAll = 1e20;
+
+/// The areas of the quads of some files, from what their headers say.
+struct AreaSummary {
+    double min = areaBeyondAll;
+    double max = 0.0;
+    double total = 0.0;
+    std::uint32_t count = 0;
+
+    void add(QuadFileHeader const& header) {
+        min = header.minQuadArea < min ? header.minQuadArea : min;
+        max = header.maxQuadArea > max ? header.maxQuadArea : max;
+        total +=
+            static_cast<double>(header.extentU) * static_cast<double>(header.extentV) * header.meanQuadArea;
+        count += header.extentU * header.extentV;
+    }
+};
 
 } // namespace
 
@@ -86,31 +113,19 @@ TwoDimensional::Vector<unsigned long> RectMeshGroups::getExtents() const {
 bool RectMeshGroups::getQuadAreaInfos(std::vector<std::vector<std::string>> const& groupFileNames,
                                       double& minQuadArea, double& meanQuadArea, double& maxQuadArea,
                                       double& totalQuadArea) {
-    double smallest = areaBeyondAll;
-    double largest = 0.0;
-    double total = 0.0;
-    std::uint32_t count = 0;
+    AreaSummary summary;
     bool isAnyFile = false;
     for (std::vector<std::string> const& fileNames : groupFileNames) {
         for (std::string const& fileName : fileNames) {
             RectMesh const numbered; // counts as a grid made, like those that are loaded
-            unsigned long u = 0;
-            unsigned long v = 0;
-            double mean = 0.0;
-            double min = 0.0;
-            double max = 0.0;
-            RectMesh::getFileHeaderItems(fileName.c_str(), u, v, mean, min, max);
-            smallest = min < smallest ? min : smallest;
-            largest = max > largest ? max : largest;
-            total += static_cast<double>(u) * static_cast<double>(v) * mean;
-            count += toUInt32(u) * toUInt32(v);
+            summary.add(RectMesh::getFileHeader(fileName.c_str()));
             isAnyFile = true;
         }
     }
-    totalQuadArea = total;
-    meanQuadArea = total / count;
-    minQuadArea = smallest;
-    maxQuadArea = largest;
+    totalQuadArea = summary.total;
+    meanQuadArea = summary.total / summary.count;
+    minQuadArea = summary.min;
+    maxQuadArea = summary.max;
     return isAnyFile;
 }
 
