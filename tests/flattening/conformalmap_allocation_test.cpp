@@ -1,6 +1,7 @@
 #include "tests/support/capturedoutput.h"
 #include "tests/support/flattening_fixtures.h"
 #include "tests/support/meshuse.h"
+#include "tests/support/throwinglistener.h"
 #include "tests/support/watchedheap.h"
 
 #include <algorithm>
@@ -51,29 +52,6 @@ struct Shape {
     std::vector<Place> lips;
 };
 
-/// Throws when it has heard enough.
-class LeavingListener : public ProgressListener {
-public:
-    explicit LeavingListener(int newPatience) : patience(newPatience) {}
-
-    void setMessage(char const* /*text*/) override { hear(); }
-
-    void setPercentage(unsigned long /*percent*/) override { hear(); }
-
-    void reserved3() override {}
-
-    void reserved4() override {}
-
-private:
-    int patience;
-
-    void hear() {
-        if (--patience < 0) {
-            throw std::runtime_error("heard enough");
-        }
-    }
-};
-
 void expectFailuresToLeaveAWholeMesh(bool doPinExtremeCorners) {
     CapturedOutput const quiet;
     Shape const shape(*makeCutTube());
@@ -120,11 +98,11 @@ TEST(ConformalMapAllocation, AListenerThatThrowsLeavesAWholeMesh) {
     CapturedOutput const quiet;
     Shape const shape(*makeCutTube());
     bool isDone = false;
-    int patience = 0;
+    std::size_t patience = 0;
     for (; !isDone; patience += 7) {
         SCOPED_TRACE(patience);
         MeshPointer const mesh = makeCutTube();
-        LeavingListener listener(patience);
+        ThrowingListener listener(patience);
         mesh->setProgressListener(&listener);
         isDone = true;
         try {
@@ -136,7 +114,7 @@ TEST(ConformalMapAllocation, AListenerThatThrowsLeavesAWholeMesh) {
         EXPECT_TRUE(Shape(*mesh) == shape);
         expectUsable(*mesh);
     }
-    EXPECT_GT(patience, 100);
+    EXPECT_GT(patience, 100U);
 }
 
 TEST(ConformalMapAllocation, TheReceivedSolutionIsTheWholeOneOrTheOldOneOrEmpty) {

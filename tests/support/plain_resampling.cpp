@@ -291,7 +291,7 @@ void rasteriseAll(Result& result, MeshRecord const& mesh, std::vector<std::int64
         }
         std::uint64_t const percentage = 100 * done / count + 1;
         if (percentage != last) {
-            result.events.push_back("percentage " + std::to_string(percentage));
+            result.events.push_back(std::to_string(percentage) + "%");
             last = percentage;
         }
     }

@@ -19,7 +19,7 @@ struct Result {
     double spacing = 0.0;
     PlainAreas areas;
     PlainSearchPoints searchPoints{1, 1, {}};
-    /// As the mesh's record reports them: "percentage <number>".
+    /// As `RecordingListener` writes them: "<number>%".
     std::vector<std::string> events;
     /// What was thrown, or nothing. The grid is as it was left then.
     std::string error;

@@ -3,6 +3,7 @@
 #include "tests/support/plain_objloader.h"
 #include "tests/support/randomindex.h"
 #include "tests/support/recordinglistener.h"
+#include "tests/support/throwinglistener.h"
 
 #include "Geometry/trimesh/mesh.h"
 
@@ -131,25 +132,6 @@ public:
 
 private:
     std::filesystem::path previous;
-};
-
-/// Throws at its call of that number, counted from 0.
-class LeavingListener : public RecordingListener {
-public:
-    explicit LeavingListener(std::size_t callsBefore) : remaining(callsBefore) {}
-
-    void setMessage(char const*) override { count(); }
-
-    void setPercentage(unsigned long) override { count(); }
-
-private:
-    void count() {
-        if (remaining-- == 0) {
-            throw std::runtime_error("stop");
-        }
-    }
-
-    std::size_t remaining;
 };
 
 /// How much of a file was read.
@@ -1055,7 +1037,7 @@ TEST_F(InterruptedLoadTest, LeavesTheRecordsReadUntilThenInAMeshThatCanBeUsed) {
     whole.load(path("whole.obj").c_str());
     for (std::size_t k = 1; k < recorded.events.size(); ++k) {
         SCOPED_TRACE(recorded.events[k]);
-        LeavingListener leaving(k);
+        ThrowingListener leaving(k);
         mesh.setProgressListener(&leaving);
         ASSERT_EQ(loadPath(path("whole.obj")), "stop");
         mesh.setProgressListener(nullptr);
@@ -1071,7 +1053,7 @@ TEST_F(InterruptedLoadTest, LeavesTheRecordsReadUntilThenInAMeshThatCanBeUsed) {
 TEST_F(InterruptedLoadTest, LeavesTheOldMeshAtTheFirstMessage) {
     ASSERT_EQ(loadText(square), "");
     std::string const before = describe(mesh);
-    LeavingListener leaving(0);
+    ThrowingListener leaving(0);
     mesh.setProgressListener(&leaving);
     EXPECT_EQ(loadPath(path("text.obj")), "stop");
     EXPECT_EQ(describe(mesh), before);
