@@ -1,6 +1,7 @@
 #include "Geometry/quadmesh/quadintersectiondata.h"
 
-#include "tests/search/searchtwin.h"
+#include "tests/support/float_bits.h"
+#include "tests/support/searchsettings.h"
 
 #include <type_traits>
 #include <utility>
