@@ -24,31 +24,31 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 } // namespace
 
-TEST(TriMeshMapTest, KeepsKeyAndRank) {
+TEST(TriMeshMap, KeepsKeyAndRank) {
     RankedIndex const entry(7, 2.5);
     EXPECT_EQ(entry.gets(), 7U);
     EXPECT_EQ(entry.gett(), 2.5);
 }
 
-TEST(TriMeshMapTest, AnIndexIsKeptIn32Bits) {
+TEST(TriMeshMap, AnIndexIsKeptIn32Bits) {
     static_assert(sizeof(RankedIndex::Key) == 4);
     EXPECT_EQ(RankedIndex(0xFFFFFFFFUL, 0.0).gets(), 0xFFFFFFFFU);
 }
 
-TEST(TriMeshMapTest, OrderLooksAtTheRankAlone) {
+TEST(TriMeshMap, OrderLooksAtTheRankAlone) {
     EXPECT_TRUE(RankedIndex(1, 3.0) > RankedIndex(9, 2.0));
     EXPECT_FALSE(RankedIndex(9, 2.0) > RankedIndex(1, 3.0));
     EXPECT_TRUE(RankedIndex(9, 2.0) < RankedIndex(1, 3.0));
     EXPECT_FALSE(RankedIndex(1, 3.0) < RankedIndex(9, 2.0));
 }
 
-TEST(TriMeshMapTest, EqualRanksAreNeitherGreaterNorLessWhateverTheKeys) {
+TEST(TriMeshMap, EqualRanksAreNeitherGreaterNorLessWhateverTheKeys) {
     EXPECT_FALSE(RankedIndex(1, 2.0) > RankedIndex(9, 2.0));
     EXPECT_FALSE(RankedIndex(1, 2.0) < RankedIndex(9, 2.0));
     EXPECT_FALSE(RankedIndex(1, 0.0) > RankedIndex(1, -0.0));
 }
 
-TEST(TriMeshMapTest, ANaNIsNeitherGreaterNorLess) {
+TEST(TriMeshMap, ANaNIsNeitherGreaterNorLess) {
     for (double const other : {nan, -1.0, 0.0, std::numeric_limits<double>::infinity()}) {
         EXPECT_FALSE(RankedIndex(1, nan) > RankedIndex(2, other));
         EXPECT_FALSE(RankedIndex(1, nan) < RankedIndex(2, other));
@@ -57,14 +57,14 @@ TEST(TriMeshMapTest, ANaNIsNeitherGreaterNorLess) {
     }
 }
 
-TEST(TriMeshMapTest, AssignmentTakesBothOver) {
+TEST(TriMeshMap, AssignmentTakesBothOver) {
     RankedIndex entry(1, 2.0);
     entry = RankedIndex(3, 4.0);
     EXPECT_EQ(entry.gets(), 3U);
     EXPECT_EQ(entry.gett(), 4.0);
 }
 
-TEST(TriMeshMapTest, RanksObjectsByDistance) {
+TEST(TriMeshMap, RanksObjectsByDistance) {
     using Ranked = Map<Object const*, double>;
     Geometry::ThreeDimensional::Point const point(1, 2, 3);
     Ranked near(&point, 1.0);
@@ -76,7 +76,7 @@ TEST(TriMeshMapTest, RanksObjectsByDistance) {
     EXPECT_EQ(near.gett(), 2.0);
 }
 
-TEST(TriMeshMapTest, NestsAroundEdges) {
+TEST(TriMeshMap, NestsAroundEdges) {
     using Inner = Map<Edge, bool>;
     using Middle = Map<Inner, int>;
     using Outer = Map<Middle, double>;
@@ -95,7 +95,7 @@ TEST(TriMeshMapTest, NestsAroundEdges) {
     EXPECT_EQ(copy.gets().gett(), 5);
 }
 
-TEST(TriMeshMapTest, HasNoVirtualOperation) {
+TEST(TriMeshMap, HasNoVirtualOperation) {
     static_assert(!std::is_polymorphic_v<RankedIndex>);
     EXPECT_EQ(sizeof(RankedIndex), 16U);
 }

@@ -24,9 +24,9 @@ using Indices = std::array<std::uint32_t, 3>;
 using Listed = std::vector<Triangle*>;
 
 /// A mesh of six floating vertices; the first four are the corners of the unit square, in turn.
-class ConnectivityTest : public testing::Test {
+class MeshConnectivity : public testing::Test {
 protected:
-    ConnectivityTest() {
+    MeshConnectivity() {
         for (Point const& point : {Point(0, 0, 0), Point(1, 0, 0), Point(1, 1, 0), Point(0, 1, 0),
                                    Point(0.5, 0.5, 1), Point(2, 0, 0)}) {
             mesh.addVertex(Vertex(point));
@@ -110,7 +110,7 @@ private:
 
 } // namespace
 
-TEST_F(ConnectivityTest, ANewVertexIsFloatingWithOneNullEntry) {
+TEST_F(MeshConnectivity, ANewVertexIsFloatingWithOneNullEntry) {
     EXPECT_TRUE(mesh.addVertex(Vertex(Point(1, 2, 3))));
     ASSERT_EQ(mesh.getNumberOfVertices(), 7U);
     EXPECT_EQ(mesh.vertexTriangles.size(), 7U);
@@ -120,7 +120,7 @@ TEST_F(ConnectivityTest, ANewVertexIsFloatingWithOneNullEntry) {
     EXPECT_EQ(mesh.getVertex(6).getPoint3D(), Point(1, 2, 3));
 }
 
-TEST_F(ConnectivityTest, FloatingLooksAtTheLastEntryAndWraps) {
+TEST_F(MeshConnectivity, FloatingLooksAtTheLastEntryAndWraps) {
     Triangle* const triangle = addFirst(0, 1, 2);
     EXPECT_FALSE(mesh.getIsVertexFloating(0));
     EXPECT_FALSE(mesh.getIsVertexFloating(6));
@@ -134,7 +134,7 @@ TEST_F(ConnectivityTest, FloatingLooksAtTheLastEntryAndWraps) {
     EXPECT_FALSE(mesh.getIsVertexFloating(0));
 }
 
-TEST_F(ConnectivityTest, AttachedLooksAtTheFirstEntryAndDoesNotWrap) {
+TEST_F(MeshConnectivity, AttachedLooksAtTheFirstEntryAndDoesNotWrap) {
     addFirst(0, 1, 2);
     EXPECT_TRUE(mesh.getIsVertexAttached(0));
     EXPECT_FALSE(mesh.getIsVertexAttached(3));
@@ -142,7 +142,7 @@ TEST_F(ConnectivityTest, AttachedLooksAtTheFirstEntryAndDoesNotWrap) {
     EXPECT_FALSE(mesh.getIsVertexAttached(0xFFFFFFFFUL));
 }
 
-TEST_F(ConnectivityTest, AddFloatingTriangleWithTwoIndicesIsFalse) {
+TEST_F(MeshConnectivity, AddFloatingTriangleWithTwoIndicesIsFalse) {
     EXPECT_FALSE(mesh.addFloatingTriangle({0, 1}));
     EXPECT_FALSE(mesh.addFloatingTriangle({0, 1, 2, 3}));
     EXPECT_FALSE(mesh.addFloatingTriangle({}));
@@ -151,7 +151,7 @@ TEST_F(ConnectivityTest, AddFloatingTriangleWithTwoIndicesIsFalse) {
     }
 }
 
-TEST_F(ConnectivityTest, AddFloatingTriangleWithAnAttachedVertexIsTrueAndAddsNothing) {
+TEST_F(MeshConnectivity, AddFloatingTriangleWithAnAttachedVertexIsTrueAndAddsNothing) {
     Triangle* const first = addFirst(0, 1, 2);
     for (auto const& face : {std::vector<unsigned long>{2, 3, 4}, {3, 2, 4}, {3, 4, 2}}) {
         EXPECT_TRUE(mesh.addFloatingTriangle(face));
@@ -161,7 +161,7 @@ TEST_F(ConnectivityTest, AddFloatingTriangleWithAnAttachedVertexIsTrueAndAddsNot
     EXPECT_TRUE(mesh.getIsVertexFloating(4));
 }
 
-TEST_F(ConnectivityTest, AddFloatingTriangleKeepsTheOrderAndHasNoNeighbours) {
+TEST_F(MeshConnectivity, AddFloatingTriangleKeepsTheOrderAndHasNoNeighbours) {
     Triangle* const triangle = addFirst(3, 0, 2);
     EXPECT_EQ(triangle->vertexIndices, (Indices{3, 0, 2}));
     for (std::uint32_t side = 0; side < 3; ++side) {
@@ -174,7 +174,7 @@ TEST_F(ConnectivityTest, AddFloatingTriangleKeepsTheOrderAndHasNoNeighbours) {
     EXPECT_EQ(triangle->getMesh(), &mesh);
 }
 
-TEST_F(ConnectivityTest, AFloatingApexGivesTheTriangleDestOrgApexStitchedOnSideTwo) {
+TEST_F(MeshConnectivity, AFloatingApexGivesTheTriangleDestOrgApexStitchedOnSideTwo) {
     Triangle* const first = addFirst(0, 1, 2);
     ASSERT_TRUE(mesh.addBoundaryTriangle(first->getEdge(1), 3)); // 2 to 0
     Triangle* const second = mesh.vertexTriangles[3].front();
@@ -188,7 +188,7 @@ TEST_F(ConnectivityTest, AFloatingApexGivesTheTriangleDestOrgApexStitchedOnSideT
     EXPECT_EQ(mesh.vertexTriangles[2], Listed{first});
 }
 
-TEST_F(ConnectivityTest, AnAttachedApexGivesTheTriangleOrgApexDestStitchedOnSideOneAndWhereItFits) {
+TEST_F(MeshConnectivity, AnAttachedApexGivesTheTriangleOrgApexDestStitchedOnSideOneAndWhereItFits) {
     Triangle* const first = addFirst(0, 1, 4);
     ASSERT_TRUE(mesh.addBoundaryTriangle(first->getEdge(0), 2)); // 1 to 4
     Triangle* const second = mesh.vertexTriangles[2].front();
@@ -213,7 +213,7 @@ TEST_F(ConnectivityTest, AnAttachedApexGivesTheTriangleOrgApexDestStitchedOnSide
     EXPECT_EQ(mesh.vertexTriangles[4], (Listed{first, fourth, fourth}));
 }
 
-TEST_F(ConnectivityTest, AddBoundaryTriangleOnAnInteriorEdgeIsFalse) {
+TEST_F(MeshConnectivity, AddBoundaryTriangleOnAnInteriorEdgeIsFalse) {
     Triangle* const first = addFirst(0, 1, 2);
     ASSERT_TRUE(mesh.addBoundaryTriangle(first->getEdge(1), 3));
     std::string const before = describe(mesh);
@@ -223,7 +223,7 @@ TEST_F(ConnectivityTest, AddBoundaryTriangleOnAnInteriorEdgeIsFalse) {
     EXPECT_EQ(describe(mesh), before);
 }
 
-TEST_F(ConnectivityTest, AFailureKeepsWhatWasStitchedUntilThen) {
+TEST_F(MeshConnectivity, AFailureKeepsWhatWasStitchedUntilThen) {
     // (0, 1, 2), across 1 to 2 a second and across 0 to 1 a third triangle with vertex 2 as apex: its side
     // from 1 to 2 meets that of the first, which is taken.
     Triangle* const first = addFirst(0, 1, 2);
@@ -239,41 +239,41 @@ TEST_F(ConnectivityTest, AFailureKeepsWhatWasStitchedUntilThen) {
     EXPECT_TRUE(third->getEdge(0).isBoundary());
 }
 
-TEST_F(ConnectivityTest, AClosedFanHasNoBoundaryVertexInItsMiddle) {
+TEST_F(MeshConnectivity, AClosedFanHasNoBoundaryVertexInItsMiddle) {
     auto const cap = makeMesh(makeCap(2, 6));
     EXPECT_FALSE(cap->getIsBoundaryVertex(0));
     EXPECT_FALSE(cap->getIsBoundaryVertex(3));
     EXPECT_TRUE(cap->getIsBoundaryVertex(8));
 }
 
-TEST_F(ConnectivityTest, AFloatingVertexCountsAsBoundary) {
+TEST_F(MeshConnectivity, AFloatingVertexCountsAsBoundary) {
     EXPECT_TRUE(mesh.getIsBoundaryVertex(0));
     addFirst(0, 1, 2);
     EXPECT_TRUE(mesh.getIsBoundaryVertex(0));
     EXPECT_TRUE(mesh.getIsBoundaryVertex(3));
 }
 
-TEST_F(ConnectivityTest, TheArbitraryEdgeStartsAtTheVertex) {
+TEST_F(MeshConnectivity, TheArbitraryEdgeStartsAtTheVertex) {
     addFirst(3, 0, 2);
     for (std::uint32_t v : {0U, 2U, 3U}) {
         EXPECT_EQ(mesh.getVertexArbitraryEdge(v).org(), v);
     }
 }
 
-TEST_F(ConnectivityTest, TheArbitraryEdgeOfAFloatingVertexHasNoTriangle) {
+TEST_F(MeshConnectivity, TheArbitraryEdgeOfAFloatingVertexHasNoTriangle) {
     Edge const nothing = mesh.getVertexArbitraryEdge(4);
     EXPECT_EQ(nothing.getTriangle(), nullptr);
     EXPECT_EQ(nothing.getTriangleEdgeIndex(), 0xFFFFFFFFUL);
 }
 
-TEST_F(ConnectivityTest, TheArbitraryEdgeWrapsForTheListAloneAndFallsBackToSideOne) {
+TEST_F(MeshConnectivity, TheArbitraryEdgeWrapsForTheListAloneAndFallsBackToSideOne) {
     Triangle* const triangle = addFirst(0, 1, 2);
     EXPECT_EQ(mesh.getVertexArbitraryEdge(6), triangle->getEdge(1));
     EXPECT_EQ(mesh.getVertexArbitraryEdge(7), triangle->getEdge(1));
     EXPECT_EQ(mesh.getVertexArbitraryEdge(1), triangle->getEdge(0));
 }
 
-TEST_F(ConnectivityTest, EdgesExistInTheirDirectionOnly) {
+TEST_F(MeshConnectivity, EdgesExistInTheirDirectionOnly) {
     Triangle* const first = addFirst(0, 1, 2);
     Edge found;
     EXPECT_TRUE(mesh.getDoesEdgeExist(0, 1, &found));
@@ -287,12 +287,12 @@ TEST_F(ConnectivityTest, EdgesExistInTheirDirectionOnly) {
     EXPECT_TRUE(mesh.getDoesEdgeExist(2, 0, nullptr));
 }
 
-TEST_F(ConnectivityTest, AFloatingVertexHasNoEdges) {
+TEST_F(MeshConnectivity, AFloatingVertexHasNoEdges) {
     addFirst(0, 1, 2);
     EXPECT_FALSE(mesh.getDoesEdgeExist(3, 0, nullptr));
 }
 
-TEST_F(ConnectivityTest, EdgesAreFoundOverTheWholeOpenFan) {
+TEST_F(MeshConnectivity, EdgesAreFoundOverTheWholeOpenFan) {
     auto const fan = makeMesh(Soup{{{0, 0, 0}, {4, 0, 0}, {3, 3, 0}, {0, 4, 0}, {-3, 3, 0}, {-4, 0, 0}},
                                    {{0, 3, 4}, {0, 2, 3}, {0, 1, 2}, {0, 4, 5}}});
     for (std::uint32_t b = 1; b < 5; ++b) {
@@ -304,7 +304,7 @@ TEST_F(ConnectivityTest, EdgesAreFoundOverTheWholeOpenFan) {
     EXPECT_FALSE(fan->getDoesEdgeExist(0, 5, nullptr)); // the last spoke has no edge outward
 }
 
-TEST_F(ConnectivityTest, TheSearchForAnEdgeEndsWhereTheFirstFanIsOpenAndALaterOneClosed) {
+TEST_F(MeshConnectivity, TheSearchForAnEdgeEndsWhereTheFirstFanIsOpenAndALaterOneClosed) {
     Triangle* const open = addFirst(0, 1, 5);
     mesh.vertexTriangles[0].assign(1, nullptr);
     Triangle* const closed = addFirst(0, 2, 3);
@@ -320,7 +320,7 @@ TEST_F(ConnectivityTest, TheSearchForAnEdgeEndsWhereTheFirstFanIsOpenAndALaterOn
     EXPECT_FALSE(mesh.getDoesEdgeExist(0, 0, nullptr));
 }
 
-TEST_F(ConnectivityTest, AnApexBeyondTheEdgeIsAdmissableAndOneOnTheTrianglesOwnSideIsNot) {
+TEST_F(MeshConnectivity, AnApexBeyondTheEdgeIsAdmissableAndOneOnTheTrianglesOwnSideIsNot) {
     Triangle* const first = addFirst(0, 1, 2);
     Edge const diagonal = first->getEdge(1); // 2 to 0, with vertex 1 on its side
     EXPECT_TRUE(mesh.getIsVertexAdmissable(diagonal, 3));
@@ -329,7 +329,7 @@ TEST_F(ConnectivityTest, AnApexBeyondTheEdgeIsAdmissableAndOneOnTheTrianglesOwnS
     EXPECT_TRUE(mesh.getIsVertexAdmissable(diagonal, 9)); // wraps to 3
 }
 
-TEST_F(ConnectivityTest, APerpendicularApexIsRefusedAndALittleLessAdmitted) {
+TEST_F(MeshConnectivity, APerpendicularApexIsRefusedAndALittleLessAdmitted) {
     Triangle* const first = addFirst(0, 1, 2);
     Edge const bottom = first->getEdge(2); // 0 to 1 along x
     mesh.getVertex(4).setPoint3D(Point(0.5, 0.0, 1.0));
@@ -340,7 +340,7 @@ TEST_F(ConnectivityTest, APerpendicularApexIsRefusedAndALittleLessAdmitted) {
     EXPECT_FALSE(mesh.getIsVertexAdmissable(bottom, 4));
 }
 
-TEST_F(ConnectivityTest, RandomGrowthGivesThePlainConnectivity) {
+TEST_F(MeshConnectivity, RandomGrowthGivesThePlainConnectivity) {
     std::mt19937 generator(12);
     for (int round = 0; round < 150; ++round) {
         std::uint32_t const count = 4 + randomBelow(generator, 6);
@@ -359,7 +359,7 @@ TEST_F(ConnectivityTest, RandomGrowthGivesThePlainConnectivity) {
     }
 }
 
-TEST_F(ConnectivityTest, StitchesAreMutualInEveryFamily) {
+TEST_F(MeshConnectivity, StitchesAreMutualInEveryFamily) {
     for (NamedSoup const& family : loadableFamilies()) {
         auto const loaded = makeMesh(family.soup);
         std::vector<Triangle*> list;

@@ -21,9 +21,9 @@ using Geometry::ThreeDimensional::TriMesh::Triangle;
 using Geometry::ThreeDimensional::TriMesh::Vertex;
 
 /// Triangle (0, 1, 2) and, across its side from 1 to 2, a second one with apex 3.
-class EdgeTest : public testing::Test {
+class MeshEdge : public testing::Test {
 protected:
-    EdgeTest() {
+    MeshEdge() {
         for (Point const& point : {Point(0, 0, 0), Point(2, 0, 0), Point(0, 1, 0), Point(2, 1, 1)}) {
             mesh.addVertex(Vertex(point));
         }
@@ -46,7 +46,7 @@ void expectComponents(Vector const& actual, double x, double y, double z) {
 
 } // namespace
 
-TEST_F(EdgeTest, EdgeIRunsOppositeVertexI) {
+TEST_F(MeshEdge, EdgeIRunsOppositeVertexI) {
     unsigned long const origins[] = {1, 2, 0};
     unsigned long const destinations[] = {2, 0, 1};
     for (unsigned long i = 0; i < 3; ++i) {
@@ -58,7 +58,7 @@ TEST_F(EdgeTest, EdgeIRunsOppositeVertexI) {
     EXPECT_EQ(first->getEdge(3), first->getEdge(0));
 }
 
-TEST_F(EdgeTest, RotGoesAroundTheTriangle) {
+TEST_F(MeshEdge, RotGoesAroundTheTriangle) {
     for (unsigned long i = 0; i < 3; ++i) {
         Edge const edge = first->getEdge(i);
         EXPECT_EQ(edge.rot(), first->getEdge(i + 1));
@@ -67,14 +67,14 @@ TEST_F(EdgeTest, RotGoesAroundTheTriangle) {
     }
 }
 
-TEST_F(EdgeTest, SymOfABoundarySideHasNoTriangle) {
+TEST_F(MeshEdge, SymOfABoundarySideHasNoTriangle) {
     for (unsigned long i = 1; i < 3; ++i) {
         EXPECT_TRUE(first->getEdge(i).isBoundary());
         EXPECT_EQ(first->getEdge(i).sym().getTriangle(), nullptr);
     }
 }
 
-TEST_F(EdgeTest, SymOfAnInteriorSideIsItsOtherSideAndSymOfThatTheSideItself) {
+TEST_F(MeshEdge, SymOfAnInteriorSideIsItsOtherSideAndSymOfThatTheSideItself) {
     Edge const edge = first->getEdge(0);
     EXPECT_FALSE(edge.isBoundary());
     EXPECT_EQ(edge.sym().getTriangle(), second);
@@ -84,7 +84,7 @@ TEST_F(EdgeTest, SymOfAnInteriorSideIsItsOtherSideAndSymOfThatTheSideItself) {
     EXPECT_EQ(edge.sym().sym(), edge);
 }
 
-TEST_F(EdgeTest, OnextTurnsOverTheSharedEdgeToNothingAtABoundaryVertex) {
+TEST_F(MeshEdge, OnextTurnsOverTheSharedEdgeToNothingAtABoundaryVertex) {
     // Around vertex 1: 1-3 of the second triangle comes first, then the shared 1-2 of the first.
     Edge edge;
     ASSERT_TRUE(second->getEdgeFromVertexIndex(1, &edge));
@@ -94,7 +94,7 @@ TEST_F(EdgeTest, OnextTurnsOverTheSharedEdgeToNothingAtABoundaryVertex) {
     EXPECT_EQ(next.onext().getTriangle(), nullptr);
 }
 
-TEST_F(EdgeTest, OprevTurnsTheOtherWay) {
+TEST_F(MeshEdge, OprevTurnsTheOtherWay) {
     Edge edge;
     ASSERT_TRUE(second->getEdgeFromVertexIndex(1, &edge));
     EXPECT_EQ(edge.onext().oprev(), edge);
@@ -102,7 +102,7 @@ TEST_F(EdgeTest, OprevTurnsTheOtherWay) {
     EXPECT_EQ(edge.oprev().getTriangle(), nullptr);
 }
 
-TEST_F(EdgeTest, AroundAClosedFanOnextComesBack) {
+TEST_F(MeshEdge, AroundAClosedFanOnextComesBack) {
     auto const cap = makeMesh(makeCap(1, 7));
     Edge const start = cap->getVertexArbitraryEdge(0);
     Edge edge = start;
@@ -114,14 +114,14 @@ TEST_F(EdgeTest, AroundAClosedFanOnextComesBack) {
     }
 }
 
-TEST_F(EdgeTest, RotOfAnEdgeWithoutATriangleHasNoneEither) {
+TEST_F(MeshEdge, RotOfAnEdgeWithoutATriangleHasNoneEither) {
     Edge const nothing = first->getEdge(1).sym();
     EXPECT_EQ(nothing.getTriangleEdgeIndex(), Triangle::invalidEdgeIndex);
     EXPECT_EQ(nothing.rot().getTriangle(), nullptr);
     EXPECT_EQ(nothing.rot().getTriangleEdgeIndex(), 0U);
 }
 
-TEST_F(EdgeTest, EqualityComparesTriangleAndSide) {
+TEST_F(MeshEdge, EqualityComparesTriangleAndSide) {
     EXPECT_TRUE(first->getEdge(1) == first->getEdge(1));
     EXPECT_FALSE(first->getEdge(1) == first->getEdge(2));
     EXPECT_FALSE(first->getEdge(1) == second->getEdge(1));
@@ -129,7 +129,7 @@ TEST_F(EdgeTest, EqualityComparesTriangleAndSide) {
     EXPECT_FALSE(first->getEdge(1) != first->getEdge(1));
 }
 
-TEST_F(EdgeTest, CopiesAndAssignments) {
+TEST_F(MeshEdge, CopiesAndAssignments) {
     Edge const copy(first->getEdge(2));
     Edge assigned;
     Edge taken;
@@ -142,7 +142,7 @@ TEST_F(EdgeTest, CopiesAndAssignments) {
     static_assert(std::has_virtual_destructor_v<Edge>);
 }
 
-TEST_F(EdgeTest, MakeBoundaryUnstitchesBothSides) {
+TEST_F(MeshEdge, MakeBoundaryUnstitchesBothSides) {
     first->getEdge(0).makeBoundary();
     EXPECT_TRUE(first->getEdge(0).isBoundary());
     EXPECT_EQ(first->getAdjacentTriangleEdgeIndex(0), Triangle::invalidEdgeIndex);
@@ -152,7 +152,7 @@ TEST_F(EdgeTest, MakeBoundaryUnstitchesBothSides) {
     }
 }
 
-TEST_F(EdgeTest, EndsOnTheSurfaceAndInTheFlatMap) {
+TEST_F(MeshEdge, EndsOnTheSurfaceAndInTheFlatMap) {
     mesh.getVertex(1).setPoint2D({1.25, 2.0});
     mesh.getVertex(2).setPoint2D({0.25, 4.5});
     Edge const edge = first->getEdge(0);
@@ -165,7 +165,7 @@ TEST_F(EdgeTest, EndsOnTheSurfaceAndInTheFlatMap) {
     EXPECT_EQ(edge.vphi2().getdV(), 2.5);
 }
 
-TEST_F(EdgeTest, TheWayAlongAnEdgeHasSinglePrecision) {
+TEST_F(MeshEdge, TheWayAlongAnEdgeHasSinglePrecision) {
     mesh.getVertex(1).setPoint3D(Point(1.0e7, 0.1, 0.0));
     mesh.getVertex(2).setPoint3D(Point(0.3, 0.7, 0.0));
     float const x = steppedFloatDifference(0.3F, 1.0e7F);
@@ -173,7 +173,7 @@ TEST_F(EdgeTest, TheWayAlongAnEdgeHasSinglePrecision) {
     expectComponents(first->getEdge(0).vphi3(), static_cast<double>(x), static_cast<double>(y), 0.0);
 }
 
-TEST_F(EdgeTest, NIsTheUnitNormalOfTheTriangle) {
+TEST_F(MeshEdge, NIsTheUnitNormalOfTheTriangle) {
     for (unsigned long i = 0; i < 3; ++i) {
         expectComponents(first->getEdge(i).N(), 0.0, 0.0, 1.0);
     }
@@ -184,13 +184,13 @@ TEST_F(EdgeTest, NIsTheUnitNormalOfTheTriangle) {
     EXPECT_GT(normal.getdZ(), 0.0);
 }
 
-TEST_F(EdgeTest, NOfATriangleWithoutAreaIsNaN) {
+TEST_F(MeshEdge, NOfATriangleWithoutAreaIsNaN) {
     mesh.getVertex(2).setPoint3D(Point(1, 0, 0));
     EXPECT_TRUE(std::isnan(first->getEdge(0).N().getdX()));
     EXPECT_TRUE(std::isnan(first->getEdge(0).N().getdZ()));
 }
 
-TEST_F(EdgeTest, Perp3PointsIntoTheTriangleAtRightAnglesAndIsAsLongAsTheEdge) {
+TEST_F(MeshEdge, Perp3PointsIntoTheTriangleAtRightAnglesAndIsAsLongAsTheEdge) {
     expectComponents(first->getEdge(2).perp3(), 0.0, 2.0, 0.0);
     for (Triangle const* triangle : {first, second}) {
         for (unsigned long i = 0; i < 3; ++i) {

@@ -51,7 +51,7 @@ std::vector<std::array<std::uint32_t, 3>> getFaces(Mesh const& mesh) {
 
 } // namespace
 
-TEST(FaceStitcherTest, EveryFamilyLoadsWithAllItsFaces) {
+TEST(FaceStitcher, EveryFamilyLoadsWithAllItsFaces) {
     for (NamedSoup const& family : loadableFamilies()) {
         std::unique_ptr<Mesh> mesh;
         ASSERT_NO_THROW(mesh = makeMesh(family.soup)) << family.name;
@@ -59,13 +59,13 @@ TEST(FaceStitcherTest, EveryFamilyLoadsWithAllItsFaces) {
     }
 }
 
-TEST(FaceStitcherTest, EveryFamilyIsBuiltAsByPlainRoundsOverTheFaces) {
+TEST(FaceStitcher, EveryFamilyIsBuiltAsByPlainRoundsOverTheFaces) {
     for (NamedSoup const& family : loadableFamilies()) {
         EXPECT_TRUE(loadsLikePlainLoader(objText(family.soup))) << family.name;
     }
 }
 
-TEST(FaceStitcherTest, AnyOrderOfFacesIsBuiltAsByPlainRoundsOverTheFaces) {
+TEST(FaceStitcher, AnyOrderOfFacesIsBuiltAsByPlainRoundsOverTheFaces) {
     Soup const surfaces[] = {makePatchWithManyHoles(10), makeSphere(2), makeTube(9, 5), makePatchWithHole(9),
                              withUnusedVertices(makeCap(4, 11), 6, 3)};
     std::uint32_t seed = 0;
@@ -79,7 +79,7 @@ TEST(FaceStitcherTest, AnyOrderOfFacesIsBuiltAsByPlainRoundsOverTheFaces) {
     }
 }
 
-TEST(FaceStitcherTest, SoupsThatDoNotJoinFailInTheSameStateAsByPlainRounds) {
+TEST(FaceStitcher, SoupsThatDoNotJoinFailInTheSameStateAsByPlainRounds) {
     for (NamedSoup const& family : unloadableFamilies()) {
         EXPECT_EQ(getLoadFailure(objText(family.soup)), "Mesh construction failure") << family.name;
         EXPECT_TRUE(loadsLikePlainLoader(objText(family.soup))) << family.name;
@@ -90,7 +90,7 @@ TEST(FaceStitcherTest, SoupsThatDoNotJoinFailInTheSameStateAsByPlainRounds) {
     }
 }
 
-TEST(FaceStitcherTest, RandomProperFacesAreBuiltAsByPlainRounds) {
+TEST(FaceStitcher, RandomProperFacesAreBuiltAsByPlainRounds) {
     std::mt19937 generator(7);
     for (int round = 0; round < 1500; ++round) {
         std::uint32_t const vertices = 3 + randomBelow(generator, 5);
@@ -99,7 +99,7 @@ TEST(FaceStitcherTest, RandomProperFacesAreBuiltAsByPlainRounds) {
     }
 }
 
-TEST(FaceStitcherTest, RandomFacesWithRepeatedVerticesAreBuiltAsByPlainRounds) {
+TEST(FaceStitcher, RandomFacesWithRepeatedVerticesAreBuiltAsByPlainRounds) {
     std::mt19937 generator(8);
     for (int round = 0; round < 1500; ++round) {
         std::uint32_t const vertices = 1 + randomBelow(generator, 5);
@@ -108,7 +108,7 @@ TEST(FaceStitcherTest, RandomFacesWithRepeatedVerticesAreBuiltAsByPlainRounds) {
     }
 }
 
-TEST(FaceStitcherTest, TheFaceMovedIntoASlotWaitsForTheNextRound) {
+TEST(FaceStitcher, TheFaceMovedIntoASlotWaitsForTheNextRound) {
     // A strip of four faces behind face 0. The last face (of slot 3) fills slot 0; slots 0 and 1 then hold
     // {faces 4, 1}. Face 1 joins from slot 1 and face 3 moves there, but slot 2 (face 2) is looked at next.
     Soup const soup{{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}, {0, 2, 0}, {1, 2, 0}, {0, 3, 0}},
@@ -120,7 +120,7 @@ TEST(FaceStitcherTest, TheFaceMovedIntoASlotWaitsForTheNextRound) {
     EXPECT_TRUE(loadsLikePlainLoader(objText(soup)));
 }
 
-TEST(FaceStitcherTest, AFaceJoinsTheFirstOfItsOpenSides) {
+TEST(FaceStitcher, AFaceJoinsTheFirstOfItsOpenSides) {
     // The fan's last face {2, 3, 4} lies against two open edges, 4-3 and 2-4. Its side from 3 to 4 is the
     // first of the two that it has, so the triangle starts at the origin of 4-3.
     std::string const text = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nv 0.5 0.5 1\n"
@@ -134,7 +134,7 @@ TEST(FaceStitcherTest, AFaceJoinsTheFirstOfItsOpenSides) {
     EXPECT_EQ(getFaces(mesh), expected);
 }
 
-TEST(FaceStitcherTest, TrianglesLieInMemoryInTheOrderInWhichTheyWereMade) {
+TEST(FaceStitcher, TrianglesLieInMemoryInTheOrderInWhichTheyWereMade) {
     auto const mesh = makeMesh(makeWavyPatch(20, 20));
     std::vector<Triangle*> list;
     std::vector<Triangle*>::iterator first;

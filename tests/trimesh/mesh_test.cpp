@@ -50,7 +50,7 @@ void addVertices(Mesh& mesh, std::uint32_t count) {
 
 } // namespace
 
-TEST(MeshTest, StartsEmpty) {
+TEST(Mesh, StartsEmpty) {
     Mesh const mesh;
     EXPECT_EQ(mesh.getNumberOfVertices(), 0U);
     EXPECT_EQ(mesh.getFileName(), "");
@@ -61,7 +61,7 @@ TEST(MeshTest, StartsEmpty) {
     EXPECT_EQ(Gathered(mesh).count(), 0);
 }
 
-TEST(MeshTest, StoresListenerAndTerminator) {
+TEST(Mesh, StoresListenerAndTerminator) {
     Mesh mesh;
     RecordingListener listener;
     SilentTerminator terminator;
@@ -75,7 +75,7 @@ TEST(MeshTest, StoresListenerAndTerminator) {
     EXPECT_EQ(mesh.progressTerminator, nullptr);
 }
 
-TEST(MeshTest, ATerminatorEndsNoLoad) {
+TEST(Mesh, ATerminatorEndsNoLoad) {
     Mesh mesh;
     SilentTerminator terminator;
     mesh.setProgressTerminator(&terminator);
@@ -83,7 +83,7 @@ TEST(MeshTest, ATerminatorEndsNoLoad) {
     EXPECT_EQ(Gathered(mesh).count(), 18);
 }
 
-TEST(MeshTest, VertexIndicesWrap) {
+TEST(Mesh, VertexIndicesWrap) {
     Mesh mesh;
     addVertices(mesh, 3);
     EXPECT_EQ(&mesh.getVertex(4), &mesh.vertices[1]);
@@ -93,14 +93,14 @@ TEST(MeshTest, VertexIndicesWrap) {
     EXPECT_EQ(mesh.vertices[2].getPoint2D().getV(), 2.0);
 }
 
-TEST(MeshTest, GetTrianglesOfATetrahedronGivesFourPointersInAListOfTwelve) {
+TEST(Mesh, GetTrianglesOfATetrahedronGivesFourPointersInAListOfTwelve) {
     auto const mesh = makeMesh(makeTetrahedron());
     Gathered const gathered(*mesh);
     EXPECT_EQ(gathered.count(), 4);
     EXPECT_EQ(gathered.list.size(), 12U);
 }
 
-TEST(MeshTest, GetTrianglesSetsItsIteratorsIntoTheList) {
+TEST(Mesh, GetTrianglesSetsItsIteratorsIntoTheList) {
     auto const mesh = makeMesh(makeTetrahedron());
     std::vector<Triangle*> list{nullptr, nullptr};
     std::vector<Triangle*>::iterator first;
@@ -111,7 +111,7 @@ TEST(MeshTest, GetTrianglesSetsItsIteratorsIntoTheList) {
     EXPECT_EQ(std::count(first, last, nullptr), 0);
 }
 
-TEST(MeshTest, GetTrianglesIsAscendingAndWithoutRepeats) {
+TEST(Mesh, GetTrianglesIsAscendingAndWithoutRepeats) {
     for (NamedSoup const& family : loadableFamilies()) {
         auto const mesh = makeMesh(family.soup);
         Gathered const gathered(*mesh);
@@ -121,7 +121,7 @@ TEST(MeshTest, GetTrianglesIsAscendingAndWithoutRepeats) {
     }
 }
 
-TEST(MeshTest, GetTrianglesRewindsOpenFans) {
+TEST(Mesh, GetTrianglesRewindsOpenFans) {
     // Vertex 1 lists the middle one of three triangles only; all three are found from it.
     Mesh mesh;
     addVertices(mesh, 5);
@@ -136,7 +136,7 @@ TEST(MeshTest, GetTrianglesRewindsOpenFans) {
     EXPECT_EQ(Gathered(mesh).list.size(), 3U);
 }
 
-TEST(MeshTest, GetTrianglesMissesWhatOnlyALaterFanReaches) {
+TEST(Mesh, GetTrianglesMissesWhatOnlyALaterFanReaches) {
     Mesh mesh;
     addVertices(mesh, 5);
     mesh.addFloatingTriangle({0, 1, 2});
@@ -152,7 +152,7 @@ TEST(MeshTest, GetTrianglesMissesWhatOnlyALaterFanReaches) {
     EXPECT_EQ(*gathered.first, first);
 }
 
-TEST(MeshTest, UnlistedTrianglesAreThoseThatNavigationReachesBesides) {
+TEST(Mesh, UnlistedTrianglesAreThoseThatNavigationReachesBesides) {
     for (NamedSoup const& family : loadableFamilies()) {
         EXPECT_TRUE(makeMesh(family.soup)->getUnlistedTriangles().empty()) << family.name;
     }
@@ -168,7 +168,7 @@ TEST(MeshTest, UnlistedTrianglesAreThoseThatNavigationReachesBesides) {
     }
 }
 
-TEST(MeshTest, TrianglesOfAnEarlierSurfaceAreNotUnlistedOnes) {
+TEST(Mesh, TrianglesOfAnEarlierSurfaceAreNotUnlistedOnes) {
     Mesh mesh;
     EXPECT_TRUE(mesh.getUnlistedTriangles().empty());
     loadSoup(mesh, makeSurfaceMeetingItself(0));
@@ -179,7 +179,7 @@ TEST(MeshTest, TrianglesOfAnEarlierSurfaceAreNotUnlistedOnes) {
     EXPECT_TRUE(mesh.getUnlistedTriangles().empty());
 }
 
-TEST(MeshTest, CleanRenumbersTrianglesThatNoVertexListsToo) {
+TEST(Mesh, CleanRenumbersTrianglesThatNoVertexListsToo) {
     constexpr std::uint32_t unused = 100;
     auto const mesh = makeMesh(makeSurfaceMeetingItself(unused));
     auto const twin = makeMesh(makeSurfaceMeetingItself(0));
@@ -190,7 +190,7 @@ TEST(MeshTest, CleanRenumbersTrianglesThatNoVertexListsToo) {
     EXPECT_TRUE(loadsLikePlainLoader(objText(makeSurfaceMeetingItself(unused))));
 }
 
-TEST(MeshTest, CornersOfASurfaceThatMeetsItselfAreThoseOfTheSameSurfaceWithoutUnusedVertices) {
+TEST(Mesh, CornersOfASurfaceThatMeetsItselfAreThoseOfTheSameSurfaceWithoutUnusedVertices) {
     // The loop leads over the triangle that no vertex lists.
     Soup const soup = makeSurfaceMeetingItself(100);
     auto const mesh = makeMesh(soup);
@@ -202,7 +202,7 @@ TEST(MeshTest, CornersOfASurfaceThatMeetsItselfAreThoseOfTheSameSurfaceWithoutUn
     EXPECT_EQ(corners, expected);
 }
 
-TEST(MeshTest, CleanWithoutFloatingVerticesLeavesEverything) {
+TEST(Mesh, CleanWithoutFloatingVerticesLeavesEverything) {
     for (NamedSoup const& family : openFamilies()) {
         auto const mesh = makeMesh(family.soup);
         std::string const before = describe(*mesh);
@@ -213,7 +213,7 @@ TEST(MeshTest, CleanWithoutFloatingVerticesLeavesEverything) {
     }
 }
 
-TEST(MeshTest, CleanDropsFloatingVerticesAndRenumbersTheOthersInOrder) {
+TEST(Mesh, CleanDropsFloatingVerticesAndRenumbersTheOthersInOrder) {
     Mesh mesh;
     addVertices(mesh, 8);
     mesh.addFloatingTriangle({1, 6, 3});
@@ -233,7 +233,7 @@ TEST(MeshTest, CleanDropsFloatingVerticesAndRenumbersTheOthersInOrder) {
     EXPECT_EQ(mesh.vertexTriangles.size(), 4U);
 }
 
-TEST(MeshTest, CleanOfFloatingVerticesAloneLeavesNone) {
+TEST(Mesh, CleanOfFloatingVerticesAloneLeavesNone) {
     Mesh mesh;
     addVertices(mesh, 3);
     mesh.clean();
@@ -241,7 +241,7 @@ TEST(MeshTest, CleanOfFloatingVerticesAloneLeavesNone) {
     EXPECT_TRUE(mesh.vertexTriangles.empty());
 }
 
-TEST(MeshTest, ClearKeepsNameCutListenerAndTerminator) {
+TEST(Mesh, ClearKeepsNameCutListenerAndTerminator) {
     RecordingListener listener;
     SilentTerminator terminator;
     Mesh mesh;
@@ -262,7 +262,7 @@ TEST(MeshTest, ClearKeepsNameCutListenerAndTerminator) {
     EXPECT_EQ(mesh.progressTerminator, &terminator);
 }
 
-TEST(MeshTest, AClearedMeshGrowsAnew) {
+TEST(Mesh, AClearedMeshGrowsAnew) {
     Mesh mesh;
     loadSoup(mesh, makeSphere(1));
     mesh.clear();
@@ -271,7 +271,7 @@ TEST(MeshTest, AClearedMeshGrowsAnew) {
     EXPECT_EQ(Gathered(mesh).count(), 1);
 }
 
-TEST(MeshTest, RoundTakesHalvesUpward) {
+TEST(Mesh, RoundTakesHalvesUpward) {
     EXPECT_EQ(Mesh::round(2.5), 3.0);
     EXPECT_EQ(Mesh::round(-2.5), -2.0);
     EXPECT_EQ(Mesh::round(2.4999999999999996), 2.0);
@@ -281,18 +281,18 @@ TEST(MeshTest, RoundTakesHalvesUpward) {
     EXPECT_EQ(Mesh::round(0.49999999999999994), 0.0);
 }
 
-TEST(MeshTest, IsNeitherCopiedNorMoved) {
+TEST(Mesh, IsNeitherCopiedNorMoved) {
     static_assert(!std::is_copy_constructible_v<Mesh> && !std::is_copy_assignable_v<Mesh>);
     static_assert(!std::is_move_constructible_v<Mesh> && !std::is_move_assignable_v<Mesh>);
     static_assert(std::has_virtual_destructor_v<Mesh>);
 }
 
-TEST(MeshTest, CutEdgeIndexHolds32Bits) {
+TEST(Mesh, CutEdgeIndexHolds32Bits) {
     static_assert(sizeof(CutEdgeIndex) == 4 && std::is_aggregate_v<CutEdgeIndex>);
     EXPECT_EQ(CutEdgeIndex{0xFFFFFFFFU}.index, 0xFFFFFFFFU);
 }
 
-TEST(FileContentsTest, StartsWithNothingAndReportsWhatItWasTold) {
+TEST(FileContents, StartsWithNothingAndReportsWhatItWasTold) {
     FileContents contents;
     EXPECT_FALSE(contents.getDoesContain3D());
     EXPECT_FALSE(contents.getDoesContain2D());

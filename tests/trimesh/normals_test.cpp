@@ -32,7 +32,7 @@ Soup makePyramid(std::uint32_t segments, double height) {
 
 } // namespace
 
-TEST(NormalsTest, OfALoneTriangleIsItsUnitNormalToTheBit) {
+TEST(Normals, OfALoneTriangleIsItsUnitNormalToTheBit) {
     auto const mesh = makeMesh(Soup{{{0, 0, 0}, {2, 0.3, 1}, {0.1, 3, 0.7}}, {{0, 1, 2}}});
     Triangle const* const triangle = mesh->vertexTriangles[0].front();
     for (std::uint32_t v = 0; v < 3; ++v) {
@@ -40,7 +40,7 @@ TEST(NormalsTest, OfALoneTriangleIsItsUnitNormalToTheBit) {
     }
 }
 
-TEST(NormalsTest, OfAVertexWithOneFaceAtTheRimIsThatFacesUnitNormal) {
+TEST(Normals, OfAVertexWithOneFaceAtTheRimIsThatFacesUnitNormal) {
     auto const mesh = makeMesh(makeWavyPatch(3, 3));
     // Vertex 3 is the corner that only face (2, 3, 7) touches.
     Triangle const* const corner = mesh->vertexTriangles[3].front();
@@ -48,7 +48,7 @@ TEST(NormalsTest, OfAVertexWithOneFaceAtTheRimIsThatFacesUnitNormal) {
     EXPECT_NEAR(normal.dot(corner->getEdge(0).N()), 1.0, 1e-14);
 }
 
-TEST(NormalsTest, AtTheApexOfAPyramidIsItsAxis) {
+TEST(Normals, AtTheApexOfAPyramidIsItsAxis) {
     for (double const height : {0.5, 0.01, 3.0}) {
         auto const mesh = makeMesh(makePyramid(8, height));
         Vector const normal = mesh->getVertex(0).getNormal3D();
@@ -58,7 +58,7 @@ TEST(NormalsTest, AtTheApexOfAPyramidIsItsAxis) {
     }
 }
 
-TEST(NormalsTest, TurnsAsAWholeWhereTheGradientPointsInward) {
+TEST(Normals, TurnsAsAWholeWhereTheGradientPointsInward) {
     // In a pit the area grows on the way down: the gradient points against the faces and is turned over.
     auto const mesh = makeMesh(makePyramid(8, -0.5));
     EXPECT_NEAR(mesh->getVertex(0).getNormal3D().getdZ(), 1.0, 1e-9);
@@ -66,7 +66,7 @@ TEST(NormalsTest, TurnsAsAWholeWhereTheGradientPointsInward) {
     EXPECT_NEAR(reversed->getVertex(0).getNormal3D().getdZ(), -1.0, 1e-9);
 }
 
-TEST(NormalsTest, OneDisagreeingFaceTurnsTheWholeNormal) {
+TEST(Normals, OneDisagreeingFaceTurnsTheWholeNormal) {
     // A tall cone of six faces has its normal along +z; pulling one rim vertex far above the apex makes the
     // two faces there lean over, so that they face away from what the others would give.
     Soup leaning = makePyramid(6, 1.0);
@@ -86,7 +86,7 @@ TEST(NormalsTest, OneDisagreeingFaceTurnsTheWholeNormal) {
     EXPECT_LT(static_cast<std::size_t>(agreeing), faces);
 }
 
-TEST(NormalsTest, OfASpherePointOutward) {
+TEST(Normals, OfASpherePointOutward) {
     auto const mesh = makeMesh(makeSphere(3, 2.0));
     for (std::uint32_t v = 0; v < mesh->getNumberOfVertices(); ++v) {
         Point const& point = mesh->getVertex(v).getPoint3D();
@@ -97,7 +97,7 @@ TEST(NormalsTest, OfASpherePointOutward) {
     }
 }
 
-TEST(NormalsTest, InnerVerticesOfFlatPatchesHaveNoGradient) {
+TEST(Normals, InnerVerticesOfFlatPatchesHaveNoGradient) {
     // With edges along the axes every term cancels to the last bit.
     auto const mesh = makeMesh(makeGridPatch(2, 2, 2.0, 2.0));
     Vector const normal = mesh->getVertex(4).getNormal3D();
@@ -106,7 +106,7 @@ TEST(NormalsTest, InnerVerticesOfFlatPatchesHaveNoGradient) {
     EXPECT_TRUE(std::isnan(normal.getdZ()));
 }
 
-TEST(NormalsTest, EveryVertexOfEveryFamilyHasTheNormalOfThePlainFormulaToTheBit) {
+TEST(Normals, EveryVertexOfEveryFamilyHasTheNormalOfThePlainFormulaToTheBit) {
     for (NamedSoup const& family : loadableFamilies()) {
         TemporaryDirectory const directory;
         std::string const path = directory.file("a.obj");
@@ -124,7 +124,7 @@ TEST(NormalsTest, EveryVertexOfEveryFamilyHasTheNormalOfThePlainFormulaToTheBit)
     }
 }
 
-TEST(NormalsTest, CalculationOverwritesEveryNormal) {
+TEST(Normals, CalculationOverwritesEveryNormal) {
     auto const mesh = makeMesh(makeCap(3, 7));
     std::string const before = describe(*mesh);
     for (auto& vertex : mesh->vertices) {

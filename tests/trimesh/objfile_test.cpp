@@ -38,7 +38,7 @@ using Faces = std::multiset<std::array<std::uint32_t, 3>>;
 using IndexPairs = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
 
 /// Each test has a directory of its own, in which `path` names files.
-class ObjFileTest : public testing::Test {
+class ObjFile : public testing::Test {
 protected:
     std::string path(std::string const& name) const { return directory.file(name); }
 
@@ -235,7 +235,7 @@ std::string saveAndLoad(std::string const& directory) {
 }
 
 /// What a listener leaves behind that throws in the middle of a load.
-class InterruptedLoadTest : public ObjFileTest {
+class InterruptedLoad : public ObjFile {
 protected:
     /// Whether the mesh holds the first records of the soup and nothing else.
     void expectRecords(Soup const& soup, ReadRecords const& expected) const {
@@ -274,7 +274,7 @@ protected:
 
 // Names and paths.
 
-TEST_F(ObjFileTest, TheFileNameIsTheStemBehindTheLastBackslash) {
+TEST_F(ObjFile, TheFileNameIsTheStemBehindTheLastBackslash) {
     std::pair<char const*, char const*> const names[] = {
         {"part.obj", "part"},
         {"C:\\data.v1\\part.v2.obj", "part.v2"},
@@ -295,20 +295,20 @@ TEST_F(ObjFileTest, TheFileNameIsTheStemBehindTheLastBackslash) {
     }
 }
 
-TEST_F(ObjFileTest, DotsInDirectoryNamesDoNotMatterToTheFileName) {
+TEST_F(ObjFile, DotsInDirectoryNamesDoNotMatterToTheFileName) {
     writeText(path("a.b\\c.d.obj"), oneTriangle);
     EXPECT_EQ(loadPath(path("a.b\\c.d.obj")), "");
     EXPECT_EQ(mesh.getFileName(), "c.d");
 }
 
-TEST_F(ObjFileTest, AnUpperCaseExtensionIsRefused) {
+TEST_F(ObjFile, AnUpperCaseExtensionIsRefused) {
     writeText(path("part.OBJ"), oneTriangle);
     EXPECT_EQ(loadPath(path("part.OBJ")), "Invalid file extension");
     EXPECT_EQ(savePath(path("other.OBJ")), "Invalid file extension");
     EXPECT_FALSE(std::filesystem::exists(path("other.OBJ")));
 }
 
-TEST_F(ObjFileTest, APathWithTheExtensionSomewhereInItsMiddleIsAccepted) {
+TEST_F(ObjFile, APathWithTheExtensionSomewhereInItsMiddleIsAccepted) {
     writeText(path("part.obj.txt"), oneTriangle);
     EXPECT_EQ(loadPath(path("part.obj.txt")), "");
     EXPECT_EQ(savePath(path("copy.object")), "");
@@ -318,35 +318,35 @@ TEST_F(ObjFileTest, APathWithTheExtensionSomewhereInItsMiddleIsAccepted) {
     EXPECT_EQ(loadPath(path("dir.obj/part")), "");
 }
 
-TEST_F(ObjFileTest, AWrongExtensionLeavesTheOldMeshUnderTheNewName) {
+TEST_F(ObjFile, AWrongExtensionLeavesTheOldMeshUnderTheNewName) {
     ASSERT_EQ(loadText(square), "");
     EXPECT_EQ(loadPath("dir\\other.txt"), "Invalid file extension");
     EXPECT_EQ(mesh.getNumberOfVertices(), 4U);
     EXPECT_EQ(mesh.getFileName(), "other");
 }
 
-TEST_F(ObjFileTest, AFileThatIsNotThereLeavesAnEmptyMeshUnderTheNewName) {
+TEST_F(ObjFile, AFileThatIsNotThereLeavesAnEmptyMeshUnderTheNewName) {
     ASSERT_EQ(loadText(square), "");
     EXPECT_EQ(loadPath(path("x\\missing.obj")), "Cannot open file");
     EXPECT_EQ(mesh.getNumberOfVertices(), 0U);
     EXPECT_EQ(mesh.getFileName(), "missing");
 }
 
-TEST_F(ObjFileTest, ASaveIntoNowhereCannotOpenItsFile) {
+TEST_F(ObjFile, ASaveIntoNowhereCannotOpenItsFile) {
     ASSERT_EQ(loadText(square), "");
     EXPECT_EQ(savePath(path("no directory/m.obj")), "Cannot open file");
     std::filesystem::create_directory(path("d.obj"));
     EXPECT_EQ(savePath(path("d.obj")), "Cannot open file");
 }
 
-TEST_F(ObjFileTest, SaveLeavesTheFileNameAlone) {
+TEST_F(ObjFile, SaveLeavesTheFileNameAlone) {
     ASSERT_EQ(loadText(square), "");
     std::string const name = mesh.getFileName();
     ASSERT_EQ(savePath(path("x\\other.obj")), "");
     EXPECT_EQ(mesh.getFileName(), name);
 }
 
-TEST_F(ObjFileTest, FailuresAreStandardExceptions) {
+TEST_F(ObjFile, FailuresAreStandardExceptions) {
     EXPECT_THROW(mesh.load("m.txt"), std::runtime_error);
     EXPECT_THROW(mesh.save("m.txt", false, false), std::runtime_error);
     EXPECT_THROW(mesh.load(path("missing.obj").c_str()), std::runtime_error);
@@ -354,7 +354,7 @@ TEST_F(ObjFileTest, FailuresAreStandardExceptions) {
 
 // Records.
 
-TEST_F(ObjFileTest, AFileWithoutVerticesHolds3DDataNot) {
+TEST_F(ObjFile, AFileWithoutVerticesHolds3DDataNot) {
     for (char const* text :
          {"", "f 1 2 3\n", "vt 1 2\nvt 1 2\n", "v 1 2\n", "v\n", "# nothing\n", "V 1 2 3\n"}) {
         EXPECT_EQ(loadText(text), "File does not contain 3D data") << text;
@@ -362,12 +362,12 @@ TEST_F(ObjFileTest, AFileWithoutVerticesHolds3DDataNot) {
     }
 }
 
-TEST_F(ObjFileTest, ADirectoryHolds3DDataNot) {
+TEST_F(ObjFile, ADirectoryHolds3DDataNot) {
     std::filesystem::create_directory(path("d.obj"));
     EXPECT_EQ(loadPath(path("d.obj")), "File does not contain 3D data");
 }
 
-TEST_F(ObjFileTest, AFileWithFlatRecordsForAllVerticesContains2D) {
+TEST_F(ObjFile, AFileWithFlatRecordsForAllVerticesContains2D) {
     ASSERT_EQ(loadText("v 0 0 0\nv 1 0 0\nv 0 1 0\nvt 0.1 0.2\nvt 1.1234567 2\nvt -3 4e2\nf 1 2 3\n"), "");
     EXPECT_TRUE(contents.getDoesContain3D());
     EXPECT_TRUE(contents.getDoesContain2D());
@@ -376,7 +376,7 @@ TEST_F(ObjFileTest, AFileWithFlatRecordsForAllVerticesContains2D) {
     EXPECT_EQ(mesh.getVertex(2).getPoint2D(), FlatPoint(-3.0, 400.0));
 }
 
-TEST_F(ObjFileTest, FlatCoordinatesComeBackRoundedToSixDecimalsAndThenToFloat) {
+TEST_F(ObjFile, FlatCoordinatesComeBackRoundedToSixDecimalsAndThenToFloat) {
     ASSERT_EQ(loadText(square), "");
     std::mt19937 generator(3);
     std::vector<FlatPoint> expected;
@@ -398,7 +398,7 @@ TEST_F(ObjFileTest, FlatCoordinatesComeBackRoundedToSixDecimalsAndThenToFloat) {
     }
 }
 
-TEST_F(ObjFileTest, AFileWithoutFlatRecordsContainsNo2DAndFlatPlacesStayZero) {
+TEST_F(ObjFile, AFileWithoutFlatRecordsContainsNo2DAndFlatPlacesStayZero) {
     ASSERT_EQ(loadText(oneTriangle), "");
     EXPECT_TRUE(contents.getDoesContain3D());
     EXPECT_FALSE(contents.getDoesContain2D());
@@ -407,7 +407,7 @@ TEST_F(ObjFileTest, AFileWithoutFlatRecordsContainsNo2DAndFlatPlacesStayZero) {
     }
 }
 
-TEST_F(ObjFileTest, FlatRecordsGoByTheirPlaceInTheFileWhereverTheyStand) {
+TEST_F(ObjFile, FlatRecordsGoByTheirPlaceInTheFileWhereverTheyStand) {
     ASSERT_EQ(loadText("vt 1 1\nf 1 2 3\nvt 2 2\nv 0 0 0\nv 1 0 0 vt 3 3 v 0 1 0"), "");
     EXPECT_TRUE(contents.getDoesContain2D());
     for (std::uint32_t v = 0; v < 3; ++v) {
@@ -415,7 +415,7 @@ TEST_F(ObjFileTest, FlatRecordsGoByTheirPlaceInTheFileWhereverTheyStand) {
     }
 }
 
-TEST_F(ObjFileTest, SomeButNotAllFlatRecordsAreAnInvalidNumber) {
+TEST_F(ObjFile, SomeButNotAllFlatRecordsAreAnInvalidNumber) {
     for (char const* records : {"vt 1 2\n", "vt 1 2\nvt 3 4\n", "vt 1 2 vt 3 4 vt 5 6 vt 7 8"}) {
         EXPECT_EQ(loadText(oneTriangle + records), "Invalid number of 2D coordinates") << records;
         EXPECT_EQ(mesh.getNumberOfVertices(), 3U);
@@ -424,7 +424,7 @@ TEST_F(ObjFileTest, SomeButNotAllFlatRecordsAreAnInvalidNumber) {
     }
 }
 
-TEST_F(ObjFileTest, ManyMoreFlatRecordsThanVerticesAreHarmless) {
+TEST_F(ObjFile, ManyMoreFlatRecordsThanVerticesAreHarmless) {
     std::string text = oneTriangle;
     for (int i = 0; i < 5000; ++i) {
         text += "vt 7 8\n";
@@ -434,7 +434,7 @@ TEST_F(ObjFileTest, ManyMoreFlatRecordsThanVerticesAreHarmless) {
     EXPECT_TRUE(loadsLikePlainLoader(text));
 }
 
-TEST_F(ObjFileTest, VttHoldsNoFlatRecord) {
+TEST_F(ObjFile, VttHoldsNoFlatRecord) {
     for (char const* record : {"vtt 1 2\n", "v t 1 2\n", "Vt 1 2\n", "vt 1\n", "vt x 1 2\n", "vt\tt1 2\n"}) {
         EXPECT_EQ(loadText(oneTriangle + record), "") << record;
         EXPECT_FALSE(contents.getDoesContain2D()) << record;
@@ -442,7 +442,7 @@ TEST_F(ObjFileTest, VttHoldsNoFlatRecord) {
     }
 }
 
-TEST_F(ObjFileTest, CommentsAndOtherLinesHoldRecordsLikeAnyText) {
+TEST_F(ObjFile, CommentsAndOtherLinesHoldRecordsLikeAnyText) {
     std::string const text = "# v 0 0 0\nvn 1 2 3\ng groupv 1 0 0\nv0,1,2\nsomev0 1 0 7\ns off f 1 2 3\n";
     ASSERT_EQ(loadText(text), "");
     EXPECT_EQ(mesh.getNumberOfVertices(), 3U);
@@ -450,7 +450,7 @@ TEST_F(ObjFileTest, CommentsAndOtherLinesHoldRecordsLikeAnyText) {
     EXPECT_TRUE(loadsLikePlainLoader(text));
 }
 
-TEST_F(ObjFileTest, AVertexThatNoFaceUsesGoesWithItsFlatRecordAndLaterIndicesShift) {
+TEST_F(ObjFile, AVertexThatNoFaceUsesGoesWithItsFlatRecordAndLaterIndicesShift) {
     ASSERT_EQ(loadText("v 9 9 9\nv 0 0 0\nv 1 0 0\nv 8 8 8\nv 0 1 0\n"
                        "vt 9 9\nvt 1 1\nvt 2 2\nvt 8 8\nvt 3 3\nf 2 3 5\n"),
               "");
@@ -464,19 +464,19 @@ TEST_F(ObjFileTest, AVertexThatNoFaceUsesGoesWithItsFlatRecordAndLaterIndicesShi
     EXPECT_EQ(getFaces(mesh).at(0), (std::array<std::uint32_t, 3>{0, 1, 2}));
 }
 
-TEST_F(ObjFileTest, AFaceOfFourIndicesMakesATriangleOfTheFirstThree) {
+TEST_F(ObjFile, AFaceOfFourIndicesMakesATriangleOfTheFirstThree) {
     ASSERT_EQ(loadText("v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n"), "");
     EXPECT_EQ(getFaces(mesh), (std::vector<std::array<std::uint32_t, 3>>{{0, 1, 2}}));
     EXPECT_EQ(mesh.getNumberOfVertices(), 3U);
 }
 
-TEST_F(ObjFileTest, AFaceWithSlashesIsSkippedWithoutAWord) {
+TEST_F(ObjFile, AFaceWithSlashesIsSkippedWithoutAWord) {
     ASSERT_EQ(loadText(oneTriangle + "f 1/1 3/3 2/2\nf 1//1 3//3 2//2\nf 1 3 /2\n"), "");
     EXPECT_EQ(getFaces(mesh).size(), 1U);
     EXPECT_EQ(loadText("v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1/1 2/2 3/3\n"), "Mesh construction failure");
 }
 
-TEST_F(ObjFileTest, AFirstFaceIndexOutOfRangeIsInvalid) {
+TEST_F(ObjFile, AFirstFaceIndexOutOfRangeIsInvalid) {
     for (char const* face : {"f 0 1 2", "f -1 1 2", "f 4 1 2", "f 1 2 3 f 4 1 2"}) {
         EXPECT_EQ(loadText("v 0 0 0\nv 1 0 0\nv 0 1 0\n" + std::string(face)), "Invalid vertex index")
             << face;
@@ -485,7 +485,7 @@ TEST_F(ObjFileTest, AFirstFaceIndexOutOfRangeIsInvalid) {
     }
 }
 
-TEST_F(ObjFileTest, ASecondOrThirdFaceIndexOutOfRangeIsInvalidBeforeAnyFaceIsJoined) {
+TEST_F(ObjFile, ASecondOrThirdFaceIndexOutOfRangeIsInvalidBeforeAnyFaceIsJoined) {
     RecordingListener listener;
     mesh.setProgressListener(&listener);
     for (char const* face : {"f 1 0 2", "f 1 4 2", "f 1 2 -7", "f 1 2 4", "f 1 2 2000000000"}) {
@@ -498,24 +498,24 @@ TEST_F(ObjFileTest, ASecondOrThirdFaceIndexOutOfRangeIsInvalidBeforeAnyFaceIsJoi
     }
 }
 
-TEST_F(ObjFileTest, AFileWithoutAFaceIsAConstructionFailure) {
+TEST_F(ObjFile, AFileWithoutAFaceIsAConstructionFailure) {
     EXPECT_EQ(loadText("v 0 0 0\nv 1 0 0\nv 0 1 0\n"), "Mesh construction failure");
     EXPECT_EQ(mesh.getNumberOfVertices(), 3U);
 }
 
-TEST_F(ObjFileTest, FacesThatDoNotHangTogetherAreAConstructionFailure) {
+TEST_F(ObjFile, FacesThatDoNotHangTogetherAreAConstructionFailure) {
     EXPECT_EQ(loadText(objText(makeTwoComponents())), "Mesh construction failure");
     EXPECT_EQ(getFaces(mesh).size(), 18U); // the first of the two pieces stays
     EXPECT_EQ(loadText(objText(makeBowTie())), "Mesh construction failure");
     EXPECT_EQ(getFaces(mesh).size(), 1U);
 }
 
-TEST_F(ObjFileTest, InconsistentWindingIsAConstructionFailure) {
+TEST_F(ObjFile, InconsistentWindingIsAConstructionFailure) {
     EXPECT_EQ(loadText("v 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nf 1 2 3\nf 2 3 4\n"),
               "Mesh construction failure");
 }
 
-TEST_F(ObjFileTest, AMeshThatFailedLoadsTheNextFile) {
+TEST_F(ObjFile, AMeshThatFailedLoadsTheNextFile) {
     ASSERT_EQ(loadText(objText(makeTwoComponents())), "Mesh construction failure");
     ASSERT_EQ(loadText(square), "");
     Mesh fresh;
@@ -523,7 +523,7 @@ TEST_F(ObjFileTest, AMeshThatFailedLoadsTheNextFile) {
     EXPECT_EQ(describe(mesh), describe(fresh));
 }
 
-TEST_F(ObjFileTest, EveryPrefixOfAGoodFileLoadsOrFailsWithAKnownMessage) {
+TEST_F(ObjFile, EveryPrefixOfAGoodFileLoadsOrFailsWithAKnownMessage) {
     std::set<std::string> const known{"", "File does not contain 3D data", "Invalid number of 2D coordinates",
                                       "Invalid vertex index", "Mesh construction failure"};
     ASSERT_EQ(loadText(objText(makeTetrahedron())), "");
@@ -538,7 +538,7 @@ TEST_F(ObjFileTest, EveryPrefixOfAGoodFileLoadsOrFailsWithAKnownMessage) {
     EXPECT_EQ(seen.size(), 4U); // all but the vertex index
 }
 
-TEST_F(ObjFileTest, FilesWithAChangedCharacterLoadOrFailLikeThePlainLoader) {
+TEST_F(ObjFile, FilesWithAChangedCharacterLoadOrFailLikeThePlainLoader) {
     ASSERT_EQ(loadText(square), "");
     std::string const good = savedText(true, false);
     std::mt19937 generator(8);
@@ -553,7 +553,7 @@ TEST_F(ObjFileTest, FilesWithAChangedCharacterLoadOrFailLikeThePlainLoader) {
 
 // What save writes.
 
-TEST_F(ObjFileTest, SaveWritesHeaderVerticesAndFacesByteForByte) {
+TEST_F(ObjFile, SaveWritesHeaderVerticesAndFacesByteForByte) {
     ASSERT_EQ(loadText(square), "");
     EXPECT_EQ(savedText(false, false), header + "g Vertices\n"
                                                 "v 0.000000 0.000000 0.000000\n"
@@ -566,7 +566,7 @@ TEST_F(ObjFileTest, SaveWritesHeaderVerticesAndFacesByteForByte) {
                                                 "f 1 3 4\n");
 }
 
-TEST_F(ObjFileTest, SaveWithTheFlatMapByteForByte) {
+TEST_F(ObjFile, SaveWithTheFlatMapByteForByte) {
     ASSERT_EQ(loadText(square), "");
     EXPECT_EQ(savedText(true, false), header + "g Vertices\n"
                                                "v 0.000000 0.000000 0.000000\n"
@@ -585,7 +585,7 @@ TEST_F(ObjFileTest, SaveWithTheFlatMapByteForByte) {
                                                "f 1 3 4\n");
 }
 
-TEST_F(ObjFileTest, SaveOfTheFlatMapAsASurfaceByteForByte) {
+TEST_F(ObjFile, SaveOfTheFlatMapAsASurfaceByteForByte) {
     ASSERT_EQ(loadText(square), "");
     EXPECT_EQ(savedText(true, true), header + "\n"
                                               "g Vertices3D\n"
@@ -599,7 +599,7 @@ TEST_F(ObjFileTest, SaveOfTheFlatMapAsASurfaceByteForByte) {
                                               "f 1 3 4\n");
 }
 
-TEST_F(ObjFileTest, SaveOfFacesAloneByteForByte) {
+TEST_F(ObjFile, SaveOfFacesAloneByteForByte) {
     ASSERT_EQ(loadText(square), "");
     EXPECT_EQ(savedText(false, true), header + "\n"
                                                "g Faces\n"
@@ -607,7 +607,7 @@ TEST_F(ObjFileTest, SaveOfFacesAloneByteForByte) {
                                                "f 1 3 4\n");
 }
 
-TEST_F(ObjFileTest, NumbersAreWrittenAsPrintfWritesThem) {
+TEST_F(ObjFile, NumbersAreWrittenAsPrintfWritesThem) {
     double const numbers[] = {-0.0,
                               0.1,
                               -123456.789,
@@ -634,7 +634,7 @@ TEST_F(ObjFileTest, NumbersAreWrittenAsPrintfWritesThem) {
     }
 }
 
-TEST_F(ObjFileTest, FlatCoordinatesAreWrittenWithoutLosingDoublePrecision) {
+TEST_F(ObjFile, FlatCoordinatesAreWrittenWithoutLosingDoublePrecision) {
     for (double const number : {1.0e300, -1.7976931348623157e308, 5.0e-324, 0.1234565, 123456789.1234565}) {
         ASSERT_EQ(loadText(oneTriangle), "");
         mesh.getVertex(0).setPoint2D(FlatPoint(number, -number));
@@ -645,7 +645,7 @@ TEST_F(ObjFileTest, FlatCoordinatesAreWrittenWithoutLosingDoublePrecision) {
     }
 }
 
-TEST_F(ObjFileTest, FacesAreWrittenInTheOrderInWhichTheyWereMade) {
+TEST_F(ObjFile, FacesAreWrittenInTheOrderInWhichTheyWereMade) {
     for (NamedSoup const& family : loadableFamilies()) {
         loadSoup(mesh, family.soup);
         std::string text = "g Faces\n";
@@ -658,19 +658,19 @@ TEST_F(ObjFileTest, FacesAreWrittenInTheOrderInWhichTheyWereMade) {
     }
 }
 
-TEST_F(ObjFileTest, ASavedFileIsReplacedWhole) {
+TEST_F(ObjFile, ASavedFileIsReplacedWhole) {
     writeText(path("saved.obj"), std::string(100000, 'x'));
     ASSERT_EQ(loadText(square), "");
     EXPECT_EQ(savedText(false, true).size(), header.size() + 25);
 }
 
-TEST_F(ObjFileTest, AnEmptyMeshIsSavedWithoutFaces) {
+TEST_F(ObjFile, AnEmptyMeshIsSavedWithoutFaces) {
     EXPECT_EQ(savedText(false, false), header + "g Vertices\n\ng Faces\n");
 }
 
 // There and back.
 
-TEST_F(ObjFileTest, ASavedFlatMapComesBackInTheOrderOfTheVertices) {
+TEST_F(ObjFile, ASavedFlatMapComesBackInTheOrderOfTheVertices) {
     ASSERT_EQ(loadText(objText(makeWavyPatch(5, 4))), "");
     for (std::uint32_t v = 0; v < mesh.getNumberOfVertices(); ++v) {
         mesh.getVertex(v).setPoint2D(FlatPoint(v, 0.5 * v));
@@ -686,7 +686,7 @@ TEST_F(ObjFileTest, ASavedFlatMapComesBackInTheOrderOfTheVertices) {
     }
 }
 
-TEST_F(ObjFileTest, AFlatMapSavedAsASurfaceComesBackAsAPlane) {
+TEST_F(ObjFile, AFlatMapSavedAsASurfaceComesBackAsAPlane) {
     ASSERT_EQ(loadText(square), "");
     ASSERT_EQ(savePath(path("plane.obj"), true, true), "");
     ASSERT_EQ(loadPath(path("plane.obj")), "");
@@ -698,7 +698,7 @@ TEST_F(ObjFileTest, AFlatMapSavedAsASurfaceComesBackAsAPlane) {
     }
 }
 
-TEST_F(ObjFileTest, EveryFamilyComesBackWithTheSameFaces) {
+TEST_F(ObjFile, EveryFamilyComesBackWithTheSameFaces) {
     for (NamedSoup const& family : loadableFamilies()) {
         loadSoup(mesh, family.soup);
         EXPECT_EQ(turned(getFaces(mesh)), turned(withoutUnusedVertices(family.soup).faces)) << family.name;
@@ -710,7 +710,7 @@ TEST_F(ObjFileTest, EveryFamilyComesBackWithTheSameFaces) {
     }
 }
 
-TEST_F(ObjFileTest, TheSameFileGivesTheSameFacesOnEveryLoadAndSave) {
+TEST_F(ObjFile, TheSameFileGivesTheSameFacesOnEveryLoadAndSave) {
     Soup const soup = withShuffledFaces(makePatchWithManyHoles(13), 77);
     writeObj(path("m.obj"), soup);
     ASSERT_EQ(loadPath(path("m.obj")), "");
@@ -726,26 +726,26 @@ TEST_F(ObjFileTest, TheSameFileGivesTheSameFacesOnEveryLoadAndSave) {
 
 // The cut.
 
-TEST_F(ObjFileTest, TheCutFileIsNamedAfterTheStem) {
+TEST_F(ObjFile, TheCutFileIsNamedAfterTheStem) {
     EXPECT_EQ(mesh.getCutEdgeIndicesFileName("part"), "part_cut_indices.txt");
     EXPECT_EQ(mesh.getCutEdgeIndicesFileName(""), "_cut_indices.txt");
 }
 
-TEST_F(ObjFileTest, ACutIsWrittenOnePairALine) {
+TEST_F(ObjFile, ACutIsWrittenOnePairALine) {
     ASSERT_EQ(loadText(square), "");
     setCut({{3, 7}, {0, 4294967295U}, {1234567, 1}});
     ASSERT_EQ(savePath(path("x\\m.v1.obj")), "");
     EXPECT_EQ(readText(path("x\\m.v1_cut_indices.txt")), "3, 7\n0, 4294967295\n1234567, 1\n");
 }
 
-TEST_F(ObjFileTest, AFileOfTheOneLineWithThreeAndSevenLoadsWithAPairOfZerosBehind) {
+TEST_F(ObjFile, AFileOfTheOneLineWithThreeAndSevenLoadsWithAPairOfZerosBehind) {
     writeText(path("x\\m.obj"), oneTriangle);
     writeText(path("x\\m_cut_indices.txt"), "3, 7\n");
     ASSERT_EQ(loadPath(path("x\\m.obj")), "");
     EXPECT_EQ(getCut(), (IndexPairs{{3, 7}, {0, 0}}));
 }
 
-TEST_F(ObjFileTest, RepeatedLoadsDoubleTheCut) {
+TEST_F(ObjFile, RepeatedLoadsDoubleTheCut) {
     writeText(path("x\\m.obj"), oneTriangle);
     writeText(path("x\\m_cut_indices.txt"), "3, 7\n");
     ASSERT_EQ(loadPath(path("x\\m.obj")), "");
@@ -753,7 +753,7 @@ TEST_F(ObjFileTest, RepeatedLoadsDoubleTheCut) {
     EXPECT_EQ(getCut(), (IndexPairs{{3, 7}, {0, 0}, {3, 7}, {0, 0}}));
 }
 
-TEST_F(ObjFileTest, AnEmptyCutWritesNoFileAndALoadLeavesTheCutAlone) {
+TEST_F(ObjFile, AnEmptyCutWritesNoFileAndALoadLeavesTheCutAlone) {
     ASSERT_EQ(loadText(square), "");
     ASSERT_EQ(savePath(path("x\\m.obj")), "");
     EXPECT_FALSE(std::filesystem::exists(path("x\\m_cut_indices.txt")));
@@ -762,14 +762,14 @@ TEST_F(ObjFileTest, AnEmptyCutWritesNoFileAndALoadLeavesTheCutAlone) {
     EXPECT_EQ(getCut(), (IndexPairs{{5, 6}}));
 }
 
-TEST_F(ObjFileTest, AnEmptyCutLeavesAnOldCutFile) {
+TEST_F(ObjFile, AnEmptyCutLeavesAnOldCutFile) {
     ASSERT_EQ(loadText(square), "");
     writeText(path("x\\m_cut_indices.txt"), "old");
     ASSERT_EQ(savePath(path("x\\m.obj")), "");
     EXPECT_EQ(readText(path("x\\m_cut_indices.txt")), "old");
 }
 
-TEST_F(ObjFileTest, ACutReplacesAnOldCutFile) {
+TEST_F(ObjFile, ACutReplacesAnOldCutFile) {
     ASSERT_EQ(loadText(square), "");
     writeText(path("x\\m_cut_indices.txt"), std::string(1000, 'x'));
     setCut({{1, 2}});
@@ -777,7 +777,7 @@ TEST_F(ObjFileTest, ACutReplacesAnOldCutFile) {
     EXPECT_EQ(readText(path("x\\m_cut_indices.txt")), "1, 2\n");
 }
 
-TEST_F(ObjFileTest, ABareNameLooksForItsCutUnderADirectoryOfItsOwnName) {
+TEST_F(ObjFile, ABareNameLooksForItsCutUnderADirectoryOfItsOwnName) {
     WorkingDirectory const inside(directory.path());
     writeText("m.obj", oneTriangle);
     writeText("m_cut_indices.txt", "3, 7\n");
@@ -786,7 +786,7 @@ TEST_F(ObjFileTest, ABareNameLooksForItsCutUnderADirectoryOfItsOwnName) {
     EXPECT_EQ(mesh.getFileName(), "m");
 }
 
-TEST_F(ObjFileTest, SaveAndLoadByABareNameFindEachOthersCut) {
+TEST_F(ObjFile, SaveAndLoadByABareNameFindEachOthersCut) {
     ASSERT_EQ(loadText(square), "");
     setCut({{3, 7}});
     WorkingDirectory const inside(directory.path());
@@ -799,7 +799,7 @@ TEST_F(ObjFileTest, SaveAndLoadByABareNameFindEachOthersCut) {
     EXPECT_EQ(loaded.getCutEdgeIndices().second[0].index, 7U);
 }
 
-TEST_F(ObjFileTest, APathWithSlashesLosesTheCutWithoutAWord) {
+TEST_F(ObjFile, APathWithSlashesLosesTheCutWithoutAWord) {
     ASSERT_EQ(loadText(square), "");
     setCut({{3, 7}});
     std::ptrdiff_t const before = countEntries(directory.path());
@@ -809,7 +809,7 @@ TEST_F(ObjFileTest, APathWithSlashesLosesTheCutWithoutAWord) {
     EXPECT_EQ(getCut(), (IndexPairs{{3, 7}}));
 }
 
-TEST_F(ObjFileTest, AnyCutFileReadsAsThePlainStreamReadsIt) {
+TEST_F(ObjFile, AnyCutFileReadsAsThePlainStreamReadsIt) {
     std::vector<std::string> texts{"",
                                    "\n",
                                    "3",
@@ -849,7 +849,7 @@ TEST_F(ObjFileTest, AnyCutFileReadsAsThePlainStreamReadsIt) {
     }
 }
 
-TEST_F(ObjFileTest, ADirectoryInPlaceOfTheCutFileIsHarmless) {
+TEST_F(ObjFile, ADirectoryInPlaceOfTheCutFileIsHarmless) {
     writeText(path("x\\m.obj"), oneTriangle);
     std::filesystem::create_directory(path("x\\m_cut_indices.txt"));
     EXPECT_EQ(loadPath(path("x\\m.obj")), "");
@@ -859,7 +859,7 @@ TEST_F(ObjFileTest, ADirectoryInPlaceOfTheCutFileIsHarmless) {
 
 // Progress.
 
-TEST_F(ObjFileTest, LoadReportsItsStagesAndPercentages) {
+TEST_F(ObjFile, LoadReportsItsStagesAndPercentages) {
     RecordingListener listener;
     mesh.setProgressListener(&listener);
     writeText(path("x\\m.v1.obj"), square);
@@ -883,7 +883,7 @@ TEST_F(ObjFileTest, LoadReportsItsStagesAndPercentages) {
     EXPECT_EQ(listener.events, expected);
 }
 
-TEST_F(ObjFileTest, LoadWithoutFlatRecordsDoesNotSpeakOfThem) {
+TEST_F(ObjFile, LoadWithoutFlatRecordsDoesNotSpeakOfThem) {
     RecordingListener listener;
     mesh.setProgressListener(&listener);
     ASSERT_EQ(loadText(oneTriangle), "");
@@ -893,7 +893,7 @@ TEST_F(ObjFileTest, LoadWithoutFlatRecordsDoesNotSpeakOfThem) {
     EXPECT_EQ(listener.messages, expected);
 }
 
-TEST_F(ObjFileTest, LoadTellsAFlatStageForAnyVtEvenWithoutARecord) {
+TEST_F(ObjFile, LoadTellsAFlatStageForAnyVtEvenWithoutARecord) {
     RecordingListener listener;
     mesh.setProgressListener(&listener);
     ASSERT_EQ(loadText(oneTriangle + "# vtx"), "");
@@ -901,7 +901,7 @@ TEST_F(ObjFileTest, LoadTellsAFlatStageForAnyVtEvenWithoutARecord) {
     EXPECT_FALSE(contents.getDoesContain2D());
 }
 
-TEST_F(ObjFileTest, LoadReportsTheFileBeforeItOpensItButNotAWrongExtension) {
+TEST_F(ObjFile, LoadReportsTheFileBeforeItOpensItButNotAWrongExtension) {
     RecordingListener listener;
     mesh.setProgressListener(&listener);
     EXPECT_EQ(loadPath("dir\\m.txt"), "Invalid file extension");
@@ -910,7 +910,7 @@ TEST_F(ObjFileTest, LoadReportsTheFileBeforeItOpensItButNotAWrongExtension) {
     EXPECT_EQ(listener.events, std::vector<std::string>{"Initialising file load: m.obj."});
 }
 
-TEST_F(ObjFileTest, LoadSendsAPercentageOnlyWhenItIsNew) {
+TEST_F(ObjFile, LoadSendsAPercentageOnlyWhenItIsNew) {
     RecordingListener listener;
     mesh.setProgressListener(&listener);
     ASSERT_EQ(loadText(objText(makeWavyPatch(20, 20))), "");
@@ -921,7 +921,7 @@ TEST_F(ObjFileTest, LoadSendsAPercentageOnlyWhenItIsNew) {
     EXPECT_LE(*std::max_element(listener.percentages.begin(), listener.percentages.end()), 100U);
 }
 
-TEST_F(ObjFileTest, SaveReportsItsStagesAndPercentages) {
+TEST_F(ObjFile, SaveReportsItsStagesAndPercentages) {
     RecordingListener listener;
     ASSERT_EQ(loadText(square), "");
     mesh.setProgressListener(&listener);
@@ -943,7 +943,7 @@ TEST_F(ObjFileTest, SaveReportsItsStagesAndPercentages) {
     EXPECT_EQ(listener.events, expected);
 }
 
-TEST_F(ObjFileTest, SaveOfTheFlatMapAsASurfaceSpeaksOf3DCoordinates) {
+TEST_F(ObjFile, SaveOfTheFlatMapAsASurfaceSpeaksOf3DCoordinates) {
     RecordingListener listener;
     ASSERT_EQ(loadText(square), "");
     mesh.setProgressListener(&listener);
@@ -957,7 +957,7 @@ TEST_F(ObjFileTest, SaveOfTheFlatMapAsASurfaceSpeaksOf3DCoordinates) {
     EXPECT_EQ(listener.messages.back(), "Writing connectivity information...");
 }
 
-TEST_F(ObjFileTest, SaveDoesNotForgetTheLastPercentageBetweenItsGroups) {
+TEST_F(ObjFile, SaveDoesNotForgetTheLastPercentageBetweenItsGroups) {
     // With one vertex left, each group starts and ends at 1 per cent, which is told once.
     RecordingListener listener;
     ASSERT_EQ(loadText(oneTriangle), "");
@@ -971,7 +971,7 @@ TEST_F(ObjFileTest, SaveDoesNotForgetTheLastPercentageBetweenItsGroups) {
     EXPECT_EQ(listener.messages.size(), 4U);
 }
 
-TEST_F(ObjFileTest, SaveReportsTheFileBeforeItOpensItButNotAWrongExtension) {
+TEST_F(ObjFile, SaveReportsTheFileBeforeItOpensItButNotAWrongExtension) {
     RecordingListener listener;
     mesh.setProgressListener(&listener);
     EXPECT_EQ(savePath("dir\\m.txt"), "Invalid file extension");
@@ -983,7 +983,7 @@ TEST_F(ObjFileTest, SaveReportsTheFileBeforeItOpensItButNotAWrongExtension) {
 
 // Resources and surroundings.
 
-TEST_F(ObjFileTest, TheFileIsClosedOnEveryPath) {
+TEST_F(ObjFile, TheFileIsClosedOnEveryPath) {
     std::ptrdiff_t const before = countOpenFiles();
     std::string const vertices = "v 0 0 0\nv 1 0 0\nv 0 1 0\n";
     for (std::string const& text :
@@ -1004,7 +1004,7 @@ TEST_F(ObjFileTest, TheFileIsClosedOnEveryPath) {
     EXPECT_EQ(countOpenFiles(), before);
 }
 
-TEST_F(ObjFileTest, AnExceptionOfTheListenerClosesTheFileToo) {
+TEST_F(ObjFile, AnExceptionOfTheListenerClosesTheFileToo) {
     class Thrower : public RecordingListener {
     public:
         void setPercentage(unsigned long) override { throw std::runtime_error("stop"); }
@@ -1023,7 +1023,7 @@ TEST_F(ObjFileTest, AnExceptionOfTheListenerClosesTheFileToo) {
     EXPECT_EQ(countOpenFiles(), before);
 }
 
-TEST_F(InterruptedLoadTest, LeavesTheRecordsReadUntilThenInAMeshThatCanBeUsed) {
+TEST_F(InterruptedLoad, LeavesTheRecordsReadUntilThenInAMeshThatCanBeUsed) {
     // Few enough records that each gives a percentage of its own.
     Soup const soup = withUnusedVertices(makeWavyPatch(5, 5), 3, 1);
     std::string text = objText(soup);
@@ -1050,7 +1050,7 @@ TEST_F(InterruptedLoadTest, LeavesTheRecordsReadUntilThenInAMeshThatCanBeUsed) {
     }
 }
 
-TEST_F(InterruptedLoadTest, LeavesTheOldMeshAtTheFirstMessage) {
+TEST_F(InterruptedLoad, LeavesTheOldMeshAtTheFirstMessage) {
     ASSERT_EQ(loadText(square), "");
     std::string const before = describe(mesh);
     ThrowingListener leaving(0);
@@ -1059,7 +1059,7 @@ TEST_F(InterruptedLoadTest, LeavesTheOldMeshAtTheFirstMessage) {
     EXPECT_EQ(describe(mesh), before);
 }
 
-TEST_F(ObjFileTest, WhatOnlyLooksLikeVerticesMakesNoRoomForThem) {
+TEST_F(ObjFile, WhatOnlyLooksLikeVerticesMakesNoRoomForThem) {
     std::string text(3000000, 'v');
     for (std::size_t i = 1; i < text.size(); i += 2) {
         text[i] = ' ';
@@ -1069,7 +1069,7 @@ TEST_F(ObjFileTest, WhatOnlyLooksLikeVerticesMakesNoRoomForThem) {
     EXPECT_LE(mesh.vertices.capacity(), text.size() / 6 + 10);
 }
 
-TEST_F(ObjFileTest, ACommaInTheStreamsLocaleChangesNothing) {
+TEST_F(ObjFile, ACommaInTheStreamsLocaleChangesNothing) {
     std::string const expected = saveAndLoad(directory.path());
     ASSERT_NE(expected.find("v 1234567.500000 -0.125000 0.001000\n"), std::string::npos);
     ASSERT_NE(expected.find("1234567, 7654321\n"), std::string::npos);
@@ -1080,7 +1080,7 @@ TEST_F(ObjFileTest, ACommaInTheStreamsLocaleChangesNothing) {
     EXPECT_EQ(saveAndLoad(directory.path()), expected);
 }
 
-TEST_F(ObjFileTest, ACommaInTheCLibrarysLocaleChangesNothing) {
+TEST_F(ObjFile, ACommaInTheCLibrarysLocaleChangesNothing) {
     std::string const expected = saveAndLoad(directory.path());
     CommaCLibrary const comma;
     if (!comma.isSet) {

@@ -105,7 +105,7 @@ std::string nearHalfway(std::mt19937& generator) {
 
 } // namespace
 
-TEST(TextScannerTest, EveryFormOfNumberReadsAsTheCLibraryReadsIt) {
+TEST(TextScanner, EveryFormOfNumberReadsAsTheCLibraryReadsIt) {
     for (std::string const& number : strangeNumbers()) {
         for (char const* tail : {" 2 3\nv 4 5 6\nv 7 8 9\n", "", " ", " 2 3", "\n2\t3 4"}) {
             EXPECT_TRUE(loadsLikePlainLoader("v " + number + tail)) << number;
@@ -115,7 +115,7 @@ TEST(TextScannerTest, EveryFormOfNumberReadsAsTheCLibraryReadsIt) {
     }
 }
 
-TEST(TextScannerTest, RandomNumbersReadAsTheCLibraryReadsThem) {
+TEST(TextScanner, RandomNumbersReadAsTheCLibraryReadsThem) {
     std::mt19937 generator(1);
     for (int round = 0; round < 1500; ++round) {
         std::string text;
@@ -127,7 +127,7 @@ TEST(TextScannerTest, RandomNumbersReadAsTheCLibraryReadsThem) {
     }
 }
 
-TEST(TextScannerTest, RandomCharactersReadAsTheCLibraryReadsThem) {
+TEST(TextScanner, RandomCharactersReadAsTheCLibraryReadsThem) {
     std::mt19937 generator(2);
     for (int round = 0; round < 1500; ++round) {
         std::string text = "v 0 0 0 v 1 0 0 v 0 1 0 ";
@@ -140,7 +140,7 @@ TEST(TextScannerTest, RandomCharactersReadAsTheCLibraryReadsThem) {
     }
 }
 
-TEST(TextScannerTest, AllByteValuesAreCharactersLikeAnyOther) {
+TEST(TextScanner, AllByteValuesAreCharactersLikeAnyOther) {
     std::mt19937 generator(3);
     for (int round = 0; round < 200; ++round) {
         std::string text = "v 1 2 3\n";
@@ -153,7 +153,7 @@ TEST(TextScannerTest, AllByteValuesAreCharactersLikeAnyOther) {
     }
 }
 
-TEST(TextScannerTest, ManyDigitsNearTheMiddleOfTwoFloatsAreRoundedOnce) {
+TEST(TextScanner, ManyDigitsNearTheMiddleOfTwoFloatsAreRoundedOnce) {
     std::mt19937 generator(4);
     for (int round = 0; round < 300; ++round) {
         std::string text;
@@ -165,7 +165,7 @@ TEST(TextScannerTest, ManyDigitsNearTheMiddleOfTwoFloatsAreRoundedOnce) {
     }
 }
 
-TEST(TextScannerTest, HexadecimalNumbersOfRandomLengthAreRoundedOnce) {
+TEST(TextScanner, HexadecimalNumbersOfRandomLengthAreRoundedOnce) {
     std::mt19937 generator(5);
     for (int round = 0; round < 200; ++round) {
         std::string text;
@@ -182,7 +182,7 @@ TEST(TextScannerTest, HexadecimalNumbersOfRandomLengthAreRoundedOnce) {
     }
 }
 
-TEST(TextScannerTest, HexadecimalDenormalsAreRoundedOnceToEven) {
+TEST(TextScanner, HexadecimalDenormalsAreRoundedOnceToEven) {
     std::mt19937 generator(9);
     for (int round = 0; round < 300; ++round) {
         // Up to 52 bits: a double holds them all, and narrowing it is the one rounding.
@@ -195,13 +195,13 @@ TEST(TextScannerTest, HexadecimalDenormalsAreRoundedOnceToEven) {
     }
 }
 
-TEST(TextScannerTest, ADoubleInBetweenWouldRoundTwice) {
+TEST(TextScanner, ADoubleInBetweenWouldRoundTwice) {
     // The nearest double of this number is exactly halfway between two floats, and its tie goes to even.
     EXPECT_EQ(readX("1.0000000596046447753906250000000000000000000000000000001"), "0x1.000002p+0");
     EXPECT_EQ(readX("1.000000059604644775390625"), "0x1p+0");
 }
 
-TEST(TextScannerTest, WordsAndExtremesAreNumbers) {
+TEST(TextScanner, WordsAndExtremesAreNumbers) {
     EXPECT_EQ(readX("inf"), "inf");
     EXPECT_EQ(readX("-INFINITY"), "-inf");
     EXPECT_EQ(readX("1e39"), "inf");
@@ -215,7 +215,7 @@ TEST(TextScannerTest, WordsAndExtremesAreNumbers) {
     EXPECT_EQ(readX("1,5"), "no vertex");
 }
 
-TEST(TextScannerTest, FaceIntegersReadAsTheCLibraryReadsThem) {
+TEST(TextScanner, FaceIntegersReadAsTheCLibraryReadsThem) {
     std::mt19937 generator(6);
     std::string const vertices = "v 0 0 0 v 1 0 0 v 0 1 0 v 1 1 0\n";
     for (char const* face :
@@ -237,7 +237,7 @@ TEST(TextScannerTest, FaceIntegersReadAsTheCLibraryReadsThem) {
     }
 }
 
-TEST(TextScannerTest, FaceIntegersBeyond32BitsAreOutOfRange) {
+TEST(TextScanner, FaceIntegersBeyond32BitsAreOutOfRange) {
     std::string const vertices = "v 0 0 0 v 1 0 0 v 0 1 0\n";
     // 4294967297 and 18446744073709551617 are 1 modulo 2^32.
     for (char const* number :

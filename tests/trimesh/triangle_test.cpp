@@ -62,7 +62,7 @@ std::string pointerText(void const* pointer) {
 
 } // namespace
 
-TEST(TriangleTest, TakesTheFirstThreeElementsOfEachVector) {
+TEST(Triangle, TakesTheFirstThreeElementsOfEachVector) {
     Mesh mesh;
     Triangle other = makeTriangle(&mesh, 0, 1, 2);
     Triangle const triangle(&mesh, {4, 5, 6, 7}, {nullptr, &other, nullptr, &other}, {9, 2, 8, 1});
@@ -82,12 +82,12 @@ TEST(TriangleTest, TakesTheFirstThreeElementsOfEachVector) {
     EXPECT_EQ(triangle.getMesh(), &mesh);
 }
 
-TEST(TriangleTest, TheInvalidSideNumberIsAllOnes) {
+TEST(Triangle, TheInvalidSideNumberIsAllOnes) {
     EXPECT_EQ(Triangle::invalidEdgeIndex, 0xFFFFFFFFU);
     static_assert(sizeof(Triangle::invalidEdgeIndex) == 4);
 }
 
-TEST(TriangleTest, GetEdgeOfTriangleABCRunsBToCThenCToAThenAToBAndWraps) {
+TEST(Triangle, GetEdgeOfTriangleABCRunsBToCThenCToAThenAToBAndWraps) {
     Mesh mesh;
     Triangle const triangle = makeTriangle(&mesh, 10, 20, 30);
     EXPECT_EQ(triangle.getEdge(0).org(), 20U);
@@ -100,7 +100,7 @@ TEST(TriangleTest, GetEdgeOfTriangleABCRunsBToCThenCToAThenAToBAndWraps) {
     EXPECT_EQ(triangle.getEdge(0xFFFFFFFFUL), triangle.getEdge(0));
 }
 
-TEST(TriangleTest, VertexAndSideNumbersWrap) {
+TEST(Triangle, VertexAndSideNumbersWrap) {
     Mesh mesh;
     Triangle other = makeTriangle(&mesh, 0, 1, 2);
     Triangle triangle = makeTriangle(&mesh, 10, 20, 30);
@@ -114,7 +114,7 @@ TEST(TriangleTest, VertexAndSideNumbersWrap) {
     expectUnstitched(triangle, 1);
 }
 
-TEST(TriangleTest, EdgeFromVertexStartsThere) {
+TEST(Triangle, EdgeFromVertexStartsThere) {
     Mesh mesh;
     Triangle const triangle = makeTriangle(&mesh, 10, 20, 30);
     for (unsigned long k = 0; k < 3; ++k) {
@@ -125,7 +125,7 @@ TEST(TriangleTest, EdgeFromVertexStartsThere) {
     }
 }
 
-TEST(TriangleTest, EdgeFromAStrangeVertexLeavesTheOutputAlone) {
+TEST(Triangle, EdgeFromAStrangeVertexLeavesTheOutputAlone) {
     Mesh mesh;
     Triangle const triangle = makeTriangle(&mesh, 10, 20, 30);
     Edge edge = triangle.getEdge(1);
@@ -133,7 +133,7 @@ TEST(TriangleTest, EdgeFromAStrangeVertexLeavesTheOutputAlone) {
     EXPECT_EQ(edge, triangle.getEdge(1));
 }
 
-TEST(TriangleTest, OfRepeatedVerticesTheLowestPlaceCounts) {
+TEST(Triangle, OfRepeatedVerticesTheLowestPlaceCounts) {
     Mesh mesh;
     Triangle const triangle = makeTriangle(&mesh, 7, 7, 8);
     Edge edge;
@@ -147,7 +147,7 @@ TEST(TriangleTest, OfRepeatedVerticesTheLowestPlaceCounts) {
     EXPECT_EQ(side, 2);
 }
 
-TEST(TriangleTest, FindsTheComplementOfADirectedEdge) {
+TEST(Triangle, FindsTheComplementOfADirectedEdge) {
     Mesh mesh;
     Triangle const triangle = makeTriangle(&mesh, 10, 20, 30);
     int side = 99;
@@ -159,7 +159,7 @@ TEST(TriangleTest, FindsTheComplementOfADirectedEdge) {
     EXPECT_EQ(side, 1);
 }
 
-TEST(TriangleTest, AComplementThatIsNotThereIsMinusOneAndTheResultStillTrue) {
+TEST(Triangle, AComplementThatIsNotThereIsMinusOneAndTheResultStillTrue) {
     Mesh mesh;
     Triangle const triangle = makeTriangle(&mesh, 10, 20, 30);
     for (auto const& [a, b] :
@@ -170,7 +170,7 @@ TEST(TriangleTest, AComplementThatIsNotThereIsMinusOneAndTheResultStillTrue) {
     }
 }
 
-TEST(TriangleTest, ConnectStitchesBothWays) {
+TEST(Triangle, ConnectStitchesBothWays) {
     Mesh mesh;
     Triangle left = makeTriangle(&mesh, 0, 1, 2);
     Triangle right = makeTriangle(&mesh, 2, 1, 3);
@@ -185,7 +185,7 @@ TEST(TriangleTest, ConnectStitchesBothWays) {
     }
 }
 
-TEST(TriangleTest, ConnectingTheSameSidesAgainSucceeds) {
+TEST(Triangle, ConnectingTheSameSidesAgainSucceeds) {
     Mesh mesh;
     Triangle left = makeTriangle(&mesh, 0, 1, 2);
     Triangle right = makeTriangle(&mesh, 2, 1, 3);
@@ -196,7 +196,7 @@ TEST(TriangleTest, ConnectingTheSameSidesAgainSucceeds) {
     EXPECT_EQ(right.getAdjacentTriangleEdgeIndex(2), 0U);
 }
 
-TEST(TriangleTest, ConnectWithASideStitchedToAThirdTriangleFailsAndChangesNothing) {
+TEST(Triangle, ConnectWithASideStitchedToAThirdTriangleFailsAndChangesNothing) {
     Mesh mesh;
     Triangle left = makeTriangle(&mesh, 0, 1, 2);
     Triangle right = makeTriangle(&mesh, 2, 1, 3);
@@ -212,7 +212,7 @@ TEST(TriangleTest, ConnectWithASideStitchedToAThirdTriangleFailsAndChangesNothin
     }
 }
 
-TEST(TriangleTest, MakeBoundaryLeavesTheOtherTriangle) {
+TEST(Triangle, MakeBoundaryLeavesTheOtherTriangle) {
     Mesh mesh;
     Triangle left = makeTriangle(&mesh, 0, 1, 2);
     Triangle right = makeTriangle(&mesh, 2, 1, 3);
@@ -223,7 +223,7 @@ TEST(TriangleTest, MakeBoundaryLeavesTheOtherTriangle) {
     EXPECT_EQ(right.getAdjacentTriangleEdgeIndex(2), 0U);
 }
 
-TEST(TriangleTest, AssignmentCopiesTheConnectivityAndLeavesTheMesh) {
+TEST(Triangle, AssignmentCopiesTheConnectivityAndLeavesTheMesh) {
     Mesh firstMesh;
     Mesh secondMesh;
     Triangle neighbour = makeTriangle(&firstMesh, 2, 1, 3);
@@ -240,7 +240,7 @@ TEST(TriangleTest, AssignmentCopiesTheConnectivityAndLeavesTheMesh) {
     }
 }
 
-TEST(TriangleTest, TheFlatBoxCoversTheThreeVertices) {
+TEST(Triangle, TheFlatBoxCoversTheThreeVertices) {
     Mesh mesh;
     double const flat[3][2] = {{2.0, -1.0}, {-3.0, 5.0}, {0.5, 7.0}};
     for (auto const& [u, v] : flat) {
@@ -254,7 +254,7 @@ TEST(TriangleTest, TheFlatBoxCoversTheThreeVertices) {
     EXPECT_EQ(box.getd().getdV(), 8.0);
 }
 
-TEST(TriangleTest, TheFlatBoxGrowsFromVertexOneOverTwoToZero) {
+TEST(Triangle, TheFlatBoxGrowsFromVertexOneOverTwoToZero) {
     // Each growth forms the high corner anew as corner plus extent, so the extent's last bit tells the order.
     auto const growExtent = [](double first, double second, double third) {
         double low = first;
@@ -283,7 +283,7 @@ TEST(TriangleTest, TheFlatBoxGrowsFromVertexOneOverTwoToZero) {
     EXPECT_GT(tellingCases, 0);
 }
 
-TEST(TriangleTest, PrintWritesIndicesAndNeighboursByteForByte) {
+TEST(Triangle, PrintWritesIndicesAndNeighboursByteForByte) {
     Mesh mesh;
     Triangle left = makeTriangle(&mesh, 0, 1, 2);
     Triangle right = makeTriangle(&mesh, 2, 1, 4294967295UL);

@@ -48,7 +48,7 @@ std::vector<Triangle*> growFan(Mesh& mesh, std::uint32_t count) {
 
 } // namespace
 
-TEST(TriangleArenaTest, TrianglesStayWhereTheyAreWhileMoreAreMade) {
+TEST(TriangleArena, TrianglesStayWhereTheyAreWhileMoreAreMade) {
     Mesh mesh;
     std::vector<Triangle*> const made = growFan(mesh, 5000);
     for (std::uint32_t i = 0; i < made.size(); ++i) {
@@ -58,7 +58,7 @@ TEST(TriangleArenaTest, TrianglesStayWhereTheyAreWhileMoreAreMade) {
     }
 }
 
-TEST(TriangleArenaTest, TrianglesStayReadableAfterClear) {
+TEST(TriangleArena, TrianglesStayReadableAfterClear) {
     Mesh mesh;
     std::vector<Triangle*> const made = growFan(mesh, 300);
     std::vector<std::array<std::uint32_t, 3>> indices;
@@ -73,7 +73,7 @@ TEST(TriangleArenaTest, TrianglesStayReadableAfterClear) {
     }
 }
 
-TEST(TriangleArenaTest, TrianglesStayReadableOverTheNextLoad) {
+TEST(TriangleArena, TrianglesStayReadableOverTheNextLoad) {
     auto const mesh = makeMesh(makeWavyPatch(6, 6));
     std::vector<Triangle*> const old = getTriangles(*mesh);
     std::vector<std::array<std::uint32_t, 3>> indices;
@@ -89,7 +89,7 @@ TEST(TriangleArenaTest, TrianglesStayReadableOverTheNextLoad) {
     }
 }
 
-TEST(TriangleArenaTest, TrianglesOfAnEarlierSurfaceKeepTheirNumbersWhenTheNextIsRenumbered) {
+TEST(TriangleArena, TrianglesOfAnEarlierSurfaceKeepTheirNumbersWhenTheNextIsRenumbered) {
     auto const mesh = makeMesh(makeWavyPatch(9, 9));
     std::vector<Triangle*> const old = getTriangles(*mesh);
     std::vector<std::array<std::uint32_t, 3>> indices;
@@ -106,7 +106,7 @@ TEST(TriangleArenaTest, TrianglesOfAnEarlierSurfaceKeepTheirNumbersWhenTheNextIs
     EXPECT_TRUE(mesh->getUnlistedTriangles().empty());
 }
 
-TEST(TriangleArenaTest, EveryLoadMakesOneRunOfMemoryInTheOrderOfCreation) {
+TEST(TriangleArena, EveryLoadMakesOneRunOfMemoryInTheOrderOfCreation) {
     Mesh mesh;
     for (Soup const& soup : {makeWavyPatch(30, 30), makeTetrahedron(), makeCap(5, 40)}) {
         loadSoup(mesh, soup);

@@ -23,21 +23,21 @@ bool isNull(Vector const& v) {
 
 } // namespace
 
-TEST(VertexTest, StartsAtZero) {
+TEST(Vertex, StartsAtZero) {
     Vertex const vertex;
     EXPECT_TRUE(vertex.getPoint3D().getIsNull());
     EXPECT_EQ(vertex.getPoint2D(), FlatPoint(0.0, 0.0));
     EXPECT_TRUE(isNull(vertex.getNormal3D()));
 }
 
-TEST(VertexTest, MadeFromAPointHasNoFlatPlaceAndNoNormal) {
+TEST(Vertex, MadeFromAPointHasNoFlatPlaceAndNoNormal) {
     Vertex const vertex(Point(1.0, 2.0, 3.0));
     EXPECT_EQ(vertex.getPoint3D(), Point(1.0, 2.0, 3.0));
     EXPECT_EQ(vertex.getPoint2D(), FlatPoint(0.0, 0.0));
     EXPECT_TRUE(isNull(vertex.getNormal3D()));
 }
 
-TEST(VertexTest, APointMayStandForAVertex) {
+TEST(Vertex, APointMayStandForAVertex) {
     Vertex const vertex = Point(1.0, 2.0, 3.0);
     EXPECT_EQ(vertex.getPoint3D(), Point(1.0, 2.0, 3.0));
     Mesh mesh;
@@ -45,7 +45,7 @@ TEST(VertexTest, APointMayStandForAVertex) {
     EXPECT_EQ(mesh.getVertex(0).getPoint3D(), Point(4.0, 5.0, 6.0));
 }
 
-TEST(VertexTest, SettersStoreAndCopiesTakeAllOver) {
+TEST(Vertex, SettersStoreAndCopiesTakeAllOver) {
     Vertex vertex;
     vertex.setPoint3D(Point(1.0, 2.0, 3.0));
     vertex.setPoint2D(FlatPoint(4.0, 5.0));
@@ -63,13 +63,13 @@ TEST(VertexTest, SettersStoreAndCopiesTakeAllOver) {
     }
 }
 
-TEST(VertexTest, AssignmentGivesAConstReference) {
+TEST(Vertex, AssignmentGivesAConstReference) {
     static_assert(
         std::is_same_v<decltype(std::declval<Vertex&>() = std::declval<Vertex const&>()), Vertex const&>);
     static_assert(std::has_virtual_destructor_v<Vertex>);
 }
 
-TEST(VertexTest, ThePositionKeepsSinglePrecisionAndTheFlatPlaceDouble) {
+TEST(Vertex, ThePositionKeepsSinglePrecisionAndTheFlatPlaceDouble) {
     Vertex vertex(Point(0.1, 0.2, 0.3));
     vertex.setPoint2D(FlatPoint(0.1, 0.2));
     EXPECT_EQ(vertex.getPoint3D().getX(), 0.1F);
