@@ -39,6 +39,7 @@
 #include "Geometry/trimesh/boundary/boundaryloop.h"
 #include "Geometry/trimesh/conformalmapreport.h"
 #include "Geometry/trimesh/edge.h"
+#include "Geometry/trimesh/fan.h"
 #include "Geometry/trimesh/mesh.h"
 #include "Geometry/trimesh/triangle.h"
 #include "Geometry/trimesh/vertex.h"
