@@ -2,12 +2,37 @@
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/utility.h"
 #include "Geometry/linearalgebra/vector.h"
+#include "Geometry/trimesh/internal/connectivity.h"
 #include "Geometry/trimesh/mesh.h"
 
 #include <cmath>
 #include <iostream>
+#include <numbers>
 #include <stdexcept>
 #include <string>
+
+// A surface is flattened by the map that keeps angles best in the least-squares sense (Lévy et al., "Least
+// Squares Conformal Maps for Automatic Texture Atlas Generation", 2002), in the form that it shares with the
+// discrete harmonic map (Desbrun, Meyer, Alliez, "Intrinsic Parameterizations of Surface Meshes", 2002):
+// cotangent weights, and at a free boundary a term that makes area count against the harmonic energy. Both
+// give the same map.
+//
+//   1. vertices are renumbered, unknowns first (interiorpromotion.cpp);
+//   2. either two far corners are pinned at (0.5, 1) and (1, 0.5), or the outline is rolled out and fixed
+//      (developableboundary.cpp);
+//   3. one system with two rows for each free vertex is assembled, fan by fan, and solved by conjugate
+//   gradients;
+//      with two pins it is just definite, and with the outline fixed each coordinate is a Laplace equation;
+//   4. the map is turned straight (orientation.cpp).
+//
+// There is no tolerance here: a triangle without area gives infinite weights and spoils the map, on purpose
+// visibly. The solver's limit is that of linearalgebra/solve.cpp. A solve that does not converge is used as
+// it is, since the last iterate is often still a usable map; the report tells. Cotangents of obtuse angles
+// are negative, so inner triangles may fold over where the surface is far from flat; nothing here prevents
+// that.
+//
+// Cost: linear for assembly; conjugate gradients take about the square root of the number of vertices in
+// iterations, each linear. Rows start with room for 8 entries: a vertex with six neighbours has seven.
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
@@ -15,7 +40,7 @@ namespace {
 
 constexpr unsigned long entriesPerRow = 8;
 
-constexpr double twoPi = 6.283185307179586;
+constexpr double twoPi = 2 * std::numbers::pi;
 
 using FlatPoint = TwoDimensional::Point<double>;
 
@@ -79,6 +104,46 @@ private:
     LinearAlgebra::Vector rhs;
 };
 
+ConformalSystem assembleSystem(Connectivity const& surface, std::vector<FlatPoint> const& fixedPoints,
+                               ProgressListener* const& listener) {
+    std::uint32_t const numberOfFree = toUInt32(surface.getNumberOfVertices() - fixedPoints.size());
+    std::string const order = std::to_string(2UL * numberOfFree);
+    reportMessage(listener, ("Constructing order " + order + " Laplace-Beltrami matrix...").c_str());
+    ConformalSystem system(numberOfFree, fixedPoints);
+    PercentageReporter progress(listener);
+    for (std::uint32_t i = 0; i < numberOfFree; ++i) {
+        Fan const fan = surface.getFan(i);
+        for (Edge const& spoke : fan) {
+            system.addTriangle(spoke, fan.getStartsAtBoundary());
+        }
+        progress.reportShare(i, numberOfFree);
+    }
+    return system;
+}
+
+/// On entry `solution` is the start value.
+LinearAlgebra::SolveReport solveSystem(Connectivity const& surface, std::vector<FlatPoint> const& fixedPoints,
+                                       LinearAlgebra::Vector& solution, ProgressListener* const& listener,
+                                       ProgressTerminator* terminator) {
+    ConformalSystem const system = assembleSystem(surface, fixedPoints, listener);
+    LinearAlgebra::SolveReport const report = LinearAlgebra::Utility::solveWithReport(
+        system.getMatrix(), solution, system.getRightHandSide(), listener, terminator);
+    std::cout << (report.hasConverged ? "\n" : "\nLinear system solve failure - carrying on...");
+    return report;
+}
+
+/// The solved places first, the fixed ones behind them.
+void setFlatPlaces(std::vector<Vertex>& vertices, LinearAlgebra::Vector const& solution,
+                   std::vector<FlatPoint> const& fixedPoints) {
+    std::size_t const numberOfFree = vertices.size() - fixedPoints.size();
+    for (std::size_t i = 0; i < numberOfFree; ++i) {
+        vertices[i].setPoint2D({solution.get(2 * i), solution.get(2 * i + 1)});
+    }
+    for (std::size_t j = 0; j < fixedPoints.size(); ++j) {
+        vertices[numberOfFree + j].setPoint2D(fixedPoints[j]);
+    }
+}
+
 } // namespace
 
 void Mesh::conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSolution,
@@ -95,53 +160,21 @@ void Mesh::conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSoluti
         fixedPoints.resize(numberOfBoundaryVertices);
         getDevelopableBoundaryConformalMap(numberOfBoundaryVertices, fixedPoints.data());
     }
-    std::uint32_t const numberOfFree = toUInt32(vertices.size() - fixedPoints.size());
-    LinearAlgebra::Vector solution(2UL * numberOfFree);
+    LinearAlgebra::Vector solution(2UL * toUInt32(vertices.size() - fixedPoints.size()));
     if (doUseSolutionAsStart && pSolution != nullptr) {
         solution.set(pSolution);
     } else {
         solution.zero();
     }
-    solveConformalSystem(fixedPoints, solution);
+    conformalMapReport.inside =
+        solveSystem(getConnectivity(), fixedPoints, solution, progressListener, progressTerminator);
     if (pSolution != nullptr) {
         pSolution->set(&solution);
     }
-    for (std::uint32_t i = 0; i < numberOfFree; ++i) {
-        vertices[i].setPoint2D({solution.get(2UL * i), solution.get(2UL * i + 1)});
-    }
-    for (std::size_t j = 0; j < fixedPoints.size(); ++j) {
-        vertices[numberOfFree + j].setPoint2D(fixedPoints[j]);
-    }
+    setFlatPlaces(vertices, solution, fixedPoints);
     if (!transformMinBBArea2D()) {
         throw std::runtime_error("Principal component analysis failure");
     }
-}
-
-void Mesh::solveConformalSystem(std::vector<FlatPoint> const& fixedPoints, LinearAlgebra::Vector& solution) {
-    std::uint32_t const numberOfFree = toUInt32(vertices.size() - fixedPoints.size());
-    if (progressListener != nullptr) {
-        std::string const order = std::to_string(2UL * numberOfFree);
-        progressListener->setMessage(("Constructing order " + order + " Laplace-Beltrami matrix...").c_str());
-    }
-    ConformalSystem system(numberOfFree, fixedPoints);
-    PercentageReporter progress(progressListener);
-    for (std::uint32_t i = 0; i < numberOfFree; ++i) {
-        bool const isBoundaryVertex = getIsBoundaryVertex(i);
-        Edge first = getVertexArbitraryEdge(i);
-        while (isBoundaryVertex && !first.isBoundary()) {
-            first = first.oprev();
-        }
-        Edge edge = first;
-        do {
-            system.addTriangle(edge, isBoundaryVertex);
-            edge = edge.onext();
-        } while (edge.triangle != nullptr && edge != first);
-        progress.reportShare(i, numberOfFree);
-    }
-    LinearAlgebra::SolveReport const report = LinearAlgebra::Utility::solveWithReport(
-        system.getMatrix(), solution, system.getRightHandSide(), progressListener, progressTerminator);
-    conformalMapReport.inside = report;
-    std::cout << (report.hasConverged ? "\n" : "\nLinear system solve failure - carrying on...");
 }
 
 void Mesh::conformalMapTest() {

@@ -2,11 +2,33 @@
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/utility.h"
 #include "Geometry/linearalgebra/vector.h"
+#include "Geometry/trimesh/internal/connectivity.h"
 #include "Geometry/trimesh/mesh.h"
 
 #include <array>
 #include <cmath>
+#include <numbers>
 #include <stdexcept>
+
+// The outline of a part rolled out into the plane before the inside is flattened. A developable surface keeps
+// lengths and angles along its rim when it is unrolled; of any other the angles do not close, and the errors
+// are spread in the least-squares sense:
+//
+//   1. at each vertex of the loop the angle of the surface is summed over its fan, and the outgoing edge
+//   measured;
+//   2. each vertex with its two neighbours on either side is laid out as a chain by those lengths and angles;
+//   3. from either side the chain says how the vertex follows from its two neighbours there, as a complex
+//   factor:
+//      a scaling and a turn. Two equations of two rows for each vertex but two, which are pinned at (0.5, 1)
+//      and (1, 0.5); a similarity is all that the pins decide, and orientation.cpp turns the map anyway;
+//   4. the normal equations are solved by conjugate gradients, from zero.
+//
+// The pins stand 128 and 127 positions in front of the loop's end, where the loop is that long, else they are
+// its first two: the rows' order and so the bits hang on that. They are one edge of the map and set its
+// scale. Stencils of five wrap round the loop; in one of fewer vertices they would meet themselves. There is
+// no tolerance: an edge of length 0 makes the chain NaN.
+//
+// Cost: linear in the loop for assembly, a sparse solve of twice its length; time goes to the iterations.
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
@@ -15,7 +37,6 @@ namespace {
 using FlatPoint = TwoDimensional::Point<double>;
 using FlatVector = TwoDimensional::Vector<double>;
 
-constexpr double pi = 3.141592653589793;
 constexpr unsigned long entriesPerRow = 8;
 
 /// The first pinned position stands so far from the end of the loop, the second is the next one.
@@ -25,7 +46,7 @@ constexpr std::uint32_t stencilSize = 5;
 constexpr std::uint32_t stencilCentre = 2;
 
 /// A loop must have room for a stencil without meeting itself.
-constexpr std::uint32_t fewestPositions = stencilSize;
+constexpr std::uint32_t minPositions = stencilSize;
 
 /// The stencil positions near and far of the centre on either side of it.
 struct Side {
@@ -48,7 +69,7 @@ using Chain = std::array<FlatPoint, stencilSize>;
 /// the angle on the left of each inner vertex is that of its fan.
 Chain rollOut(std::array<BoundaryTurn, stencilSize> const& turns) {
     Chain local;
-    double t = pi;
+    double t = std::numbers::pi;
     FlatVector axisA(1.0, 0.0);
     FlatVector axisB(0.0, 1.0);
     for (std::size_t k = 0; k + 1 < stencilSize; ++k) {
@@ -162,21 +183,38 @@ private:
     LinearAlgebra::Vector rhs;
 };
 
-} // namespace
+/// The fan is walked from the boundary edge that comes in to the one that goes out.
+BoundaryTurn getBoundaryTurn(Connectivity const& surface, std::uint32_t v) {
+    Edge edge = surface.getArbitraryEdge(v);
+    while (!edge.rot().rot().isBoundary()) {
+        edge = edge.onext();
+    }
+    Edge outgoing = edge;
+    double angle = 0.0;
+    do {
+        Point const& po = edge.vphiorg3();
+        Vector const toDest = edge.vphidest3() - po;
+        Vector const toApex = edge.rot().vphidest3() - po;
+        angle += std::atan2(std::sqrt(toDest.cross(toApex).lSqr()), toDest.dot(toApex));
+        outgoing = edge;
+        edge = edge.oprev();
+    } while (edge.getTriangle() != nullptr);
+    return {angle, std::sqrt(outgoing.vphi3().lSqr())};
+}
 
-void Mesh::getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVertices,
-                                              FlatPoint* boundaryPoints) {
-    std::uint32_t const n = toUInt32(numberOfBoundaryVertices);
-    if (n < fewestPositions) {
-        throw std::runtime_error("Boundary flattening internal failure");
+/// The turns of the loop that the last `numberOfPositions` vertices are.
+std::vector<BoundaryTurn> getBoundaryTurns(Connectivity const& surface, std::uint32_t numberOfPositions) {
+    std::vector<BoundaryTurn> turns;
+    turns.reserve(numberOfPositions);
+    std::uint32_t const end = surface.getNumberOfVertices();
+    for (std::uint32_t v = end - numberOfPositions; v < end; ++v) {
+        turns.push_back(getBoundaryTurn(surface, v));
     }
-    std::uint32_t const firstVertex = toUInt32(vertices.size()) - n;
-    std::vector<BoundaryTurn> turns(n);
-    for (std::uint32_t position = 0; position < n; ++position) {
-        Edge outgoing;
-        turns[position].angle = getBoundaryAngle(firstVertex + position, outgoing);
-        turns[position].length = std::sqrt(outgoing.vphi3().lSqr());
-    }
+    return turns;
+}
+
+BoundarySystem assembleSystem(std::vector<BoundaryTurn> const& turns) {
+    auto const n = static_cast<std::uint32_t>(turns.size());
     BoundarySystem system(n, n >= pinsFromEnd ? n - pinsFromEnd : 0);
     for (std::uint32_t c = 0; c < system.getNumberOfUnknowns(); ++c) {
         std::array<BoundaryTurn, stencilSize> stencil;
@@ -185,6 +223,18 @@ void Mesh::getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVert
         }
         system.addEquations(c, rollOut(stencil));
     }
+    return system;
+}
+
+} // namespace
+
+void Mesh::getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVertices,
+                                              FlatPoint* boundaryPoints) {
+    std::uint32_t const n = toUInt32(numberOfBoundaryVertices);
+    if (n < minPositions) {
+        throw std::runtime_error("Boundary flattening internal failure");
+    }
+    BoundarySystem const system = assembleSystem(getBoundaryTurns(getConnectivity(), n));
     LinearAlgebra::SparseMatrix const matrix =
         LinearAlgebra::NormalEquations::getMatrixWithoutZeros(system.getMatrix());
     LinearAlgebra::Vector const rhs = system.getMatrix().transpose() * system.getRightHandSide();
@@ -198,25 +248,6 @@ void Mesh::getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVert
     for (std::uint32_t q = 0; q < system.getNumberOfUnknowns(); ++q) {
         boundaryPoints[system.getPosition(q)] = {solution.get(2UL * q), solution.get(2UL * q + 1)};
     }
-}
-
-/// The angle that the surface has at a boundary vertex, summed over its fan from the boundary edge that comes
-/// in to the one that goes out, which is stored in `outgoing`.
-double Mesh::getBoundaryAngle(unsigned long v, Edge& outgoing) const {
-    Edge edge = getVertexArbitraryEdge(v);
-    while (!edge.rot().rot().isBoundary()) {
-        edge = edge.onext();
-    }
-    double angle = 0.0;
-    do {
-        Point const& po = edge.vphiorg3();
-        Vector const toDest = edge.vphidest3() - po;
-        Vector const toApex = edge.rot().vphidest3() - po;
-        angle += std::atan2(std::sqrt(toDest.cross(toApex).lSqr()), toDest.dot(toApex));
-        outgoing = edge;
-        edge = edge.oprev();
-    } while (edge.triangle != nullptr);
-    return angle;
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

@@ -1,42 +1,63 @@
-#include "Geometry/trimesh/boundary/internal/boundaryloops.h"
-#include "Geometry/trimesh/boundary/internal/sharpestturns.h"
+#include "Geometry/flattening/internal/vertexloops.h"
+#include "Geometry/trimesh/boundary/internal/loopcorners.h"
+#include "Geometry/trimesh/internal/surfacebuilder.h"
 #include "Geometry/trimesh/mesh.h"
 
 #include <algorithm>
-#include <cmath>
 #include <stdexcept>
 #include <utility>
+
+// Before a mesh is flattened its vertices are renumbered, so that the unknowns of the system have the lowest
+// numbers and what is fixed the highest: inner vertices in their old order, then the boundary loops in
+// walking order, the longest last. "Longest" counts vertices, and of equals the first found is taken. If
+// corners are pinned, the two of the longest loop that lie farthest apart change places with its last two
+// vertices.
+//
+// Corners are turns of more than 80 degrees, as in boundary/corners.cpp; distances here are the squares of
+// points in single precision, and 16384 corners are kept. Without two corners apart the first and the third
+// vertex are pinned. The exchanges are done one after the other, also where the first moves the second pin:
+// the numbering decides the order of sums in the solve, and so bits.
+//
+// A loop that meets itself, or a closed fan, has no place in one walk: "not manifold". All is found out
+// before the first number changes. Cost: a fan a vertex, and the square of the number of corners.
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 namespace {
 
-constexpr std::size_t mostCorners = 16384;
+constexpr std::size_t maxCorners = 16384;
 
 /// A loop of fewer vertices encloses nothing.
-constexpr std::size_t fewestLoopVertices = 3;
+constexpr std::size_t minLoopVertices = 3;
 
 [[noreturn]] void throwNotManifold() {
     throw std::runtime_error("Mesh boundary is not manifold");
 }
 
-} // namespace
+/// The loop with the two corners that lie farthest apart moved to its end.
+std::vector<std::uint32_t> pinExtremeCorners(Connectivity const& surface, std::vector<std::uint32_t> loop) {
+    LoopPoints const points(surface, loop);
+    Diagonal const pins = getLongestDiagonal(points, getSharpestCorners(points, maxCorners),
+                                             [](Point const& a, Point const& b) { return a.dSqr(b); });
+    std::size_t const length = loop.size();
+    std::swap(loop[length - 2], loop[pins.from]);
+    std::swap(loop[length - 1], loop[pins.to]);
+    return loop;
+}
 
-void Mesh::promoteInterior(bool doPinExtremeCorners, unsigned long& numberOfInteriorVertices,
-                           unsigned long& numberOfBoundaryVertices) {
-    BoundaryLoops vertexLoops = classifyVertices();
-    auto const longest = std::max_element(vertexLoops.loops.begin(), vertexLoops.loops.end(),
+/// Moves the loop of the most vertices to the end.
+void moveLongestToEnd(std::vector<std::vector<std::uint32_t>>& loops) {
+    auto const longest = std::max_element(loops.begin(), loops.end(),
                                           [](auto const& a, auto const& b) { return a.size() < b.size(); });
-    std::swap(*longest, vertexLoops.loops.back());
-    std::vector<std::uint32_t>& mainLoop = vertexLoops.loops.back();
-    if (mainLoop.size() < fewestLoopVertices) {
+    std::swap(*longest, loops.back());
+    if (loops.back().size() < minLoopVertices) {
         throwNotManifold();
     }
-    if (doPinExtremeCorners) {
-        pinExtremeCorners(mainLoop);
-    }
+}
 
-    std::vector<std::uint32_t> newIndex(vertices.size());
+/// For each vertex its new number.
+std::vector<std::uint32_t> getNewIndices(VertexLoops const& vertexLoops, std::size_t numberOfVertices) {
+    std::vector<std::uint32_t> newIndex(numberOfVertices);
     std::uint32_t next = 0;
     for (std::uint32_t const v : vertexLoops.interior) {
         newIndex[v] = next++;
@@ -46,30 +67,37 @@ void Mesh::promoteInterior(bool doPinExtremeCorners, unsigned long& numberOfInte
             newIndex[v] = next++;
         }
     }
-    renumberVertices(newIndex);
-    numberOfInteriorVertices = vertexLoops.interior.size();
-    numberOfBoundaryVertices = mainLoop.size();
+    return newIndex;
 }
 
-Mesh::BoundaryLoops Mesh::classifyVertices() const {
-    BoundaryLoops vertexLoops;
-    std::vector<bool> isClassified(vertices.size(), false);
-    for (std::uint32_t v = 0; v < toUInt32(vertices.size()); ++v) {
+/// A cut that was read from a file may name vertices that are not there.
+void renumberLip(std::vector<CutEdgeIndex>& lip, std::vector<std::uint32_t> const& newIndex) {
+    for (CutEdgeIndex& entry : lip) {
+        entry.index = entry.index < newIndex.size() ? newIndex[entry.index] : entry.index;
+    }
+}
+
+} // namespace
+
+VertexLoops classifyVertices(Connectivity const& surface) {
+    VertexLoops vertexLoops;
+    std::vector<bool> isClassified(surface.getNumberOfVertices(), false);
+    for (std::uint32_t v = 0; v < surface.getNumberOfVertices(); ++v) {
         if (isClassified[v]) {
             continue;
         }
-        if (!getIsVertexAttached(v)) {
+        if (!surface.getIsAttached(v)) {
             throw std::runtime_error("Mesh has a vertex without a triangle");
         }
-        if (!getIsBoundaryVertex(v)) {
+        if (!surface.getIsOnBoundary(v)) {
             isClassified[v] = true;
             vertexLoops.interior.push_back(v);
             continue;
         }
-        vertexLoops.loops.push_back(getBoundaryLoop(v));
+        vertexLoops.loops.push_back(getBoundaryLoop(surface, v));
         for (std::uint32_t const onLoop : vertexLoops.loops.back()) {
             // A loop can also lead through a vertex whose own, listed fan is closed.
-            if (isClassified[onLoop] || !getIsBoundaryVertex(onLoop)) {
+            if (isClassified[onLoop] || !surface.getIsOnBoundary(onLoop)) {
                 throwNotManifold();
             }
             isClassified[onLoop] = true;
@@ -81,68 +109,20 @@ Mesh::BoundaryLoops Mesh::classifyVertices() const {
     return vertexLoops;
 }
 
-/// The vertices of the boundary loop through `start`, from there on, with the surface on the left.
-std::vector<std::uint32_t> Mesh::getBoundaryLoop(std::uint32_t start) const {
-    std::vector<std::uint32_t> loop;
-    Edge edge = getVertexArbitraryEdge(start);
-    do {
-        loop.push_back(toUInt32(edge.org()));
-        while (!edge.isBoundary()) {
-            edge = edge.oprev();
-        }
-        edge = edge.rot();
-    } while (edge.org() != start);
-    return loop;
-}
-
-/// Moves the two corners of the loop that lie farthest apart to its end. Without two corners apart, the first
-/// and the third vertex take their place.
-void Mesh::pinExtremeCorners(std::vector<std::uint32_t>& loop) const {
-    auto const length = static_cast<std::uint32_t>(loop.size());
-    auto const pointAt = [&](std::uint32_t place) -> Point const& {
-        return vertices[loop[place % length]].getPoint3D();
-    };
-    SharpestTurns corners(mostCorners);
-    for (std::uint32_t j = 0; j < length; ++j) {
-        Vector const in = pointAt(j + 1) - pointAt(j);
-        Vector const out = pointAt(j + 2) - pointAt(j + 1);
-        corners.offer(in.dot(out) / std::sqrt(in.lSqr() * out.lSqr()), (j + 1) % length);
+void Mesh::promoteInterior(bool doPinExtremeCorners, unsigned long& numberOfInteriorVertices,
+                           unsigned long& numberOfBoundaryVertices) {
+    VertexLoops vertexLoops = classifyVertices(getConnectivity());
+    moveLongestToEnd(vertexLoops.loops);
+    std::vector<std::uint32_t>& mainLoop = vertexLoops.loops.back();
+    if (doPinExtremeCorners) {
+        mainLoop = pinExtremeCorners(getConnectivity(), std::move(mainLoop));
     }
-    std::uint32_t firstPin = 0;
-    std::uint32_t secondPin = 2;
-    double greatest = 0.0;
-    for (std::uint32_t const i : corners.getPositions()) {
-        for (std::uint32_t const j : corners.getPositions()) {
-            double const distanceSqr = pointAt(i).dSqr(pointAt(j));
-            if (distanceSqr > greatest) {
-                greatest = distanceSqr;
-                firstPin = j;
-                secondPin = i;
-            }
-        }
-    }
-    // One after the other, also where the first swap moves the second pin.
-    std::swap(loop[length - 2], loop[firstPin]);
-    std::swap(loop[length - 1], loop[secondPin]);
-}
-
-void Mesh::renumberVertices(std::vector<std::uint32_t> const& newIndex) {
-    // The array of vertices stays where it is: references to them outlive the renumbering.
-    std::vector<Vertex> const oldVertices = vertices;
-    std::vector<std::vector<Triangle*>> newVertexTriangles(newIndex.size());
-    // All memory is there: from here on nothing throws.
-    for (std::size_t i = 0; i < newIndex.size(); ++i) {
-        vertices[newIndex[i]] = oldVertices[i];
-        newVertexTriangles[newIndex[i]] = std::move(vertexTriangles[i]);
-    }
-    vertexTriangles = std::move(newVertexTriangles);
-    renumberTriangles(newIndex);
-    for (std::vector<CutEdgeIndex>* const lip : {&cutEdgeIndices.first, &cutEdgeIndices.second}) {
-        for (CutEdgeIndex& entry : *lip) {
-            // A cut read from a file may name vertices that are not there.
-            entry.index = entry.index < newIndex.size() ? newIndex[entry.index] : entry.index;
-        }
-    }
+    std::vector<std::uint32_t> const newIndex = getNewIndices(vertexLoops, vertices.size());
+    getBuilder().renumber(newIndex);
+    renumberLip(cutEdgeIndices.first, newIndex);
+    renumberLip(cutEdgeIndices.second, newIndex);
+    numberOfInteriorVertices = vertexLoops.interior.size();
+    numberOfBoundaryVertices = mainLoop.size();
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

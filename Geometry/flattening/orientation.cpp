@@ -2,13 +2,29 @@
 #include "Geometry/trimesh/mesh.h"
 
 #include <cmath>
+#include <numbers>
+#include <span>
+#include <utility>
+#include <vector>
+
+// A conformal map may come out turned in any way. It is turned so that its box along the axes is smallest and
+// lies along u: 4096 angles over a quarter turn are tried, all points each time, and the smallest box, the
+// first of equals, is taken; where it is not wider than high, a quarter turn goes on top. Then its low corner
+// moves to (0, 0).
+//
+// The steps are 0.022 degrees, a rise of 0.4 mm over a metre; fewer would show as a slant of long scans. A
+// box that touches the outline's edges would be exact (rotating calipers), but gives other bits, and archived
+// maps are compared. For the same reason boxes grow here as the library's do, rounding included: between
+// boxes of nearly equal area that decides. Where the first box is NaN no other is smaller, and it stays.
+//
+// Cost: 4096 turns of every point, most of which change no box and end at a comparison.
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 namespace {
 
 constexpr std::uint32_t numberOfSteps = 4096;
-constexpr double quarterTurn = 1.5707963267948966;
+constexpr double quarterTurn = std::numbers::pi / 2;
 constexpr double areaBeyondAll = 1e21;
 
 struct Rotation {
@@ -92,6 +108,17 @@ std::uint32_t findBestStep(std::vector<TwoDimensional::Point<double>> const& poi
     return bestStep;
 }
 
+void moveToOrigin(std::span<Vertex> vertices) {
+    TwoDimensional::BoundingBoxAA<double> box = vertices.front().getPoint2D().getBoundingBox();
+    for (Vertex const& vertex : vertices) {
+        box.expand(vertex.getPoint2D().getBoundingBox());
+    }
+    TwoDimensional::Vector<double> const toCorner = box.getp() - TwoDimensional::Point<double>();
+    for (Vertex& vertex : vertices) {
+        vertex.setPoint2D(vertex.getPoint2D() - toCorner);
+    }
+}
+
 } // namespace
 
 bool Mesh::transformMinBBArea2D() {
@@ -109,19 +136,8 @@ bool Mesh::transformMinBBArea2D() {
         TwoDimensional::Point<double> const point = vertex.getPoint2D();
         vertex.setPoint2D({rotation.getU(point), rotation.getV(point)});
     }
-    moveFlatMapToOrigin();
+    moveToOrigin(vertices);
     return true;
-}
-
-void Mesh::moveFlatMapToOrigin() {
-    TwoDimensional::BoundingBoxAA<double> box = vertices.front().getPoint2D().getBoundingBox();
-    for (Vertex const& vertex : vertices) {
-        box.expand(vertex.getPoint2D().getBoundingBox());
-    }
-    TwoDimensional::Vector<double> const toCorner = box.getp() - TwoDimensional::Point<double>();
-    for (Vertex& vertex : vertices) {
-        vertex.setPoint2D(vertex.getPoint2D() - toCorner);
-    }
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

@@ -82,7 +82,8 @@ public:
     Vector perp3() const { return N().cross(vphi3()); }
 
 private:
-    friend class Mesh;
+    friend class Connectivity;
+    friend class SurfaceBuilder;
     friend class Triangle;
 
     Edge(Triangle* newTriangle, unsigned long index)

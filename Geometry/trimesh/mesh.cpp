@@ -1,11 +1,10 @@
 #include "Geometry/trimesh/mesh.h"
 
 #include "Geometry/foundations/rounding.h"
-#include "Geometry/trimesh/internal/trianglearena.h"
+#include "Geometry/trimesh/internal/surfacebuilder.h"
 
 #include <algorithm>
 #include <functional>
-#include <utility>
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
@@ -13,24 +12,22 @@ Mesh::Mesh() : triangles(std::make_unique<TriangleArena>()) {}
 
 Mesh::~Mesh() = default;
 
+Connectivity Mesh::getConnectivity() const {
+    return {vertices, vertexTriangles};
+}
+
+SurfaceBuilder Mesh::getBuilder() {
+    return {*this, vertices, vertexTriangles, *triangles};
+}
+
 void Mesh::getTriangles(std::vector<Triangle*>& list, std::vector<Triangle*>::iterator& first,
                         std::vector<Triangle*>::iterator& last) const {
+    Connectivity const surface = getConnectivity();
     list.clear();
-    for (std::uint32_t v = 0; v < toUInt32(vertices.size()); ++v) {
-        Edge start = getVertexArbitraryEdge(v);
-        if (start.triangle == nullptr) {
-            continue;
+    for (std::uint32_t v = 0; v < surface.getNumberOfVertices(); ++v) {
+        for (Edge const& spoke : surface.getFan(v)) {
+            list.push_back(spoke.getTriangle());
         }
-        if (getIsBoundaryVertex(v)) {
-            while (!start.isBoundary()) {
-                start = start.oprev();
-            }
-        }
-        Edge edge = start;
-        do {
-            list.push_back(edge.triangle);
-            edge = edge.onext();
-        } while (edge.triangle != nullptr && edge != start);
     }
     std::sort(list.begin(), list.end(), std::less<>());
     first = list.begin();
@@ -52,46 +49,59 @@ std::vector<Triangle*> Mesh::getUnlistedTriangles() const {
     return unlisted;
 }
 
-void Mesh::clean() {
-    std::vector<std::uint32_t> newIndex(vertices.size(), 0xFFFFFFFFU);
-    std::uint32_t kept = 0;
-    for (std::uint32_t v = 0; v < toUInt32(vertices.size()); ++v) {
-        if (getIsVertexAttached(v)) {
-            newIndex[v] = kept++;
-        }
-    }
-    if (kept == vertices.size()) {
-        return;
-    }
-    std::vector<Vertex> keptVertices;
-    std::vector<std::vector<Triangle*>> keptVertexTriangles;
-    keptVertices.reserve(kept);
-    keptVertexTriangles.reserve(kept);
-    // All memory is there: from here on nothing throws.
-    for (std::uint32_t v = 0; v < toUInt32(vertices.size()); ++v) {
-        if (newIndex[v] != 0xFFFFFFFFU) {
-            keptVertices.push_back(vertices[v]);
-            keptVertexTriangles.push_back(std::move(vertexTriangles[v]));
-        }
-    }
-    renumberTriangles(newIndex);
-    vertices = std::move(keptVertices);
-    vertexTriangles = std::move(keptVertexTriangles);
+bool Mesh::addVertex(Vertex const& vertex) {
+    getBuilder().addVertex(vertex);
+    return true;
 }
 
-/// Every triangle, whether `getTriangles` sees it or not: navigation leads to all of them.
-void Mesh::renumberTriangles(std::vector<std::uint32_t> const& newIndex) {
-    triangles->forEachOfSurface([&](Triangle& triangle) {
-        for (std::uint32_t& index : triangle.vertexIndices) {
-            index = index < newIndex.size() ? newIndex[index] : index;
-        }
-    });
+bool Mesh::addFloatingTriangle(std::vector<unsigned long> const& indices) {
+    return getBuilder().addFloatingTriangle(indices);
+}
+
+bool Mesh::addBoundaryTriangle(Edge const& e, int w) {
+    return getBuilder().addBoundaryTriangle(e, static_cast<std::uint32_t>(w));
+}
+
+bool Mesh::getIsVertexFloating(unsigned long v) const {
+    return getConnectivity().getIsFloating(v);
+}
+
+bool Mesh::getIsVertexAttached(unsigned long v) const {
+    return getConnectivity().getIsAttached(v);
+}
+
+bool Mesh::getIsBoundaryVertex(unsigned long v) const {
+    return getConnectivity().getIsOnBoundary(v);
+}
+
+bool Mesh::getDoesEdgeExist(unsigned long a, unsigned long b, Edge* out) const {
+    auto const edge = getConnectivity().findEdge(a, b);
+    if (edge && out != nullptr) {
+        *out = *edge;
+    }
+    return edge.has_value();
+}
+
+Edge Mesh::getVertexArbitraryEdge(unsigned long v) const {
+    return getConnectivity().getArbitraryEdge(v);
+}
+
+bool Mesh::getIsVertexAdmissable(Edge const& e, unsigned long w) const {
+    Point const& pointA = e.vphiorg3();
+    Point const& pointB = e.vphidest3();
+    Point const& pointC = e.rot().vphidest3();
+    Point const& pointW = getVertex(w).getPoint3D();
+    Vector const oldNormal = (pointA - pointC).cross(pointB - pointA);
+    Vector const newNormal = (pointB - pointW).cross(pointA - pointB);
+    return oldNormal.dot(newNormal) > 0.0;
+}
+
+void Mesh::clean() {
+    getBuilder().dropFloatingVertices();
 }
 
 void Mesh::clear() {
-    triangles->startSurface();
-    vertexTriangles.clear();
-    vertices.clear();
+    getBuilder().clear();
 }
 
 double Mesh::round(double value) {

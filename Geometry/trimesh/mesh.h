@@ -28,6 +28,8 @@ class Cloud;
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
+class Connectivity;
+class SurfaceBuilder;
 class TriangleArena;
 
 /// One entry of a cut: a vertex on one of its lips.
@@ -90,19 +92,16 @@ public:
     Mesh& operator=(Mesh const&) = delete;
     virtual ~Mesh();
 
-    /// Replaces the mesh by the contents of an OBJ text file: "v x y z" and "vt u v" records, one of the
-    /// latter for each vertex or none, and faces "f a b c" of indices from 1. Lines mean nothing: any `v` or
-    /// `f`, also in a word or a comment, starts a record if its three numbers follow; what does not match, as
-    /// a face with slashes, is skipped. The surface grows from the first face over shared sides, so all faces
-    /// must hang together with consistent winding. Vertices without a face are dropped, normals are computed,
+    /// Replaces the mesh by the contents of an OBJ text file: records "v x y z", "vt u v" for each vertex or
+    /// none, and "f a b c" with indices from 1; see objfile.cpp for the dialect. The faces must hang together
+    /// over shared sides with consistent winding. Vertices without a face are dropped, normals are computed,
     /// and `<directory>\<stem>_cut_indices.txt`, if there is one, extends the cut (see `getCutEdgeIndices`).
-    /// Only a backslash separates directories. Face indices too large for 32 bits count as out of range.
+    /// Only a backslash separates directories.
     /// \throws std::runtime_error "Invalid file extension" if the path holds no ".obj", "Cannot open file",
-    /// "File does not contain 3D data", "Invalid number of 2D coordinates" if some but not all vertices have
-    /// one, "Invalid vertex index", or "Mesh construction failure" if there is no face or the faces cannot
-    /// be joined. After these, and after an exception of the listener, the mesh holds what was read until
-    /// then: vertices, their flat places, and triangles as far as they were joined. It can be asked, saved
-    /// and loaded again like any other; flattening refuses it while a vertex has no triangle.
+    /// "File does not contain 3D data", "Invalid number of 2D coordinates", "Invalid vertex index", or "Mesh
+    /// construction failure" if there is no face or the faces cannot be joined. After these, and after an
+    /// exception of the listener, the mesh holds what was read until then; flattening refuses it while a
+    /// vertex has no triangle.
     FileContents load(char const* path);
 
     /// The same with the cut in a file of its own, at `cutPath`; if none can be opened there, there is no
@@ -117,6 +116,11 @@ public:
     /// or "Cannot write cut file" if it cannot be written to its end, as on a full disk.
     void save(char const* path, bool saveFlat, bool saveFlatAs3D) const;
 
+    /// The same with the cut, if there is one, written to `cutPath`, wherever that is. Without a cut nothing
+    /// is written there, and a file that is there stays. \throws also "Cannot open cut file", with the mesh
+    /// written.
+    void save(char const* path, char const* cutPath, bool saveFlat, bool saveFlatAs3D) const;
+
     /// Replaces the mesh by the one that `load` makes of an OBJ file of these points and faces, without flat
     /// coordinates: the same vertices, triangles, orders and normals, and the same demands on the faces. The
     /// file name and the cut of an earlier mesh stay.
@@ -124,30 +128,23 @@ public:
     /// mesh unchanged, or "Mesh construction failure" if there is no face or the faces cannot be joined, with
     /// what was built until then.
     void construct(std::vector<Point> const& points, std::vector<Face> const& faces);
-    /// The same with the cut, if there is one, written to `cutPath`, wherever that is. Without a cut nothing
-    /// is written there, and a file that is there stays. \throws also "Cannot open cut file", with the mesh
-    /// written.
-    void save(char const* path, char const* cutPath, bool saveFlat, bool saveFlatAs3D) const;
 
-    /// Replaces the mesh by a surface through the points of a cloud, by an advancing front: from the closest
-    /// two points on, always the waiting triangle of the smallest circumradius is built next. A point forms
-    /// triangles with its 64 nearest others only, or with as many as there are, and uses each such link once.
-    /// Vertex i is point i, also when no triangle reaches it; normals are not computed, and sides still open
-    /// when all points are reached stay open. Where the front meets itself, sheets may touch in a point alone
-    /// or pass over each other; `conformalMap` refuses the former. The first triangle faces up, towards +z,
-    /// and stands on the left of its closest pair, lower index first: on a rim there may be no point there,
-    /// and the points in reverse order then do. A side of it on which no point can stand waits for nothing,
-    /// and may stay open. Time grows a little faster than the number of points, but with its square where
-    /// many distances are equal, as on a lattice; memory grows with the number. The file name and the cut of
-    /// an earlier mesh stay.
-    /// \throws std::runtime_error "Cannot add floating triangle" if no first triangle can be made.
+    /// Replaces the mesh by a surface through the points of a cloud, by an advancing front from the closest
+    /// two points on, facing up there (see reconstruction.cpp). Vertex i is point i, also when no triangle
+    /// reaches it; normals are not computed, and sides still open when all points are reached stay open.
+    /// Sheets may touch in a point alone, which `conformalMap` refuses, or pass over each other. The first
+    /// triangle stands on the left of its closest pair, lower index first: on a rim there may be no point
+    /// there, and the points in reverse order then do. Time grows a little faster than the number of points,
+    /// but with its square where many distances are equal, as on a lattice. The file name and the cut of an
+    /// earlier mesh stay. \throws std::runtime_error "Cannot add floating triangle" if no first triangle can
+    /// be made.
     void construct(PointCloud::Cloud const& cloud);
 
     /// The boundary of the triangles that `getTriangles` gathers, of which each open side lies on one loop.
     /// Loops come in the order of their lowest vertices, at which each starts; loops with the same one, in
     /// that of the triangles of their first edges. A mesh that is closed or empty has none. Costs a walk
     /// along the boundary beside `getTriangles`.
-    std::vector<BoundaryLoop> getBoundaryLoops() const;
+    [[nodiscard]] std::vector<BoundaryLoop> getBoundaryLoops() const;
 
     /// The four corners of the longest boundary loop, by how sharply it turns and how far they lie apart,
     /// into `corners[0]` to `corners[3]`. The first and the third are the ends of the longest diagonal. A
@@ -158,46 +155,27 @@ public:
 
     /// Slits the mesh along edges, from the boundary vertex with the least or greatest coordinate `axis` to
     /// another boundary, as straight as edges allow in the plane through that vertex along both axes. Meant
-    /// for tubes, before they are flattened:
-    ///
-    ///        .-----.                           z
-    ///       (       * start: Maximum along z   |
-    ///       |       |                          '--- x
-    ///       |       |--> normal: perpendicularAxis x
-    ///       |       |
-    ///       (       * end
-    ///        '-----'
-    ///
-    /// `perpendicularAxis` is thus the axis along which the surface's normal points at the start, outward and
-    /// to the axis's positive side, and not one across the surface. True when the mesh was cut: the vertices
-    /// of the path have then been doubled, the twins on its left getting new indices, and the pairs are kept
-    /// as the cut. False, with the mesh as it was and no cut, if there is no boundary, if the path finds no
-    /// edge that leads on, meets itself or runs along the boundary, if one of its edges ends exactly on the
-    /// plane, or if one ends where sheets touch in a point alone, in another sheet than the first. An
-    /// exception leaves the same.
+    /// for tubes, before they are flattened. `perpendicularAxis` is the axis along which the surface's normal
+    /// points at the start, outward and to the axis's positive side, and not one across the surface; cut.cpp
+    /// has a drawing. True when the mesh was cut: the vertices of the path are doubled, the twins on its left
+    /// getting new indices, and the pairs are kept as the cut. False, with the mesh as it was and no cut, if
+    /// there is no boundary, if the path finds no edge that leads on, meets itself or runs along the
+    /// boundary, if one of its edges ends exactly on the plane, or if one ends where sheets touch in a point
+    /// alone, in another sheet than the first. An exception leaves the same.
     bool makeCut(CutMetric metric, unsigned long axis, unsigned long perpendicularAxis);
 
-    /// Gives every vertex its place in the plane by a least-squares conformal map: the discrete harmonic map
-    /// with cotangent weights and a conformal boundary term, solved by conjugate gradients (Lévy et al.,
-    /// "Least Squares Conformal Maps", 2002; Desbrun et al., "Intrinsic Parameterizations of Surface Meshes",
-    /// 2002). With `doPinExtremeCorners` two far corners of the longest boundary loop are fixed and the
-    /// outline finds its own shape; without, that loop is first rolled out so that edge lengths and boundary
-    /// angles keep their proportions, and only the inside is solved for. The map is turned so that its
-    /// bounding box is small and lies along u, with its low corner at (0, 0).
-    ///
-    /// The vertices are renumbered for good: interior first, the longest loop last. `pSolution` (may be null)
-    /// receives the solver's solution, and is its start value if `doUseSolutionAsStart`, which must then have
-    /// the length of the system. It fits only a mesh numbered as that one was before its call, as the same
-    /// file loaded again: a second call on one mesh may number it otherwise. Standard output receives a new
-    /// line, before it the progress lines of each solve if there is a listener; a solve that does not
-    /// converge is noted there and its last iterate is used. A loop of fewer than 128 vertices that is rolled
-    /// out is pinned at its first two.
-    /// \throws std::runtime_error "Mesh has no boundary", "Mesh boundary is not manifold" (a vertex at which
-    /// the boundary meets itself) or "Mesh has a vertex without a triangle", all with the mesh unchanged;
-    /// "Boundary flattening internal failure" if a loop of fewer than five vertices is to be rolled out, and
-    /// SparseMatrix::SparseMatrixInvalidDimensionsException* for a start value of the wrong length, both
-    /// after the renumbering. Should memory run out, or a listener throw, after it, the places in the plane
-    /// are the old ones or not yet turned, and the solution may be empty.
+    /// Gives every vertex its place in the plane by a least-squares conformal map (see conformalmap.cpp),
+    /// along u and with its low corner at (0, 0). With `doPinExtremeCorners` two far corners of the longest
+    /// boundary loop are fixed; without, that loop is rolled out. Vertices are renumbered for good.
+    /// `pSolution` (may be null) receives the solution, and is the start with `doUseSolutionAsStart`: it fits
+    /// only a mesh that is numbered as that one was before its call. Standard output receives a new line, or
+    /// that a solve failed, whose last iterate is used, and with a listener the progress of each solve.
+    /// \throws std::runtime_error "Mesh has no boundary", "Mesh boundary is not manifold", "Mesh has a vertex
+    /// without a triangle", with the mesh unchanged; after the renumbering "Boundary flattening internal
+    /// failure" for a loop of fewer than five vertices, and
+    /// SparseMatrix::SparseMatrixInvalidDimensionsException* for a start of the wrong length. Should memory
+    /// run out, or a listener throw, the flat places may be the old ones or not yet turned, the solution
+    /// empty.
     void conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSolution, bool doUseSolutionAsStart);
 
     /// How the solves of the last `conformalMap` ended; no report for those that it did not come to.
@@ -211,9 +189,11 @@ public:
     /// The index wraps modulo the number of vertices, of which there must be one. The reference is to a place
     /// of the array: it stays valid until vertices are added or dropped (`load`, `construct`, `makeCut`,
     /// `conformalMapTest`) or the mesh ends. `conformalMap` leaves the array and puts other vertices there.
-    Vertex const& getVertex(unsigned long i) const { return vertices[wrappedIndex(i)]; }
+    Vertex const& getVertex(unsigned long i) const {
+        return vertices[toUInt32(i) % toUInt32(vertices.size())];
+    }
 
-    Vertex& getVertex(unsigned long i) { return vertices[wrappedIndex(i)]; }
+    Vertex& getVertex(unsigned long i) { return vertices[toUInt32(i) % toUInt32(vertices.size())]; }
 
     /// Gathers the triangles in ascending order of their addresses, which is the order in which they were
     /// made as far as they lie in one run of memory. They stand from `first` to `last`; what lies behind
@@ -228,7 +208,7 @@ public:
 
     /// The triangles of the surface that `getTriangles` misses although navigation leads to them, in
     /// ascending order of their addresses. None, as a rule.
-    std::vector<Triangle*> getUnlistedTriangles() const;
+    [[nodiscard]] std::vector<Triangle*> getUnlistedTriangles() const;
 
     /// The name that `load` took last, without directory and extension.
     std::string const& getFileName() const { return fileName; }
@@ -248,10 +228,9 @@ public:
     void setProgressTerminator(ProgressTerminator* terminator) { progressTerminator = terminator; }
 
 private:
-    struct BoundaryLoops;
-    struct NeighbourLinks;
-    class AdvancingFront;
-    class FaceStitcher;
+    /// What the algorithms read, and what they build with.
+    Connectivity getConnectivity() const;
+    SurfaceBuilder getBuilder();
 
     /// Appends a vertex that no triangle touches yet. Always true.
     bool addVertex(Vertex const& vertex);
@@ -264,11 +243,6 @@ private:
     /// triangles that lie against them. False if `e` is not on the boundary or a stitch is taken; what was
     /// stitched until then stays.
     bool addBoundaryTriangle(Edge const& e, int w);
-    bool addTriangleWithFloatingApex(Edge const& e, unsigned long w);
-    bool addTriangleWithAttachedApex(Edge const& e, unsigned long w);
-    bool stitchAttachedSides(Triangle* triangle);
-    bool stitchSide(Triangle* triangle, std::uint32_t side, unsigned long v);
-    void takeOut(Triangle* triangle);
 
     /// Whether no triangle touches the vertex. The index wraps.
     bool getIsVertexFloating(unsigned long v) const;
@@ -281,7 +255,6 @@ private:
 
     /// Whether the directed edge a to b exists; `out` (may be null) receives it.
     bool getDoesEdgeExist(unsigned long a, unsigned long b, Edge* out) const;
-    static bool findSpoke(Edge start, bool isBoundaryVertex, unsigned long b, Edge* out);
 
     /// An edge out of the vertex, or one without a triangle if the vertex is floating.
     Edge getVertexArbitraryEdge(unsigned long v) const;
@@ -293,12 +266,10 @@ private:
     /// whole if any of the fan's triangles faces away from it. Flat fans around an inner vertex have no
     /// gradient and give what rounding leaves, or NaN.
     Vector getVertexNormal(unsigned long v) const;
-    Vector getFanAreaGradientNormal(bool isBoundaryVertex, Edge const& start) const;
     void calculateVertexNormals();
 
     /// Drops the vertices that no triangle touches and renumbers the others in their order.
     void clean();
-    void renumberTriangles(std::vector<std::uint32_t> const& newIndex);
 
     /// Empties the mesh. The file name, the cut and the listener stay, and so do triangles' addresses.
     void clear();
@@ -306,23 +277,12 @@ private:
     /// The nearest whole number, a half going upward.
     static double round(double value);
 
-    std::uint32_t wrappedIndex(unsigned long i) const { return toUInt32(i) % toUInt32(vertices.size()); }
-
-    FileContents loadFrom(char const* path, std::string const& name, std::string const& cutPath);
-    void saveSurface(char const* path, bool saveFlat, bool saveFlatAs3D) const;
-
     std::string getCutEdgeIndicesFileName(std::string const& stem) const;
     void saveCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices) const;
-
-    /// False if the file cannot be opened; true with nothing written if there are no pairs.
-    static bool writeCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices);
 
     /// Appends the pairs of the file; none if it cannot be opened. The read that meets the end of the file
     /// appends a pair (0, 0).
     void loadCutEdgeIndices(std::string const& path, CutEdgeIndices& indices) const;
-
-    NeighbourLinks linkNeighbours() const;
-    bool getIsFrontReady(Edge const& edge, unsigned long apex) const;
 
     /// The apex that gives the triangle (a, b, apex) of the smallest circumradius on the side of `normal`,
     /// among the first `counts[a]` of `nearest[a]`, the earliest of equals. An apex of the surface must lie
@@ -331,52 +291,29 @@ private:
     bool getMinrTSqr(unsigned long a, unsigned long b, std::vector<std::vector<std::uint32_t>>& nearest,
                      std::vector<std::uint32_t>& counts, Vector const& normal, unsigned long* apex,
                      double* rTSqr, bool* apexWasFloating) const;
-    unsigned long getEndOfLastSpoke(unsigned long v) const;
     static void removeEdgeFromIndices(unsigned long a, unsigned long b,
                                       std::vector<std::vector<std::uint32_t>>& nearest,
                                       std::vector<std::uint32_t>& counts);
-
-    std::vector<std::uint32_t> getLongestBoundaryLoop() const;
 
     /// The two ends, as positions along the first boundary loop, of its longest stretch between two kinks of
     /// more than 5 degrees, counted in vertices. The stretch through the start of the loop is not joined up;
     /// one that leads to the first kink starts at 0xFFFFFFFF. False if there is no boundary.
     bool getExtremeBoundaryVertexIndices(unsigned long* first, unsigned long* second) const;
 
-    bool findExtremeBoundaryVertex(CutMetric metric, unsigned long axis, std::uint32_t& extreme) const;
-    Edge getFirstSpoke(std::uint32_t v, bool isOnBoundary) const;
-    bool getIsSpokeOfListedFan(Edge const& edge, bool isOnBoundary) const;
-    bool findCutPath(std::uint32_t start, Vector const& planeNormal, std::vector<Edge>& path) const;
-    void makeRoomForTwins(std::size_t count);
-    void slit(std::vector<Edge> const& path);
-    std::uint32_t splitVertex(std::uint32_t v, Edge const& edge, Triangle* other);
-
     /// Renumbers the mesh: interior vertices first, then the boundary loops in walking order, the longest
     /// last; with `doPinExtremeCorners` its two most distant corners are the last two vertices of all.
     /// `numberOfBoundaryVertices` is the length of the longest loop alone.
     void promoteInterior(bool doPinExtremeCorners, unsigned long& numberOfInteriorVertices,
                          unsigned long& numberOfBoundaryVertices);
-    BoundaryLoops classifyVertices() const;
-    std::vector<std::uint32_t> getBoundaryLoop(std::uint32_t start) const;
-    void pinExtremeCorners(std::vector<std::uint32_t>& loop) const;
-    void renumberVertices(std::vector<std::uint32_t> const& newIndex);
-
-    /// Assembles and solves the system for the free vertices, those in front of the last
-    /// `fixedPoints.size()`. On entry `solution` is the start value.
-    void solveConformalSystem(std::vector<TwoDimensional::Point<double>> const& fixedPoints,
-                              LinearAlgebra::Vector& solution);
 
     /// Rolls the longest loop out into the plane: `boundaryPoints` has room for one point for each of its
     /// vertices, which must be the last of the mesh, in walking order.
     void getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVertices,
                                             TwoDimensional::Point<double>* boundaryPoints);
 
-    double getBoundaryAngle(unsigned long v, Edge& outgoing) const;
-
     /// Turns the flat map to the smallest of 4096 bounding boxes over a quarter turn, with its long side
     /// along u and its low corner at (0, 0). Always true.
     bool transformMinBBArea2D();
-    void moveFlatMapToOrigin();
 
     std::vector<std::vector<Triangle*>> vertexTriangles;
     std::vector<Vertex> vertices;

@@ -39,7 +39,8 @@ public:
 
 private:
     friend class Edge;
-    friend class Mesh;
+    friend class Connectivity;
+    friend class SurfaceBuilder;
     friend class TriangleArena;
 
     /// Stands for the side number of a neighbour that is not there.

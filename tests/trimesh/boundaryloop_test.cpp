@@ -1,5 +1,5 @@
+#include "Geometry/flattening/internal/vertexloops.h"
 #include "Geometry/spatial/cloud.h"
-#include "Geometry/trimesh/boundary/internal/boundaryloops.h"
 #include "Geometry/trimesh/mesh.h"
 #include "tests/support/cloudfamilies.h"
 #include "tests/support/meshfamilies.h"
@@ -152,7 +152,7 @@ TEST(BoundaryLoops, OfEveryFamilyAreThePlainOnesAndThoseOfTheFlattening) {
             EXPECT_EQ(loop.length, lengthOf(*mesh, loop.vertices));
         }
         if (!loops.empty()) {
-            EXPECT_EQ(mesh->classifyVertices().loops, expected);
+            EXPECT_EQ(classifyVertices(mesh->getConnectivity()).loops, expected);
         }
         loopCount += loops.size();
     }

@@ -1,6 +1,7 @@
 #include "Geometry/spatial/cloud.h"
 #include "Geometry/trimesh/internal/trianglearena.h"
 #include "Geometry/trimesh/mesh.h"
+#include "Geometry/trimesh/reconstruction/internal/advancingfront.h"
 #include "tests/support/float_bits.h"
 #include "tests/support/meshfamilies.h"
 #include "tests/support/plain_meshcopy.h"
@@ -661,23 +662,25 @@ TEST(Reconstruction, AWaitingTriangleIsDroppedWhenItsPlaceHasBeenTaken) {
     ASSERT_TRUE(mesh.addFloatingTriangle({0, 1, 4}));
     Edge const upper = mesh.getVertexArbitraryEdge(4);
     ASSERT_EQ(upper.dest(), 0U);
-    EXPECT_TRUE(mesh.getIsFrontReady(upper, 3));
+    EXPECT_TRUE(getIsFrontReady(mesh.getConnectivity(), upper, 3));
     ASSERT_TRUE(mesh.addBoundaryTriangle(upper, 3));
     Edge const left = upper.sym().rot();
     ASSERT_EQ(left.org(), 4U);
     ASSERT_EQ(left.dest(), 3U);
-    EXPECT_FALSE(mesh.getIsFrontReady(left, 0)) << "the side 4 to 0 exists, of the first triangle";
+    EXPECT_FALSE(getIsFrontReady(mesh.getConnectivity(), left, 0))
+        << "the side 4 to 0 exists, of the first triangle";
     Edge const low = left.rot();
     ASSERT_EQ(low.dest(), 0U);
-    EXPECT_FALSE(mesh.getIsFrontReady(low, 4)) << "the side 4 to 0 exists";
-    EXPECT_TRUE(mesh.getIsFrontReady(low, 6));
-    EXPECT_FALSE(mesh.getIsFrontReady(upper, 3)) << "the edge is closed";
-    EXPECT_FALSE(mesh.getIsFrontReady(upper, 6)) << "the edge is closed";
+    EXPECT_FALSE(getIsFrontReady(mesh.getConnectivity(), low, 4)) << "the side 4 to 0 exists";
+    EXPECT_TRUE(getIsFrontReady(mesh.getConnectivity(), low, 6));
+    EXPECT_FALSE(getIsFrontReady(mesh.getConnectivity(), upper, 3)) << "the edge is closed";
+    EXPECT_FALSE(getIsFrontReady(mesh.getConnectivity(), upper, 6)) << "the edge is closed";
     Triangle* const across = upper.sym().getTriangle();
     upper.makeBoundary();
-    EXPECT_TRUE(mesh.getIsFrontReady(upper, 6));
+    EXPECT_TRUE(getIsFrontReady(mesh.getConnectivity(), upper, 6));
     mesh.vertexTriangles[0].push_back(across);
-    EXPECT_FALSE(mesh.getIsFrontReady(upper, 6)) << "another triangle lies against the edge, unstitched";
+    EXPECT_FALSE(getIsFrontReady(mesh.getConnectivity(), upper, 6))
+        << "another triangle lies against the edge, unstitched";
 }
 
 TEST(Reconstruction, UsedLinksAreErasedOnceAndOnlyAmongTheLiveOnes) {
@@ -836,7 +839,7 @@ TEST(MinimumCircumradius, AnAttachedApexMustLieBesideTheFront) {
 TEST(MinimumCircumradius, TheLastSpokeOfAClosedFanIsTheOneBeforeItsStart) {
     auto const mesh = makeMesh(makeTetrahedron());
     for (std::uint32_t v = 0; v < 4; ++v) {
-        EXPECT_EQ(mesh->getEndOfLastSpoke(v), mesh->getVertexArbitraryEdge(v).dest());
+        EXPECT_EQ(getEndOfLastSpoke(mesh->getConnectivity(), v), mesh->getVertexArbitraryEdge(v).dest());
     }
 }
 

@@ -1,156 +1,121 @@
+#include "Geometry/trimesh/boundary/internal/cutpath.h"
+#include "Geometry/trimesh/internal/surfacebuilder.h"
 #include "Geometry/trimesh/mesh.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <limits>
+#include <optional>
+#include <vector>
+
+// A tube is slit along edges, so that it can be flattened:
+//
+//        .-----.                           z
+//       (       * start: Maximum along z   |
+//       |       |                          '--- x
+//       |       |--> normal: perpendicularAxis x
+//       |       |
+//       (       * end
+//        '-----'
+//
+// The path leads from the extreme boundary vertex in the plane through it along both axes (cutpath.cpp).
+// Forward is at right angles to the plane's normal and to the triangle behind; of the edges out of a vertex
+// that lead forward, the one that ends nearest to the plane through the start is taken, and the path is as
+// straight as edges allow. Then its edges are parted and its vertices doubled, both ends included: the twins,
+// with new indices, go to the triangles on the left.
+//
+// No tolerance: distances from the plane are compared as squares, the first of equals stays. That an edge
+// which ends exactly on the plane ends the search without a cut is odd, since no path could be straighter; it
+// is kept, because which surfaces are cut is part of the interface. The path may not enter a vertex in
+// another sheet than that which the vertex lists: another fan would be slit there. All memory is taken before
+// the first edge parts.
+//
+// Cost: a look at every vertex for the start, and a fan for every vertex of the path.
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 namespace {
 
-constexpr double largestDouble = std::numeric_limits<double>::max();
+std::optional<std::uint32_t> findExtremeBoundaryVertex(Connectivity const& surface, CutMetric metric,
+                                                       unsigned long axis) {
+    constexpr double beyondAll = std::numeric_limits<double>::max();
+    double best = metric == Minimum ? beyondAll : -beyondAll;
+    std::optional<std::uint32_t> extreme;
+    for (std::uint32_t v = 0; v < surface.getNumberOfVertices(); ++v) {
+        if (!surface.getIsAttached(v) || !surface.getIsOnBoundary(v)) {
+            continue;
+        }
+        double const place = surface.getPoint(v).get(axis);
+        if (metric == Minimum ? place < best : place > best) {
+            best = place;
+            extreme = v;
+        }
+    }
+    return extreme;
+}
+
+/// The lips of the path that is slit, with room for as many entries as it has vertices.
+class Slit {
+public:
+    Slit(SurfaceBuilder const& newBuilder, CutEdgeIndices& newLips) : builder(newBuilder), lips(newLips) {}
+
+    /// Opens the edges of the path and gives the triangles on its left vertices of their own. An exception
+    /// leaves the mesh as it was.
+    void open(std::vector<Edge> const& path) {
+        makeRoom(path.size() + 1);
+        Edge const& last = path.back();
+        Triangle* onRight = nullptr;
+        for (Edge const& edge : path) {
+            onRight = edge.sym().getTriangle();
+            std::uint32_t const twin = split(toUInt32(edge.org()), edge, onRight);
+            SurfaceBuilder::part(edge);
+            for (Edge const& spoke : Fan(edge)) {
+                SurfaceBuilder::setOrigin(spoke, twin);
+            }
+        }
+        std::uint32_t const twin = split(toUInt32(last.dest()), last, onRight);
+        for (Edge spoke = last.rot(); spoke.getTriangle() != nullptr; spoke = spoke.oprev()) {
+            SurfaceBuilder::setOrigin(spoke, twin);
+        }
+    }
+
+private:
+    void makeRoom(std::size_t count) {
+        lips.first.reserve(count);
+        lips.second.reserve(count);
+        builder.makeRoomForTwins(count);
+    }
+
+    /// Adds the twin of a vertex on the path for the left lip, which starts from the triangle of `edge`; the
+    /// vertex itself stays with the right lip.
+    std::uint32_t split(std::uint32_t v, Edge const& edge, Triangle* onRight) {
+        std::uint32_t const twin = builder.addTwin(v, edge.getTriangle(), onRight);
+        lips.first.push_back({v});
+        lips.second.push_back({twin});
+        return twin;
+    }
+
+    SurfaceBuilder builder;
+    CutEdgeIndices& lips;
+};
 
 } // namespace
 
 bool Mesh::makeCut(CutMetric metric, unsigned long axis, unsigned long perpendicularAxis) {
     cutEdgeIndices.first.clear();
     cutEdgeIndices.second.clear();
-    std::uint32_t start = 0;
-    if (!findExtremeBoundaryVertex(metric, axis, start)) {
+    auto const start = findExtremeBoundaryVertex(getConnectivity(), metric, axis);
+    if (!start) {
         return false;
     }
     Vector const perpendicular(perpendicularAxis, metric == Maximum ? 1.0 : -1.0);
     Vector const planeNormal = Vector(axis, 1.0).cross(perpendicular);
-    std::vector<Edge> path;
-    if (!findCutPath(start, planeNormal, path)) {
+    auto const path = findCutPath(getConnectivity(), *start, planeNormal);
+    if (!path) {
         return false;
     }
-    makeRoomForTwins(path.size() + 1);
-    slit(path);
+    Slit(getBuilder(), cutEdgeIndices).open(*path);
     return true;
-}
-
-/// Takes all memory that slitting needs, so that it cannot end half way. The twins' lists come last: without
-/// the vertices they must not stay.
-void Mesh::makeRoomForTwins(std::size_t count) {
-    cutEdgeIndices.first.reserve(count);
-    cutEdgeIndices.second.reserve(count);
-    vertices.reserve(vertices.size() + count);
-    vertexTriangles.resize(vertices.size() + count, {nullptr});
-}
-
-bool Mesh::findExtremeBoundaryVertex(CutMetric metric, unsigned long axis, std::uint32_t& extreme) const {
-    double best = metric == Minimum ? largestDouble : -largestDouble;
-    bool isFound = false;
-    for (std::uint32_t v = 0; v < toUInt32(vertices.size()); ++v) {
-        if (!getIsVertexAttached(v) || !getIsBoundaryVertex(v)) {
-            continue;
-        }
-        double const place = vertices[v].getPoint3D().get(axis);
-        if (metric == Minimum ? place < best : place > best) {
-            best = place;
-            extreme = v;
-            isFound = true;
-        }
-    }
-    return isFound;
-}
-
-/// An edge out of the vertex; at the boundary, the one from which its fan goes on.
-Edge Mesh::getFirstSpoke(std::uint32_t v, bool isOnBoundary) const {
-    Edge edge = getVertexArbitraryEdge(v);
-    while (isOnBoundary && !edge.isBoundary()) {
-        edge = edge.oprev();
-    }
-    return edge;
-}
-
-/// Whether the edge starts in the fan that its vertex is listed with. A cut divides that fan, also where
-/// others touch it in the vertex.
-bool Mesh::getIsSpokeOfListedFan(Edge const& edge, bool isOnBoundary) const {
-    Edge const first = getFirstSpoke(toUInt32(edge.org()), isOnBoundary);
-    Edge spoke = first;
-    do {
-        if (spoke == edge) {
-            return true;
-        }
-        spoke = spoke.onext();
-    } while (spoke.triangle != nullptr && spoke != first);
-    return false;
-}
-
-/// Finds edges from the start to another boundary vertex, each ending as near as can be to the plane through
-/// the start. False if the path gets stuck, runs into itself or along the boundary, if an edge ends exactly
-/// on the plane, or if one leads into a lesser fan of its end.
-bool Mesh::findCutPath(std::uint32_t start, Vector const& planeNormal, std::vector<Edge>& path) const {
-    Point const origin = vertices[start].getPoint3D();
-    std::vector<bool> isOnPath(vertices.size(), false);
-    std::uint32_t current = start;
-    bool isOnBoundary = true;
-    Vector normal = getFirstSpoke(start, true).N();
-    do {
-        isOnPath[current] = true;
-        Edge const first = getFirstSpoke(current, isOnBoundary);
-        Vector const forward = planeNormal.cross(normal);
-        double best = largestDouble;
-        bool isChosen = false;
-        Edge chosen = first;
-        Edge spoke = first;
-        do {
-            double const t = (spoke.vphidest3() - origin).dot(planeNormal);
-            if (best > t * t && spoke.vphi3().dot(forward) > 0.0) {
-                chosen = spoke;
-                best = t * t;
-                isChosen = true;
-            }
-            spoke = spoke.onext();
-        } while (spoke.triangle != nullptr && spoke != first);
-        if (!isChosen || best == 0.0 || chosen.isBoundary()) {
-            return false;
-        }
-        current = toUInt32(chosen.dest());
-        if (isOnPath[current]) {
-            return false;
-        }
-        normal = chosen.N();
-        isOnBoundary = getIsBoundaryVertex(current);
-        if (!getIsSpokeOfListedFan(chosen.rot(), isOnBoundary)) {
-            return false;
-        }
-        path.push_back(chosen);
-    } while (!isOnBoundary);
-    return true;
-}
-
-/// Opens the edges of the path and gives the triangles on its left vertices of their own.
-void Mesh::slit(std::vector<Edge> const& path) {
-    Edge const& last = path.back();
-    Triangle* other = nullptr;
-    for (Edge const& edge : path) {
-        other = edge.sym().triangle;
-        auto const org = toUInt32(edge.org());
-        std::uint32_t const split = splitVertex(org, edge, other);
-        edge.makeBoundary();
-        for (Edge spoke = edge; spoke.triangle != nullptr; spoke = spoke.onext()) {
-            spoke.triangle->setAdjacentVertexIndex(spoke.triangleEdgeIndex + 1UL, split);
-        }
-    }
-    auto const end = toUInt32(last.dest());
-    std::uint32_t const split = splitVertex(end, last, other);
-    for (Edge spoke = last.rot(); spoke.triangle != nullptr; spoke = spoke.oprev()) {
-        spoke.triangle->setAdjacentVertexIndex(spoke.triangleEdgeIndex + 1UL, split);
-    }
-}
-
-/// Adds the twin of a vertex on the path for the left lip, which starts from the triangle of `edge`; the
-/// vertex itself stays with the right lip, from `other` on.
-std::uint32_t Mesh::splitVertex(std::uint32_t v, Edge const& edge, Triangle* other) {
-    std::uint32_t const split = toUInt32(vertices.size());
-    Point const point = vertices[v].getPoint3D();
-    vertices.emplace_back(point);
-    vertexTriangles[split].front() = edge.triangle;
-    vertexTriangles[v].front() = other;
-    cutEdgeIndices.first.push_back({v});
-    cutEdgeIndices.second.push_back({split});
-    return split;
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

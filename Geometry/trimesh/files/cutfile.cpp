@@ -1,24 +1,19 @@
+#include "Geometry/trimesh/files/internal/cutfile.h"
+
 #include "Geometry/foundations/internal/outputfile.h"
-#include "Geometry/trimesh/mesh.h"
 
 #include <fstream>
 #include <locale>
 #include <stdexcept>
 
-// The file of a cut holds one pair of vertices a line, the lip that stayed first: "3, 7".
+// The file of a cut holds one pair of vertices a line, the lip that stayed first: "3, 7". It is read as three
+// words a pair until a read fails, whatever the separators. The read that meets the end of the file counts as
+// a pair as well, of what it left: (0, 0). That is odd and kept, because the pair is saved again and marks
+// cells of a resampled grid.
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
-std::string Mesh::getCutEdgeIndicesFileName(std::string const& stem) const {
-    return stem + "_cut_indices.txt";
-}
-
-void Mesh::saveCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices) const {
-    // That it cannot be opened goes unnoticed: with other separators than backslashes the path leads nowhere.
-    writeCutEdgeIndices(path, indices);
-}
-
-bool Mesh::writeCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices) {
+bool writeCutFile(std::string const& path, CutEdgeIndices const& indices) {
     if (indices.first.empty()) {
         return true;
     }
@@ -35,7 +30,7 @@ bool Mesh::writeCutEdgeIndices(std::string const& path, CutEdgeIndices const& in
     return true;
 }
 
-void Mesh::loadCutEdgeIndices(std::string const& path, CutEdgeIndices& indices) const {
+CutEdgeIndices readCutFile(std::string const& path) {
     std::ifstream stream(path);
     stream.imbue(std::locale::classic());
     CutEdgeIndices read;
@@ -47,6 +42,20 @@ void Mesh::loadCutEdgeIndices(std::string const& path, CutEdgeIndices& indices) 
         read.first.push_back(first);
         read.second.push_back(second);
     }
+    return read;
+}
+
+std::string Mesh::getCutEdgeIndicesFileName(std::string const& stem) const {
+    return stem + "_cut_indices.txt";
+}
+
+void Mesh::saveCutEdgeIndices(std::string const& path, CutEdgeIndices const& indices) const {
+    // That it cannot be opened goes unnoticed: with other separators than backslashes the path leads nowhere.
+    writeCutFile(path, indices);
+}
+
+void Mesh::loadCutEdgeIndices(std::string const& path, CutEdgeIndices& indices) const {
+    CutEdgeIndices const read = readCutFile(path);
     // Both lips get their entries or, should there be no memory for one, neither.
     indices.first.reserve(indices.first.size() + read.first.size());
     indices.second.reserve(indices.second.size() + read.second.size());

@@ -10,12 +10,13 @@ Mesh::Mesh(std::vector<Point> const& points, std::vector<Face> const& faces) : M
 
 void Mesh::construct(std::vector<Point> const& points, std::vector<Face> const& faces) {
     checkFaces(faces, points.size());
-    clear();
+    SurfaceBuilder const builder = getBuilder();
+    builder.clear();
     for (Point const& point : points) {
-        addVertex(Vertex(point));
+        builder.addVertex(Vertex(point));
     }
     reportMessage(progressListener, "Constructing triangle mesh...");
-    FaceStitcher(*this, faces).run();
+    FaceStitcher(builder, faces, progressListener).run();
     clean();
     calculateVertexNormals();
 }

@@ -13,6 +13,23 @@
 #include <stdexcept>
 #include <string_view>
 
+// An OBJ file is read in passes over its text: vertices, flat places, faces. The dialect is that of `fgetc`
+// and `fscanf`: a record starts at any `v` or `f`, wherever it stands, whose numbers follow; a flat place at
+// any `t` right behind a `v`. Lines, comments and names of groups mean nothing, so a word as "surface" costs
+// a look at what follows its `f`, and "v" and "f" in front of three numbers in a comment are records. A face
+// with slashes breaks off at its first slash and is skipped, like a face of fewer than three numbers; of
+// more, three count.
+//
+// Numbers are rounded once, to float, whatever the locale (textscanner.h). Indices are 32-bit and count from
+// 1; 0 and negative ones wrap round and are out of range. A face's first index is checked when it is read, so
+// that a wrong one ends the pass, the others when all are read.
+//
+// Percentages need totals before the records are read: those are counted as the pairs of characters that
+// usually start a record, so they may pass or never reach 100. Each vertex is added before its percentage is
+// reported: a listener that throws leaves the vertices read until then. Room is made for no more vertices
+// than the text can hold. Cost: four passes over the text, five and the way to the first flat place with a
+// listener, and the stitching (facestitcher.cpp).
+
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 namespace {
@@ -132,42 +149,46 @@ std::vector<Face> readFaces(TextScanner& scanner, std::size_t vertexCount,
     return faces;
 }
 
+/// Reads the file into the mesh, up to its triangles. The result is whether it has a flat map.
+bool readSurface(char const* path, std::string const& name, SurfaceBuilder const& builder,
+                 ProgressListener* const& listener) {
+    checkExtension(path);
+    reportMessage(listener, ("Initialising file load: " + name + ".").c_str());
+    builder.clear();
+    TextScanner scanner(readText(openFile(path).get()));
+    std::uint64_t const estimate = estimatePairs(scanner, 'v', ' ');
+    builder.reserveVertices(getRoomForVertices(scanner, estimate));
+    readPoints(scanner, estimate, listener, [&](Point const& point) { builder.addVertex(Vertex(point)); });
+    std::size_t const vertexCount = builder.getVertices().size();
+    std::size_t const flatCount = readFlatPoints(scanner, builder.getVertices(), listener);
+    std::vector<Face> faces = readFaces(scanner, vertexCount, listener);
+    reportMessage(listener, "Constructing triangle mesh...");
+    checkFaces(faces, vertexCount);
+    FaceStitcher(builder, std::move(faces), listener).run();
+    return flatCount == vertexCount;
+}
+
 } // namespace
 
 FileContents Mesh::load(char const* path) {
     std::string const name(getNameWithExtension(path));
-    std::string const cutName = getCutEdgeIndicesFileName(std::string(getStem(name)));
-    return loadFrom(path, name, getPathBeside(path, cutName));
+    fileName = getStem(name);
+    bool const isFlattened = readSurface(path, name, getBuilder(), progressListener);
+    clean();
+    calculateVertexNormals();
+    loadCutEdgeIndices(getPathBeside(path, getCutEdgeIndicesFileName(std::string(getStem(name)))),
+                       cutEdgeIndices);
+    return {true, isFlattened};
 }
 
 FileContents Mesh::load(char const* path, char const* cutPath) {
-    return loadFrom(path, std::filesystem::path(path).filename().string(), cutPath);
-}
-
-FileContents Mesh::loadFrom(char const* path, std::string const& name, std::string const& cutPath) {
+    std::string const name = std::filesystem::path(path).filename().string();
     fileName = getStem(name);
-    checkExtension(path);
-    reportMessage(progressListener, ("Initialising file load: " + name + ".").c_str());
-    clear();
-    TextScanner scanner(readText(openFile(path).get()));
-    std::uint64_t const estimate = estimatePairs(scanner, 'v', ' ');
-    vertices.reserve(getRoomForVertices(scanner, estimate));
-    vertexTriangles.reserve(vertices.capacity());
-    readPoints(scanner, estimate, progressListener, [this](Point const& point) {
-        if (!addVertex(Vertex(point))) {
-            throw std::runtime_error("Cannot add vertex");
-        }
-    });
-    std::size_t const vertexCount = vertices.size();
-    std::size_t const flatCount = readFlatPoints(scanner, vertices, progressListener);
-    std::vector<Face> faces = readFaces(scanner, vertexCount, progressListener);
-    reportMessage(progressListener, "Constructing triangle mesh...");
-    checkFaces(faces, vertexCount);
-    FaceStitcher(*this, std::move(faces)).run();
+    bool const isFlattened = readSurface(path, name, getBuilder(), progressListener);
     clean();
     calculateVertexNormals();
     loadCutEdgeIndices(cutPath, cutEdgeIndices);
-    return {true, flatCount == vertexCount};
+    return {true, isFlattened};
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

@@ -1,5 +1,6 @@
 #include "Geometry/foundations/internal/outputfile.h"
 #include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/trimesh/files/internal/cutfile.h"
 #include "Geometry/trimesh/files/internal/meshpath.h"
 #include "Geometry/trimesh/mesh.h"
 
@@ -7,9 +8,14 @@
 #include <charconv>
 #include <stdexcept>
 
-// The file is written from top to bottom, a group at a time: a header, the vertices on the surface, those of
-// the flat map, the faces. Each group reports its percentages, and what was reported last is kept from one
-// group to the next.
+// A mesh file is written from top to bottom, a group at a time: a header, the vertices on the surface, those
+// of the flat map, the faces. What percentage was reported last is kept from one group to the next, so a
+// group that starts with the percentage on which another ended does not report it again.
+//
+// Numbers have six decimals, without exponents: a coordinate in millimetres keeps a nanometre, and a float of
+// 16 and more all its digits. Smaller ones lose some, so a mesh that is loaded again is not the same to the
+// bit. Faces come in the order in which the triangles were made, and each begins at the corner at which its
+// triangle does, so that the connectivity is.
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
@@ -48,50 +54,6 @@ private:
     OutputFile& file;
 };
 
-void writeVertices(TextWriter& text, Mesh const& mesh, PercentageReporter& progress) {
-    text << "g Vertices\n";
-    for (unsigned long v = 0; v < mesh.getNumberOfVertices(); ++v) {
-        Point const& point = mesh.getVertex(v).getPoint3D();
-        text << "v" << double{point.getX()} << double{point.getY()} << double{point.getZ()} << "\n";
-        progress.reportShare(v, mesh.getNumberOfVertices());
-    }
-}
-
-void writeFlatVertices(TextWriter& text, Mesh const& mesh, PercentageReporter& progress) {
-    text << "\ng Vertices2D\n";
-    for (unsigned long v = 0; v < mesh.getNumberOfVertices(); ++v) {
-        auto const& point = mesh.getVertex(v).getPoint2D();
-        text << "vt" << point.getU() << point.getV() << "\n";
-        progress.reportShare(v, mesh.getNumberOfVertices());
-    }
-}
-
-/// The flat map as a surface in the plane z = 0.
-void writeFlatSurface(TextWriter& text, Mesh const& mesh, PercentageReporter& progress) {
-    text << "\ng Vertices3D\n";
-    for (unsigned long v = 0; v < mesh.getNumberOfVertices(); ++v) {
-        auto const& point = mesh.getVertex(v).getPoint2D();
-        text << "v" << point.getU() << point.getV() << " 0.0\n";
-        progress.reportShare(v, mesh.getNumberOfVertices());
-    }
-}
-
-void writeFaces(TextWriter& text, Mesh const& mesh, PercentageReporter& progress) {
-    std::vector<Triangle*> list;
-    std::vector<Triangle*>::iterator first;
-    std::vector<Triangle*>::iterator last;
-    mesh.getTriangles(list, first, last);
-    auto const total = static_cast<std::uint64_t>(last - first);
-    for (auto triangle = first; triangle != last; ++triangle) {
-        text << "f";
-        for (unsigned long i = 0; i < 3; ++i) {
-            text << toUInt32((*triangle)->getAdjacentVertexIndex(i)) + 1U;
-        }
-        text << "\n";
-        progress.reportShare(static_cast<std::uint64_t>(triangle - first), total);
-    }
-}
-
 OutputFile openMeshOutput(char const* path) {
     auto file = OutputFile::open(path, OutputFile::Mode::Text,
                                  [] { throw std::runtime_error("Cannot write mesh file"); });
@@ -101,41 +63,104 @@ OutputFile openMeshOutput(char const* path) {
     return std::move(*file);
 }
 
-} // namespace
+/// One mesh file, a group at a time. Each group announces itself and reports its percentages.
+class MeshFileWriter {
+public:
+    MeshFileWriter(char const* path, Mesh const& newMesh, ProgressListener* const& ownersListener)
+        : mesh(newMesh), listener(ownersListener), progress(ownersListener), file(openMeshOutput(path)) {
+        text << fileHeader;
+    }
 
-void Mesh::saveSurface(char const* path, bool saveFlat, bool saveFlatAs3D) const {
+    void writeVertices() {
+        reportMessage(listener, "Writing 3D coordinates...");
+        text << "g Vertices\n";
+        forEachVertex([this](Vertex const& vertex) {
+            Point const& point = vertex.getPoint3D();
+            text << "v" << double{point.getX()} << double{point.getY()} << double{point.getZ()} << "\n";
+        });
+    }
+
+    void writeFlatVertices() {
+        reportMessage(listener, "Writing 2D coordinates...");
+        text << "\ng Vertices2D\n";
+        forEachVertex([this](Vertex const& vertex) {
+            text << "vt" << vertex.getPoint2D().getU() << vertex.getPoint2D().getV() << "\n";
+        });
+    }
+
+    /// The flat map as a surface in the plane z = 0.
+    void writeFlatSurface() {
+        reportMessage(listener, "Writing 3D coordinates...");
+        text << "\ng Vertices3D\n";
+        forEachVertex([this](Vertex const& vertex) {
+            text << "v" << vertex.getPoint2D().getU() << vertex.getPoint2D().getV() << " 0.0\n";
+        });
+    }
+
+    void writeFaces() {
+        text << "\ng Faces\n";
+        reportMessage(listener, "Writing connectivity information...");
+        std::vector<Triangle*> list;
+        std::vector<Triangle*>::iterator first;
+        std::vector<Triangle*>::iterator last;
+        mesh.getTriangles(list, first, last);
+        auto const total = static_cast<std::uint64_t>(last - first);
+        for (auto triangle = first; triangle != last; ++triangle) {
+            text << "f";
+            for (unsigned long i = 0; i < 3; ++i) {
+                text << toUInt32((*triangle)->getAdjacentVertexIndex(i)) + 1U;
+            }
+            text << "\n";
+            progress.reportShare(static_cast<std::uint64_t>(triangle - first), total);
+        }
+    }
+
+    void close() { file.close(); }
+
+private:
+    template <class Write>
+    void forEachVertex(Write write) {
+        for (unsigned long v = 0; v < mesh.getNumberOfVertices(); ++v) {
+            write(mesh.getVertex(v));
+            progress.reportShare(v, mesh.getNumberOfVertices());
+        }
+    }
+
+    Mesh const& mesh;
+    ProgressListener* const& listener;
+    PercentageReporter progress;
+    OutputFile file;
+    TextWriter text{file};
+};
+
+void saveSurface(char const* path, Mesh const& mesh, bool saveFlat, bool saveFlatAs3D,
+                 ProgressListener* const& listener) {
     checkExtension(path);
-    reportMessage(progressListener, ("Initialising file save: " + std::string(path) + ".").c_str());
-    OutputFile file = openMeshOutput(path);
-    TextWriter text(file);
-    PercentageReporter progress(progressListener);
-    text << fileHeader;
+    reportMessage(listener, ("Initialising file save: " + std::string(path) + ".").c_str());
+    MeshFileWriter writer(path, mesh, listener);
     if (!saveFlatAs3D) {
-        reportMessage(progressListener, "Writing 3D coordinates...");
-        writeVertices(text, *this, progress);
+        writer.writeVertices();
     }
     if (saveFlat && saveFlatAs3D) {
-        reportMessage(progressListener, "Writing 3D coordinates...");
-        writeFlatSurface(text, *this, progress);
+        writer.writeFlatSurface();
     } else if (saveFlat) {
-        reportMessage(progressListener, "Writing 2D coordinates...");
-        writeFlatVertices(text, *this, progress);
+        writer.writeFlatVertices();
     }
-    text << "\ng Faces\n";
-    reportMessage(progressListener, "Writing connectivity information...");
-    writeFaces(text, *this, progress);
-    file.close();
+    writer.writeFaces();
+    writer.close();
 }
 
+} // namespace
+
 void Mesh::save(char const* path, bool saveFlat, bool saveFlatAs3D) const {
-    saveSurface(path, saveFlat, saveFlatAs3D);
+    saveSurface(path, *this, saveFlat, saveFlatAs3D, progressListener);
     std::string const stem(getStem(getNameWithExtension(path)));
     saveCutEdgeIndices(getPathBeside(path, getCutEdgeIndicesFileName(stem)), cutEdgeIndices);
 }
 
 void Mesh::save(char const* path, char const* cutPath, bool saveFlat, bool saveFlatAs3D) const {
-    saveSurface(path, saveFlat, saveFlatAs3D);
-    if (!writeCutEdgeIndices(cutPath, cutEdgeIndices)) {
+    saveSurface(path, *this, saveFlat, saveFlatAs3D, progressListener);
+    if (!writeCutFile(cutPath, cutEdgeIndices)) {
         throw std::runtime_error("Cannot open cut file");
     }
 }

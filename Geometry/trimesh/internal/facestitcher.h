@@ -1,6 +1,7 @@
 #pragma once
 
-#include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/foundations/progresslistener.h"
+#include "Geometry/trimesh/internal/surfacebuilder.h"
 #include "Geometry/trimesh/mesh.h"
 
 #include <cstddef>
@@ -17,16 +18,11 @@ void checkFaces(std::vector<Face> const& faces, std::size_t vertexCount);
 
 /// Builds the connectivity of a mesh from faces: the surface grows from the first face, and faces join it one
 /// at a time where they share a side with it.
-///
-/// Which face is next decides how triangles are turned and numbered, so it is fixed: the faces stand in slots
-/// that are looked at in turn, round and round; a face that has one of its sides, taken the other way round,
-/// among the recorded open edges joins there, the face in the last slot moves into its place, and the look
-/// goes on behind that place. Instead of looking at every slot, this class knows which faces would join: it
-/// keeps for each face how many of its sides are recorded, and the slots of the faces with one or more.
-/// That takes the time of the faces' logarithms where the plain rounds can take their square.
-class Mesh::FaceStitcher {
+class FaceStitcher {
 public:
-    FaceStitcher(Mesh& newMesh, std::vector<Face> newFaces);
+    /// `ownersListener` must outlive the stitcher.
+    FaceStitcher(SurfaceBuilder const& newBuilder, std::vector<Face> newFaces,
+                 ProgressListener* const& ownersListener);
 
     /// \throws std::runtime_error "Mesh construction failure".
     void run();
@@ -48,7 +44,8 @@ private:
     void updateSeekers(OpenEdgeKey key, Change change);
     void emptySlot(std::uint32_t slot);
 
-    Mesh& mesh;
+    SurfaceBuilder builder;
+    ProgressListener* const& listener;
     std::vector<Face> faces;
     std::uint32_t vertexCount;
 

@@ -44,6 +44,14 @@ Triangle* TriangleArena::create(Mesh* mesh, std::vector<unsigned long> const& in
     return triangle;
 }
 
+void TriangleArena::renumberVertices(std::vector<std::uint32_t> const& newIndex) {
+    forEachOfSurface([&](Triangle& triangle) {
+        for (std::uint32_t& index : triangle.vertexIndices) {
+            index = index < newIndex.size() ? newIndex[index] : index;
+        }
+    });
+}
+
 void TriangleArena::removeLast() {
     Run& run = runs.back();
     --run.size;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -33,6 +34,10 @@ public:
             std::for_each(run.triangles + run.startOfSurface, run.triangles + run.size, visit);
         }
     }
+
+    /// Gives the triangles of the present surface the new numbers of their vertices; an index beyond the list
+    /// stays. Every triangle is there, whether `Mesh::getTriangles` sees it or not: navigation leads to all.
+    void renumberVertices(std::vector<std::uint32_t> const& newIndex);
 
     /// A new triangle with these vertices and no neighbours.
     Triangle* create(Mesh* mesh, std::vector<unsigned long> const& indices);

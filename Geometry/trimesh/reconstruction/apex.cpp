@@ -1,0 +1,70 @@
+#include "Geometry/trimesh/reconstruction/internal/apex.h"
+
+#include "Geometry/foundations/trianglemeasures.h"
+
+namespace QELT::Geometry::ThreeDimensional::TriMesh {
+
+namespace {
+
+constexpr double beyondAllRadii = 1e300;
+
+/// Where the front goes on from the two ends of an open side. Both are walked to when first asked for, which
+/// no side with floating candidates alone needs.
+class FrontAtSide {
+public:
+    FrontAtSide(Connectivity const& newSurface, std::uint32_t newA, std::uint32_t newB)
+        : surface(newSurface), a(newA), b(newB) {}
+
+    /// Whether the front leads from b on to w, or from a on to b. The latter says nothing about w: where it
+    /// holds, every vertex of the front may be the apex.
+    bool isBeside(std::uint32_t w) {
+        if (!isWalked) {
+            fromA = getEndOfLastSpoke(surface, a);
+            fromB = getEndOfLastSpoke(surface, b);
+            isWalked = true;
+        }
+        return fromB == w || fromA == b;
+    }
+
+private:
+    Connectivity const& surface;
+    std::uint32_t a;
+    std::uint32_t b;
+    std::uint32_t fromA = 0;
+    std::uint32_t fromB = 0;
+    bool isWalked = false;
+};
+
+} // namespace
+
+std::optional<Apex> findApex(Connectivity const& surface, std::uint32_t a, std::uint32_t b,
+                             std::span<std::uint32_t const> candidates, Vector const& normal) {
+    Point const& pointA = surface.getPoint(a);
+    Point const& pointB = surface.getPoint(b);
+    FrontAtSide front(surface, a, b);
+    double least = beyondAllRadii;
+    std::optional<Apex> best;
+    for (std::uint32_t const w : candidates) {
+        bool const isFloating = surface.getIsFloating(w);
+        if (!isFloating && !(surface.getIsOnBoundary(w) && front.isBeside(w))) {
+            continue;
+        }
+        Point const& pointW = surface.getPoint(w);
+        double const r = TriangleMeasures::rTSqr(pointA, pointB, pointW);
+        if (least > r && normal.dot(TriangleMeasures::twoATN(pointA, pointB, pointW)) > 0.0) {
+            least = r;
+            best = {w, r, isFloating};
+        }
+    }
+    return best;
+}
+
+std::uint32_t getEndOfLastSpoke(Connectivity const& surface, std::uint32_t v) {
+    Edge last = surface.getArbitraryEdge(v);
+    for (Edge const& spoke : Fan(last)) {
+        last = spoke;
+    }
+    return toUInt32(last.rot().dest());
+}
+
+} // namespace QELT::Geometry::ThreeDimensional::TriMesh
