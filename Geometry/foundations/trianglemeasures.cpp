@@ -2,6 +2,14 @@
 
 #include <cmath>
 
+// With sides a, b, c and area A the circumradius is R = a b c / (4 A) and the inscribed radius r = 2 A / (a +
+// b + c). `rTSqr` is a^2 b^2 c^2 / (16 |n|^2) with |n| = 2 A, which is R^2 / 4 and not R^2: the factor is
+// left out because limits and results are on that scale. The products keep the order in which they are
+// written, the factor after the first square, since reconstructions rank by their bits.
+//
+// There is no tolerance. A triangle without area divides by zero, and gives an infinity or, with two corners
+// at one place, a NaN. Each costs a few dozen operations.
+
 namespace QELT::Geometry::ThreeDimensional::TriangleMeasures {
 
 namespace {
