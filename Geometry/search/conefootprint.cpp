@@ -1,8 +1,11 @@
+#include "Geometry/foundations/element.h"
 #include "Geometry/foundations/rounding.h"
 #include "Geometry/quadmesh/quadindicesellipseintersectioninfo.h"
 #include "Geometry/quadmesh/rectmesh.h"
 #include "Geometry/search/internal/conerays.h"
 #include "Geometry/search/internal/dualbasis.h"
+
+#include <array>
 
 // The footprint of a spreading beam around one quad, to first order: the surface is taken to go on as the
 // plane of that quad.

@@ -3,6 +3,7 @@
 #include "Geometry/search/internal/beamwalk.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -22,7 +23,7 @@
 // and so rejects nothing; it stands guard should the other limit grow. `rememberedDistanceLimit` keeps the
 // next search from starting at a chance hit far away; distances carry a sign, so hits behind the origin pass.
 //
-// Cost: warm, one to three quad tests and a few copies; cold, the sampling; `getNearestPoint2D`, all quads.
+// Cost: warm, one or two quad tests and a few copies; cold, the sampling; `getNearestPoint2D`, all quads.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 

@@ -28,13 +28,13 @@ using Fate = LeavingListener::Fate;
 /// and so on to the last but one, and expects no call after that one. A listener that stays in memory shows
 /// the failure; one that is deleted shows under a sanitizer that its memory is not touched either.
 template <class MakeOwner, class Operation>
-void expectNoCallAfterLeaving(MakeOwner makeOwner, Operation operation, std::size_t fewestCalls) {
+void expectNoCallAfterLeaving(MakeOwner makeOwner, Operation operation, std::size_t minCalls) {
     Testing::CapturedOutput const captured;
     RecordingListener recorder;
     auto const watched = makeOwner();
     watched->setProgressListener(&recorder);
     operation(*watched);
-    ASSERT_GE(recorder.events.size(), fewestCalls);
+    ASSERT_GE(recorder.events.size(), minCalls);
     for (unsigned lastCall = 1; lastCall < recorder.events.size(); ++lastCall) {
         for (Fate const fate : {Fate::Stays, Fate::IsDeleted}) {
             auto const owner = makeOwner();

@@ -10,7 +10,7 @@ namespace {
 
 constexpr double halfTurn = 3.141592653589793;
 constexpr double quarterTurn = 1.5707963267948966;
-constexpr std::uint32_t mostPasses = 65536;
+constexpr std::uint32_t maxPasses = 65536;
 
 double length(PlainVector const& a) {
     return std::sqrt(plainDot(a, a));
@@ -226,7 +226,7 @@ PlainIndex PlainSearch::getStartSearchPoint(PlainSearchSettings const& settings,
     auto spanU = static_cast<std::int32_t>(grid.highestU);
     auto spanV = static_cast<std::int32_t>(grid.highestV);
     std::uint32_t doNMoreCount = 0;
-    std::uint32_t const limit = settings.maxDoNMoreTimes > 0 ? mostPasses + grid.highestU + grid.highestV
+    std::uint32_t const limit = settings.maxDoNMoreTimes > 0 ? maxPasses + grid.highestU + grid.highestV
                                                              : std::numeric_limits<std::uint32_t>::max();
     for (std::uint32_t pass = 0; pass < limit; ++pass) {
         lastPasses = pass + 1;

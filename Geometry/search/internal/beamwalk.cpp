@@ -15,14 +15,15 @@
 //    walk: the beam meets an edge, or its foot lies beside the quad in what the edges span, or is NaN.
 // 3. Land. Off the grid or in a hole, go back by bisection to the last existing quad found on the way.
 //
-// A smooth surface takes a few steps however far away the hit. Over folds the steps can go back and forth for
-// ever: `maxSteps` ends that; a smaller number loses far beams on rough parts, a larger one costs time on
-// such a miss. `maxLandingsOffGrid` in a row mean a beam beside the part; a smaller number
-// gives up at holes that the walk would get over. Both decide which beams miss, and so belong to the results.
+// On a smooth surface it takes no step or one to a neighbour, and two or three across half a cap of a sphere
+// of a million quads. Over folds the steps can go back and forth for ever: `maxSteps` ends that; a smaller
+// number loses far beams on rough parts, a larger one costs time on such a miss. `maxLandingsOffGrid` in a
+// row mean a beam beside the part; a smaller number gives up at holes that the walk would get over. Both
+// decide which beams miss, and so belong to the results.
 //
 // Odd on purpose: the step is not damped, and the retreat after a hit, see `findHit`. A quad without area or
 // a beam along its plane gives infinite or NaN steps; those saturate or become zero, and end by the same
-// limits. A step costs four nodes for the test and three for the projection; none allocates.
+// limits. A step costs four nodes for the test and four for the projection; none allocates.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 

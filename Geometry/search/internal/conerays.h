@@ -4,6 +4,7 @@
 #include "Geometry/foundations/vector.h"
 
 #include <array>
+#include <cstddef>
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 
 // The distance from a grid's nodes to a target, brought down by sampling (a pattern search; of our own

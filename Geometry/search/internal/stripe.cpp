@@ -5,6 +5,8 @@
 #include "Geometry/quadmesh/rectmesh.h"
 
 #include <cmath>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
