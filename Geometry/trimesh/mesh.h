@@ -74,10 +74,8 @@ private:
 /// Edges are values, not stored objects: from a vertex the mesh knows some of the triangles that touch it,
 /// and all else is navigation (see `Edge`). A boundary is where a triangle has no neighbour.
 ///
-/// The mesh owns vertices and triangles. Pointers to triangles stay valid until the mesh is destroyed, also
-/// over `load`, which starts a new surface and keeps the old triangles' memory. A mesh is neither copied nor
-/// moved, since its triangles know it. One mesh serves one thread at a time.
-///
+/// The mesh owns vertices and triangles. Pointers to triangles stay valid as long as it, also over `load`. A
+/// mesh is neither copied nor moved, since its triangles know it. One mesh serves one thread at a time.
 /// Whatever an operation throws, `std::bad_alloc` or a listener's own included, leaves a mesh that can be
 /// asked, saved, filled again and destroyed: `load` and `construct` leave what they built until then, others
 /// the mesh as it was, unless they say more.
@@ -93,12 +91,13 @@ public:
     virtual ~Mesh();
 
     /// Replaces the mesh by the contents of an OBJ text file: records "v x y z", "vt u v" for each vertex or
-    /// none, and "f a b c" with indices from 1; see objfile.cpp for the dialect. The faces must hang together
-    /// over shared sides with consistent winding. Vertices without a face are dropped, normals are computed,
-    /// and `<directory>\<stem>_cut_indices.txt`, if there is one, extends the cut (see `getCutEdgeIndices`).
-    /// Only a backslash separates directories.
-    /// \throws std::runtime_error "Invalid file extension" if the path holds no ".obj", "Cannot open file",
-    /// "File does not contain 3D data", "Invalid number of 2D coordinates", "Invalid vertex index", or "Mesh
+    /// none, and "f a b c" with indices from 1. Lines mean nothing: any `v` or `f`, also in a word or
+    /// comment, starts a record if its three numbers follow; what does not match, as a face with slashes, is
+    /// skipped. Faces must hang together over shared sides with consistent winding. Vertices without one are
+    /// dropped, normals computed, and the pairs of `<directory>\<stem>_cut_indices.txt`, if there is one,
+    /// appended to the cut (see `getCutEdgeIndices`). Only a backslash separates directories. \throws
+    /// std::runtime_error "Invalid file extension" if the path holds no ".obj", "Cannot open file", "File
+    /// does not contain 3D data", "Invalid number of 2D coordinates", "Invalid vertex index", or "Mesh
     /// construction failure" if there is no face or the faces cannot be joined. After these, and after an
     /// exception of the listener, the mesh holds what was read until then; flattening refuses it while a
     /// vertex has no triangle.
@@ -130,14 +129,15 @@ public:
     void construct(std::vector<Point> const& points, std::vector<Face> const& faces);
 
     /// Replaces the mesh by a surface through the points of a cloud, by an advancing front from the closest
-    /// two points on, facing up there (see reconstruction.cpp). Vertex i is point i, also when no triangle
-    /// reaches it; normals are not computed, and sides still open when all points are reached stay open.
-    /// Sheets may touch in a point alone, which `conformalMap` refuses, or pass over each other. The first
-    /// triangle stands on the left of its closest pair, lower index first: on a rim there may be no point
-    /// there, and the points in reverse order then do. Time grows a little faster than the number of points,
-    /// but with its square where many distances are equal, as on a lattice. The file name and the cut of an
-    /// earlier mesh stay. \throws std::runtime_error "Cannot add floating triangle" if no first triangle can
-    /// be made.
+    /// two points on, facing up there. A point forms triangles with its 64 nearest others only, and uses each
+    /// such link once. Vertex i is point i, also when no triangle reaches it; normals are not computed, and
+    /// sides still open when all points are reached stay open. Sheets may touch in a point alone, which
+    /// `conformalMap` refuses, or pass over each other. The first triangle stands on the left of its closest
+    /// pair, lower index first: on a rim there may be no point there, and the points in reverse order then
+    /// do. A side of it on which no point can stand waits for nothing. Time grows a little faster than the
+    /// number of points, but with its square where many distances are equal, as on a lattice. The file name
+    /// and the cut of an earlier mesh stay. \throws std::runtime_error "Cannot add floating triangle" if no
+    /// first triangle can be made.
     void construct(PointCloud::Cloud const& cloud);
 
     /// The boundary of the triangles that `getTriangles` gathers, of which each open side lies on one loop.
@@ -156,12 +156,13 @@ public:
     /// Slits the mesh along edges, from the boundary vertex with the least or greatest coordinate `axis` to
     /// another boundary, as straight as edges allow in the plane through that vertex along both axes. Meant
     /// for tubes, before they are flattened. `perpendicularAxis` is the axis along which the surface's normal
-    /// points at the start, outward and to the axis's positive side, and not one across the surface; cut.cpp
-    /// has a drawing. True when the mesh was cut: the vertices of the path are doubled, the twins on its left
-    /// getting new indices, and the pairs are kept as the cut. False, with the mesh as it was and no cut, if
-    /// there is no boundary, if the path finds no edge that leads on, meets itself or runs along the
-    /// boundary, if one of its edges ends exactly on the plane, or if one ends where sheets touch in a point
-    /// alone, in another sheet than the first. An exception leaves the same.
+    /// points at the start, outward and to the axis's positive side, and not one across the surface: x for a
+    /// tube along z whose rim has its first highest vertex where x is greatest. True when the mesh was cut:
+    /// the vertices of the path are doubled, the twins on its left getting new indices, and the pairs are
+    /// kept as the cut. False, with the mesh as it was and no cut, if there is no boundary, if the path finds
+    /// no edge that leads on, meets itself or runs along the boundary, if one of its edges ends exactly on
+    /// the plane, or if one ends where sheets touch in a point alone, in another sheet than the first. An
+    /// exception leaves the same.
     bool makeCut(CutMetric metric, unsigned long axis, unsigned long perpendicularAxis);
 
     /// Gives every vertex its place in the plane by a least-squares conformal map (see conformalmap.cpp),

@@ -7,6 +7,13 @@
 #include <set>
 #include <utility>
 
+// The public loops: all of them, with their lengths, also where sheets touch in a point. They are walked from
+// side to side and not from vertex to vertex, since a vertex may lie on several: behind a boundary edge comes
+// the one that is reached by turning across the fan at its end. Sides are marked as walked, so each lies on
+// one loop. Then loops are turned to their lowest vertices and sorted by them, which makes the order
+// independent of the triangles' addresses but for loops that share that vertex. boundaryloops.cpp has the
+// walk that corners and flattening use. Cost: linear but for sorting the boundary.
+
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 namespace {

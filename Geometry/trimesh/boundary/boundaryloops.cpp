@@ -2,6 +2,12 @@
 
 #include <utility>
 
+// A loop is walked from the first fan of its start: back, against the winding, to the boundary, then on along
+// it. Where fans meet in a vertex, the walk stays in that which it came along. So it may lead through
+// vertices whose listed fan is closed, and it ends where it meets its start again, also in another fan;
+// flattening refuses such loops, corners take them as they are. Lengths are counted in vertices. Cost: the
+// fans along the boundary, and for the longest loop a fan of every vertex.
+
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 namespace {

@@ -18,11 +18,9 @@
 //       (       * end
 //        '-----'
 //
-// The path leads from the extreme boundary vertex in the plane through it along both axes (cutpath.cpp).
-// Forward is at right angles to the plane's normal and to the triangle behind; of the edges out of a vertex
-// that lead forward, the one that ends nearest to the plane through the start is taken, and the path is as
-// straight as edges allow. Then its edges are parted and its vertices doubled, both ends included: the twins,
-// with new indices, go to the triangles on the left.
+// The path leads from the extreme boundary vertex in the plane through it along both axes (cutpath.cpp). Then
+// its edges are parted and its vertices doubled, both ends included: the twins, with new indices, go to the
+// triangles on the left.
 //
 // No tolerance: distances from the plane are compared as squares, the first of equals stays. That an edge
 // which ends exactly on the plane ends the search without a cut is odd, since no path could be straighter; it

@@ -3,6 +3,15 @@
 #include <algorithm>
 #include <limits>
 
+// The path of a cut is a greedy walk (cut.cpp tells what for). At each vertex `forward` is at right angles to
+// the plane's normal and to the triangle that the last edge belongs to; of the listed fan's edges that lead
+// that way, strictly, the one that ends nearest to the plane is next. The walk ends at the first vertex on
+// the boundary.
+//
+// It never looks back, so it can get stuck: where all edges lead sideways, where it comes to a vertex that it
+// has been to, or along the boundary. Each is told as no path. The square of a distance below about 1e-162 is
+// 0, like that of an edge on the plane.
+
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 namespace {

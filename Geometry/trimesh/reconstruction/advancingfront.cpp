@@ -3,6 +3,15 @@
 #include <span>
 #include <stdexcept>
 
+// Waiting triangles lie in a heap by their squared radii, whose moves are fixed (minheap.h) since equal radii
+// are common. What was true when a triangle was chosen may be no longer when its turn comes: then it is
+// dropped, and its side waits no more. The triangle built takes its two free sides to the heap, measured by
+// the normal of the triangle that it stands on, not by its own: that is odd, and kept, as the surface hangs
+// on it.
+//
+// The growth ends as soon as every vertex is attached, so the last open sides may stay open inside the
+// surface. Cost: a heap of about as many entries as triangles, and for each a few fans.
+
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 namespace {

@@ -2,6 +2,17 @@
 
 #include "Geometry/foundations/trianglemeasures.h"
 
+// The apex of a side a to b is the live neighbour of a that gives the smallest circumscribed circle, on the
+// side that the normal of the neighbouring triangle points to. A floating vertex may always be one; a vertex
+// of the surface only if it is on the boundary and the front leads past the side there. The limit of 1e300
+// stands for infinity: a candidate in line with the side has an infinite or NaN radius and is never chosen.
+//
+// Odd on purpose: of the two tests of the front, the one at a does not look at the candidate, and it holds
+// wherever the first fan of a ends with the side, which is the rule. Then any vertex of the front passes, and
+// the radius decides; surfaces hang on that.
+//
+// Cost: a fan for each of up to 64 candidates, and two for the front.
+
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
 namespace {

@@ -18,9 +18,8 @@
 // regular clouds, where nearly all triangles are equal.
 //
 // A link is used up when an apex is chosen, not when the triangle is built, and the way back from the apex
-// stays. A side on which no point can stand waits for nothing, also one of the first triangle. That one could
-// wait for the apex that was found last; but it was chosen for another side, and a triangle with it can end
-// the growth after a few steps.
+// stays. A side on which no point can stand waits for nothing, also one of the first triangle: an apex chosen
+// for another side would end the growth of some clouds after a few steps.
 //
 // A point takes the time of a search among the others and about two triangles, each with its 64 candidates;
 // see neighbourlinks.cpp for lattices.
