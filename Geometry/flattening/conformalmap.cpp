@@ -21,8 +21,8 @@
 //   2. either two far corners are pinned at (0.5, 1) and (1, 0.5), or the outline is rolled out and fixed
 //      (developableboundary.cpp);
 //   3. one system with two rows for each free vertex is assembled, fan by fan, and solved by conjugate
-//   gradients;
-//      with two pins it is just definite, and with the outline fixed each coordinate is a Laplace equation;
+//      gradients. Two pins take the four freedoms of a similarity; with the outline fixed, holes alone keep a
+//      free boundary and its term;
 //   4. the map is turned straight (orientation.cpp).
 //
 // There is no tolerance here: a triangle without area gives infinite weights and spoils the map, on purpose

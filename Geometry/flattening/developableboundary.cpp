@@ -14,13 +14,13 @@
 // lengths and angles along its rim when it is unrolled; of any other the angles do not close, and the errors
 // are spread in the least-squares sense:
 //
-//   1. at each vertex of the loop the angle of the surface is summed over its fan, and the outgoing edge
-//   measured;
+//   1. at each vertex of the loop the angle of the surface is summed over its fan, and the edge that leaves
+//   it
+//      is measured;
 //   2. each vertex with its two neighbours on either side is laid out as a chain by those lengths and angles;
-//   3. from either side the chain says how the vertex follows from its two neighbours there, as a complex
-//   factor:
-//      a scaling and a turn. Two equations of two rows for each vertex but two, which are pinned at (0.5, 1)
-//      and (1, 0.5); a similarity is all that the pins decide, and orientation.cpp turns the map anyway;
+//   3. from either side the chain says how the vertex follows from its two neighbours there, by a scaling and
+//      a turn. That gives four rows for each vertex but two, which are pinned at (0.5, 1) and (1, 0.5); the
+//      pins decide no more than a similarity, and orientation.cpp turns the map anyway;
 //   4. the normal equations are solved by conjugate gradients, from zero.
 //
 // The pins stand 128 and 127 positions in front of the loop's end, where the loop is that long, else they are

@@ -6,10 +6,9 @@
 //
 //   1. each point is linked with its 64 nearest others (neighbourlinks.cpp);
 //   2. the first triangle stands on the closest two points and faces up;
-//   3. for each open side the apex is chosen that gives the smallest circumscribed circle (apex.cpp), and of
-//   all
-//      waiting triangles that of the smallest circle is built next (advancingfront.cpp, minheap.h), until
-//      every point is reached or nothing waits.
+//   3. for each open side the apex is chosen that gives the smallest circumscribed circle (apex.cpp), and
+//      of all waiting triangles that of the smallest circle is built next (advancingfront.cpp, minheap.h),
+//      until every point is reached or nothing waits.
 //
 // Small circles keep to the surface: a triangle across a gap, or from one sheet to another, has a large one.
 // A candidate must lie on the side that the normal of its neighbour points to; 0 is the only limit, so folds
