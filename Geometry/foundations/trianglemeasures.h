@@ -6,8 +6,8 @@
 
 #include <cmath>
 
-/// Measures of a triangle with the corners a, b, c, and weighted sums of points. Vectors and sums are of double
-/// precision; a point is rounded to floats once, when it is made.
+/// Measures of a triangle with the corners a, b, c, and weighted sums of points. Vectors and sums are of
+/// double precision; a point is rounded to floats once, when it is made.
 namespace QELT::Geometry::ThreeDimensional::TriangleMeasures {
 
 /// The normal (b - a) x (c - b) of a triangle. Its length is twice the area; seen from the side it points to,
