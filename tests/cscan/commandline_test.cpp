@@ -153,7 +153,7 @@ TEST(CommandLine, deriveTakesOneDerivation) {
 TEST(CommandLine, helpIsShownForTheProgramAndForEachCommand) {
     CommandLine const all = parsed({"--help"});
     EXPECT_FALSE(all.options.has_value());
-    for (char const* command : {"demo", "prepare", "scan", "info", "fit", "register", "neighbours",
+    for (char const* command : {"demo", "import", "prepare", "scan", "info", "fit", "register", "neighbours",
                                 "selftest", "reconstruct", "cut", "derive", "footprint"}) {
         EXPECT_NE(all.help.find(command), std::string::npos) << command;
     }

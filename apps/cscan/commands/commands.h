@@ -6,6 +6,7 @@
 namespace cscan {
 
 Command addDemo(CLI::App& app);
+Command addImport(CLI::App& app);
 Command addPrepare(CLI::App& app);
 Command addScan(CLI::App& app);
 Command addInfo(CLI::App& app);
