@@ -70,7 +70,9 @@ public:
 private:
     /// Without a tolerance each coordinate is a cell of its own; both zeros are one.
     double cellOf(double coordinate) const {
-        return (tolerance > 0.0 ? std::floor(coordinate / tolerance) : coordinate) + 0.0;
+        constexpr double limit = std::numeric_limits<double>::max();
+        double const cell = tolerance > 0.0 ? std::floor(coordinate / tolerance) : coordinate;
+        return std::clamp(cell, -limit, limit) + 0.0;
     }
 
     static double following(double cell) {

@@ -199,6 +199,11 @@ TEST(Welding, givesTheLowestNumberAndMovesNoPoint) {
     EXPECT_EQ(weld(points, 0.0).newIndices, (std::vector<std::uint32_t>{0, 1, 2, 3, 1, 4}));
 }
 
+TEST(Welding, endsWhereCellsHaveNoNumbers) {
+    std::vector<SpacePoint> const points{{1e38, 0, 0}, {1e38, 1e-294, 0}, {-1e38, 0, 0}};
+    EXPECT_EQ(weld(points, 1e-300).newIndices, (std::vector<std::uint32_t>{0, 1, 2}));
+}
+
 TEST(Welding, agreesWithATestOfAllPairs) {
     std::mt19937 random(8);
     auto const below = [&](unsigned count) { return static_cast<double>(random() % count); };
