@@ -61,8 +61,7 @@ void expectPlainResult(Soup const& soup, bool isListening) {
     Plain::Report report;
     report.isListening = isListening;
     std::uint32_t iterations = 0;
-    auto const expected =
-        Plain::developableBoundary(Plain::takeRecord(*loop.mesh), loop.size, report, iterations);
+    auto const expected = Plain::developableBoundary(plainCopyOf(*loop.mesh), loop.size, report, iterations);
     testing::internal::CaptureStdout();
     std::vector<Complex> const actual = rollOut(loop);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), report.output);
@@ -214,9 +213,9 @@ TEST(DevelopableBoundary, IsSilentWithoutAListener) {
 
 TEST(DevelopableBoundary, LeavesTheMeshAlone) {
     Loop const loop = promoted(makeRoughPatchWithLoopOf(20, 3));
-    Plain::MeshRecord const before = Plain::takeRecord(*loop.mesh);
+    PlainMesh const before = plainCopyOf(*loop.mesh);
     rollOut(loop);
-    EXPECT_TRUE(sameRecord(Plain::takeRecord(*loop.mesh), before));
+    EXPECT_TRUE(samePlainMesh(plainCopyOf(*loop.mesh), before));
 }
 
 TEST(DevelopableBoundary, GivesTheBitsOfTheFullNormalMatrixOnAllFamilies) {

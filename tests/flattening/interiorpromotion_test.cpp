@@ -136,12 +136,12 @@ TEST(InteriorPromotion, TheMainLoopChangesPlacesWithTheLastOne) {
     // Of five loops the longest is met first; it goes last and the last hole comes to the front.
     Soup const soup = makePatchWithManyHoles(7);
     MeshPointer const mesh = makeMesh(soup);
-    Plain::MeshRecord record = Plain::takeRecord(*mesh);
-    Plain::promoteInterior(record, false);
+    PlainMesh plain = plainCopyOf(*mesh);
+    Plain::promoteInterior(plain, false);
     Promotion const counts = promote(*mesh, false);
     EXPECT_EQ(counts.mainLoop, 28U);
     EXPECT_EQ(counts.interior, 36U - 16U);
-    EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), record));
+    EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), plain));
     // The last hole of the file stands first.
     Place const highest = placeOf(*mesh, counts.interior);
     Place const lowest = placeOf(*mesh, counts.interior + 4);
@@ -279,14 +279,14 @@ TEST(InteriorPromotion, TrianglesThatNoVertexListsKeepTheirPointsToo) {
         for (std::size_t k = 0; k < 3; ++k) {
             before[k] = placeOf(*mesh, unlisted[0]->getAdjacentVertexIndex(k));
         }
-        Plain::MeshRecord expected = Plain::takeRecord(*mesh);
+        PlainMesh expected = plainCopyOf(*mesh);
         Plain::promoteInterior(expected, pinCorners);
         promote(*mesh, pinCorners);
         for (std::size_t k = 0; k < 3; ++k) {
             EXPECT_EQ(placeOf(*mesh, unlisted[0]->getAdjacentVertexIndex(k)), before[k]);
         }
         EXPECT_EQ(mesh->getUnlistedTriangles(), unlisted);
-        EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), expected));
+        EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), expected));
     }
 }
 
@@ -351,9 +351,9 @@ TEST(InteriorPromotion, AClosedMeshIsRefusedUnchanged) {
     for (bool const pinCorners : {false, true}) {
         MeshPointer const mesh = makeMesh(makeSphere(1));
         giveCut(*mesh, {1}, {2});
-        Plain::MeshRecord const before = Plain::takeRecord(*mesh);
+        PlainMesh const before = plainCopyOf(*mesh);
         EXPECT_EQ(messageOfPromotion(*mesh, pinCorners), "Mesh has no boundary");
-        EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), before));
+        EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), before));
     }
 }
 
@@ -372,18 +372,18 @@ Soup makeFanPiercedByTheBoundary() {
 TEST(InteriorPromotion, ABoundaryThatMeetsItselfInAVertexIsRefusedUnchanged) {
     for (std::uint32_t seed = 0; seed < 12; ++seed) {
         MeshPointer const mesh = buildMesh(withShuffledVertices(makePinchedChain(), seed));
-        Plain::MeshRecord const before = Plain::takeRecord(*mesh);
+        PlainMesh const before = plainCopyOf(*mesh);
         EXPECT_EQ(messageOfPromotion(*mesh, seed % 2 == 0), "Mesh boundary is not manifold") << seed;
-        EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), before));
+        EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), before));
     }
 }
 
 TEST(InteriorPromotion, ABoundaryThatMeetsAnInteriorVertexIsRefusedUnchanged) {
     for (std::uint32_t seed = 0; seed < 12; ++seed) {
         MeshPointer const mesh = buildMesh(withShuffledVertices(makeFanPiercedByTheBoundary(), seed));
-        Plain::MeshRecord const before = Plain::takeRecord(*mesh);
+        PlainMesh const before = plainCopyOf(*mesh);
         EXPECT_EQ(messageOfPromotion(*mesh, seed % 2 == 0), "Mesh boundary is not manifold") << seed;
-        EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), before));
+        EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), before));
     }
 }
 
@@ -391,9 +391,9 @@ TEST(InteriorPromotion, AVertexWithoutATriangleIsRefusedUnchanged) {
     Soup soup = makeGridPatch(2, 2);
     soup.points.push_back({5.0, 5.0, 0.0});
     MeshPointer const mesh = buildMesh(soup);
-    Plain::MeshRecord const before = Plain::takeRecord(*mesh);
+    PlainMesh const before = plainCopyOf(*mesh);
     EXPECT_EQ(messageOfPromotion(*mesh, true), "Mesh has a vertex without a triangle");
-    EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), before));
+    EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), before));
 }
 
 TEST(InteriorPromotion, GivesThePlainVersionsOrderOnAllFamilies) {
@@ -402,12 +402,12 @@ TEST(InteriorPromotion, GivesThePlainVersionsOrderOnAllFamilies) {
             SCOPED_TRACE(family.name + (pinCorners ? ", pinned" : ", not pinned"));
             MeshPointer const mesh = makeMesh(family.soup);
             giveCut(*mesh, {0, 3, 2, 1}, {4, 1, 1, 0});
-            Plain::MeshRecord record = Plain::takeRecord(*mesh);
-            Plain::Counts const expected = Plain::promoteInterior(record, pinCorners);
+            PlainMesh plain = plainCopyOf(*mesh);
+            Plain::Counts const expected = Plain::promoteInterior(plain, pinCorners);
             Promotion const counts = promote(*mesh, pinCorners);
             EXPECT_EQ(counts.interior, expected.interior);
             EXPECT_EQ(counts.mainLoop, expected.mainLoop);
-            EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), record));
+            EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), plain));
         }
     }
 }
@@ -423,10 +423,10 @@ TEST(InteriorPromotion, ChoosesThePlainVersionsPinsOnJaggedOutlines) {
             }
         }
         MeshPointer const mesh = makeMesh(withShuffledVertices(soup, seed));
-        Plain::MeshRecord record = Plain::takeRecord(*mesh);
-        Plain::promoteInterior(record, true);
+        PlainMesh plain = plainCopyOf(*mesh);
+        Plain::promoteInterior(plain, true);
         promote(*mesh, true);
-        EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), record));
+        EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), plain));
     }
 }
 
@@ -436,10 +436,10 @@ TEST(InteriorPromotion, DistancesOfCornersAreComparedInSinglePrecision) {
     for (std::uint32_t seed = 0; seed < 60; ++seed) {
         SCOPED_TRACE(seed);
         MeshPointer const mesh = makeMesh(withNoise(makeGridPatch(2, 2, 3.1, 2.3), 3e-7, seed));
-        Plain::MeshRecord record = Plain::takeRecord(*mesh);
-        Plain::promoteInterior(record, true);
+        PlainMesh plain = plainCopyOf(*mesh);
+        Plain::promoteInterior(plain, true);
         promote(*mesh, true);
-        EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), record));
+        EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), plain));
     }
 }
 
@@ -513,10 +513,10 @@ TEST(InteriorPromotion, TheCornerTableIsThePlainOneForRandomTurns) {
 TEST(InteriorPromotion, ASecondPromotionIsLegal) {
     MeshPointer const mesh = makeMesh(makePatchWithHole(6));
     promote(*mesh, true);
-    Plain::MeshRecord record = Plain::takeRecord(*mesh);
-    Plain::promoteInterior(record, false);
+    PlainMesh plain = plainCopyOf(*mesh);
+    Plain::promoteInterior(plain, false);
     promote(*mesh, false);
-    EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), record));
+    EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), plain));
     expectWalkingOrder(*mesh, 24);
 }
 

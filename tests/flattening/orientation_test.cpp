@@ -27,7 +27,7 @@ MeshPointer meshOf(std::vector<Flat> const& flats) {
 std::vector<Flat> oriented(std::vector<Flat> const& flats) {
     MeshPointer const mesh = meshOf(flats);
     EXPECT_TRUE(mesh->transformMinBBArea2D());
-    return Plain::takeRecord(*mesh).flats;
+    return Plain::flatsOf(plainCopyOf(*mesh));
 }
 
 std::vector<Flat> rectangle(double width, double height, double u = 0.0, double v = 0.0) {
@@ -67,11 +67,11 @@ void expectPlainResult(std::vector<Flat> const& flats) {
     MeshPointer const mesh = meshOf(flats);
     RecordingListener listener;
     mesh->setProgressListener(&listener);
-    Plain::MeshRecord record = Plain::takeRecord(*mesh);
+    PlainMesh plain = plainCopyOf(*mesh);
     Plain::Report report;
-    Plain::orient(record, report);
+    Plain::orient(plain, report);
     EXPECT_TRUE(mesh->transformMinBBArea2D());
-    EXPECT_TRUE(sameRecord(Plain::takeRecord(*mesh), record));
+    EXPECT_TRUE(samePlainMesh(plainCopyOf(*mesh), plain));
     EXPECT_EQ(listener.events, report.events);
 }
 
@@ -162,12 +162,12 @@ TEST(Orientation, ChangesNothingButTheFlatPlaces) {
         auto const& p = mesh->getVertex(v).getPoint3D();
         mesh->getVertex(v).setPoint2D({p.getX() + 0.3 * p.getY(), p.getY()});
     }
-    Plain::MeshRecord before = Plain::takeRecord(*mesh);
+    PlainMesh before = plainCopyOf(*mesh);
     mesh->transformMinBBArea2D();
-    Plain::MeshRecord const after = Plain::takeRecord(*mesh);
-    EXPECT_NE(after.flats, before.flats);
-    before.flats = after.flats;
-    EXPECT_TRUE(sameRecord(after, before));
+    PlainMesh const after = plainCopyOf(*mesh);
+    EXPECT_NE(Plain::flatsOf(after), Plain::flatsOf(before));
+    Plain::setFlats(before, Plain::flatsOf(after));
+    EXPECT_TRUE(samePlainMesh(after, before));
 }
 
 TEST(Orientation, GivesThePlainVersionsBitsForRandomPoints) {

@@ -120,7 +120,7 @@ testing::AssertionResult sameStatistics(RectMesh const& actual, Plain::Result co
 
 /// Compares everything that one call leaves with the plain version, which is handed out.
 Plain::Result expectPlainResult(TriangleMesh const& mesh, double quadArea) {
-    Plain::Result const expected = Plain::resample(PlainFlattening::takeRecord(mesh), quadArea);
+    Plain::Result const expected = Plain::resample(plainCopyOf(mesh), quadArea);
     RectMesh grid;
     RecordingListener listener;
     grid.setProgressListener(&listener);
@@ -319,7 +319,7 @@ TEST(Resampling, ReplacesTheWholeContent) {
     grid.construct(*makeFlattened(makeGridPatch(6, 6, 6.0, 6.0)), 0.25);
     MeshPointer const mesh = makeUnitSquare();
     grid.construct(*mesh, 0.25);
-    Plain::Result const expected = Plain::resample(PlainFlattening::takeRecord(*mesh), 0.25);
+    Plain::Result const expected = Plain::resample(plainCopyOf(*mesh), 0.25);
     EXPECT_TRUE(sameGrid(grid, expected.grid));
     EXPECT_TRUE(sameStatistics(grid, expected));
 }
@@ -615,7 +615,7 @@ TEST(Resampling, GivesThePlainVersionsGridOnWildMaps) {
         }
         mesh->getVertex(0).setPoint2D({0.0, 0.0});
         giveCut(*mesh, {0, 9, 17, 30}, {1, 2, 33, 4});
-        double const ratio = Plain::resample(PlainFlattening::takeRecord(*mesh), 1.0).spacing;
+        double const ratio = Plain::resample(plainCopyOf(*mesh), 1.0).spacing;
         overlaps += expectPlainResult(*mesh, 0.25 / (ratio * ratio)).repeatedStores;
     }
     EXPECT_GT(overlaps, 1000U);

@@ -3,6 +3,7 @@
 #include "tests/support/float_bits.h"
 #include "tests/support/meshfamilies.h"
 #include "tests/support/plain_flattening.h"
+#include "tests/support/plain_meshcopy.h"
 #include "tests/support/recordinglistener.h"
 
 #include "Geometry/linearalgebra/vector.h"
@@ -134,31 +135,34 @@ inline testing::AssertionResult sameVector(std::vector<double> const& actual,
     return sameNumbers("value of vector", 0, actual, expected);
 }
 
-/// Order of the vertices, flat places to the bit, connectivity, incidence lists and cut.
-inline testing::AssertionResult sameRecord(PlainFlattening::MeshRecord const& actual,
-                                           PlainFlattening::MeshRecord const& expected) {
-    if (actual.places.size() != expected.places.size()) {
+/// Order of the vertices with all their numbers to the bit, connectivity, incidence lists, cut and name.
+inline testing::AssertionResult samePlainMesh(PlainMesh const& actual, PlainMesh const& expected) {
+    if (actual.vertices.size() != expected.vertices.size()) {
         return testing::AssertionFailure() << "different numbers of vertices";
     }
-    for (std::size_t i = 0; i < actual.places.size(); ++i) {
-        if (auto r = sameNumbers("point3D", i, actual.places[i], expected.places[i]); !r) {
+    using namespace PlainFlattening;
+    for (std::size_t v = 0; v < actual.vertices.size(); ++v) {
+        if (auto r = sameNumbers("point3D", v, placeOf(actual, v), placeOf(expected, v)); !r) {
             return r;
         }
-        if (auto r = sameNumbers("point2D", i, actual.flats[i], expected.flats[i]); !r) {
+        if (auto r = sameNumbers("point2D", v, flatOf(actual, v), flatOf(expected, v)); !r) {
             return r;
         }
-        if (auto r = sameNumbers("normal3D", i, actual.normals[i], expected.normals[i]); !r) {
+        if (auto r = sameNumbers("normal3D", v, normalOf(actual, v), normalOf(expected, v)); !r) {
             return r;
         }
     }
-    if (!(actual.triangles == expected.triangles)) {
+    if (actual.triangles != expected.triangles) {
         return testing::AssertionFailure() << "different triangles";
     }
     if (actual.incidence != expected.incidence) {
         return testing::AssertionFailure() << "different incidence lists";
     }
-    if (actual.cutFirst != expected.cutFirst || actual.cutSecond != expected.cutSecond) {
+    if (actual.cut != expected.cut) {
         return testing::AssertionFailure() << "different cuts";
+    }
+    if (actual.name != expected.name) {
+        return testing::AssertionFailure() << actual.name << ", not " << expected.name;
     }
     return testing::AssertionSuccess();
 }

@@ -34,11 +34,11 @@ private:
 } // namespace
 
 std::uint32_t PlainMesh::org(PlainEdge e) const {
-    return triangles[at(e.triangle)].vertices[(e.side + 1) % 3];
+    return triangles.at(at(e.triangle)).vertices[(e.side + 1) % 3];
 }
 
 std::uint32_t PlainMesh::dest(PlainEdge e) const {
-    return triangles[at(e.triangle)].vertices[(e.side + 2) % 3];
+    return triangles.at(at(e.triangle)).vertices[(e.side + 2) % 3];
 }
 
 PlainMesh::PlainEdge PlainMesh::rot(PlainEdge e) const {
@@ -46,8 +46,8 @@ PlainMesh::PlainEdge PlainMesh::rot(PlainEdge e) const {
 }
 
 PlainMesh::PlainEdge PlainMesh::sym(PlainEdge e) const {
-    PlainTriangle const& triangle = triangles[at(e.triangle)];
-    return {triangle.neighbours[e.side], triangle.sides[e.side]};
+    PlainTriangle const& triangle = triangles.at(at(e.triangle));
+    return {triangle.neighbours.at(e.side), triangle.sides[e.side]};
 }
 
 PlainMesh::PlainEdge PlainMesh::onext(PlainEdge e) const {
@@ -56,6 +56,10 @@ PlainMesh::PlainEdge PlainMesh::onext(PlainEdge e) const {
 
 PlainMesh::PlainEdge PlainMesh::oprev(PlainEdge e) const {
     return rot(sym(e));
+}
+
+bool PlainMesh::isBoundary(PlainEdge e) const {
+    return sym(e).triangle == none;
 }
 
 void PlainMesh::addVertex(Point const& newPoint) {
@@ -69,7 +73,7 @@ bool PlainMesh::isFloating(std::uint32_t v) const {
 }
 
 PlainMesh::PlainEdge PlainMesh::arbitraryEdge(std::uint32_t v) const {
-    int const first = incidence[v % vertices.size()].front();
+    int const first = incidence[v % vertices.size()].at(0);
     if (first == none) {
         return {};
     }
@@ -162,7 +166,7 @@ int PlainMesh::complementSide(int triangle, std::uint32_t a, std::uint32_t b) co
 }
 
 bool PlainMesh::addBoundaryTriangle(PlainEdge e, std::uint32_t w) {
-    if (sym(e).triangle != none) {
+    if (!isBoundary(e)) {
         return false;
     }
     return isFloating(w) ? addOnFloatingApex(e, w) : addOnAttachedApex(e, w);
@@ -252,7 +256,7 @@ std::vector<int> PlainMesh::walkedTriangles() const {
         }
         StepLimit limit(triangles.size());
         if (isBoundaryVertex(v)) {
-            while (sym(start).triangle != none) {
+            while (!isBoundary(start)) {
                 start = oprev(start);
                 limit.step();
             }
@@ -312,7 +316,7 @@ Vector PlainMesh::normal(std::uint32_t v) const {
     Vector sum;
     StepLimit limit(triangles.size());
     if (boundary) {
-        while (sym(e).triangle != none) {
+        while (!isBoundary(e)) {
             e = oprev(e);
             limit.step();
         }

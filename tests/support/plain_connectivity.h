@@ -11,8 +11,9 @@
 
 namespace QELT::Testing {
 
-/// The connectivity of a growing triangle mesh, kept in index lists and written for reading, not for speed: a
-/// second opinion on the mesh of the library. Triangles are numbered in the order in which they are made.
+/// A triangle mesh kept in index lists and written for reading, not for speed: a second opinion on the mesh
+/// of the library. It can grow by itself, its triangles numbered in the order in which they are made, or be a
+/// copy of the library's mesh. A walk off the mesh throws.
 class PlainMesh {
 public:
     static constexpr int none = -1;
@@ -28,6 +29,8 @@ public:
         std::array<std::uint32_t, 3> vertices{};
         std::array<int, 3> neighbours{none, none, none};
         std::array<std::uint32_t, 3> sides{noSide, noSide, noSide};
+
+        bool operator==(PlainTriangle const& other) const = default;
     };
 
     /// A triangle and one of its sides; side i runs from vertex i + 1 to vertex i + 2.
@@ -44,6 +47,7 @@ public:
     PlainEdge sym(PlainEdge e) const;
     PlainEdge onext(PlainEdge e) const;
     PlainEdge oprev(PlainEdge e) const;
+    bool isBoundary(PlainEdge e) const;
 
     void addVertex(Geometry::ThreeDimensional::Point const& point);
     bool isFloating(std::uint32_t v) const;

@@ -1,6 +1,5 @@
 #include "tests/support/plain_flattening.h"
 
-#include "Geometry/trimesh/triangle.h"
 #include "tests/support/plain_linearalgebra.h"
 
 #include <algorithm>
@@ -8,7 +7,6 @@
 #include <cstdio>
 #include <limits>
 #include <map>
-#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -16,8 +14,7 @@ namespace QELT::Testing::PlainFlattening {
 
 namespace {
 
-using Geometry::ThreeDimensional::TriMesh::Mesh;
-using Geometry::ThreeDimensional::TriMesh::Triangle;
+using PlainEdge = PlainMesh::PlainEdge;
 
 /// The value goes through memory as a float, so that no optimiser keeps more of it.
 float single(double value) {
@@ -56,148 +53,43 @@ double singleSquaredDistance(Place const& a, Place const& b) {
     return static_cast<double>(sum);
 }
 
-Place const& originPlace(MeshRecord const& mesh, Side const& e) {
-    return mesh.places[originOf(mesh, e)];
+Place originPlace(PlainMesh const& mesh, PlainEdge const& e) {
+    return placeOf(mesh, mesh.org(e));
 }
 
-Place const& destinationPlace(MeshRecord const& mesh, Side const& e) {
-    return mesh.places[destinationOf(mesh, e)];
-}
-
-void collect(Triangle* triangle, std::set<Triangle*, std::less<>>& all) {
-    std::vector<Triangle*> waiting{triangle};
-    while (!waiting.empty()) {
-        Triangle* const next = waiting.back();
-        waiting.pop_back();
-        if (next == nullptr || !all.insert(next).second) {
-            continue;
-        }
-        for (Triangle* neighbour : next->adjacentTriangles) {
-            waiting.push_back(neighbour);
-        }
-    }
+Place destinationPlace(PlainMesh const& mesh, PlainEdge const& e) {
+    return placeOf(mesh, mesh.dest(e));
 }
 
 } // namespace
 
-MeshRecord takeRecord(Mesh const& mesh) {
-    MeshRecord record;
-    for (auto const& vertex : mesh.vertices) {
-        record.places.push_back(
-            {vertex.getPoint3D().getX(), vertex.getPoint3D().getY(), vertex.getPoint3D().getZ()});
-        record.flats.push_back({vertex.getPoint2D().getU(), vertex.getPoint2D().getV()});
-        record.normals.push_back(
-            {vertex.getNormal3D().getdX(), vertex.getNormal3D().getdY(), vertex.getNormal3D().getdZ()});
-    }
-    std::set<Triangle*, std::less<>> all;
-    for (auto const& list : mesh.vertexTriangles) {
-        for (Triangle* triangle : list) {
-            collect(triangle, all);
-        }
-    }
-    std::map<Triangle*, std::int64_t> numbers;
-    numbers[nullptr] = -1;
-    for (Triangle* triangle : all) {
-        numbers.emplace(triangle, static_cast<std::int64_t>(numbers.size()) - 1);
-    }
-    for (Triangle* triangle : all) {
-        TriangleRecord entry;
-        for (std::size_t k = 0; k < 3; ++k) {
-            entry.vertices[k] = triangle->vertexIndices[k];
-            entry.across[k] = {numbers.at(triangle->adjacentTriangles[k]),
-                               triangle->adjacentTriangleEdgeIndices[k]};
-        }
-        record.triangles.push_back(entry);
-    }
-    for (auto const& list : mesh.vertexTriangles) {
-        std::vector<std::int64_t> entries;
-        for (Triangle* triangle : list) {
-            entries.push_back(numbers.at(triangle));
-        }
-        record.incidence.push_back(entries);
-    }
-    for (auto const& entry : mesh.cutEdgeIndices.first) {
-        record.cutFirst.push_back(entry.index);
-    }
-    for (auto const& entry : mesh.cutEdgeIndices.second) {
-        record.cutSecond.push_back(entry.index);
-    }
-    return record;
+Place placeOf(PlainMesh const& mesh, std::size_t vertex) {
+    auto const& point = mesh.vertices[vertex].point;
+    return {point.getX(), point.getY(), point.getZ()};
 }
 
-std::uint32_t originOf(MeshRecord const& mesh, Side const& e) {
-    return mesh.triangles.at(static_cast<std::size_t>(e.triangle)).vertices.at((e.side + 1) % 3);
+Flat flatOf(PlainMesh const& mesh, std::size_t vertex) {
+    auto const& point = mesh.vertices[vertex].flatPoint;
+    return {point.getU(), point.getV()};
 }
 
-std::uint32_t destinationOf(MeshRecord const& mesh, Side const& e) {
-    return mesh.triangles.at(static_cast<std::size_t>(e.triangle)).vertices.at((e.side + 2) % 3);
+Direction normalOf(PlainMesh const& mesh, std::size_t vertex) {
+    auto const& normal = mesh.vertices[vertex].normal;
+    return {normal.getdX(), normal.getdY(), normal.getdZ()};
 }
 
-Side nextAlongTriangle(Side const& e) {
-    return {e.triangle, (e.side + 1) % 3};
-}
-
-Side acrossOf(MeshRecord const& mesh, Side const& e) {
-    return mesh.triangles.at(static_cast<std::size_t>(e.triangle)).across.at(e.side);
-}
-
-bool isOnBoundary(MeshRecord const& mesh, Side const& e) {
-    return acrossOf(mesh, e).triangle < 0;
-}
-
-Side nextSpoke(MeshRecord const& mesh, Side const& e) {
-    return acrossOf(mesh, nextAlongTriangle(nextAlongTriangle(e)));
-}
-
-Side previousSpoke(MeshRecord const& mesh, Side const& e) {
-    return nextAlongTriangle(acrossOf(mesh, e));
-}
-
-Side someSpoke(MeshRecord const& mesh, std::uint32_t vertex) {
-    std::int64_t const first = mesh.incidence.at(vertex).at(0);
-    if (first < 0) {
-        return {};
+std::vector<Flat> flatsOf(PlainMesh const& mesh) {
+    std::vector<Flat> flats;
+    for (std::size_t v = 0; v < mesh.vertices.size(); ++v) {
+        flats.push_back(flatOf(mesh, v));
     }
-    std::uint32_t k = 0;
-    while (k < 2 && mesh.triangles[static_cast<std::size_t>(first)].vertices.at(k) != vertex) {
-        ++k;
-    }
-    return {first, (k + 2) % 3};
+    return flats;
 }
 
-bool isBoundaryVertex(MeshRecord const& mesh, std::uint32_t vertex) {
-    Side const start = someSpoke(mesh, vertex);
-    Side e = start;
-    do {
-        if (e.triangle < 0) {
-            return true;
-        }
-        e = nextSpoke(mesh, e);
-    } while (!(e == start));
-    return false;
-}
-
-std::vector<std::int64_t> listTriangles(MeshRecord const& mesh) {
-    std::vector<std::int64_t> list;
-    for (std::uint32_t v = 0; v < mesh.places.size(); ++v) {
-        Side e = someSpoke(mesh, v);
-        if (e.triangle < 0) {
-            continue;
-        }
-        if (isBoundaryVertex(mesh, v)) {
-            while (!isOnBoundary(mesh, e)) {
-                e = previousSpoke(mesh, e);
-            }
-        }
-        Side const start = e;
-        do {
-            list.push_back(e.triangle);
-            e = nextSpoke(mesh, e);
-        } while (e.triangle >= 0 && !(e == start));
+void setFlats(PlainMesh& mesh, std::vector<Flat> const& flats) {
+    for (std::size_t v = 0; v < mesh.vertices.size(); ++v) {
+        mesh.vertices[v].flatPoint = {flats.at(v)[0], flats.at(v)[1]};
     }
-    std::sort(list.begin(), list.end());
-    list.erase(std::unique(list.begin(), list.end()), list.end());
-    return list;
 }
 
 void Report::message(std::string const& text) {
@@ -216,22 +108,22 @@ namespace {
 
 using Loop = std::vector<std::uint32_t>;
 
-Loop walkLoop(MeshRecord const& mesh, std::uint32_t start, std::vector<bool>& bits) {
+Loop walkLoop(PlainMesh const& mesh, std::uint32_t start, std::vector<bool>& bits) {
     Loop loop;
-    Side e = someSpoke(mesh, start);
+    PlainEdge e = mesh.arbitraryEdge(start);
     do {
-        std::uint32_t const v = originOf(mesh, e);
+        std::uint32_t const v = mesh.org(e);
         // Met before, or by another of its fans than the one it is known by.
-        if (bits.at(v) || !isBoundaryVertex(mesh, v)) {
+        if (bits.at(v) || !mesh.isBoundaryVertex(v)) {
             throw std::runtime_error("Mesh boundary is not manifold");
         }
         bits[v] = true;
         loop.push_back(v);
-        while (!isOnBoundary(mesh, e)) {
-            e = previousSpoke(mesh, e);
+        while (!mesh.isBoundary(e)) {
+            e = mesh.oprev(e);
         }
-        e = nextAlongTriangle(e);
-    } while (originOf(mesh, e) != start);
+        e = mesh.rot(e);
+    } while (mesh.org(e) != start);
     return loop;
 }
 
@@ -263,13 +155,13 @@ double turnCosine(Place const& a, Place const& b, Place const& c) {
     return dot(in, out) / std::sqrt(dot(in, in) * dot(out, out));
 }
 
-void pinTwoCorners(MeshRecord const& mesh, Loop& loop) {
+void pinTwoCorners(PlainMesh const& mesh, Loop& loop) {
     CornerTable table;
     auto const n = static_cast<std::uint32_t>(loop.size());
     for (std::uint32_t j = 0; j < n; ++j) {
-        table.offer(
-            turnCosine(mesh.places[loop[j]], mesh.places[loop[(j + 1) % n]], mesh.places[loop[(j + 2) % n]]),
-            (j + 1) % n);
+        table.offer(turnCosine(placeOf(mesh, loop[j]), placeOf(mesh, loop[(j + 1) % n]),
+                               placeOf(mesh, loop[(j + 2) % n])),
+                    (j + 1) % n);
     }
     std::size_t corners = 0;
     while (corners < CornerTable::size && table.keys[corners] < 0.17364817766693036) {
@@ -280,8 +172,8 @@ void pinTwoCorners(MeshRecord const& mesh, Loop& loop) {
     double best = 0.0;
     for (std::size_t i = 0; i < corners; ++i) {
         for (std::size_t j = 0; j < corners; ++j) {
-            double const d = singleSquaredDistance(mesh.places[loop[table.positions[i]]],
-                                                   mesh.places[loop[table.positions[j]]]);
+            double const d = singleSquaredDistance(placeOf(mesh, loop[table.positions[i]]),
+                                                   placeOf(mesh, loop[table.positions[j]]));
             if (d > best) {
                 best = d;
                 firstPin = table.positions[j];
@@ -293,29 +185,28 @@ void pinTwoCorners(MeshRecord const& mesh, Loop& loop) {
     std::swap(loop.at(n - 1), loop.at(secondPin));
 }
 
-void renumber(MeshRecord& mesh, std::vector<std::uint32_t> const& newIndex) {
+void renumber(PlainMesh& mesh, std::vector<std::uint32_t> const& newIndex) {
     for (auto& triangle : mesh.triangles) {
         for (std::uint32_t& vertex : triangle.vertices) {
             vertex = newIndex.at(vertex);
         }
     }
-    MeshRecord const old = mesh;
+    PlainMesh const old = mesh;
     for (std::size_t i = 0; i < newIndex.size(); ++i) {
-        mesh.places[newIndex[i]] = old.places[i];
-        mesh.flats[newIndex[i]] = old.flats[i];
-        mesh.normals[newIndex[i]] = old.normals[i];
+        mesh.vertices[newIndex[i]] = old.vertices[i];
         mesh.incidence[newIndex[i]] = old.incidence[i];
     }
-    for (std::size_t k = 0; k < mesh.cutFirst.size(); ++k) {
-        mesh.cutFirst[k] = newIndex.at(mesh.cutFirst[k]);
-        mesh.cutSecond[k] = newIndex.at(mesh.cutSecond[k]);
+    for (auto* list : {&mesh.cut.first, &mesh.cut.second}) {
+        for (std::uint32_t& vertex : *list) {
+            vertex = newIndex.at(vertex);
+        }
     }
 }
 
 } // namespace
 
-Counts promoteInterior(MeshRecord& mesh, bool pinCorners) {
-    auto const total = static_cast<std::uint32_t>(mesh.places.size());
+Counts promoteInterior(PlainMesh& mesh, bool pinCorners) {
+    auto const total = static_cast<std::uint32_t>(mesh.vertices.size());
     std::vector<bool> bits(total, false);
     std::vector<std::uint32_t> interior;
     std::vector<Loop> loops;
@@ -323,7 +214,7 @@ Counts promoteInterior(MeshRecord& mesh, bool pinCorners) {
         if (bits[v]) {
             continue;
         }
-        if (!isBoundaryVertex(mesh, v)) {
+        if (!mesh.isBoundaryVertex(v)) {
             bits[v] = true;
             interior.push_back(v);
         } else {
@@ -446,20 +337,20 @@ double dot(Flat const& a, Flat const& b) {
     return a[0] * b[0] + a[1] * b[1];
 }
 
-double cornerAngle(MeshRecord const& mesh, Side const& e) {
-    Place const& po = originPlace(mesh, e);
+double cornerAngle(PlainMesh const& mesh, PlainEdge const& e) {
+    Place const po = originPlace(mesh, e);
     Direction const toD = fromTo(po, destinationPlace(mesh, e));
-    Direction const toA = fromTo(po, destinationPlace(mesh, nextAlongTriangle(e)));
+    Direction const toA = fromTo(po, destinationPlace(mesh, mesh.rot(e)));
     return std::atan2(length(cross(toD, toA)), dot(toD, toA));
 }
 
-double sideLength(MeshRecord const& mesh, Side const& e) {
+double sideLength(PlainMesh const& mesh, PlainEdge const& e) {
     return length(fromTo(originPlace(mesh, e), destinationPlace(mesh, e)));
 }
 
 /// A walk round a vertex that should meet a boundary side within all sides of the mesh.
 template <class Condition, class Step>
-Side walkUntil(MeshRecord const& mesh, Side e, Condition condition, Step step) {
+PlainEdge walkUntil(PlainMesh const& mesh, PlainEdge e, Condition condition, Step step) {
     for (std::size_t limit = 3 * mesh.triangles.size() + 1; !condition(e); e = step(e)) {
         if (limit-- == 0) {
             throw std::logic_error("the fan is closed");
@@ -492,25 +383,25 @@ struct Chain {
 };
 
 /// Develops five vertices of the boundary, given by index.
-std::array<Flat, 5> develop(MeshRecord const& mesh, std::array<std::uint32_t, 5> const& stencil) {
+std::array<Flat, 5> develop(PlainMesh const& mesh, std::array<std::uint32_t, 5> const& stencil) {
     Chain chain;
-    Side e = walkUntil(
-        mesh, someSpoke(mesh, stencil[0]), [&](Side const& s) { return isOnBoundary(mesh, s); },
-        [&](Side const& s) { return previousSpoke(mesh, s); });
+    PlainEdge e = walkUntil(
+        mesh, mesh.arbitraryEdge(stencil[0]), [&](PlainEdge const& s) { return mesh.isBoundary(s); },
+        [&](PlainEdge const& s) { return mesh.oprev(s); });
     chain.segment = sideLength(mesh, e);
     for (std::size_t k = 0; k < 3; ++k) {
         Flat const step = chain.extend(k);
         e = walkUntil(
-            mesh, someSpoke(mesh, stencil[k + 1]),
-            [&](Side const& s) { return isOnBoundary(mesh, nextAlongTriangle(nextAlongTriangle(s))); },
-            [&](Side const& s) { return nextSpoke(mesh, s); });
+            mesh, mesh.arbitraryEdge(stencil[k + 1]),
+            [&](PlainEdge const& s) { return mesh.isBoundary(mesh.rot(mesh.rot(s))); },
+            [&](PlainEdge const& s) { return mesh.onext(s); });
         chain.turn = 0.0;
-        Side last;
-        while (e.triangle >= 0) {
+        PlainEdge last;
+        while (e.triangle != PlainMesh::none) {
             chain.turn += cornerAngle(mesh, e);
             last = e;
-            Side const beyond = acrossOf(mesh, e);
-            e = beyond.triangle < 0 ? Side{} : nextAlongTriangle(beyond);
+            PlainEdge const beyond = mesh.sym(e);
+            e = beyond.triangle == PlainMesh::none ? PlainEdge{} : mesh.rot(beyond);
         }
         chain.segment = sideLength(mesh, last);
         chain.reframe(step);
@@ -642,13 +533,13 @@ Rows fullProduct(Rows const& a, Rows const& b, std::uint32_t columns) {
 
 } // namespace
 
-std::vector<Flat> developableBoundary(MeshRecord const& mesh, std::uint32_t n, Report& report,
+std::vector<Flat> developableBoundary(PlainMesh const& mesh, std::uint32_t n, Report& report,
                                       std::uint32_t& iterations) {
     if (n < 5) {
         throw std::runtime_error("Boundary flattening internal failure");
     }
     BoundaryProblem problem(n);
-    auto const base = static_cast<std::uint32_t>(mesh.places.size()) - n;
+    auto const base = static_cast<std::uint32_t>(mesh.vertices.size()) - n;
     for (std::uint32_t c = 0; c < problem.m(); ++c) {
         std::array<std::uint32_t, 5> stencil{};
         for (std::uint32_t j = 0; j < 5; ++j) {
@@ -715,13 +606,14 @@ std::vector<Flat> turned(std::vector<Flat> const& points, std::uint32_t step) {
 
 } // namespace
 
-std::uint32_t orient(MeshRecord& mesh, Report& report) {
+std::uint32_t orient(PlainMesh& mesh, Report& report) {
+    std::vector<Flat> const start = flatsOf(mesh);
     double bestArea = 1e21;
     std::uint32_t bestStep = 0;
     report.message("Starting C-scan orientation calculation...");
     std::uint32_t lastPercentage = 0;
     for (std::uint32_t i = 0; i < 4096; ++i) {
-        Box const box = boxOf(turned(mesh.flats, i));
+        Box const box = boxOf(turned(start, i));
         double const area = std::fabs(box.extent[0] * box.extent[1]);
         if (area < bestArea || i == 0) {
             bestArea = area;
@@ -733,11 +625,12 @@ std::uint32_t orient(MeshRecord& mesh, Report& report) {
             lastPercentage = percentage;
         }
     }
-    mesh.flats = turned(mesh.flats, bestStep);
-    Flat const low = boxOf(mesh.flats).corner;
-    for (Flat& p : mesh.flats) {
+    std::vector<Flat> flats = turned(start, bestStep);
+    Flat const low = boxOf(flats).corner;
+    for (Flat& p : flats) {
         p = {p[0] - low[0], p[1] - low[1]};
     }
+    setFlats(mesh, flats);
     return bestStep;
 }
 
@@ -745,7 +638,7 @@ namespace {
 
 /// The system of the free vertices.
 struct MapProblem {
-    MeshRecord const& mesh;
+    PlainMesh const& mesh;
     std::uint32_t freeCount;
     std::vector<Flat> fixed;
     Assembly matrix;
@@ -773,12 +666,12 @@ struct MapProblem {
         }
     }
 
-    void addTriangle(std::uint32_t i, Side const& e, bool isBoundary) {
-        std::uint32_t const d = destinationOf(mesh, e);
-        std::uint32_t const a = destinationOf(mesh, nextAlongTriangle(e));
-        Place const& po = originPlace(mesh, e);
-        Place const& pd = mesh.places[d];
-        Place const& pa = mesh.places[a];
+    void addTriangle(std::uint32_t i, PlainEdge const& e, bool isBoundary) {
+        std::uint32_t const d = mesh.dest(e);
+        std::uint32_t const a = mesh.dest(mesh.rot(e));
+        Place const po = originPlace(mesh, e);
+        Place const pd = placeOf(mesh, d);
+        Place const pa = placeOf(mesh, a);
         double const twoArea = length(cross(fromTo(pa, po), fromTo(po, pd)));
         double const cotD = -(dot(fromTo(po, pd), fromTo(pd, pa))) / twoArea;
         double const cotA = -(dot(fromTo(pd, pa), fromTo(pa, po))) / twoArea;
@@ -794,22 +687,22 @@ struct MapProblem {
     }
 
     void addFan(std::uint32_t i) {
-        bool const isBoundary = isBoundaryVertex(mesh, i);
-        Side first = someSpoke(mesh, i);
-        while (isBoundary && !isOnBoundary(mesh, first)) {
-            first = previousSpoke(mesh, first);
+        bool const isBoundary = mesh.isBoundaryVertex(i);
+        PlainEdge first = mesh.arbitraryEdge(i);
+        while (isBoundary && !mesh.isBoundary(first)) {
+            first = mesh.oprev(first);
         }
-        Side e = first;
+        PlainEdge e = first;
         do {
             addTriangle(i, e, isBoundary);
-            e = nextSpoke(mesh, e);
-        } while (e.triangle >= 0 && !(e == first));
+            e = mesh.onext(e);
+        } while (e.triangle != PlainMesh::none && e != first);
     }
 };
 
 } // namespace
 
-Outcome conformalMap(MeshRecord const& mesh, bool pinCorners, std::vector<double> const* start,
+Outcome conformalMap(PlainMesh const& mesh, bool pinCorners, std::vector<double> const* start,
                      bool isListening) {
     Outcome outcome;
     outcome.mesh = mesh;
@@ -817,7 +710,7 @@ Outcome conformalMap(MeshRecord const& mesh, bool pinCorners, std::vector<double
     Report& report = outcome.report;
     report.message("Promoting interior...");
     Counts const counts = promoteInterior(outcome.mesh, pinCorners);
-    auto const total = static_cast<std::uint32_t>(mesh.places.size());
+    auto const total = static_cast<std::uint32_t>(mesh.vertices.size());
     std::uint32_t const freeCount = pinCorners ? total - 2 : total - counts.mainLoop;
     outcome.solution = start != nullptr ? *start : std::vector<double>(2 * freeCount, 0.0);
     std::vector<Flat> fixed{firstPinPlace, secondPinPlace};
@@ -843,10 +736,12 @@ Outcome conformalMap(MeshRecord const& mesh, bool pinCorners, std::vector<double
     outcome.iterations.push_back(solved.iterations);
     outcome.converged = solved.converged;
     report.output += solved.converged ? "\n" : "\nLinear system solve failure - carrying on...";
+    std::vector<Flat> flats;
     for (std::uint32_t v = 0; v < total; ++v) {
-        outcome.mesh.flats[v] = v < freeCount ? Flat{outcome.solution[2 * v], outcome.solution[2 * v + 1]}
-                                              : fixed.at(v - freeCount);
+        flats.push_back(v < freeCount ? Flat{outcome.solution[2 * v], outcome.solution[2 * v + 1]}
+                                      : fixed.at(v - freeCount));
     }
+    setFlats(outcome.mesh, flats);
     orient(outcome.mesh, report);
     return outcome;
 }

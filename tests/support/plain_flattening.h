@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Geometry/trimesh/mesh.h"
+#include "tests/support/plain_connectivity.h"
 
 #include <array>
 #include <cstddef>
@@ -16,50 +16,14 @@ using Place = std::array<float, 3>;
 using Flat = std::array<double, 2>;
 using Direction = std::array<double, 3>;
 
-/// A side of a triangle, by number. `triangle` is -1 where there is none.
-struct Side {
-    std::int64_t triangle = -1;
-    std::uint32_t side = 0xFFFFFFFFU;
+/// What a vertex holds, as plain numbers.
+Place placeOf(PlainMesh const& mesh, std::size_t vertex);
+Flat flatOf(PlainMesh const& mesh, std::size_t vertex);
+Direction normalOf(PlainMesh const& mesh, std::size_t vertex);
 
-    bool operator==(Side const& other) const { return triangle == other.triangle && side == other.side; }
-};
-
-struct TriangleRecord {
-    std::array<std::uint32_t, 3> vertices{};
-    std::array<Side, 3> across;
-
-    bool operator==(TriangleRecord const& other) const {
-        return vertices == other.vertices && across == other.across;
-    }
-};
-
-/// All that a mesh holds, with triangles named by their rank among the addresses of all triangles that can be
-/// reached. Two records of one mesh, before and after an operation that makes no triangles, can be compared.
-struct MeshRecord {
-    std::vector<Place> places;
-    std::vector<Flat> flats;
-    std::vector<Direction> normals;
-    std::vector<TriangleRecord> triangles;
-    std::vector<std::vector<std::int64_t>> incidence;
-    std::vector<std::uint32_t> cutFirst;
-    std::vector<std::uint32_t> cutSecond;
-};
-
-MeshRecord takeRecord(Geometry::ThreeDimensional::TriMesh::Mesh const& mesh);
-
-/// Navigation on a record. Crossing a boundary side gives a side with triangle -1.
-std::uint32_t originOf(MeshRecord const& mesh, Side const& e);
-std::uint32_t destinationOf(MeshRecord const& mesh, Side const& e);
-Side nextAlongTriangle(Side const& e);
-Side acrossOf(MeshRecord const& mesh, Side const& e);
-bool isOnBoundary(MeshRecord const& mesh, Side const& e);
-Side nextSpoke(MeshRecord const& mesh, Side const& e);
-Side previousSpoke(MeshRecord const& mesh, Side const& e);
-Side someSpoke(MeshRecord const& mesh, std::uint32_t vertex);
-bool isBoundaryVertex(MeshRecord const& mesh, std::uint32_t vertex);
-
-/// Numbers of the triangles in the order in which the mesh lists them.
-std::vector<std::int64_t> listTriangles(MeshRecord const& mesh);
+/// The flat places of all vertices.
+std::vector<Flat> flatsOf(PlainMesh const& mesh);
+void setFlats(PlainMesh& mesh, std::vector<Flat> const& flats);
 
 /// What an application that listens and reads standard output gets to know.
 struct Report {
@@ -78,7 +42,7 @@ struct Counts {
 };
 
 /// \throws std::runtime_error, with the mesh unchanged, if there is no boundary or it meets itself.
-Counts promoteInterior(MeshRecord& mesh, bool pinCorners);
+Counts promoteInterior(PlainMesh& mesh, bool pinCorners);
 
 /// A matrix with all its stored entries, zeros included, by ascending column.
 struct Entry {
@@ -97,14 +61,14 @@ struct Solve {
 Solve solve(Rows const& a, std::vector<double>& x, std::vector<double> const& b, Report& report);
 
 /// Positions of the last `n` vertices, solved with the full normal matrix. `count` receives the iterations.
-std::vector<Flat> developableBoundary(MeshRecord const& mesh, std::uint32_t n, Report& report,
+std::vector<Flat> developableBoundary(PlainMesh const& mesh, std::uint32_t n, Report& report,
                                       std::uint32_t& iterations);
 
 /// Turns and shifts the flat places; the number of the best step of 8192 is the result.
-std::uint32_t orient(MeshRecord& mesh, Report& report);
+std::uint32_t orient(PlainMesh& mesh, Report& report);
 
 struct Outcome {
-    MeshRecord mesh;
+    PlainMesh mesh;
     Report report;
     /// Of the boundary, if it was solved for, and of the whole map.
     std::vector<std::uint32_t> iterations;
@@ -113,7 +77,7 @@ struct Outcome {
 };
 
 /// The whole map. `start` may be null, then the solver starts at zero.
-Outcome conformalMap(MeshRecord const& mesh, bool pinCorners, std::vector<double> const* start,
+Outcome conformalMap(PlainMesh const& mesh, bool pinCorners, std::vector<double> const* start,
                      bool isListening);
 
 } // namespace QELT::Testing::PlainFlattening

@@ -1,6 +1,7 @@
 #include "tests/support/plain_meshcopy.h"
 
 #include <map>
+#include <vector>
 
 namespace QELT::Testing {
 
@@ -24,6 +25,14 @@ void reach(Triangle const* start, Numbers& numbers) {
 
 int numberOf(Numbers const& numbers, Triangle const* triangle) {
     return triangle == nullptr ? PlainMesh::none : numbers.at(triangle);
+}
+
+std::vector<int> numbersOf(Numbers const& numbers, std::vector<Triangle*> const& list) {
+    std::vector<int> result;
+    for (Triangle const* const triangle : list) {
+        result.push_back(numberOf(numbers, triangle));
+    }
+    return result;
 }
 
 PlainMesh::PlainTriangle copied(Triangle const& triangle, Numbers const& numbers) {
@@ -54,17 +63,17 @@ PlainMesh plainCopyOf(Mesh const& mesh) {
     for (auto const& entry : numbers) {
         copy.triangles.push_back(copied(*entry.first, numbers));
     }
-    for (std::size_t v = 0; v < mesh.vertices.size(); ++v) {
-        auto const& vertex = mesh.vertices[v];
+    for (auto const& vertex : mesh.vertices) {
         copy.vertices.push_back({vertex.point3D, vertex.point2D, vertex.normal3D});
-        copy.incidence.emplace_back();
-        for (Triangle const* const triangle : mesh.vertexTriangles[v]) {
-            copy.incidence.back().push_back(numberOf(numbers, triangle));
-        }
     }
-    for (std::size_t k = 0; k < mesh.cutEdgeIndices.first.size(); ++k) {
-        copy.cut.first.push_back(mesh.cutEdgeIndices.first[k].index);
-        copy.cut.second.push_back(mesh.cutEdgeIndices.second[k].index);
+    for (auto const& list : mesh.vertexTriangles) {
+        copy.incidence.push_back(numbersOf(numbers, list));
+    }
+    for (auto const& entry : mesh.cutEdgeIndices.first) {
+        copy.cut.first.push_back(entry.index);
+    }
+    for (auto const& entry : mesh.cutEdgeIndices.second) {
+        copy.cut.second.push_back(entry.index);
     }
     return copy;
 }

@@ -10,11 +10,10 @@ namespace QELT::Testing::PlainResampling {
 
 namespace {
 
-using PlainFlattening::destinationOf;
 using PlainFlattening::Flat;
-using PlainFlattening::listTriangles;
-using PlainFlattening::originOf;
-using PlainFlattening::Side;
+using PlainFlattening::flatOf;
+using PlainFlattening::flatsOf;
+using PlainFlattening::placeOf;
 
 constexpr unsigned char validMask = 1;
 constexpr unsigned char interiorMask = 2;
@@ -83,12 +82,12 @@ struct Corners {
 };
 
 /// The corners from side 0 onwards: vertices 1, 2, 0.
-Corners cornersOf(MeshRecord const& mesh, std::int64_t triangle) {
+Corners cornersOf(PlainMesh const& mesh, int triangle) {
     Corners corners;
     for (std::uint32_t k = 0; k < 3; ++k) {
-        std::uint32_t const v = originOf(mesh, {triangle, k});
-        corners.flat[k] = mesh.flats[v];
-        corners.place[k] = mesh.places[v];
+        std::uint32_t const v = mesh.org({triangle, k});
+        corners.flat[k] = flatOf(mesh, v);
+        corners.place[k] = placeOf(mesh, v);
     }
     return corners;
 }
@@ -131,7 +130,7 @@ void storePoint(Result& result, PlainIndex const& node, PlainPoint const& point)
     result.grid.flags[k] |= validMask;
 }
 
-void rasterise(Result& result, MeshRecord const& mesh, std::int64_t triangle) {
+void rasterise(Result& result, PlainMesh const& mesh, int triangle) {
     double const h = result.spacing;
     Corners const corners = cornersOf(mesh, triangle);
     Box box{corners.flat[0], {0.0, 0.0}};
@@ -170,15 +169,15 @@ struct Stretch {
     std::uint32_t count = 0;
 };
 
-Stretch measureStretch(MeshRecord const& mesh, std::vector<std::int64_t> const& triangles) {
+Stretch measureStretch(PlainMesh const& mesh, std::vector<int> const& triangles) {
     double sum = 0.0;
     std::uint32_t count = 0;
-    for (std::int64_t t : triangles) {
+    for (int const t : triangles) {
         auto const& v = mesh.triangles[static_cast<std::size_t>(t)].vertices;
         double const surface =
-            crossLength(mesh.places[v[0]], mesh.places[v[2]], mesh.places[v[0]], mesh.places[v[1]]);
-        double const flat = std::fabs(
-            cross(minus(mesh.flats[v[2]], mesh.flats[v[0]]), minus(mesh.flats[v[1]], mesh.flats[v[0]])));
+            crossLength(placeOf(mesh, v[0]), placeOf(mesh, v[2]), placeOf(mesh, v[0]), placeOf(mesh, v[1]));
+        double const flat = std::fabs(cross(minus(flatOf(mesh, v[2]), flatOf(mesh, v[0])),
+                                            minus(flatOf(mesh, v[1]), flatOf(mesh, v[0]))));
         if (flat > 0.0) {
             sum += surface / flat;
             ++count;
@@ -246,14 +245,14 @@ void markCutSegment(PlainGrid& grid, double h, Flat const& p, Flat const& q) {
     }
 }
 
-void markCut(PlainGrid& grid, double h, MeshRecord const& mesh) {
-    if (mesh.cutFirst.empty() || mesh.places.empty()) {
+void markCut(PlainGrid& grid, double h, PlainMesh const& mesh) {
+    if (mesh.cut.first.empty() || mesh.vertices.empty()) {
         return;
     }
-    for (auto const* list : {&mesh.cutFirst, &mesh.cutSecond}) {
+    for (auto const* list : {&mesh.cut.first, &mesh.cut.second}) {
         for (std::size_t k = 0; k + 1 < list->size(); ++k) {
-            markCutSegment(grid, h, mesh.flats[(*list)[k] % mesh.flats.size()],
-                           mesh.flats[(*list)[k + 1] % mesh.flats.size()]);
+            markCutSegment(grid, h, flatOf(mesh, (*list)[k] % mesh.vertices.size()),
+                           flatOf(mesh, (*list)[k + 1] % mesh.vertices.size()));
         }
     }
 }
@@ -279,11 +278,11 @@ bool makeNodes(Result& result, std::uint32_t highestU, std::uint32_t highestV) {
     return true;
 }
 
-void rasteriseAll(Result& result, MeshRecord const& mesh, std::vector<std::int64_t> const& triangles,
+void rasteriseAll(Result& result, PlainMesh const& mesh, std::vector<int> const& triangles,
                   std::uint32_t count) {
     std::uint64_t done = 0;
     std::uint64_t last = 0;
-    for (std::int64_t t : triangles) {
+    for (int const t : triangles) {
         rasterise(result, mesh, t);
         ++done;
         if (count == 0) {
@@ -299,16 +298,16 @@ void rasteriseAll(Result& result, MeshRecord const& mesh, std::vector<std::int64
 
 } // namespace
 
-Result resample(MeshRecord const& mesh, double quadArea, std::uint32_t quadsPerSearchPoint) {
+Result resample(PlainMesh const& mesh, double quadArea, std::uint32_t quadsPerSearchPoint) {
     Result result;
     Box box;
-    if (!mesh.flats.empty()) {
-        box.low = mesh.flats[0];
-        for (Flat const& p : mesh.flats) {
+    if (!mesh.vertices.empty()) {
+        box.low = flatOf(mesh, 0);
+        for (Flat const& p : flatsOf(mesh)) {
             box.grow(p);
         }
     }
-    std::vector<std::int64_t> const triangles = listTriangles(mesh);
+    std::vector<int> const triangles = mesh.walkedTriangles();
     Stretch const stretch = measureStretch(mesh, triangles);
     result.spacing = std::sqrt(quadArea / stretch.meanRatio);
     if (!makeNodes(result, toExtent(box.extent[0] / result.spacing + 1.0),

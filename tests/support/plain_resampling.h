@@ -11,7 +11,6 @@
 /// Lattice points that fall beside the grid are left out; otherwise nothing is guarded.
 namespace QELT::Testing::PlainResampling {
 
-using PlainFlattening::MeshRecord;
 using PlainFlattening::Place;
 
 struct Result {
@@ -29,6 +28,6 @@ struct Result {
     std::uint32_t storesOutside = 0;
 };
 
-Result resample(MeshRecord const& mesh, double quadArea, std::uint32_t quadsPerSearchPoint = 4096);
+Result resample(PlainMesh const& mesh, double quadArea, std::uint32_t quadsPerSearchPoint = 4096);
 
 } // namespace QELT::Testing::PlainResampling
