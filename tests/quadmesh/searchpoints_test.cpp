@@ -63,10 +63,10 @@ TEST(SearchPoints, AreThoseOfThePlainWalkOnRandomGridsOfEveryShape) {
 }
 
 TEST(SearchPoints, OfATallGridWithALongHoleAreThoseOfThePlainWalk) {
-    for (int const end : {0, 1, 100, 10000, 19998, 19999, 20000}) {
+    for (int const end : {0, 1, 100, 2000, 3998, 3999, 4000}) {
         SCOPED_TRACE(end);
-        RectMesh grid = flatGrid(2, 20000);
-        punchHole(grid, {0, end}, {2, 20000 - end / 2});
+        RectMesh grid = flatGrid(2, 4000);
+        punchHole(grid, {0, end}, {2, 4000 - end / 2});
         expectPlainSearchPoints(grid);
     }
 }
