@@ -217,7 +217,8 @@ TEST(Architecture, PublicHeadersDoNotIncludeInternalOnes) {
 
 TEST(Architecture, InternalFoldersHoldHeadersThatTheLibraryUses) {
     IncludeTable const table = readTree("Geometry");
-    for (auto const& [file, unused] : table) {
+    for (auto const& entryOfFile : table) {
+        std::string const& file = entryOfFile.first;
         if (isHeader(file) && isInternal(file)) {
             bool const isUsed = std::any_of(table.begin(), table.end(), [&](auto const& entry) {
                 return entry.second.quoted.contains(file);
