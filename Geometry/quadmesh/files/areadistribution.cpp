@@ -55,7 +55,7 @@ void RectMesh::getQuadAreaDistribution(double min, double max, std::uint32_t bin
 }
 
 void RectMesh::saveQuadAreaDistribution(std::string const& path) const {
-    auto file = OutputFile::open(path.c_str(), OutputFile::Mode::Text,
+    auto file = OutputFile::open(path, OutputFile::Mode::Text,
                                  [] { throw StreamFailure("Quad area distribution file write failure."); });
     if (!file) {
         throw StreamFailure("Quad area distribution file open failure.");
