@@ -3,6 +3,13 @@
 # neither installed nor shown.
 
 find_package(PNG REQUIRED)
+find_package(Eigen3 3.4 REQUIRED NO_MODULE)
+find_package(embree 3 REQUIRED)
+find_package(nlohmann_json REQUIRED)
+
+# None of them shows in a public header. Two are headers only, which nobody needs who links what was built.
+set(qelt_inspection_libraries PNG::PNG embree $<BUILD_INTERFACE:Eigen3::Eigen>
+                              $<BUILD_INTERFACE:nlohmann_json::nlohmann_json>)
 
 file(GLOB_RECURSE qelt_inspection_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Inspection/*.cpp)
 file(GLOB_RECURSE qelt_inspection_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Inspection/*.h)
@@ -16,7 +23,7 @@ set_target_properties(
                VISIBILITY_INLINES_HIDDEN OFF
                POSITION_INDEPENDENT_CODE ON)
 target_include_directories(qelt_inspection_objects PUBLIC ${PROJECT_SOURCE_DIR})
-target_link_libraries(qelt_inspection_objects PUBLIC QELTGeometry::QELTGeometry PRIVATE PNG::PNG)
+target_link_libraries(qelt_inspection_objects PUBLIC QELTGeometry::QELTGeometry PRIVATE ${qelt_inspection_libraries})
 qelt_configure_own_target(qelt_inspection_objects)
 
 add_library(QELTInspection $<TARGET_OBJECTS:qelt_inspection_objects>)
@@ -26,7 +33,7 @@ target_sources(
     PUBLIC FILE_SET HEADERS
            BASE_DIRS ${PROJECT_SOURCE_DIR}
            FILES ${qelt_inspection_headers})
-target_link_libraries(QELTInspection PUBLIC QELTGeometry::QELTGeometry PRIVATE PNG::PNG)
+target_link_libraries(QELTInspection PUBLIC QELTGeometry::QELTGeometry PRIVATE ${qelt_inspection_libraries})
 set_target_properties(
     QELTInspection
     PROPERTIES VERSION ${PROJECT_VERSION}

@@ -11,19 +11,21 @@ namespace cscan {
 
 namespace {
 
-void runCommandLine(int argumentCount, char const* const* arguments, std::ostream& output,
-                    std::ostream& errors) {
+ExitStatus runCommandLine(int argumentCount, char const* const* arguments, std::ostream& output,
+                          std::ostream& errors) {
+    ExitStatus status = Success;
     CommandLine const commandLine = parseCommandLine(argumentCount, arguments);
     if (commandLine.carryOut) {
         ProgressDisplay display(errors, isStandardErrorTerminal());
         Console console{output, display};
-        commandLine.carryOut(console);
+        status = commandLine.carryOut(console);
     } else {
         output << commandLine.help;
     }
     if (!output.flush()) {
         throw Failure("the standard output cannot be written");
     }
+    return status;
 }
 
 int complain(std::ostream& errors, char const* text, ExitStatus status) {
@@ -40,8 +42,7 @@ int complain(std::ostream& errors, char const* text, ExitStatus status) {
 int runApplication(int argumentCount, char const* const* arguments, std::ostream& output,
                    std::ostream& errors) {
     try {
-        runCommandLine(argumentCount, arguments, output, errors);
-        return Success;
+        return runCommandLine(argumentCount, arguments, output, errors);
     } catch (UsageError const& error) {
         return complain(errors, error.what(), WronglyUsed);
     } catch (std::bad_alloc const&) {

@@ -1,18 +1,13 @@
 #pragma once
 
+#include "apps/cscan/commandline/command.h"
+
 #include <iosfwd>
 
 namespace cscan {
 
-/// The status with which the program ends.
-enum ExitStatus : int {
-    Success = 0,
-    Failed = 1,
-    WronglyUsed = 2,
-};
-
-/// Does what the arguments say. Findings go to `output`. A failure is one line on `errors` that begins with
-/// "cscan: ".
+/// Does what the arguments say and gives the status to end with. Findings go to `output`. A failure is one
+/// line on `errors` that begins with "cscan: ".
 int runApplication(int argumentCount, char const* const* arguments, std::ostream& output,
                    std::ostream& errors);
 
