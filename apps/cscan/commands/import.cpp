@@ -1,4 +1,4 @@
-#include "Inspection/import/importpart.h"
+#include "Inspection/parts/importpart.h"
 
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"

@@ -1,4 +1,4 @@
-#include "Inspection/import/importpart.h"
+#include "Inspection/parts/importpart.h"
 
 #include "Inspection/import/internal/triangulation.h"
 #include "Inspection/import/internal/welding.h"
