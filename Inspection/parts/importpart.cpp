@@ -175,10 +175,33 @@ void writeFile(std::filesystem::path const& path, Write write) {
     require(!output.fail(), path.string() + ": cannot be written to its end");
 }
 
+/// From here on points are those of single precision.
+void repairTriangles(PartAsRead& part, std::vector<Corners>& triangles, ImportOptions const& options,
+                     ImportResult& result) {
+    FaceMesh mesh;
+    for (SpacePoint const& point : part.points) {
+        mesh.points.emplace_back(point[0], point[1], point[2]);
+    }
+    mesh.faces = std::move(triangles);
+    PartRepairOptions repair = *options.repair;
+    repair.weldTolerance = options.weldTolerance;
+    result.repair = repairPart(mesh, repair);
+    part.points.clear();
+    for (Point const& point : mesh.points) {
+        part.points.push_back({point.getX(), point.getY(), point.getZ()});
+    }
+    triangles = std::move(mesh.faces);
+}
+
 void writeMesh(PartAsRead& part, ImportOptions const& options, ImportResult& result) {
     auto triangles = trianglesOf(part, result);
     require(!triangles.empty(), options.in.string() + ": all triangles are degenerate");
     dropUnused(part.points, triangles);
+    if (options.repair) {
+        repairTriangles(part, triangles, options, result);
+        require(!triangles.empty(), options.in.string() + ": nothing is left of the part by its repair");
+        result.trianglesOut = triangles.size();
+    }
     writeFile(options.out, [&](std::ostream& output) {
         writePoints(output, part.points, "v ");
         writeTriangles(output, triangles);
