@@ -16,7 +16,7 @@ struct ImportOptions {
     std::optional<double> weldTolerance;
     double scale = 1.0; ///< what coordinates are multiplied by
     /// Of a mesh, behind everything else; its tolerance of welding is the one above. No repair unless given.
-    std::optional<PartRepairOptions> repair;
+    std::optional<PartRepairOptions> repair = {};
 };
 
 /// About the rounding of coordinates in single precision.

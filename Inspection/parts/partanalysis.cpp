@@ -1,6 +1,7 @@
 #include "Inspection/parts/partanalysis.h"
 
 #include "Inspection/import/internal/welding.h"
+#include "Inspection/parts/internal/facechoice.h"
 #include "Inspection/parts/internal/facetopology.h"
 #include "Inspection/parts/internal/flatfaces.h"
 #include "Inspection/parts/internal/rimwalk.h"
@@ -127,11 +128,6 @@ SideEnds endsOf(FaceTopology const& topology, std::size_t side) {
     return {low, high};
 }
 
-/// Between two directions, in radians.
-double angleBetween(Vector const& a, Vector const& b) {
-    return std::atan2(std::sqrt(a.cross(b).lSqr()), a.dot(b));
-}
-
 void Examination::sortOut() {
     for (std::uint32_t i = 0; i < mesh.faces.size(); ++i) {
         if (!isFaulty(mesh.faces[i], i)) {
@@ -156,18 +152,7 @@ bool Examination::isFaulty(Face const& face, std::uint32_t number) {
 }
 
 void Examination::dropDuplicates() {
-    std::vector<std::pair<Face, std::uint32_t>> sorted;
-    sorted.reserve(sound.size());
-    for (std::uint32_t i = 0; i < sound.size(); ++i) {
-        Face face = sound[i];
-        std::sort(face.begin(), face.end());
-        sorted.emplace_back(face, i);
-    }
-    std::sort(sorted.begin(), sorted.end());
-    std::vector<bool> isDuplicate(sound.size(), false);
-    for (std::size_t i = 1; i < sorted.size(); ++i) {
-        isDuplicate[sorted[i].second] = sorted[i].first == sorted[i - 1].first;
-    }
+    std::vector<bool> const isDuplicate = duplicatesAmong(sound);
     std::size_t kept = 0;
     for (std::size_t i = 0; i < sound.size(); ++i) {
         if (isDuplicate[i]) {
@@ -309,22 +294,13 @@ void Examination::findPinchedPoints(FaceTopology const& topology) {
     }
 }
 
-/// The lesser part of each sheet's faces is what has to be turned.
 void Examination::findWindings(FaceTopology const& topology) {
     Windings const windings = windingsOf(topology, sound.size());
-    std::vector<std::size_t> faceCounts(windings.isOrientable.size(), 0);
-    std::vector<std::size_t> turnedCounts(windings.isOrientable.size(), 0);
     for (std::size_t i = 0; i < sound.size(); ++i) {
-        ++faceCounts[windings.sheets[i]];
-        turnedCounts[windings.sheets[i]] += windings.isTurned[i] ? 1U : 0U;
-    }
-    for (std::size_t i = 0; i < sound.size(); ++i) {
-        std::size_t const sheet = windings.sheets[i];
-        bool const isMostTurned = 2 * turnedCounts[sheet] > faceCounts[sheet];
-        if (!windings.isOrientable[sheet]) {
+        if (!windings.isOrientable[windings.sheets[i]]) {
             add(result.oneSidedFaces, numbers[i], middleOf(sound[i]));
             result.pieces[topology.pieceOf(i)].isOrientable = false;
-        } else if (windings.isTurned[i] != isMostTurned) {
+        } else if (windings.isTurned[i]) {
             add(result.turnedFaces, numbers[i], middleOf(sound[i]));
         }
     }

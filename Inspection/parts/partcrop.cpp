@@ -48,10 +48,6 @@ double distanceSqr(Point const& place, Point const& a, Point const& b, Point con
     return std::min({toSide(a, b), toSide(b, c), toSide(c, a)});
 }
 
-double angleBetween(Vector const& a, Vector const& b) {
-    return std::atan2(std::sqrt(a.cross(b).lSqr()), a.dot(b));
-}
-
 /// One cut, over the sound faces of a part.
 class Crop {
 public:

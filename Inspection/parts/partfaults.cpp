@@ -1,5 +1,6 @@
 #include "Inspection/parts/partfaults.h"
 
+#include "Inspection/parts/partcrop.h"
 #include "Inspection/parts/tubecut.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/numbers.h"
@@ -31,6 +32,13 @@ constexpr double nearlyClosedGap = 2.0 * std::numbers::pi;
 constexpr double rollableGap = 0.5;
 
 constexpr double degrees = 180.0 / std::numbers::pi;
+
+/// Of the cuts that are suggested.
+constexpr double usualFacing = 60.0 / degrees;
+constexpr double usualCrease = 30.0 / degrees;
+constexpr double usualIslandShare = 0.01;
+
+constexpr std::array<char const*, 6> axisTexts{"1,0,0", "-1,0,0", "0,1,0", "0,-1,0", "0,0,1", "0,0,-1"};
 
 std::string countText(std::size_t count, std::string const& singular, std::string const& plural) {
     return std::to_string(count) + " " + (count == 1 ? singular : plural);
@@ -110,6 +118,7 @@ private:
     PartAnalysis const& analysis;
     std::filesystem::path const& part;
     std::vector<PartFault> faults;
+    std::string foundCrop; ///< the command, once it is looked for
 
     void tellInTheWay(FaultKind kind, std::string const& cause, std::string const& place,
                       std::string const& remedy) {
@@ -131,19 +140,14 @@ private:
         return "cscan crop " + quoted(part.string()) + " " + beside(part, "_face.obj");
     }
 
-    std::string cropFacing() const {
-        static constexpr std::array<char const*, 6> axes{"1,0,0",  "-1,0,0", "0,1,0",
-                                                         "0,-1,0", "0,0,1",  "0,0,-1"};
-        auto const& areas = analysis.facingArea;
-        auto const best = std::max_element(areas.begin(), areas.end()) - areas.begin();
-        return cropStart() + " --facing " + axes.at(static_cast<std::size_t>(best)) + " --angle 60";
-    }
+    bool hasCreases() const { return analysis.largestJump.angle > usualCrease; }
 
     std::string cropGrowing() const {
         return cropStart() + " --grow " + argumentText(analysis.middleOfLargestFace) + " --crease 30";
     }
 
-    std::string cropCommand() const { return analysis.facetSides.count > 0 ? cropGrowing() : cropFacing(); }
+    std::string const& cropCommand();
+    bool leavesSoundFace(CropChoice const& choice) const;
 
     void collectBrokenFaces();
     void collectBrokenSurface();
@@ -153,6 +157,46 @@ private:
     void collectNotes();
     void tellUnusedPoints();
 };
+
+/// One sheet with a rim that can be laid flat.
+bool FaultList::leavesSoundFace(CropChoice const& choice) const {
+    FaceMesh face = mesh;
+    try {
+        cropFaces(face, choice);
+    } catch (Failure const&) {
+        return false;
+    }
+    PartAnalysis const left = analysePart(face);
+    return left.pieces.size() == 1 && left.pieces.front().handleCount == 0U && !left.isTube();
+}
+
+/// The first way of cutting a face out that leaves one which can go on: the side of the largest face up to
+/// creases, or what faces along an axis, the axis with the most area first.
+std::string const& FaultList::cropCommand() {
+    if (!foundCrop.empty()) {
+        return foundCrop;
+    }
+    CropChoice choice;
+    choice.growth = CropGrowth{analysis.middleOfLargestFace, usualCrease};
+    if (analysis.facetSides.count > 0 && hasCreases() && leavesSoundFace(choice)) {
+        return foundCrop = cropGrowing();
+    }
+    std::array<std::size_t, 6> axes{0, 1, 2, 3, 4, 5};
+    std::stable_sort(axes.begin(), axes.end(), [&](std::size_t a, std::size_t b) {
+        return analysis.facingArea.at(a) > analysis.facingArea.at(b);
+    });
+    choice = {};
+    choice.islandShare = usualIslandShare;
+    for (std::size_t const axis : axes) {
+        std::array<double, 3> way{};
+        way.at(axis / 2) = axis % 2 == 0 ? 1.0 : -1.0;
+        choice.facing = CropFacing{Vector(way[0], way[1], way[2]), usualFacing};
+        if (leavesSoundFace(choice)) {
+            return foundCrop = cropStart() + " --facing " + axisTexts.at(axis) + " --angle 60 --islands 1";
+        }
+    }
+    return foundCrop = cropStart() + " --box X0,Y0,Z0,X1,Y1,Z1";
+}
 
 void FaultList::collectBrokenFaces() {
     if (analysis.faceCount == 0) {
@@ -250,7 +294,7 @@ void FaultList::tellTube() {
     bool const isClear = faults.empty();
     auto const cut = isClear ? findTubeCut(mesh, first.middle, second.middle) : std::nullopt;
     constexpr std::string_view axes = "xyz";
-    std::string remedy = isClear ? cropFacing() : repairCommand();
+    std::string remedy = isClear ? cropCommand() : repairCommand();
     if (cut) {
         remedy = "cscan cut " + quoted(part.string()) + " " + beside(part, "_slit.obj") + " --metric " +
                  (cut->isFromGreatest ? "max" : "min") + " --axis " + axes[cut->axis] + " --across " +
@@ -293,7 +337,7 @@ void FaultList::collectNotes() {
                  " between faces wider than " + toFixedText(facetPixels, 0) + " pixels",
              placeText(found, "points", "points"),
              "facets: export with a chord under " + toShortText(analysis.pixel / 10.0, 2) +
-                 "; creases: " + cropGrowing());
+                 (hasCreases() ? "; creases: " + cropGrowing() : ""));
     }
 }
 
@@ -314,6 +358,21 @@ std::vector<FaultKind> kindsBehind(std::string_view refusal) {
         return refusal.find(entry.first) != std::string_view::npos;
     });
     return found == table.end() ? std::vector<FaultKind>() : found->second;
+}
+
+/// The commands that begin so among the remedies for what is in the way, each once.
+std::vector<std::string> commandsIn(std::vector<PartFault> const& faults, std::string const& beginning) {
+    std::vector<std::string> commands;
+    for (PartFault const& fault : faults) {
+        std::size_t const start = fault.isInTheWay ? fault.remedy.find(beginning) : std::string::npos;
+        if (start != std::string::npos) {
+            std::string const command = fault.remedy.substr(start);
+            if (std::find(commands.begin(), commands.end(), command) == commands.end()) {
+                commands.push_back(command);
+            }
+        }
+    }
+    return commands;
 }
 
 /// The first that is of one of these kinds, or else the first that is in the way; null if there is none.
@@ -352,20 +411,24 @@ SuggestedMode suggestedModeOf(PartAnalysis const& analysis) {
 
 std::vector<std::string> nextCommands(PartAnalysis const& analysis, std::vector<PartFault> const& faults,
                                       std::filesystem::path const& part) {
-    std::vector<std::string> commands;
-    for (PartFault const& fault : faults) {
-        std::size_t const start = fault.remedy.find("cscan ");
-        std::string const command = start == std::string::npos ? "" : fault.remedy.substr(start);
-        if (fault.isInTheWay && !command.empty() &&
-            std::find(commands.begin(), commands.end(), command) == commands.end()) {
-            commands.push_back(command);
-        }
+    if (!isAnyInTheWay(faults)) {
+        return {"cscan prepare " + quoted(part.string()) + " " + beside(part, ".quads") + " --pixel " +
+                toShortText(analysis.pixel, digits)};
     }
-    if (commands.empty() && analysis.faceCount > 0) {
-        commands.push_back("cscan prepare " + quoted(part.string()) + " " + beside(part, ".quads") +
-                           " --pixel " + toShortText(analysis.pixel, digits));
+    std::vector<std::string> const repairs = commandsIn(faults, "cscan import ");
+    std::vector<std::string> const crops = commandsIn(faults, "cscan crop ");
+    bool const isCropEnough =
+        !crops.empty() && std::all_of(faults.begin(), faults.end(), [](PartFault const& fault) {
+            return !fault.isInTheWay ||
+                   (fault.kind != FaultKind::Windings && fault.kind != FaultKind::UnusedPoints);
+        });
+    if (isCropEnough) {
+        return crops;
     }
-    return commands;
+    if (!repairs.empty()) {
+        return {repairs.front(), "cscan check " + beside(part, "_repaired.obj")};
+    }
+    return commandsIn(faults, "cscan ");
 }
 
 std::string explainRefusal(std::string const& refusal, FaceMesh const& mesh,

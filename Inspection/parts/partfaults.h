@@ -58,7 +58,8 @@ struct SuggestedMode {
 
 QELT_INSPECTION_EXPORT SuggestedMode suggestedModeOf(PartAnalysis const& analysis);
 
-/// What to type next, one command a line: where nothing is in the way, the preparation.
+/// What to type next: where nothing is in the way, the preparation; otherwise the repair with another check
+/// behind it, or the cut.
 QELT_INSPECTION_EXPORT std::vector<std::string> nextCommands(PartAnalysis const& analysis,
                                                              std::vector<PartFault> const& faults,
                                                              std::filesystem::path const& part);

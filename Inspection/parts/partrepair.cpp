@@ -54,21 +54,12 @@ std::size_t weldPoints(FaceMesh& mesh, double tolerance) {
     return places.size() - kept;
 }
 
-/// Turns the lesser part of each sheet's faces.
 std::size_t turnFaces(FaceMesh& mesh) {
     FaceTopology const topology(mesh.faces, mesh.points.size());
     Windings const windings = windingsOf(topology, mesh.faces.size());
-    std::vector<std::size_t> faceCounts(windings.isOrientable.size(), 0);
-    std::vector<std::size_t> turnedCounts(windings.isOrientable.size(), 0);
-    for (std::size_t i = 0; i < mesh.faces.size(); ++i) {
-        ++faceCounts[windings.sheets[i]];
-        turnedCounts[windings.sheets[i]] += windings.isTurned[i] ? 1U : 0U;
-    }
     std::size_t count = 0;
     for (std::size_t i = 0; i < mesh.faces.size(); ++i) {
-        std::size_t const sheet = windings.sheets[i];
-        bool const areMostTurned = 2 * turnedCounts[sheet] > faceCounts[sheet];
-        if (windings.isOrientable[sheet] && windings.isTurned[i] != areMostTurned) {
+        if (windings.isTurned[i]) {
             std::swap(mesh.faces[i][1], mesh.faces[i][2]);
             ++count;
         }

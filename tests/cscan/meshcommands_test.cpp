@@ -407,11 +407,14 @@ TEST(MeshCommands, sayInOneLineWhatIsWrong) {
         {{"prepare", "tube.obj", "o.quads", "--quad-area", "1", "--extend", "-1"},
          "--extend: '-1' is not a whole number"},
         {{"cut", "closed.obj", "o.obj", "--metric", "min", "--axis", "x", "--across", "y"},
-         "closed.obj: the mesh is closed; a cut leads from rim to rim"},
+         "closed.obj: the mesh is closed; a cut leads from rim to rim; remedy: cscan crop closed.obj "
+         "closed_face.obj --grow 0.333333,0.333333,0.333333 --crease 30"},
         {{"cut", "tube.obj", "o.obj", "--metric", "max", "--axis", "z", "--across", "z"},
-         "tube.obj: no way for a cut from the greatest z with the surface's normal along z there"},
+         "tube.obj: no way for a cut from the greatest z with the surface's normal along z there; remedy: "
+         "cscan cut tube.obj tube_slit.obj --metric max --axis z --across x"},
         {{"cut", "patch.obj", "o.obj", "--metric", "min", "--axis", "x", "--across", "z"},
-         "patch.obj: the cut from the least x leads back to its own rim"},
+         "patch.obj: the cut from the least x leads back to its own rim; remedy: none needed, the mesh is no "
+         "tube"},
         {{"reconstruct", "line.xyz", "o.obj", "--max-side", "0"}, "--max-side: '0' is not above zero"},
         {{"reconstruct", "line.xyz", "o.obj", "--fill-holes", "1001"},
          "--fill-holes: '1001' is not between 0 and 1000"},

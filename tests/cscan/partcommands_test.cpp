@@ -77,7 +77,8 @@ TEST(CheckCommand, TellsEveryFaultAtOnceAndOneRepairThatHelps) {
               (std::vector<std::string>{"1 face stands there a second time",
                                         "1 face runs against the others around it",
                                         "2 pieces that share no side; outside the largest 8 faces"}));
-    ASSERT_EQ(nextIn(outcome).size(), 1U);
+    ASSERT_EQ(nextIn(outcome).size(), 2U);
+    EXPECT_EQ(nextIn(outcome)[1], "cscan check m_repaired.obj");
     EXPECT_EQ(nextIn(outcome)[0], "cscan import m.obj m_repaired.obj --repair --keep-largest");
     Outcome const repaired = run(directory, wordsOf(nextIn(outcome)[0]));
     EXPECT_EQ(repaired.status, 0) << repaired.errors;
@@ -119,7 +120,8 @@ TEST(CheckCommand, LeadsFromATubeToItsSlit) {
 TEST(CheckCommand, NamesWhatCannotBeRead) {
     ScratchDirectory const directory;
     writeText(directory / "cut.off", "OFF\n3 1 0\n0 0 0\n1 0 0\n");
-    expectComplaint(directory, {{"check", "cut.off"}, "cut.off, line 5: the file ends too early"});
+    expectComplaint(directory, {{"check", "cut.off"},
+                                "cut.off, line 2: the file is too short for a count of 3: 12 bytes follow"});
 }
 
 TEST(CropCommand, TellsWhatItKeptAndLeftOut) {
@@ -139,6 +141,9 @@ TEST(CropCommand, TellsWhatItKeptAndLeftOut) {
     Outcome const boxed = run(
         directory, {"crop", "m.obj", "f.obj", "--box", "0,0,-1,4,4,1", "--facing", "0,0,1", "--angle", "5"});
     EXPECT_EQ(itemIn(boxed.output, "kept"), "32 faces");
+    Outcome const between =
+        run(directory, {"crop", "m.obj", "f.obj", "--plane", "0,2,0,0,1,0", "--plane", "0,5,0,0,-1,0"});
+    EXPECT_EQ(itemIn(between.output, "kept"), "60 faces");
 }
 
 TEST(CropCommand, RefusesWhatMakesNoSense) {

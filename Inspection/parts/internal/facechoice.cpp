@@ -66,19 +66,25 @@ std::size_t dropCollapsedFaces(FaceMesh& mesh) {
     });
 }
 
-std::size_t dropDuplicateFaces(FaceMesh& mesh) {
+std::vector<bool> duplicatesAmong(std::vector<Face> const& faces) {
     std::vector<std::pair<Face, std::size_t>> sorted;
-    sorted.reserve(mesh.faces.size());
-    for (std::size_t i = 0; i < mesh.faces.size(); ++i) {
-        Face face = mesh.faces[i];
+    sorted.reserve(faces.size());
+    for (std::size_t i = 0; i < faces.size(); ++i) {
+        Face face = faces[i];
         std::sort(face.begin(), face.end());
         sorted.emplace_back(face, i);
     }
     std::sort(sorted.begin(), sorted.end());
-    std::vector<bool> isKept(mesh.faces.size(), true);
+    std::vector<bool> isDuplicate(faces.size(), false);
     for (std::size_t i = 1; i < sorted.size(); ++i) {
-        isKept[sorted[i].second] = sorted[i].first != sorted[i - 1].first;
+        isDuplicate[sorted[i].second] = sorted[i].first == sorted[i - 1].first;
     }
+    return isDuplicate;
+}
+
+std::size_t dropDuplicateFaces(FaceMesh& mesh) {
+    std::vector<bool> isKept = duplicatesAmong(mesh.faces);
+    isKept.flip();
     return keepFaces(mesh, isKept);
 }
 
@@ -121,10 +127,14 @@ Vector normalOf(FaceMesh const& mesh, std::size_t face) {
                                                                       mesh.points[c]);
 }
 
+double angleBetween(Vector const& a, Vector const& b) {
+    return std::atan2(std::sqrt(a.cross(b).lSqr()), a.dot(b));
+}
+
 double bendAt(FaceMesh const& mesh, FaceTopology const& topology, Corner a, Corner b) {
     Vector const first = normalOf(mesh, a / 3);
     Vector const second = normalOf(mesh, b / 3) * (topology.isSameWay(a, b) ? -1.0 : 1.0);
-    return std::atan2(std::sqrt(first.cross(second).lSqr()), first.dot(second));
+    return angleBetween(first, second);
 }
 
 } // namespace QELT::Inspection

@@ -15,7 +15,10 @@ std::size_t keepFaces(FaceMesh& mesh, std::vector<bool> const& isKept);
 
 std::size_t dropStrayFaces(FaceMesh& mesh);     ///< that name a point that is not there
 std::size_t dropCollapsedFaces(FaceMesh& mesh); ///< that name a point twice
-std::size_t dropDuplicateFaces(FaceMesh& mesh); ///< of equal three points, in any order, the first stays
+std::size_t dropDuplicateFaces(FaceMesh& mesh); ///< the first of each stays
+
+/// Which faces have the same three points, in any order, as one before.
+std::vector<bool> duplicatesAmong(std::vector<Face> const& faces);
 
 /// At sides of more than two faces those two stay that go on into each other with the least bend.
 std::size_t dropFacesAtCrowdedSides(FaceMesh& mesh);
@@ -26,6 +29,9 @@ std::size_t keepOnePiece(FaceMesh& mesh, std::optional<std::size_t> faceToKeep =
 
 /// Twice the area of a face, along its normal.
 Vector normalOf(FaceMesh const& mesh, std::size_t face);
+
+/// In radians.
+double angleBetween(Vector const& a, Vector const& b);
 
 /// How the surface bends at a side between two faces, in radians, whichever way they are wound.
 double bendAt(FaceMesh const& mesh, FaceTopology const& topology, Corner a, Corner b);

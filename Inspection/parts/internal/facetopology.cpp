@@ -78,6 +78,21 @@ private:
     }
 };
 
+/// Walks begin anywhere; of what runs one way and what runs the other the lesser part is to be turned.
+void turnLesserPart(Windings& windings) {
+    std::vector<std::size_t> faceCounts(windings.isOrientable.size(), 0);
+    std::vector<std::size_t> turnedCounts(windings.isOrientable.size(), 0);
+    for (std::size_t i = 0; i < windings.sheets.size(); ++i) {
+        ++faceCounts[windings.sheets[i]];
+        turnedCounts[windings.sheets[i]] += windings.isTurned[i] ? 1U : 0U;
+    }
+    for (std::size_t i = 0; i < windings.sheets.size(); ++i) {
+        std::size_t const sheet = windings.sheets[i];
+        bool const areMostTurned = 2 * turnedCounts[sheet] > faceCounts[sheet];
+        windings.isTurned[i] = windings.isOrientable[sheet] && windings.isTurned[i] != areMostTurned;
+    }
+}
+
 } // namespace
 
 FaceTopology::FaceTopology(std::vector<Face> const& faces, std::size_t pointCount) : faceList(faces) {
@@ -155,6 +170,7 @@ Windings windingsOf(FaceTopology const& topology, std::size_t faceCount) {
             walk.walkFrom(face);
         }
     }
+    turnLesserPart(windings);
     return windings;
 }
 

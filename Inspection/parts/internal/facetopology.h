@@ -74,7 +74,7 @@ private:
 
 /// Which faces have to be turned over so that all run the same way.
 struct Windings {
-    std::vector<bool> isTurned;      ///< of each face, against the first of its sheet
+    std::vector<bool> isTurned; ///< of each face, if it belongs to the lesser part of an orientable sheet
     std::vector<std::size_t> sheets; ///< of each face: what hangs together over sides of two faces
     std::vector<bool> isOrientable;  ///< of each sheet; false if no turning helps
 };

@@ -7,9 +7,13 @@
 #include "apps/cscan/report/report.h"
 
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <numbers>
+#include <optional>
 #include <ostream>
+#include <string>
+#include <vector>
 
 namespace cscan {
 
@@ -124,17 +128,23 @@ ExitStatus print(std::ostream& output, CropOptions const& options, CropResult co
     return result.canBePrepared() ? Success : NotFit;
 }
 
-void addPlaceOptions(CLI::App& command, CropArguments& arguments) {
-    CropChoice& choice = arguments.options.choice;
-    command.add_option("--box", "Keep what lies within a box; may be given several times")
-        ->check(reading(choice.boxes, boxIn))
-        ->type_name("X0,Y0,Z0,X1,Y1,Z1");
-    command
-        .add_option("--plane",
-                    "Keep what lies on the side of a plane that its normal points to: a point of it and the "
-                    "normal; may be given several times")
-        ->check(reading(choice.planes, planeIn))
-        ->type_name("X,Y,Z,NX,NY,NZ");
+/// An option that may be given several times.
+template <class Value, class Read>
+void addListOption(CLI::App& crop, std::string const& name, std::string const& valueName,
+                   std::vector<Value>& values, Read read, std::string const& description) {
+    crop.add_option(name, description)
+        ->expected(1, CLI::detail::expected_max_vector_size)
+        ->allow_extra_args(false)
+        ->check(reading(values, read))
+        ->type_name(valueName);
+}
+
+void addPlaceOptions(CLI::App& crop, CropChoice& choice) {
+    addListOption(crop, "--box", "X0,Y0,Z0,X1,Y1,Z1", choice.boxes, boxIn,
+                  "Keep what lies within a box; may be given several times");
+    addListOption(crop, "--plane", "X,Y,Z,NX,NY,NZ", choice.planes, planeIn,
+                  "Keep what lies on the side of a plane that its normal points to: a point of it and the "
+                  "normal; may be given several times");
 }
 
 void addShapeOptions(CLI::App& command, CropArguments& arguments) {
@@ -171,7 +181,7 @@ Command addCrop(CLI::App& app) {
     command->add_option("PART", arguments->options.part, "The part, of any format that import reads")
         ->required();
     command->add_option("OUT", arguments->options.result, "Mesh to write, an OBJ file")->required();
-    addPlaceOptions(*command, *arguments);
+    addPlaceOptions(*command, arguments->options.choice);
     addShapeOptions(*command, *arguments);
     return commandOf(
         command, [arguments] { return optionsOf(*arguments); }, cropPart, print);

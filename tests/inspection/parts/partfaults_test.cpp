@@ -62,7 +62,7 @@ TEST(PartFaults, OfBrokenFacesAreMendedWithOneCommand) {
     for (PartFault const& fault : faults) {
         EXPECT_EQ(fault.isInTheWay, fault.kind != UnusedPoints);
     }
-    EXPECT_EQ(nextOf(mesh), std::vector<std::string>{repair});
+    EXPECT_EQ(nextOf(mesh), (std::vector<std::string>{repair, "cscan check p/wing_repaired.obj"}));
 }
 
 TEST(PartFaults, ManyUnusedPointsMeanThatTheFileMayBeCutOff) {
@@ -117,6 +117,17 @@ TEST(PartFaults, OfClosedPartsNameTheCommandThatCutsAFaceOut) {
     EXPECT_EQ(ofBox[0].remedy, "cscan crop p/wing.stl p/wing_face.obj --grow 0,6.66667,20 --crease 30");
     EXPECT_TRUE(ofBox[0].isInTheWay);
     EXPECT_FALSE(ofBox[1].isInTheWay);
+}
+
+TEST(PartFaults, NeedNoRepairWhereTheCutLeavesThemOut) {
+    FaceMesh mesh = sphere(40, 60);
+    append(mesh, sphere(5, 8, 1.0), {30.0, 0.0, 0.0});
+    ASSERT_EQ(kindsIn(faultsIn(mesh)), (std::vector{FaultKind::Pieces, FaultKind::Closed}));
+    ASSERT_EQ(nextOf(mesh).size(), 1U);
+    EXPECT_EQ(nextOf(mesh)[0].rfind("cscan crop ", 0), 0U);
+    std::swap(mesh.faces[9][0], mesh.faces[9][1]);
+    EXPECT_EQ(nextOf(mesh),
+              (std::vector<std::string>{repair + " --keep-largest", "cscan check p/wing_repaired.obj"}));
 }
 
 TEST(PartFaults, OfATubeNameACutThatWorks) {
