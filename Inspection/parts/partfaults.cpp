@@ -95,6 +95,11 @@ std::string beside(std::filesystem::path const& part, std::string const& ending)
     return quoted((part.parent_path() / (part.stem().string() + ending)).string());
 }
 
+/// For a cloud.
+std::string surfaceCommand(std::filesystem::path const& cloud) {
+    return "cscan reconstruct " + quoted(cloud.string()) + " " + beside(cloud, ".obj");
+}
+
 /// Puts the faults of one part together.
 class FaultList {
 public:
@@ -146,6 +151,10 @@ private:
         return cropStart() + " --grow " + argumentText(analysis.middleOfLargestFace) + " --crease 30";
     }
 
+    std::string cropFacing(std::size_t axis) const {
+        return cropStart() + " --facing " + axisTexts.at(axis) + " --angle 60 --islands 1";
+    }
+
     std::string const& cropCommand();
     bool leavesSoundFace(CropChoice const& choice) const;
 
@@ -167,11 +176,12 @@ bool FaultList::leavesSoundFace(CropChoice const& choice) const {
         return false;
     }
     PartAnalysis const left = analysePart(face);
-    return left.pieces.size() == 1 && left.pieces.front().handleCount == 0U && !left.isTube();
+    return left.pieces.size() == 1 && left.pieces.front().handleCount == 0U && left.turnedFaces.count == 0 &&
+           !left.isTube();
 }
 
 /// The first way of cutting a face out that leaves one which can go on: the side of the largest face up to
-/// creases, or what faces along an axis, the axis with the most area first.
+/// creases, or what faces along an axis, the axis with the most area first; that one if none does.
 std::string const& FaultList::cropCommand() {
     if (!foundCrop.empty()) {
         return foundCrop;
@@ -192,16 +202,18 @@ std::string const& FaultList::cropCommand() {
         way.at(axis / 2) = axis % 2 == 0 ? 1.0 : -1.0;
         choice.facing = CropFacing{Vector(way[0], way[1], way[2]), usualFacing};
         if (leavesSoundFace(choice)) {
-            return foundCrop = cropStart() + " --facing " + axisTexts.at(axis) + " --angle 60 --islands 1";
+            return foundCrop = cropFacing(axis);
         }
     }
-    return foundCrop = cropStart() + " --box X0,Y0,Z0,X1,Y1,Z1";
+    return foundCrop = cropFacing(axes.front());
 }
 
 void FaultList::collectBrokenFaces() {
-    if (analysis.faceCount == 0) {
-        tellInTheWay(FaultKind::NoFaces, "no faces", "",
-                     "take the file as a cloud: cscan reconstruct CLOUD.xyz " + beside(part, ".obj"));
+    if (analysis.pointCount == 0) {
+        tellInTheWay(FaultKind::NoFaces, "neither points nor faces", "", "export the part again");
+    } else if (analysis.faceCount == 0) {
+        tell(FaultKind::NoFaces, "points and no faces: a cloud, through which a surface has to be built", "",
+             surfaceCommand(part));
     }
     if (auto const& found = analysis.strayFaces; found.count > 0) {
         tellInTheWay(FaultKind::StrayFaces,
@@ -411,6 +423,9 @@ SuggestedMode suggestedModeOf(PartAnalysis const& analysis) {
 
 std::vector<std::string> nextCommands(PartAnalysis const& analysis, std::vector<PartFault> const& faults,
                                       std::filesystem::path const& part) {
+    if (analysis.faceCount == 0 && analysis.pointCount > 0) {
+        return {surfaceCommand(part), "cscan check " + beside(part, ".obj")};
+    }
     if (!isAnyInTheWay(faults)) {
         return {"cscan prepare " + quoted(part.string()) + " " + beside(part, ".quads") + " --pixel " +
                 toShortText(analysis.pixel, digits)};

@@ -119,6 +119,15 @@ TEST(PartFaults, OfClosedPartsNameTheCommandThatCutsAFaceOut) {
     EXPECT_FALSE(ofBox[1].isInTheWay);
 }
 
+TEST(PartFaults, OfACloudAreNoneButTheSurfaceThatIsMissing) {
+    FaceMesh const cloud{flatSheet(3, 3).points, {}};
+    ASSERT_EQ(kindsIn(faultsIn(cloud)), std::vector{FaultKind::NoFaces});
+    EXPECT_FALSE(isAnyInTheWay(faultsIn(cloud)));
+    EXPECT_EQ(nextOf(cloud), (std::vector<std::string>{"cscan reconstruct p/wing.stl p/wing.obj",
+                                                       "cscan check p/wing.obj"}));
+    EXPECT_TRUE(isAnyInTheWay(faultsIn({})));
+}
+
 TEST(PartFaults, NeedNoRepairWhereTheCutLeavesThemOut) {
     FaceMesh mesh = sphere(40, 60);
     append(mesh, sphere(5, 8, 1.0), {30.0, 0.0, 0.0});
@@ -185,7 +194,9 @@ std::string explained(FaceMesh const& mesh) {
 }
 
 TEST(ExplainedRefusal, TellsTheFiveCausesOfAFailedConstructionApart) {
-    EXPECT_EQ(explained({flatSheet(1, 1).points, {}}).rfind("no faces", 0), 0U);
+    EXPECT_EQ(explained({flatSheet(1, 1).points, {}}),
+              "points and no faces: a cloud, through which a surface has to be built; remedy: cscan "
+              "reconstruct p/wing.stl p/wing.obj");
     FaceMesh pieces = flatSheet(1, 1);
     append(pieces, flatSheet(1, 1), {5.0, 0.0, 0.0});
     EXPECT_EQ(explained(pieces), "2 pieces that share no side; outside the largest 2 faces (the second from "
