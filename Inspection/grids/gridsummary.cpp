@@ -65,11 +65,10 @@ GridSummary gridSummaryOf(Grid const& grid) {
     return summary;
 }
 
-NanNodes nanNodesIn(Grid const& grid, Mesh const& mesh, double quadArea) {
+NanNodes nanNodesIn(Grid const& grid, Mesh const& mesh, double spacing) {
     NanNodes nodes{nanPlacesOf(grid), 0};
     if (!nodes.places.empty()) {
         auto const triangles = trianglesOf(mesh);
-        double const spacing = expectedSpacing(triangles, quadArea);
         std::vector<FlatPoint> points;
         for (GridIndex const& node : nodes.places) {
             points.emplace_back(node.getU() * spacing, node.getV() * spacing);

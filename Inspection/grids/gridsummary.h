@@ -36,8 +36,8 @@ struct NanNodes {
     std::size_t triangleCount = 0; ///< of the triangles that they came from
 };
 
-/// Of a grid as it was resampled from a flat mesh for a quad area.
-QELT_INSPECTION_EXPORT NanNodes nanNodesIn(Grid const& grid, Mesh const& mesh, double quadArea);
+/// Of a grid as it was resampled from a flat mesh at this spacing.
+QELT_INSPECTION_EXPORT NanNodes nanNodesIn(Grid const& grid, Mesh const& mesh, double spacing);
 
 /// Whether two grids hold the same flags, and at valid nodes the same points.
 QELT_INSPECTION_EXPORT bool haveSameSurface(Grid const& a, Grid const& b);

@@ -81,23 +81,27 @@ std::size_t flatlessTrianglesAt(std::vector<FlatPoint> const& places, std::vecto
         }));
 }
 
-double expectedSpacing(std::vector<Triangle*> const& triangles, double quadArea) {
-    double stretchSum = 0.0;
-    double count = 0.0;
-    for (Triangle const* const triangle : triangles) {
-        double const flatArea = std::abs(twiceFlatArea(*triangle));
-        if (flatArea > 0.0) {
-            Edge const edge = triangle->getEdge(0);
-            stretchSum += std::sqrt(edge.vphi3().cross(edge.rot().vphi3()).lSqr()) / flatArea;
-            count += 1.0;
-        }
+double suggestedPixel(double size) {
+    constexpr double pixelsToTheSize = 500.0;
+    double const wished = size / pixelsToTheSize;
+    if (!(wished > 0.0) || !std::isfinite(wished)) {
+        return 0.0;
     }
-    return std::sqrt(quadArea / (stretchSum / count));
+    double const power = std::pow(10.0, std::floor(std::log10(wished)));
+    double const digit = wished / power;
+    return power * (digit < 2.0 ? 1.0 : digit < 5.0 ? 2.0 : 5.0);
 }
 
-GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const& triangles, double quadArea) {
-    double const spacing = expectedSpacing(triangles, quadArea);
-    return {flat.width / spacing, flat.height / spacing};
+double sizeOf(Mesh const& mesh) {
+    QELT::Geometry::ThreeDimensional::BoundingBoxAA box;
+    for (unsigned long v = 0; v < mesh.getNumberOfVertices(); ++v) {
+        auto const vertexBox = mesh.getVertex(v).getPoint3D().getBoundingBox();
+        if (v == 0) {
+            box = vertexBox;
+        }
+        box.expand(vertexBox);
+    }
+    return std::sqrt(box.getd().lSqr());
 }
 
 } // namespace QELT::Inspection

@@ -47,19 +47,11 @@ QELT_INSPECTION_EXPORT std::size_t flatlessTrianglesAt(std::vector<FlatPoint> co
                                                        std::vector<Triangle*> const& triangles,
                                                        double spacing);
 
-/// Size of a grid in quads along the two axes.
-struct GridSize {
-    double u = 0.0;
-    double v = 0.0;
-};
+/// A side of pixels that suits a part of this size, the diagonal of its box: some 500 to the diagonal, and a
+/// round number, 1, 2 or 5 times a power of ten. 0 for a size of 0 or none.
+QELT_INSPECTION_EXPORT double suggestedPixel(double size);
 
-/// About the size of the grid that resampling for a quad area makes of a flat map. The spacing follows from
-/// the mean of the triangles' stretch, so a map that shrinks some of them to almost nothing makes a huge
-/// grid. No number if no triangle has a flat area.
-QELT_INSPECTION_EXPORT GridSize expectedGridSize(FlatSummary const& flat,
-                                                 std::vector<Triangle*> const& triangles, double quadArea);
-
-/// The distance in the flat map of the nodes of that grid.
-QELT_INSPECTION_EXPORT double expectedSpacing(std::vector<Triangle*> const& triangles, double quadArea);
+/// The diagonal of the box of a mesh.
+QELT_INSPECTION_EXPORT double sizeOf(Mesh const& mesh);
 
 } // namespace QELT::Inspection

@@ -34,10 +34,19 @@ Image scanFigure(QuadMap const& map, std::string const& title, bool isFromZero, 
 
 } // namespace
 
-std::vector<std::filesystem::path> imagePaths(std::string const& prefix) {
+std::vector<std::filesystem::path> imagePaths(std::string const& prefix,
+                                              std::vector<std::string> const& names) {
     bool const isDirectory = prefix.empty() || prefix.back() == '/';
     std::string const stem = isDirectory ? prefix : prefix + "_";
-    return {stem + "distance.png", stem + "angle.png", stem + "coverage.png"};
+    std::vector<std::filesystem::path> paths;
+    for (std::string const& name : names) {
+        paths.emplace_back(stem + name + ".png");
+    }
+    return paths;
+}
+
+std::vector<std::filesystem::path> imagePaths(std::string const& prefix) {
+    return imagePaths(prefix, {"distance", "angle", "coverage"});
 }
 
 std::vector<std::filesystem::path> writeScanImages(std::string const& prefix, QuadMap const& surface,

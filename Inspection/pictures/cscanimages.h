@@ -11,8 +11,12 @@
 
 namespace QELT::Inspection {
 
-/// The three images' names: the prefix followed by "distance.png", "angle.png" and "coverage.png". A prefix
-/// that names a file and doesn't end in a separator gets an underscore between.
+/// Names of images: the prefix followed by each name and ".png". A prefix that names a file and doesn't end
+/// in a separator gets an underscore between.
+QELT_INSPECTION_EXPORT std::vector<std::filesystem::path> imagePaths(std::string const& prefix,
+                                                                     std::vector<std::string> const& names);
+
+/// Those of a scan: "distance", "angle" and "coverage".
 QELT_INSPECTION_EXPORT std::vector<std::filesystem::path> imagePaths(std::string const& prefix);
 
 /// Writes the C-scan images, on the quads of `surface`, of distance, angle error and coverage and returns

@@ -69,7 +69,8 @@ TEST(Cscan, prepareTellsWhatItFoundOnTheWay) {
 TEST(Cscan, prepareInDevelopableModeReportsBothSolves) {
     ScratchDirectory const directory;
     makePart(directory);
-    Outcome const outcome = run(directory, {"prepare", "part.obj", "part.quads", "--quad-area", "4"});
+    Outcome const outcome =
+        run(directory, {"prepare", "part.obj", "part.quads", "--quad-area", "4", "--mode", "developable"});
     ASSERT_EQ(outcome.status, 0) << outcome.errors;
     expectSolverItems(outcome.output, {"boundary", "inside"});
     EXPECT_EQ(outcome.output.find("Residual L2 norm"), std::string::npos);

@@ -139,6 +139,27 @@ void printFlat(std::ostream& output, FlatSummary const& flat) {
     }
 }
 
+void printMapQuality(std::ostream& output, MapQuality const& quality) {
+    constexpr double degrees = 180.0 / std::numbers::pi;
+    printItem(output, "area distortion",
+              "typically a factor of " + toShortText(quality.areaSpread, 4) + ", " +
+                  toFixedText(100.0 * quality.alikeShare, 1) + " % of the surface within a factor of " +
+                  toShortText(bearableAreaFactor, 2) + " of the median");
+    printItem(output, "angle distortion",
+              "mean " + toFixedText(quality.meanAngleError * degrees, 2) + ", on 95 % of the surface below " +
+                  toFixedText(quality.highAngleError * degrees, 2) + " degrees");
+}
+
+void printQuadSizes(std::ostream& output, QuadSizes const& sizes) {
+    auto const share = [&](std::size_t count) {
+        return toFixedText(100.0 * static_cast<double>(count) / static_cast<double>(sizes.quadCount), 1);
+    };
+    printItem(output, "quads by size",
+              share(sizes.counts[0]) + " % below 1/4 of the median, " + share(sizes.counts[1]) +
+                  " % to 1/2, " + share(sizes.counts[2]) + " % to 2, " + share(sizes.counts[3]) +
+                  " % to 4, " + share(sizes.counts[4]) + " % above");
+}
+
 void printGrid(std::ostream& output, GridSummary const& grid) {
     printItem(output, "grid extents",
               std::to_string(grid.extentU) + " x " + std::to_string(grid.extentV) + " quads");

@@ -65,16 +65,23 @@ TEST(MeshSummary, countsTrianglesThatAreTurnedOverOrHaveNoFlatArea) {
     EXPECT_EQ(flatSummaryOf(mesh, trianglesOf(mesh)).degenerateCount, 2U);
 }
 
-TEST(MeshSummary, expectsTheGridThatResamplingMakes) {
+TEST(MeshSummary, suggestsARoundPixel) {
+    EXPECT_DOUBLE_EQ(suggestedPixel(500.0), 1.0);
+    EXPECT_DOUBLE_EQ(suggestedPixel(999.0), 1.0);
+    EXPECT_DOUBLE_EQ(suggestedPixel(1000.0), 2.0);
+    EXPECT_DOUBLE_EQ(suggestedPixel(2499.0), 2.0);
+    EXPECT_DOUBLE_EQ(suggestedPixel(2501.0), 5.0);
+    EXPECT_DOUBLE_EQ(suggestedPixel(0.1), 1e-4 * 2.0);
+    EXPECT_EQ(suggestedPixel(0.0), 0.0);
+    EXPECT_EQ(suggestedPixel(INFINITY), 0.0);
+    EXPECT_EQ(suggestedPixel(NAN), 0.0);
+}
+
+TEST(MeshSummary, takesTheDiagonalOfTheBoxForTheSize) {
     Mesh mesh;
     loadText(mesh, ring);
-    auto const triangles = trianglesOf(mesh);
-    GridSize const size = expectedGridSize(flatSummaryOf(mesh, triangles), triangles, 0.02);
-    EXPECT_DOUBLE_EQ(size.u, 30.0);
-    EXPECT_DOUBLE_EQ(size.v, 30.0);
-    Grid grid;
-    grid.construct(mesh, 0.02);
-    EXPECT_NEAR(static_cast<double>(grid.getExtents().getdU()), 31.0, 1.0);
+    EXPECT_NEAR(sizeOf(mesh), std::sqrt(45.0), 1e-6);
+    EXPECT_EQ(sizeOf(Mesh()), 0.0);
 }
 
 } // namespace
