@@ -5,9 +5,10 @@
 #include "Inspection/import/xyzfile.h"
 #include "Inspection/parts/reconstruction.h"
 #include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
 #include "Inspection/records/numbers.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 #include "Inspection/records/stopwatch.h"
 
 #include <algorithm>
@@ -36,11 +37,13 @@ public:
         grid.setProgressListener(listener);
     }
 
-    void requireUsableOptions() const;
+    void requireUsableOptions();
     void load();
     void flatten();
     void saveFlat();
     void resample();
+
+    void finish();
 
     PrepareResult const& getResult() const { return result; }
 
@@ -52,6 +55,8 @@ private:
     Mesh mesh;
     Grid grid;
     PrepareResult result;
+    Record record{"prepare"};
+    Outputs outputs{record};
 
     RepairReport loadCloud();
     void requireBearableGrid() const;
@@ -65,13 +70,16 @@ private:
 };
 
 /// Finds out before the long work that there is nothing to make or that it would have no place to go.
-void Preparation::requireUsableOptions() const {
+void Preparation::requireUsableOptions() {
     require(options.quadArea > 0.0,
             part + ": a quad area of " + toShortText(options.quadArea, 6) + " is not above zero");
-    requireReadable(options.part);
-    requireGridOutput(options.grid);
+    for (auto const& file : objFilesOf(options.part)) {
+        record.addInput(file);
+    }
+    addGridOutput(outputs, options.grid);
     if (options.flat) {
-        requireObjOutput(*options.flat);
+        addObjOutput(outputs, *options.flat);
+        addCutOutput(outputs, *options.flat);
     }
 }
 
@@ -106,7 +114,7 @@ void Preparation::flatten() {
 
 void Preparation::saveFlat() {
     if (options.flat) {
-        saveFlatObj(mesh, *options.flat);
+        saveFlatObj(mesh, *options.flat, outputs);
         tell(PrepareStage::FlatSaved);
     }
 }
@@ -138,8 +146,40 @@ void Preparation::resample() {
     result.resampleSeconds = watch.seconds();
     result.nanNodes = nanNodesIn(grid, mesh, options.quadArea); // an extension spreads them
     extend();
-    saveGrid(grid, options.grid);
+    saveGrid(grid, outputs.at(options.grid));
     result.grid = gridSummaryOf(grid);
+}
+
+void addSettings(Record& record, PrepareOptions const& options) {
+    record.setting("quadArea", options.quadArea);
+    record.setting("mode", options.mode == FlatteningMode::Pinned ? "pinned" : "developable");
+    if (isCloudFile(options.part)) {
+        record.setting("maxSide", options.repair.longestSide);
+        record.setting("fillHoles", options.repair.largestHole);
+    }
+    record.setting("extensionPasses", options.extensionPasses);
+    record.setting("smoothingPasses", options.smoothingPasses);
+}
+
+void addFigures(Record& record, std::string const& name, std::optional<SolveReport> const& solve) {
+    if (solve) {
+        record.figure(name + "Iterations", solve->iterations);
+        record.figure(name + "Residual", solve->residual);
+        record.figure(name + "Converged", solve->hasConverged);
+    }
+}
+
+/// Puts what was written in place, with how it was made.
+void Preparation::finish() {
+    addSettings(record, options);
+    addFigures(record, "boundarySolve", result.flattening.solves.boundary);
+    addFigures(record, "solve", result.flattening.solves.inside);
+    record.figure("flatWidth", result.flat.width);
+    record.figure("flatHeight", result.flat.height);
+    record.figure("flippedTriangles", result.flat.flippedCount);
+    record.figure("nanNodes", result.nanNodes.places.size());
+    Inspection::addFigures(record, result.grid);
+    outputs.commit(listener);
     tell(PrepareStage::Saved);
 }
 
@@ -157,6 +197,7 @@ PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
     preparation.flatten();
     preparation.saveFlat();
     preparation.resample();
+    preparation.finish();
     return preparation.getResult();
 }
 

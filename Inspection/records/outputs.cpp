@@ -7,6 +7,7 @@
 #include "Inspection/records/internal/stagedfile.h"
 
 #include <algorithm>
+#include <atomic>
 #include <fstream>
 #include <set>
 #include <stdexcept>
@@ -18,6 +19,11 @@ namespace QELT::Inspection {
 namespace {
 
 std::string const refusal = ": cannot be written";
+
+/// Of the runs that have begun to write.
+std::atomic<int> unfinishedRuns = 0;
+
+static_assert(std::atomic<int>::is_always_lock_free, "a handler of signals asks for it");
 
 /// Runs `action` and tells what the system refuses as a failure to write `name`.
 template <class Action>
@@ -111,6 +117,16 @@ Outputs::~Outputs() {
         std::error_code ignored; // others may have put something there
         std::filesystem::remove(*folder, ignored);
     }
+    unfinishedRuns -= isBegun ? 1 : 0;
+}
+
+void Outputs::begin() {
+    unfinishedRuns += isBegun ? 0 : 1;
+    isBegun = true;
+}
+
+bool isNothingUnfinished() noexcept {
+    return unfinishedRuns == 0;
 }
 
 void Outputs::requireNew(std::filesystem::path const& name) const {
@@ -153,6 +169,7 @@ void Outputs::addBeside(std::filesystem::path const& name, std::filesystem::path
 }
 
 void Outputs::makeFolders(std::filesystem::path const& folder) {
+    begin();
     std::vector<std::filesystem::path> missing;
     for (auto path = folder; !path.empty() && !std::filesystem::exists(path); path = path.parent_path()) {
         missing.push_back(path);
@@ -174,6 +191,7 @@ Outputs::Entry& Outputs::entryOf(std::filesystem::path const& name) const {
 }
 
 Destination Outputs::at(std::filesystem::path const& name) {
+    begin();
     return entryOf(name).destination();
 }
 

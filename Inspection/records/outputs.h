@@ -62,10 +62,16 @@ private:
     std::vector<std::unique_ptr<Entry>> entries;
     std::vector<std::filesystem::path> folders; ///< made, from the outermost
     bool isCommitted = false;
+    bool isBegun = false;
 
+    void begin();
     void requireNew(std::filesystem::path const& name) const;
     Entry& entryOf(std::filesystem::path const& name) const;
     std::vector<std::unique_ptr<Entry>> stagedRecords(ProgressListener* listener) const;
 };
+
+/// Whether a process that ended now, without its destructors, would leave nothing half done: no run has begun
+/// to write and not yet returned. A handler of signals may call it.
+QELT_INSPECTION_EXPORT bool isNothingUnfinished() noexcept;
 
 } // namespace QELT::Inspection

@@ -56,12 +56,14 @@ TEST(Outputs, appearAllAtOnceWithTheirRecords) {
     outputs.add(directory / "a");
     outputs.add(directory / "b");
     EXPECT_EQ(namesIn(directory.get()), (Names{"in", "a"}));
+    EXPECT_TRUE(isNothingUnfinished());
     Destination const a = outputs.at(directory / "a");
     EXPECT_EQ(a.file, directory / "a.unfinished");
     EXPECT_EQ(a.name, directory / "a");
     writeText(a.file, "new");
     writeText(outputs.at(directory / "b").file, "new too");
     EXPECT_EQ(readText(directory / "a"), "old");
+    EXPECT_FALSE(isNothingUnfinished());
     outputs.commit(nullptr);
     EXPECT_EQ(readText(directory / "a"), "new");
     EXPECT_EQ(readText(directory / "b"), "new too");
@@ -75,11 +77,13 @@ TEST(Outputs, leaveNothingWithoutACommit) {
         Record const record("test");
         Outputs outputs(record);
         outputs.makeFolders(directory / "new/folder");
+        EXPECT_FALSE(isNothingUnfinished());
         outputs.add(directory / "a");
         outputs.add(directory / "new/folder/b");
         writeText(outputs.at(directory / "a").file, "new");
         writeText(outputs.at(directory / "new/folder/b").file, "new");
     }
+    EXPECT_TRUE(isNothingUnfinished());
     EXPECT_EQ(readText(directory / "a"), "old");
     EXPECT_EQ(namesIn(directory.get()), Names{"a"});
 }
