@@ -15,6 +15,9 @@ file(GLOB_RECURSE qelt_inspection_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR
 file(GLOB_RECURSE qelt_inspection_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Inspection/*.h)
 list(FILTER qelt_inspection_headers EXCLUDE REGEX "/internal/")
 
+set_source_files_properties(${PROJECT_SOURCE_DIR}/Inspection/records/version.cpp
+                            PROPERTIES COMPILE_DEFINITIONS QELT_INSPECTION_VERSION="${PROJECT_VERSION}")
+
 # Compiled once, for the library and for its tests: these reach internal functions, which the library hides.
 add_library(qelt_inspection_objects OBJECT ${qelt_inspection_sources})
 set_target_properties(

@@ -2,6 +2,7 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
+#include "Inspection/records/record.h"
 
 #include <cstddef>
 #include <vector>
@@ -28,6 +29,9 @@ struct GridSummary {
 };
 
 QELT_INSPECTION_EXPORT GridSummary gridSummaryOf(Grid const& grid);
+
+/// Tells a record the counts, the areas and the box.
+QELT_INSPECTION_EXPORT void addFigures(Record& record, GridSummary const& summary);
 
 /// The valid nodes whose points hold something that is no number. Resampling makes them of triangles that the
 /// flat map leaves without area; each spoils the areas and boxes of the whole grid.

@@ -1,14 +1,16 @@
 #include "Inspection/grids/prepare.h"
 
 #include "Inspection/grids/gridfile.h"
+#include "Inspection/grids/internal/preparerecord.h"
 #include "Inspection/grids/internal/verdict.h"
 #include "Inspection/import/objfile.h"
 #include "Inspection/import/xyzfile.h"
 #include "Inspection/parts/reconstruction.h"
 #include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
 #include "Inspection/records/numbers.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 #include "Inspection/records/stopwatch.h"
 
 #include <algorithm>
@@ -37,13 +39,13 @@ constexpr int maxCorrections = 3;
 class Preparation {
 public:
     Preparation(PrepareOptions const& prepareOptions, ProgressListener* progressListener,
-                PrepareObserver const& prepareObserver)
+                PrepareObserver const& prepareObserver, Outputs& prepareOutputs)
         : options(prepareOptions),
           part(prepareOptions.part.string()),
           listener(progressListener),
-          observer(prepareObserver) {}
+          observer(prepareObserver),
+          outputs(prepareOutputs) {}
 
-    void requireUsableOptions() const;
     void load();
     void flatten();
     void saveFlat();
@@ -57,6 +59,7 @@ private:
     std::string part;
     ProgressListener* listener;
     PrepareObserver const& observer;
+    Outputs& outputs;
     std::optional<Reconstruction> reconstruction; ///< of a cloud
     std::shared_ptr<Mesh> loaded;
     PrepareResult result;
@@ -79,9 +82,8 @@ void requirePositive(std::string const& part, std::string const& name, double va
     require(value > 0.0, part + ": a " + name + " of " + toShortText(value, 6) + " is not above zero");
 }
 
-/// Finds out before the long work that there is nothing to make or that it would have no place to go.
-void Preparation::requireUsableOptions() const {
-    auto const& [quadArea, pixel, width] = options.resolution;
+void requireUsable(GridResolution const& resolution, std::string const& part) {
+    auto const& [quadArea, pixel, width] = resolution;
     require((quadArea ? 1 : 0) + (pixel ? 1 : 0) + (width ? 1 : 0) <= 1,
             part + ": of quad area, pixel and width one is enough");
     if (quadArea) {
@@ -92,11 +94,6 @@ void Preparation::requireUsableOptions() const {
     }
     if (width) {
         requirePositive(part, "width", static_cast<double>(*width));
-    }
-    requireReadable(options.part);
-    requireGridOutput(options.grid);
-    if (options.flat) {
-        requireObjOutput(*options.flat);
     }
 }
 
@@ -155,7 +152,7 @@ void Preparation::flatten() {
 
 void Preparation::saveFlat() {
     if (options.flat) {
-        saveFlatObj(*result.mesh, *options.flat);
+        saveFlatObj(*result.mesh, *options.flat, outputs);
         tell(PrepareStage::FlatSaved);
     }
 }
@@ -199,7 +196,7 @@ void Preparation::resample() {
     result.surface->setProgressListener(listener);
     GridResolution resolution = options.resolution;
     if (!resolution.quadArea && !resolution.pixel && !resolution.width) {
-        resolution.pixel = suggestedPixel(sizeOf(*result.mesh));
+        resolution.pixel = suggestedPixel(std::sqrt((result.part.high - result.part.low).lSqr()));
     }
     result.spacing = spacingFor(resolution, result.map().quality, result.map().flat.width);
     resampleOnce();
@@ -222,24 +219,49 @@ void Preparation::resample() {
 
 void Preparation::save() {
     if (result.surface && (result.isFit() || options.isAccepted)) {
-        saveGrid(*result.surface, options.grid);
+        saveGrid(*result.surface, outputs.at(options.grid));
         result.isWritten = true;
-        tell(PrepareStage::Saved);
     }
 }
 
 } // namespace
 
+void addPrepareFiles(PrepareOptions const& options, Record& record, Outputs& outputs) {
+    requireUsable(options.resolution, options.part.string());
+    for (auto const& file : objFilesOf(options.part)) {
+        record.addInput(file);
+    }
+    addSettings(record, options);
+    addGridOutput(outputs, options.grid);
+    if (options.flat) {
+        addObjOutput(outputs, *options.flat);
+        addCutOutput(outputs, *options.flat);
+    }
+}
+
 PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
-                      PrepareObserver const& observer) {
-    Preparation preparation(options, listener, observer);
-    preparation.requireUsableOptions();
+                      PrepareObserver const& observer, Record& record, Outputs& outputs) {
+    Preparation preparation(options, listener, observer, outputs);
     preparation.load();
     preparation.flatten();
     preparation.saveFlat();
     preparation.resample();
     preparation.save();
+    addFigures(record, preparation.getResult());
     return preparation.getResult();
+}
+
+PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
+                      PrepareObserver const& observer) {
+    Record record("prepare");
+    Outputs outputs(record);
+    addPrepareFiles(options, record, outputs);
+    PrepareResult const result = prepare(options, listener, observer, record, outputs);
+    outputs.commit(listener);
+    if (observer && result.isWritten) {
+        observer(PrepareStage::Saved, result);
+    }
+    return result;
 }
 
 } // namespace QELT::Inspection

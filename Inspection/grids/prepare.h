@@ -7,6 +7,8 @@
 #include "Inspection/names.h"
 #include "Inspection/parts/meshsummary.h"
 #include "Inspection/parts/surfacerepair.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 
 #include <filesystem>
 #include <functional>
@@ -78,5 +80,14 @@ using PrepareObserver = std::function<void(PrepareStage, PrepareResult const&)>;
 /// quads. What was found until a failure the observer has been told.
 QELT_INSPECTION_EXPORT PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
                                              PrepareObserver const& observer = {});
+
+/// Tells what is read, how, and what is written, before a preparation in a run that writes more. Fails as
+/// above before the long work.
+QELT_INSPECTION_EXPORT void addPrepareFiles(PrepareOptions const& options, Record& record, Outputs& outputs);
+
+/// The preparation itself, with what it finds; the stage `Saved` is told by who commits the outputs.
+QELT_INSPECTION_EXPORT PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
+                                             PrepareObserver const& observer, Record& record,
+                                             Outputs& outputs);
 
 } // namespace QELT::Inspection

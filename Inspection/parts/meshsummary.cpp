@@ -21,6 +21,20 @@ bool isNearSides(Triangle const& triangle, FlatPoint const& place, double tolera
     return false;
 }
 
+void measure(Mesh const& mesh, std::vector<Triangle*> const& triangles, MeshSummary& summary) {
+    for (unsigned long i = 0; i < mesh.getNumberOfVertices(); ++i) {
+        Point const& point = mesh.getVertex(i).getPoint3D();
+        summary.low = i == 0 ? point : summary.low;
+        summary.high = i == 0 ? point : summary.high;
+        summary.low.setMin(point);
+        summary.high.setMax(point);
+    }
+    for (Triangle const* const triangle : triangles) {
+        Edge const edge = triangle->getEdge(0);
+        summary.area += 0.5 * std::sqrt(edge.vphi3().cross(edge.rot().vphi3()).lSqr());
+    }
+}
+
 } // namespace
 
 std::vector<Triangle*> trianglesOf(Mesh const& mesh) {
@@ -40,8 +54,45 @@ std::vector<BoundaryLoop> boundaryLoopsOf(Mesh const& mesh) {
 
 MeshSummary meshSummaryOf(Mesh const& mesh) {
     auto const triangles = trianglesOf(mesh);
-    return {mesh.getNumberOfVertices(), triangles.size(), mesh.getUnlistedTriangles().size(),
-            mesh.getCutEdgeIndices().first.size(), boundaryLoopsOf(mesh)};
+    MeshSummary summary;
+    summary.vertexCount = mesh.getNumberOfVertices();
+    summary.faceCount = triangles.size();
+    summary.unlistedCount = mesh.getUnlistedTriangles().size();
+    summary.cutEntryCount = mesh.getCutEdgeIndices().first.size();
+    summary.loops = boundaryLoopsOf(mesh);
+    measure(mesh, triangles, summary);
+    return summary;
+}
+
+void addFigures(Record& record, MeshSummary const& summary) {
+    record.figure("vertices", summary.vertexCount);
+    record.figure("faces", summary.faceCount);
+    record.figure("boundaryLoops", summary.loops.size());
+    if (summary.cutEntryCount > 0) {
+        record.figure("cutEntries", summary.cutEntryCount);
+    }
+    if (summary.vertexCount > 0) {
+        record.figure("low", summary.low);
+        record.figure("high", summary.high);
+    }
+    record.figure("area", summary.area);
+}
+
+double suggestedPixel(double diagonal) {
+    constexpr double handyPixelCount = 500.0;
+    double const side = diagonal / handyPixelCount;
+    if (!(side > 0.0) || !std::isfinite(side)) {
+        return 0.0;
+    }
+    double const exponent = std::floor(std::log10(side));
+    double const power = std::pow(10.0, std::abs(exponent));
+    double const leading = exponent < 0.0 ? side * power : side / power;
+    // The bounds are the geometric means of neighbours. A quotient of whole numbers is 0.05 to the last bit.
+    double const step = leading < std::sqrt(2.0)    ? 1.0
+                        : leading < std::sqrt(10.0) ? 2.0
+                        : leading < std::sqrt(50.0) ? 5.0
+                                                    : 10.0;
+    return exponent < 0.0 ? step / power : step * power;
 }
 
 double twiceFlatArea(Triangle const& triangle) {
@@ -79,29 +130,6 @@ std::size_t flatlessTrianglesAt(std::vector<FlatPoint> const& places, std::vecto
         std::count_if(triangles.begin(), triangles.end(), [&](Triangle const* triangle) {
             return !(std::abs(twiceFlatArea(*triangle)) > 0.0) && covers(triangle);
         }));
-}
-
-double suggestedPixel(double size) {
-    constexpr double pixelsToTheSize = 500.0;
-    double const wished = size / pixelsToTheSize;
-    if (!(wished > 0.0) || !std::isfinite(wished)) {
-        return 0.0;
-    }
-    double const power = std::pow(10.0, std::floor(std::log10(wished)));
-    double const digit = wished / power;
-    return power * (digit < 2.0 ? 1.0 : digit < 5.0 ? 2.0 : 5.0);
-}
-
-double sizeOf(Mesh const& mesh) {
-    QELT::Geometry::ThreeDimensional::BoundingBoxAA box;
-    for (unsigned long v = 0; v < mesh.getNumberOfVertices(); ++v) {
-        auto const vertexBox = mesh.getVertex(v).getPoint3D().getBoundingBox();
-        if (v == 0) {
-            box = vertexBox;
-        }
-        box.expand(vertexBox);
-    }
-    return std::sqrt(box.getd().lSqr());
 }
 
 } // namespace QELT::Inspection

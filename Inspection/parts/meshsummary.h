@@ -2,6 +2,7 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
+#include "Inspection/records/record.h"
 
 #include <cstddef>
 #include <vector>
@@ -23,9 +24,19 @@ struct MeshSummary {
     std::size_t unlistedCount = 0; ///< faces besides, which the mesh does not list: it meets itself in points
     std::size_t cutEntryCount = 0; ///< pairs of vertices along a cut
     std::vector<BoundaryLoop> loops; ///< the longest first; none if the mesh is closed
+    Point low;                       ///< of the box of its vertices; meaningful only with a vertex
+    Point high;
+    double area = 0.0; ///< of the listed faces
 };
 
 QELT_INSPECTION_EXPORT MeshSummary meshSummaryOf(Mesh const& mesh);
+
+/// Tells a record the counts, the box and the area.
+QELT_INSPECTION_EXPORT void addFigures(Record& record, MeshSummary const& summary);
+
+/// The side of a quad that suits a part whose box has this diagonal: about a five-hundredth of it, rounded to
+/// 1, 2 or 5 times a power of ten. 0 for a part without extent.
+QELT_INSPECTION_EXPORT double suggestedPixel(double diagonal);
 
 /// Twice the signed area of a triangle in the flat map; negative where the map has turned it over.
 QELT_INSPECTION_EXPORT double twiceFlatArea(Triangle const& triangle);
@@ -46,12 +57,5 @@ QELT_INSPECTION_EXPORT FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<T
 QELT_INSPECTION_EXPORT std::size_t flatlessTrianglesAt(std::vector<FlatPoint> const& places,
                                                        std::vector<Triangle*> const& triangles,
                                                        double spacing);
-
-/// A side of pixels that suits a part of this size, the diagonal of its box: some 500 to the diagonal, and a
-/// round number, 1, 2 or 5 times a power of ten. 0 for a size of 0 or none.
-QELT_INSPECTION_EXPORT double suggestedPixel(double size);
-
-/// The diagonal of the box of a mesh.
-QELT_INSPECTION_EXPORT double sizeOf(Mesh const& mesh);
 
 } // namespace QELT::Inspection

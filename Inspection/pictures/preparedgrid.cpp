@@ -4,8 +4,9 @@
 #include "Inspection/pictures/flatpicture.h"
 #include "Inspection/pictures/internal/figure.h"
 #include "Inspection/pictures/pngfile.h"
-#include "Inspection/records/files.h"
 #include "Inspection/records/numbers.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 #include "Inspection/scanning/quadmap.h"
 
 #include <cmath>
@@ -15,6 +16,11 @@ namespace QELT::Inspection {
 namespace {
 
 constexpr int digits = 4;
+
+std::vector<std::filesystem::path> pathsOf(DrawnPrepareOptions const& options) {
+    return options.imagePrefix.empty() ? std::vector<std::filesystem::path>()
+                                       : imagePaths(options.imagePrefix, {"map", "pixels"});
+}
 
 QuadMap pixelSidesOf(Grid const& grid) {
     QuadMap map = surfaceMapOf(grid);
@@ -36,12 +42,13 @@ std::string noteOn(QuadSizes const& sizes) {
            toShortText(bearableAreaFactor, 2) + " of its area";
 }
 
-std::vector<std::filesystem::path> draw(DrawnPrepareOptions const& options, PrepareResult const& prepared) {
-    auto const paths = imagePaths(options.imagePrefix, {"map", "pixels"});
+std::vector<std::filesystem::path> draw(DrawnPrepareOptions const& options, PrepareResult const& prepared,
+                                        Outputs& outputs) {
+    auto const paths = pathsOf(options);
     std::vector<std::filesystem::path> images{paths[0]};
-    writePng(paths[0], flatPictureOf(*prepared.mesh, "Flat map, " + nameOf(prepared.map().mode)));
+    writePng(outputs.at(paths[0]), flatPictureOf(*prepared.mesh, "Flat map, " + nameOf(prepared.map().mode)));
     if (prepared.surface) {
-        writePng(paths[1], pixelPictureOf(*prepared.surface, options.unit));
+        writePng(outputs.at(paths[1]), pixelPictureOf(*prepared.surface, options.unit));
         images.push_back(paths[1]);
     }
     return images;
@@ -57,15 +64,20 @@ Image pixelPictureOf(Grid const& grid, std::string const& unit) {
 
 DrawnPreparation drawPreparation(DrawnPrepareOptions const& options, ProgressListener* listener,
                                  PrepareObserver const& observer) {
-    bool const isDrawn = !options.imagePrefix.empty();
-    if (isDrawn) {
-        for (auto const& path : imagePaths(options.imagePrefix, {"map", "pixels"})) {
-            requireWritable(path);
-        }
+    Record record("prepare");
+    Outputs outputs(record);
+    addPrepareFiles(options.prepare, record, outputs);
+    for (auto const& path : pathsOf(options)) {
+        outputs.add(path);
     }
-    DrawnPreparation drawn{prepare(options.prepare, listener, observer), {}};
-    if (isDrawn) {
-        drawn.images = draw(options, drawn.prepared);
+    record.setUnit(options.unit);
+    DrawnPreparation drawn{prepare(options.prepare, listener, observer, record, outputs), {}};
+    if (!options.imagePrefix.empty()) {
+        drawn.images = draw(options, drawn.prepared, outputs);
+    }
+    outputs.commit(listener);
+    if (observer && drawn.prepared.isWritten) {
+        observer(PrepareStage::Saved, drawn.prepared);
     }
     return drawn;
 }

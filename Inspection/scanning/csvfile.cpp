@@ -2,6 +2,7 @@
 
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
+#include "Inspection/records/internal/announce.h"
 #include "Inspection/records/internal/textline.h"
 #include "Inspection/records/numbers.h"
 
@@ -140,19 +141,21 @@ std::vector<Beam> readBeamFile(std::filesystem::path const& path) {
     return readBeams(input, path.string());
 }
 
-void writeHits(std::ostream& output, std::vector<Hit> const& hits) {
+void writeHits(std::ostream& output, std::vector<Hit> const& hits, ProgressListener* listener) {
     output << hitHeading << '\n';
+    StepProgress progress(listener, hits.size());
     for (Hit const& hit : hits) {
+        progress.step();
         writeHit(output, hit);
     }
 }
 
-void writeHitFile(std::filesystem::path const& path, std::vector<Hit> const& hits) {
-    std::ofstream output(path);
-    writeHits(output, hits);
+void writeHitFile(Destination const& to, std::vector<Hit> const& hits, ProgressListener* listener) {
+    std::ofstream output(to.file);
+    writeHits(output, hits, listener);
     output.close();
     if (!output) {
-        throw Failure(path.string() + ": cannot be written");
+        throw Failure(to.name.string() + ": cannot be written");
     }
 }
 

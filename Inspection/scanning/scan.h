@@ -2,6 +2,8 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 #include "Inspection/scanning/quadmap.h"
 #include "Inspection/scanning/raster.h"
 #include "Inspection/scanning/scanner.h"
@@ -30,12 +32,16 @@ struct Scan {
     ScanResult result;
 };
 
-/// Fails if a grid cannot be read or the table not be written.
-QELT_INSPECTION_EXPORT void requireScanFiles(ScanOptions const& options);
-
 /// Fires the beams and writes the table of hits. Fails as above, and if there is no grid, neither beams nor a
 /// raster, the beams cannot be read, a raster is to be laid over nothing or is too fine, or the scan plane is
 /// too large.
 QELT_INSPECTION_EXPORT Scan scan(ScanOptions const& options, ProgressListener* listener);
+
+/// Tells what is read, how, and that the table is written, before a scan in a run that writes more.
+QELT_INSPECTION_EXPORT void addScanFiles(ScanOptions const& options, Record& record, Outputs& outputs);
+
+/// The scan itself, with what it finds.
+QELT_INSPECTION_EXPORT Scan scan(ScanOptions const& options, ProgressListener* listener, Record& record,
+                                 Outputs& outputs);
 
 } // namespace QELT::Inspection

@@ -1,5 +1,6 @@
 #include "Inspection/scanning/scanner.h"
 
+#include "Inspection/records/internal/announce.h"
 #include "Inspection/records/stopwatch.h"
 
 #include <cmath>
@@ -30,11 +31,13 @@ Hit hitOf(Status const& status, Point const& origin) {
 }
 
 template <class Ask>
-ScanResult resultOf(std::vector<Beam> const& beams, Ask ask) {
+ScanResult resultOf(std::vector<Beam> const& beams, ProgressListener* listener, Ask ask) {
     ScanResult result;
     result.hits.reserve(beams.size());
+    StepProgress progress(listener, beams.size());
     Stopwatch const watch;
     for (Beam const& beam : beams) {
+        progress.step();
         result.hits.push_back(hitOf(ask(beam), beam.origin));
     }
     result.seconds = watch.seconds();
@@ -43,14 +46,14 @@ ScanResult resultOf(std::vector<Beam> const& beams, Ask ask) {
 
 } // namespace
 
-ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams) {
-    return resultOf(beams,
+ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams, ProgressListener* listener) {
+    return resultOf(beams, listener,
                     [&](Beam const& beam) { return grid.getIntersection(beam.origin, beam.direction); });
 }
 
 ScanResult fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups& groups,
-                     std::vector<Beam> const& beams) {
-    return resultOf(beams, [&](Beam const& beam) {
+                     std::vector<Beam> const& beams, ProgressListener* listener) {
+    return resultOf(beams, listener, [&](Beam const& beam) {
         Status const status = groups.getIntersectionStatus(beam.origin, beam.direction, false);
         return status.getIsGoodIntersection()
                    ? status

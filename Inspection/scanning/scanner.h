@@ -30,13 +30,15 @@ struct ScanResult {
 constexpr double measurementLimit = 10000.0;
 
 /// Asks the grid for each beam in turn. Neighbouring beams should follow each other: the grid starts each
-/// search at the quad that the last one ended on.
-QELT_INSPECTION_EXPORT ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams);
+/// search at the quad that the last one ended on. The listener may be null.
+QELT_INSPECTION_EXPORT ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams,
+                                            ProgressListener* listener = nullptr);
 
 /// The same of grids that answer as one: like a single grid they are asked again from a fresh start if the
 /// first answer is no hit within a quarter turn of head-on.
 QELT_INSPECTION_EXPORT ScanResult
-fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups& groups, std::vector<Beam> const& beams);
+fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups& groups, std::vector<Beam> const& beams,
+          ProgressListener* listener = nullptr);
 
 struct ScanStatistics {
     std::size_t beamCount = 0;

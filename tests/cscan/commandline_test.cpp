@@ -5,6 +5,7 @@
 #include "Inspection/parts/reconstruction.h"
 #include "Inspection/pictures/cscanimages.h"
 #include "Inspection/pictures/preparedgrid.h"
+#include "Inspection/records/version.h"
 #include "Inspection/scanning/stripetest.h"
 #include "apps/cscan/demo/demo.h"
 
@@ -182,6 +183,23 @@ TEST(CommandLine, helpIsShownForTheProgramAndForEachCommand) {
     CommandLine const one = parsed({"prepare", "--help"});
     EXPECT_FALSE(one.options.has_value());
     EXPECT_NE(one.help.find("--quad-area"), std::string::npos);
+}
+
+TEST(CommandLine, helpIsACommandAsWell) {
+    EXPECT_EQ(parsed({"help", "prepare"}).help, parsed({"prepare", "--help"}).help);
+    EXPECT_EQ(parsed({"help"}).help, parsed({"--help"}).help);
+    EXPECT_EQ(parsed({"help", "help"}).help, parsed({"--help"}).help);
+    EXPECT_NE(parsed({"help", "--help"}).help.find("COMMAND"), std::string::npos);
+    EXPECT_NE(parsed({"--help"}).help.find("help "), std::string::npos);
+    EXPECT_EQ(complaintOn({"help", "fly"}), "help: there is no command 'fly'");
+    EXPECT_NE(complaintOn({"help", "prepare", "scan"}), "");
+    EXPECT_EQ(complaintOn({"help", "--", "prepare"}), "help: give one command");
+}
+
+TEST(CommandLine, theVersionIsThatOfTheLibrary) {
+    CommandLine const version = parsed({"--version"});
+    EXPECT_FALSE(version.options.has_value());
+    EXPECT_EQ(version.help, "cscan " + libraryVersion() + "\n");
 }
 
 TEST(CommandLine, complainsInOneLineOnWhatIsMissingOrUnknown) {

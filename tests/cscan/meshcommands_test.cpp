@@ -510,11 +510,12 @@ TEST(MeshCommands, deriveMakesEachKindOfGrid) {
     }
 }
 
-TEST(MeshCommands, deriveMayReplaceItsSource) {
+TEST(MeshCommands, deriveDoesNotReplaceItsSource) {
     ScratchDirectory const directory;
     writeSlab(directory);
-    ASSERT_EQ(run(directory, {"derive", "in.quads", "in.quads", "--factor", "2"}).status, 0);
-    EXPECT_EQ(itemIn(run(directory, {"info", "in.quads"}).output, "grid extents"), "6 x 4 quads");
+    expectComplaint(directory,
+                    {{"derive", "in.quads", "in.quads", "--factor", "2"}, "in.quads: is also the input"});
+    EXPECT_EQ(itemIn(run(directory, {"info", "in.quads"}).output, "grid extents"), "12 x 8 quads");
 }
 
 TEST(MeshCommands, deriveIsToldExactlyOneThingToDo) {

@@ -111,6 +111,7 @@ ExitStatus run(DrawnPrepareOptions const& options, Console& console) {
             printStage(console.output, stage, options, result);
             console.output << std::flush;
         });
+    SignalWatch::stopEndingAtOnce();
     console.display.clear();
     return printVerdict(console.output, drawn);
 }

@@ -198,8 +198,10 @@ TEST(Prepare, takesAPixelThatSuitsThePartWithoutOne) {
     PrepareOptions options = patchOptions(directory);
     options.resolution = {};
     PrepareResult const result = prepare(options, nullptr);
-    EXPECT_EQ(result.spacing.quadArea, std::pow(suggestedPixel(sizeOf(*result.mesh)), 2.0));
-    double const pixels = sizeOf(*result.mesh) / std::sqrt(result.sizes.mean);
+    EXPECT_EQ(result.spacing.quadArea,
+              std::pow(suggestedPixel(std::sqrt((result.part.high - result.part.low).lSqr())), 2.0));
+    double const pixels =
+        std::sqrt((result.part.high - result.part.low).lSqr()) / std::sqrt(result.sizes.mean);
     EXPECT_GT(pixels, 500.0 * (1.0 - quadAreaTolerance));
     EXPECT_LT(pixels, 1250.0 * (1.0 + quadAreaTolerance));
 }

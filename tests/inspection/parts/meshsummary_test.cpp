@@ -44,6 +44,33 @@ TEST(MeshSummary, findsNoLoopOnAClosedMesh) {
     EXPECT_TRUE(boundaryLoopsOf(mesh).empty());
 }
 
+TEST(MeshSummary, measuresTheBoxAndTheArea) {
+    Mesh mesh;
+    loadText(mesh, ring);
+    MeshSummary const summary = meshSummaryOf(mesh);
+    EXPECT_EQ(summary.low, Point(0.0, 0.0, 0.0));
+    EXPECT_EQ(summary.high, Point(6.0, 3.0, 0.0));
+    EXPECT_EQ(summary.area, 16.0);
+    Mesh low;
+    loadText(low, "v -1 -2 -3\nv -1 -2 -5\nv -1 -6 -3\nf 1 2 3\n");
+    EXPECT_EQ(meshSummaryOf(low).low, Point(-1.0, -6.0, -5.0));
+    EXPECT_EQ(meshSummaryOf(low).high, Point(-1.0, -2.0, -3.0));
+}
+
+TEST(SuggestedPixel, isAFiveHundredthRoundedToOneTwoOrFive) {
+    EXPECT_EQ(suggestedPixel(500.0), 1.0);
+    EXPECT_EQ(suggestedPixel(700.0), 1.0);
+    EXPECT_EQ(suggestedPixel(710.0), 2.0);
+    EXPECT_EQ(suggestedPixel(25.0), 0.05);
+    EXPECT_EQ(suggestedPixel(80.0), 0.2);
+    EXPECT_EQ(suggestedPixel(49.0), 0.1);
+    EXPECT_EQ(suggestedPixel(0.0005), 1e-6);
+    EXPECT_EQ(suggestedPixel(2.4e7), 50000.0);
+    for (double const none : {0.0, -1.0, std::nan(""), HUGE_VAL}) {
+        EXPECT_EQ(suggestedPixel(none), 0.0) << none;
+    }
+}
+
 TEST(MeshSummary, measuresTheFlatMap) {
     Mesh mesh;
     loadText(mesh, ring);
@@ -63,25 +90,6 @@ TEST(MeshSummary, countsTrianglesThatAreTurnedOverOrHaveNoFlatArea) {
     EXPECT_EQ(flat.flippedCount, 1U);
     mesh.getVertex(4).setPoint2D(FlatPoint(0.0, 0.0));
     EXPECT_EQ(flatSummaryOf(mesh, trianglesOf(mesh)).degenerateCount, 2U);
-}
-
-TEST(MeshSummary, suggestsARoundPixel) {
-    EXPECT_DOUBLE_EQ(suggestedPixel(500.0), 1.0);
-    EXPECT_DOUBLE_EQ(suggestedPixel(999.0), 1.0);
-    EXPECT_DOUBLE_EQ(suggestedPixel(1000.0), 2.0);
-    EXPECT_DOUBLE_EQ(suggestedPixel(2499.0), 2.0);
-    EXPECT_DOUBLE_EQ(suggestedPixel(2501.0), 5.0);
-    EXPECT_DOUBLE_EQ(suggestedPixel(0.1), 1e-4 * 2.0);
-    EXPECT_EQ(suggestedPixel(0.0), 0.0);
-    EXPECT_EQ(suggestedPixel(INFINITY), 0.0);
-    EXPECT_EQ(suggestedPixel(NAN), 0.0);
-}
-
-TEST(MeshSummary, takesTheDiagonalOfTheBoxForTheSize) {
-    Mesh mesh;
-    loadText(mesh, ring);
-    EXPECT_NEAR(sizeOf(mesh), std::sqrt(45.0), 1e-6);
-    EXPECT_EQ(sizeOf(Mesh()), 0.0);
 }
 
 } // namespace
