@@ -5,7 +5,12 @@
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
+#include "Inspection/records/stopwatch.h"
 #include "Inspection/scanning/csvfile.h"
+#include "Inspection/scanning/suresearch.h"
+
+#include <functional>
+#include <utility>
 
 namespace QELT::Inspection {
 
@@ -23,21 +28,68 @@ std::vector<Beam> beamsOver(ScanOptions const& options, bool isEmpty, Point cons
     return rasterBeams(*options.raster, low, high);
 }
 
+/// The grids that are scanned, and what fires beams at the core's walk on them.
+struct Target {
+    std::vector<Grid const*> grids;
+    std::function<ScanResult(std::vector<Beam> const&)> walk;
+};
+
+ScanResult fireSurely(Scan& scan, Target const& target, std::vector<Beam> const& beams,
+                      ProgressListener* listener) {
+    announce(listener, "Setting up the search...");
+    Stopwatch const watch;
+    SureSearch const search(target.grids);
+    scan.setUpSeconds = watch.seconds();
+    scan.searchMemory = search.getMemory();
+    announce(listener, "Firing beams...");
+    return fireBeams(search, beams, listener);
+}
+
+/// Fires the beams in the way asked for, or in both ways to compare them.
+void fire(Scan& scan, Target const& target, std::vector<Beam> const& beams, ScanOptions const& options,
+          ProgressListener* listener) {
+    scan.search = options.search;
+    std::optional<ScanResult> sure;
+    std::optional<ScanResult> walk;
+    if (options.search == BeamSearch::Sure || options.doCompare) {
+        sure = fireSurely(scan, target, beams, listener);
+    }
+    if (options.search == BeamSearch::Walk || options.doCompare) {
+        announce(listener, sure ? "Walking for comparison..." : "Firing beams...");
+        walk = target.walk(beams);
+    }
+    if (sure && walk) {
+        scan.comparison = comparisonOf(*sure, *walk);
+    }
+    scan.result = std::move(options.search == BeamSearch::Sure ? *sure : *walk);
+}
+
 Scan scanGrid(ScanOptions const& options, ProgressListener* listener) {
     Grid grid;
     loadGrid(grid, options.grids.front().file);
     grid.setDoFlipNormals(options.doFlipNormals);
     GridSummary const summary = gridSummaryOf(grid);
     auto const beams = beamsOver(options, summary.validNodeCount == 0, summary.low, summary.high);
-    announce(listener, "Firing beams...");
-    return {surfaceMapOf(grid), fireBeams(grid, beams)};
+    Scan scan{surfaceMapOf(grid)};
+    Target const target{{&grid},
+                        [&](std::vector<Beam> const& fired) { return fireBeams(grid, fired, listener); }};
+    fire(scan, target, beams, options, listener);
+    return scan;
 }
 
 Scan scanOnPlane(ScanOptions const& options, ProgressListener* listener) {
     ScanPlane plane = loadScanPlane(options.grids, options.position, options.doFlipNormals);
     auto const beams = beamsOver(options, plane.isEmpty, plane.low, plane.high);
-    announce(listener, "Firing beams...");
-    return {plane.surface, fireBeams(plane.groups, beams)};
+    Scan scan{std::move(plane.surface)};
+    Target target{{}, [&](std::vector<Beam> const& fired) {
+                      auto groups = loadGroups(options.grids, options.position, options.doFlipNormals);
+                      return fireBeams(groups, fired, listener);
+                  }};
+    for (auto const& grid : plane.grids) {
+        target.grids.push_back(grid.get());
+    }
+    fire(scan, target, beams, options, listener);
+    return scan;
 }
 
 } // namespace
@@ -53,7 +105,7 @@ Scan scan(ScanOptions const& options, ProgressListener* listener) {
     require(!options.grids.empty(), "there is no grid to scan");
     require(options.beams || options.raster, "there are neither beams nor a raster to scan with");
     requireScanFiles(options);
-    Scan const result = options.isOnPlane ? scanOnPlane(options, listener) : scanGrid(options, listener);
+    Scan result = options.isOnPlane ? scanOnPlane(options, listener) : scanGrid(options, listener);
     announce(listener, "Writing results...");
     writeHitFile(options.hits, result.result.hits);
     return result;

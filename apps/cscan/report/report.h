@@ -4,7 +4,7 @@
 #include "Inspection/maps/flattening.h"
 #include "Inspection/parts/meshsummary.h"
 #include "Inspection/parts/surfacerepair.h"
-#include "Inspection/scanning/scanner.h"
+#include "Inspection/scanning/scan.h"
 #include "apps/cscan/names.h"
 
 #include <iosfwd>
@@ -38,7 +38,7 @@ void printGrid(std::ostream& output, GridSummary const& grid);
 
 /// Nothing if there are none.
 void printNanNodes(std::ostream& output, NanNodes const& nodes);
-void printScan(std::ostream& output, ScanResult const& result);
+void printScan(std::ostream& output, Scan const& scan);
 
 /// A table whose columns are as wide as their widest cell; the first row is the heading.
 void printTable(std::ostream& output, std::vector<std::vector<std::string>> const& rows);
