@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::array<std::string_view, 6> beamColumns = {"ox", "oy", "oz", "dx", "dy", "dz"};
 constexpr std::array<std::string_view, 6> pairColumns = {"sx", "sy", "sz", "tx", "ty", "tz"};
-constexpr std::string_view hitHeading = "u,v,x,y,z,distance,angle,valid";
+constexpr std::string_view hitHeading = "u,v,x,y,z,distance,angle,valid,state";
 
 std::vector<std::string_view> fieldsOf(std::string_view line) {
     auto fields = splitAtCommas(line);
@@ -95,8 +95,8 @@ PointPair pairOf(TextLine const& line, Row const& numbers) {
 }
 
 void writeHit(std::ostream& output, Hit const& hit) {
-    if (!hit.isValid) {
-        output << ",,,,,,,0\n";
+    if (!hit.isHit()) {
+        output << ",,,,,,,0,miss\n";
         return;
     }
     output << std::to_string(hit.quad.getU()) << ',' << std::to_string(hit.quad.getV());
@@ -107,7 +107,7 @@ void writeHit(std::ostream& output, Hit const& hit) {
     } else {
         output << ",,";
     }
-    output << ",1\n";
+    output << (hit.state == Hit::OnEdge ? ",1,edge\n" : ",1,hit\n");
 }
 
 } // namespace

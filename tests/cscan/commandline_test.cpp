@@ -106,6 +106,16 @@ TEST(CommandLine, scanTakesATableOfBeamsOrARaster) {
     EXPECT_FALSE(raster.doFlipNormals);
 }
 
+TEST(CommandLine, scanSearchesSurelyUnlessTheWalkIsAskedFor) {
+    std::vector<std::string> arguments{"scan",  "g.quads", "--beams", "b.csv",
+                                       "--csv", "h.csv",   "--image", "p"};
+    EXPECT_EQ(optionsOf<DrawnScanOptions>(arguments).scan.search, BeamSearch::Sure);
+    EXPECT_FALSE(optionsOf<DrawnScanOptions>(arguments).scan.doCompare);
+    arguments.insert(arguments.end(), {"--search", "walk", "--compare"});
+    EXPECT_EQ(optionsOf<DrawnScanOptions>(arguments).scan.search, BeamSearch::Walk);
+    EXPECT_TRUE(optionsOf<DrawnScanOptions>(arguments).scan.doCompare);
+}
+
 TEST(CommandLine, scanPlacesItsGridsInTheirOrder) {
     auto const options =
         optionsOf<DrawnScanOptions>({"scan",  "a.quads",  "b.quads", "--offset",   "0,3", "--offset",

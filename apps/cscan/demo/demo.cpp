@@ -188,15 +188,15 @@ void Demonstration::scanInTwo() {
         halves[i].file = to.file;
         found.files.push_back(to.name);
     }
-    ScanPlane scanPlane = loadScanPlane(halves, 0, false);
     listener.setMessage("Firing beams at two grids...");
-    planeResult = fireBeams(scanPlane.groups, beams, &listener);
-    plane = scanPlane.surface;
+    GridGroups groups = loadGroups(halves, 0, false);
+    planeResult = fireBeams(groups, beams, &listener);
+    plane = loadScanPlane(halves, 0, false).surface;
     std::size_t sameCount = 0;
     for (std::size_t i = 0; i < beams.size(); ++i) {
         Hit const& whole = result.hits[i];
         Hit const& part = planeResult.hits[i];
-        sameCount += whole.isValid == part.isValid && (!whole.isValid || whole.quad == part.quad) ? 1U : 0U;
+        sameCount += whole.isHit() == part.isHit() && (!whole.isHit() || whole.quad == part.quad) ? 1U : 0U;
     }
     addRow("two grids as one", planeResult.seconds,
            std::to_string(sameCount) + " of " + std::to_string(beams.size()) +

@@ -60,6 +60,40 @@ void printUnlisted(std::ostream& output, std::size_t count) {
     }
 }
 
+void printSearch(std::ostream& output, Scan const& scan, ScanStatistics const& statistics) {
+    constexpr double bytesInMegabyte = 1e6;
+    bool const isSure = scan.search == BeamSearch::Sure;
+    printItem(output, "search",
+              isSure ? "sure, set up in " + secondsText(scan.setUpSeconds) + ", " +
+                           toFixedText(static_cast<double>(scan.searchMemory) / bytesInMegabyte, 1) + " MB"
+                     : "walk");
+    printItem(output, "query time", secondsText(scan.result.seconds));
+    printItem(output, "beams per second", toFixedText(statistics.beamsPerSecond, 0));
+}
+
+/// The lines on how the walk alone would have done; those of things that did not happen are left out.
+void printComparison(std::ostream& output, WalkComparison const& walk) {
+    std::size_t const hitCount =
+        walk.sameCount + walk.neighbourCount + walk.elsewhereCount + walk.missedCount;
+    auto const print = [&](char const* name, std::size_t count, std::string const& what) {
+        if (count > 0) {
+            double const percent =
+                hitCount > 0 ? 100.0 * static_cast<double>(count) / static_cast<double>(hitCount) : 0.0;
+            printItem(output, name,
+                      std::to_string(count) + " " + what + ", " + toShortText(percent, 3) + " %");
+        }
+    };
+    printItem(output, "walk alone",
+              counted(walk.sameCount, "hit", "hits") + " on the same quad of " + std::to_string(hitCount));
+    print("  neighbours", walk.neighbourCount, "on a quad beside it");
+    print("  elsewhere", walk.elsewhereCount, "on another sheet");
+    print("  missed", walk.missedCount, "not found");
+    if (walk.surplusCount > 0) {
+        printItem(output, "  surplus",
+                  counted(walk.surplusCount, "hit", "hits") + " where nothing lies in front of the probe");
+    }
+}
+
 } // namespace
 
 std::string pointText(Point const& point) {
@@ -183,17 +217,25 @@ void printNanNodes(std::ostream& output, NanNodes const& nodes) {
     }
 }
 
-void printScan(std::ostream& output, ScanResult const& result) {
+void printScan(std::ostream& output, Scan const& scan) {
+    ScanResult const& result = scan.result;
     ScanStatistics const statistics = statisticsOf(result);
     printItem(output, "beams", std::to_string(statistics.beamCount));
     printItem(output, "hits", std::to_string(statistics.hitCount));
     printItem(output, "hit rate", toFixedText(100.0 * statistics.hitRate, 2) + " %");
-    printItem(output, "query time", secondsText(result.seconds));
-    printItem(output, "beams per second", toFixedText(statistics.beamsPerSecond, 0));
+    if (statistics.edgeCount > 0) {
+        printItem(output, "on edges",
+                  counted(statistics.edgeCount, "hit", "hits") + " between two triangles or at the rim");
+    }
+    printSearch(output, scan, statistics);
     if (statistics.measuredCount < statistics.hitCount) {
         printItem(output, "not measured",
                   counted(statistics.hitCount - statistics.measuredCount, "hit", "hits") + " at " +
-                      toShortText(measurementLimit, digits) + " or farther");
+                      toShortText(measurementLimit, digits) +
+                      " units or farther; a part in micrometres is better scanned in millimetres");
+    }
+    if (scan.comparison) {
+        printComparison(output, *scan.comparison);
     }
     if (statistics.measuredCount == 0) {
         return;

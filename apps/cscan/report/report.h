@@ -6,7 +6,7 @@
 #include "Inspection/maps/mapquality.h"
 #include "Inspection/parts/meshsummary.h"
 #include "Inspection/parts/surfacerepair.h"
-#include "Inspection/scanning/scanner.h"
+#include "Inspection/scanning/scan.h"
 #include "apps/cscan/names.h"
 
 #include <iosfwd>
@@ -42,7 +42,7 @@ void printQuadSizes(std::ostream& output, QuadSizes const& sizes);
 
 /// Nothing if there are none.
 void printNanNodes(std::ostream& output, NanNodes const& nodes);
-void printScan(std::ostream& output, ScanResult const& result);
+void printScan(std::ostream& output, Scan const& scan);
 
 /// A table whose columns are as wide as their widest cell; the first row is the heading.
 void printTable(std::ostream& output, std::vector<std::vector<std::string>> const& rows);
