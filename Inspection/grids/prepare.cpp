@@ -5,6 +5,7 @@
 #include "Inspection/grids/internal/verdict.h"
 #include "Inspection/import/objfile.h"
 #include "Inspection/import/xyzfile.h"
+#include "Inspection/parts/partanalysis.h"
 #include "Inspection/parts/reconstruction.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/internal/announce.h"
@@ -196,7 +197,7 @@ void Preparation::resample() {
     result.surface->setProgressListener(listener);
     GridResolution resolution = options.resolution;
     if (!resolution.quadArea && !resolution.pixel && !resolution.width) {
-        resolution.pixel = suggestedPixel(std::sqrt((result.part.high - result.part.low).lSqr()));
+        resolution.pixel = suggestedPixel(result.part.area, result.part.faceCount);
     }
     result.spacing = spacingFor(resolution, result.map().quality, result.map().flat.width);
     resampleOnce();

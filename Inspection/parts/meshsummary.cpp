@@ -78,23 +78,6 @@ void addFigures(Record& record, MeshSummary const& summary) {
     record.figure("area", summary.area);
 }
 
-double suggestedPixel(double diagonal) {
-    constexpr double handyPixelCount = 500.0;
-    double const side = diagonal / handyPixelCount;
-    if (!(side > 0.0) || !std::isfinite(side)) {
-        return 0.0;
-    }
-    double const exponent = std::floor(std::log10(side));
-    double const power = std::pow(10.0, std::abs(exponent));
-    double const leading = exponent < 0.0 ? side * power : side / power;
-    // The bounds are the geometric means of neighbours. A quotient of whole numbers is 0.05 to the last bit.
-    double const step = leading < std::sqrt(2.0)    ? 1.0
-                        : leading < std::sqrt(10.0) ? 2.0
-                        : leading < std::sqrt(50.0) ? 5.0
-                                                    : 10.0;
-    return exponent < 0.0 ? step / power : step * power;
-}
-
 double twiceFlatArea(Triangle const& triangle) {
     Edge const edge = triangle.getEdge(0);
     return edge.vphi2().det(edge.rot().vphi2());

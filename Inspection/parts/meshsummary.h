@@ -34,10 +34,6 @@ QELT_INSPECTION_EXPORT MeshSummary meshSummaryOf(Mesh const& mesh);
 /// Tells a record the counts, the box and the area.
 QELT_INSPECTION_EXPORT void addFigures(Record& record, MeshSummary const& summary);
 
-/// The side of a quad that suits a part whose box has this diagonal: about a five-hundredth of it, rounded to
-/// 1, 2 or 5 times a power of ten. 0 for a part without extent.
-QELT_INSPECTION_EXPORT double suggestedPixel(double diagonal);
-
 /// Twice the signed area of a triangle in the flat map; negative where the map has turned it over.
 QELT_INSPECTION_EXPORT double twiceFlatArea(Triangle const& triangle);
 

@@ -1,5 +1,7 @@
 #include "Inspection/parts/surfacerepair.h"
 
+#include "Inspection/parts/internal/holes.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -210,20 +212,37 @@ std::vector<Loop> loopsOf(FaceMesh const& mesh, SideTable const& sides) {
     return loops;
 }
 
-/// The loop that is longest, the part's outline, goes.
-void dropOutline(FaceMesh const& mesh, std::vector<Loop>& loops) {
-    auto const lengthOf = [&](Loop const& loop) {
-        double length = distance(mesh.points[loop.back()], mesh.points[loop.front()]);
-        for (std::size_t i = 1; i < loop.size(); ++i) {
-            length += distance(mesh.points[loop[i - 1]], mesh.points[loop[i]]);
-        }
-        return length;
-    };
-    auto const longest = std::max_element(
-        loops.begin(), loops.end(), [&](Loop const& a, Loop const& b) { return lengthOf(a) < lengthOf(b); });
-    if (longest != loops.end()) {
-        loops.erase(longest);
+double lengthOf(FaceMesh const& mesh, Loop const& loop) {
+    double length = distance(mesh.points[loop.back()], mesh.points[loop.front()]);
+    for (std::size_t i = 1; i < loop.size(); ++i) {
+        length += distance(mesh.points[loop[i - 1]], mesh.points[loop[i]]);
     }
+    return length;
+}
+
+/// The longest loop of each piece, which is its outline, goes.
+void dropOutlines(FaceMesh const& mesh, std::vector<Loop>& loops) {
+    JoinedSets pieces(mesh.points.size());
+    for (Face const& face : mesh.faces) {
+        pieces.join(face[0], face[1]);
+        pieces.join(face[1], face[2]);
+    }
+    std::vector<double> longest(mesh.points.size(), -1.0);
+    std::vector<std::size_t> outlines(mesh.points.size(), loops.size());
+    for (std::size_t i = 0; i < loops.size(); ++i) {
+        std::size_t const piece = pieces.setOf(loops[i].front());
+        if (double const length = lengthOf(mesh, loops[i]); length > longest[piece]) {
+            longest[piece] = length;
+            outlines[piece] = i;
+        }
+    }
+    std::vector<Loop> holes;
+    for (std::size_t i = 0; i < loops.size(); ++i) {
+        if (outlines[pieces.setOf(loops[i].front())] != i) {
+            holes.push_back(std::move(loops[i]));
+        }
+    }
+    loops = std::move(holes);
 }
 
 /// Finds the triangles of least total area that close a hole and need no side twice, from those of ever
@@ -291,10 +310,12 @@ private:
     }
 };
 
+} // namespace
+
 std::size_t closeHoles(FaceMesh& mesh, std::size_t largest) {
     SideTable sides = sidesOf(mesh);
     auto holes = loopsOf(mesh, sides);
-    dropOutline(mesh, holes);
+    dropOutlines(mesh, holes);
     std::size_t closedCount = 0;
     for (Loop const& hole : holes) {
         if (hole.size() > largest) {
@@ -315,6 +336,8 @@ std::size_t closeHoles(FaceMesh& mesh, std::size_t largest) {
     }
     return closedCount;
 }
+
+namespace {
 
 /// By the count of points, sides, faces and rims of one piece.
 std::size_t handlesOf(FaceMesh const& mesh) {

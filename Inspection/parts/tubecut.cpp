@@ -1,11 +1,15 @@
 #include "Inspection/parts/tubecut.h"
 
 #include "Inspection/import/objfile.h"
+#include "Inspection/parts/internal/readfaces.h"
+#include "Inspection/parts/partfaults.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/outputs.h"
 #include "Inspection/records/record.h"
 
 #include <array>
+#include <cmath>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -77,23 +81,71 @@ std::optional<CutPlane> cutTube(Mesh& mesh, TubeCut const& cut) {
 
 namespace {
 
+/// Whether the cut leads from one rim of the tube to another.
+bool opens(FaceMesh const& tube, TubeCut const& cut) {
+    Mesh mesh;
+    mesh.construct(tube.points, tube.faces);
+    std::size_t const rimCount = boundaryLoopsOf(mesh).size();
+    return cutTube(mesh, cut).has_value() && boundaryLoopsOf(mesh).size() < rimCount;
+}
+
+} // namespace
+
+std::optional<TubeCut> findTubeCut(FaceMesh const& tube, Point const& firstRim, Point const& secondRim) {
+    Vector const apart = secondRim - firstRim;
+    unsigned long axis = 0;
+    for (unsigned long other = 1; other < 3; ++other) {
+        axis = std::abs(apart.get(other)) > std::abs(apart.get(axis)) ? other : axis;
+    }
+    try {
+        for (bool const isFromGreatest : {true, false}) {
+            for (unsigned long const turn : {1UL, 2UL}) {
+                TubeCut const cut{isFromGreatest, axis, (axis + turn) % 3};
+                if (opens(tube, cut)) {
+                    return cut;
+                }
+            }
+        }
+    } catch (std::runtime_error const&) {
+        return std::nullopt; // no mesh
+    }
+    return std::nullopt;
+}
+
+namespace {
+
 constexpr std::array<char const*, 3> axisNames{"x", "y", "z"};
 
-/// The mesh of `part` is slit, or the reason named why it can't be.
-CutPlane slit(Mesh& mesh, std::string const& part, TubeCut const& cut) {
+/// What to do where a cut as asked for leads nowhere.
+std::string remedyFor(FaceMesh const& faces, std::filesystem::path const& part) {
+    auto const faults = faultsOf(faces, analysePart(faces), part);
+    for (PartFault const& fault : faults) {
+        if (fault.kind == FaultKind::Tube || fault.kind == FaultKind::Closed ||
+            fault.kind == FaultKind::Handles) {
+            return "; remedy: " + fault.remedy;
+        }
+    }
+    return "; remedy: none needed, the mesh is no tube";
+}
+
+/// The mesh of `path` is slit, or the reason named why it can't be.
+CutPlane slit(Mesh& mesh, std::filesystem::path const& path, TubeCut const& cut) {
+    std::string const part = path.string();
+    FaceMesh const whole = faceMeshOf(mesh);
     std::size_t const rimCount = boundaryLoopsOf(mesh).size();
     if (rimCount == 0) {
-        throw Failure(part + ": the mesh is closed; a cut leads from rim to rim");
+        throw Failure(part + ": the mesh is closed; a cut leads from rim to rim" + remedyFor(whole, path));
     }
     std::string const start =
         std::string(cut.isFromGreatest ? "greatest " : "least ") + axisNames.at(cut.axis);
     auto const plane = naming(part, [&] { return cutTube(mesh, cut); });
     if (!plane) {
         throw Failure(part + ": no way for a cut from the " + start + " with the surface's normal along " +
-                      axisNames.at(cut.normalAxis) + " there");
+                      axisNames.at(cut.normalAxis) + " there" + remedyFor(whole, path));
     }
     if (boundaryLoopsOf(mesh).size() >= rimCount) {
-        throw Failure(part + ": the cut from the " + start + " leads back to its own rim");
+        throw Failure(part + ": the cut from the " + start + " leads back to its own rim" +
+                      remedyFor(whole, path));
     }
     return *plane;
 }
@@ -112,8 +164,9 @@ CutResult cut(CutOptions const& options, ProgressListener* listener) {
     addCutOutput(outputs, options.result);
     Mesh mesh;
     mesh.setProgressListener(listener);
-    loadObj(mesh, options.part);
-    CutPlane const plane = slit(mesh, options.part.string(), options.cut);
+    explaining(
+        options.part, [&] { return readFaces(options.part).mesh; }, [&] { loadObj(mesh, options.part); });
+    CutPlane const plane = slit(mesh, options.part, options.cut);
     saveObj(mesh, options.result, outputs);
     CutResult const result{meshSummaryOf(mesh), plane, cutFileOf(options.result)};
     record.setting("start", options.cut.isFromGreatest ? "max" : "min");

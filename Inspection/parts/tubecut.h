@@ -2,6 +2,7 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
+#include "Inspection/parts/facemesh.h"
 #include "Inspection/parts/meshsummary.h"
 
 #include <filesystem>
@@ -27,6 +28,12 @@ struct CutPlane {
 /// as those of a regular tube do. Where there is no way, other planes are tried: turned, and leaning a little
 /// to either side. The result is the one that served; nothing if none did. No point of the mesh moves.
 QELT_INSPECTION_EXPORT std::optional<CutPlane> cutTube(Mesh& mesh, TubeCut const& cut);
+
+/// A cut that opens a tube between rims around these two places: the first of those along the axis that the
+/// rims lie apart on for which there is a way. Nothing if there is none, or if no mesh can be made of the
+/// faces.
+QELT_INSPECTION_EXPORT std::optional<TubeCut> findTubeCut(FaceMesh const& tube, Point const& firstRim,
+                                                          Point const& secondRim);
 
 struct CutOptions {
     std::filesystem::path part;   ///< mesh of a tube, an OBJ file

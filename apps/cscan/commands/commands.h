@@ -7,6 +7,8 @@ namespace cscan {
 
 Command addDemo(CLI::App& app);
 Command addImport(CLI::App& app);
+Command addCheck(CLI::App& app);
+Command addCrop(CLI::App& app);
 Command addPrepare(CLI::App& app);
 Command addScan(CLI::App& app);
 Command addInfo(CLI::App& app);

@@ -1,8 +1,9 @@
-#include "Inspection/import/importpart.h"
+#include "Inspection/parts/importpart.h"
 
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
+#include "apps/cscan/report/partreport.h"
 #include "apps/cscan/report/report.h"
 
 #include <memory>
@@ -52,7 +53,32 @@ void print(std::ostream& output, ImportOptions const& options, ImportResult cons
         printItem(output, "left out",
                   counted(result.degenerateCount, "degenerate triangle", "degenerate triangles"));
     }
+    if (result.repair) {
+        printPartRepair(output, *result.repair);
+    }
     printNotes(output, result);
+}
+
+/// What is asked of a repair.
+struct RepairArguments {
+    bool isAsked = false;
+    PartRepairOptions options;
+};
+
+void addPartRepairOptions(CLI::App& command, RepairArguments& repair) {
+    constexpr unsigned long largestHole = 1000; // covering a hole costs the cube of its sides
+    CLI::Option* const asked = command.add_flag(
+        "--repair", repair.isAsked,
+        "Weld, leave out unused, doubled and degenerate elements, turn windings to agree and take apart what "
+        "meets in a point alone; no point is moved");
+    command
+        .add_flag("--keep-largest", repair.options.doKeepLargest,
+                  "Of pieces that share no side keep the largest in area")
+        ->needs(asked);
+    command.add_option("--fill-holes", "Close holes of at most so many sides, but for the longest rim")
+        ->check(reading(repair.options.largestHole, wholeNumberFrom(0, largestHole)))
+        ->type_name("N")
+        ->needs(asked);
 }
 
 } // namespace
@@ -75,8 +101,14 @@ Command addImport(CLI::App& app) {
             "within a millionth of the part's size")
         ->check(reading(options->weldTolerance, nonNegativeNumberIn))
         ->type_name("T");
-    return commandOf(
-        command, [options] { return *options; }, importPart, print);
+    auto const repair = std::make_shared<RepairArguments>();
+    addPartRepairOptions(*command, *repair);
+    auto const read = [options, repair] {
+        ImportOptions asked = *options;
+        asked.repair = repair->isAsked ? std::optional(repair->options) : std::nullopt;
+        return asked;
+    };
+    return commandOf(command, read, importPart, print);
 }
 
 } // namespace cscan

@@ -1,4 +1,5 @@
 #include "Inspection/grids/fileinfo.h"
+#include "Inspection/parts/partanalysis.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
@@ -49,7 +50,7 @@ void printExtent(std::ostream& output, MeshSummary const& mesh) {
     if (mesh.vertexCount > 0) {
         printItem(output, "bounding box", pointText(mesh.low) + " to " + pointText(mesh.high));
         printItem(output, "area", toShortText(mesh.area, 6));
-        double const pixel = suggestedPixel(std::sqrt((mesh.high - mesh.low).lSqr()));
+        double const pixel = suggestedPixel(mesh.area, mesh.faceCount);
         printItem(output, "suggested pixel", toShortText(pixel, 6));
     }
 }

@@ -120,7 +120,7 @@ void addResolutionOptions(CLI::App& prepare, DrawnPrepareOptions& options) {
     GridResolution& resolution = options.prepare.resolution;
     CLI::Option* const pixel = prepare.add_option(
         "--pixel", "Side of a pixel: the root of the quads' mean area, in the part's unit; without it, "
-                   "--width or --quad-area, a round number that suits the part's size");
+                   "--width or --quad-area, a round number that suits the part");
     CLI::Option* const width = prepare.add_option("--width", "Number of pixels along u instead");
     CLI::Option* const area =
         prepare.add_option("--quad-area", "Mean area of a quad instead, in the square of the part's unit");

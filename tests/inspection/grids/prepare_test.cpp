@@ -1,6 +1,7 @@
 #include "Inspection/grids/prepare.h"
 
 #include "Inspection/grids/gridfile.h"
+#include "Inspection/parts/partanalysis.h"
 #include "tests/inspection/sampleparts.h"
 #include "tests/support/capturedoutput.h"
 #include "tests/support/recordinglistener.h"
@@ -198,12 +199,10 @@ TEST(Prepare, takesAPixelThatSuitsThePartWithoutOne) {
     PrepareOptions options = patchOptions(directory);
     options.resolution = {};
     PrepareResult const result = prepare(options, nullptr);
-    EXPECT_EQ(result.spacing.quadArea,
-              std::pow(suggestedPixel(std::sqrt((result.part.high - result.part.low).lSqr())), 2.0));
-    double const pixels =
-        std::sqrt((result.part.high - result.part.low).lSqr()) / std::sqrt(result.sizes.mean);
-    EXPECT_GT(pixels, 500.0 * (1.0 - quadAreaTolerance));
-    EXPECT_LT(pixels, 1250.0 * (1.0 + quadAreaTolerance));
+    double const pixel = suggestedPixel(result.part.area, result.part.faceCount);
+    EXPECT_EQ(result.spacing.quadArea, pixel * pixel);
+    EXPECT_GT(result.sizes.quadCount, 20000U);
+    EXPECT_LT(result.sizes.quadCount, 100000U);
 }
 
 TEST(Prepare, wantsOneResolutionAtMost) {

@@ -57,20 +57,6 @@ TEST(MeshSummary, measuresTheBoxAndTheArea) {
     EXPECT_EQ(meshSummaryOf(low).high, Point(-1.0, -2.0, -3.0));
 }
 
-TEST(SuggestedPixel, isAFiveHundredthRoundedToOneTwoOrFive) {
-    EXPECT_EQ(suggestedPixel(500.0), 1.0);
-    EXPECT_EQ(suggestedPixel(700.0), 1.0);
-    EXPECT_EQ(suggestedPixel(710.0), 2.0);
-    EXPECT_EQ(suggestedPixel(25.0), 0.05);
-    EXPECT_EQ(suggestedPixel(80.0), 0.2);
-    EXPECT_EQ(suggestedPixel(49.0), 0.1);
-    EXPECT_EQ(suggestedPixel(0.0005), 1e-6);
-    EXPECT_EQ(suggestedPixel(2.4e7), 50000.0);
-    for (double const none : {0.0, -1.0, std::nan(""), HUGE_VAL}) {
-        EXPECT_EQ(suggestedPixel(none), 0.0) << none;
-    }
-}
-
 TEST(MeshSummary, measuresTheFlatMap) {
     Mesh mesh;
     loadText(mesh, ring);

@@ -36,11 +36,17 @@ TEST(Cut, saysWhyThereIsNone) {
     EXPECT_EQ(messageOf([&] {
                   cut({closed, slit, {false, 2, 0}}, nullptr);
               }),
-              closed.string() + ": the mesh is closed; a cut leads from rim to rim");
+              closed.string() + ": the mesh is closed; a cut leads from rim to rim; remedy: cscan crop " +
+                  closed.string() + " " + (directory / "closed_face.obj").string() +
+                  " --grow 0.333333,0.333333,0.333333 --crease 30");
     EXPECT_EQ(messageOf([&] {
                   cut({tube, slit, {false, 2, 2}}, nullptr);
               }),
-              tube.string() + ": no way for a cut from the least z with the surface's normal along z there");
+              tube.string() +
+                  ": no way for a cut from the least z with the surface's normal along z there; "
+                  "remedy: cscan cut " +
+                  tube.string() + " " + (directory / "tube_slit.obj").string() +
+                  " --metric max --axis z --across x");
     EXPECT_EQ(messageOf([&] {
                   cut({tube, slit, {false, 3, 0}}, nullptr);
               }),

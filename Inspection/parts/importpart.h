@@ -2,6 +2,7 @@
 
 #include "Inspection/import/partfile.h"
 #include "Inspection/names.h"
+#include "Inspection/parts/partrepair.h"
 
 #include <optional>
 
@@ -14,6 +15,8 @@ struct ImportOptions {
     /// within `defaultWeldShare` of the diagonal of their box, others are not.
     std::optional<double> weldTolerance;
     double scale = 1.0; ///< what coordinates are multiplied by
+    /// Of a mesh, behind everything else; its tolerance of welding is the one above. No repair unless given.
+    std::optional<PartRepairOptions> repair;
 };
 
 /// About the rounding of coordinates in single precision.
@@ -34,11 +37,12 @@ struct ImportResult {
     std::size_t polygonCount = 0;
     std::size_t trianglesIn = 0; ///< what the polygons come to, two fewer each than corners
     std::size_t trianglesOut = 0;
-    std::size_t degenerateCount = 0; ///< left out: a point stands twice in them
-    std::size_t crossingCount = 0;   ///< polygons that cross themselves; their triangles overlap
-    double size = 0.0;               ///< the diagonal of the box
-    double reach = 0.0;              ///< the greatest coordinate without its sign
-    double floatStep = 0.0;          ///< what single precision tells apart there
+    std::size_t degenerateCount = 0;        ///< left out: a point stands twice in them
+    std::size_t crossingCount = 0;          ///< polygons that cross themselves; their triangles overlap
+    double size = 0.0;                      ///< the diagonal of the box
+    double reach = 0.0;                     ///< the greatest coordinate without its sign
+    double floatStep = 0.0;                 ///< what single precision tells apart there
+    std::optional<PartRepairReport> repair; ///< if one was asked for
 
     bool liesFarOut() const { return reach > farOutRatio * size; }
 };

@@ -1,4 +1,4 @@
-#include "Inspection/import/importpart.h"
+#include "Inspection/parts/importpart.h"
 
 #include "Inspection/import/internal/triangulation.h"
 #include "Inspection/import/internal/welding.h"
@@ -173,10 +173,33 @@ void writeFile(Destination const& to, Write write) {
     require(!output.fail(), to.name.string() + ": cannot be written to its end");
 }
 
+/// From here on points are those of single precision.
+void repairTriangles(PartAsRead& part, std::vector<Corners>& triangles, ImportOptions const& options,
+                     ImportResult& result) {
+    FaceMesh mesh;
+    for (SpacePoint const& point : part.points) {
+        mesh.points.emplace_back(point[0], point[1], point[2]);
+    }
+    mesh.faces = std::move(triangles);
+    PartRepairOptions repair = *options.repair;
+    repair.weldTolerance = options.weldTolerance;
+    result.repair = repairPart(mesh, repair);
+    part.points.clear();
+    for (Point const& point : mesh.points) {
+        part.points.push_back({point.getX(), point.getY(), point.getZ()});
+    }
+    triangles = std::move(mesh.faces);
+}
+
 void writeMesh(PartAsRead& part, ImportOptions const& options, Destination const& to, ImportResult& result) {
     auto triangles = trianglesOf(part, result);
     require(!triangles.empty(), options.in.string() + ": all triangles are degenerate");
     dropUnused(part.points, triangles);
+    if (options.repair) {
+        repairTriangles(part, triangles, options, result);
+        require(!triangles.empty(), options.in.string() + ": nothing is left of the part by its repair");
+        result.trianglesOut = triangles.size();
+    }
     writeFile(to, [&](std::ostream& output) {
         writePoints(output, part.points, "v ");
         writeTriangles(output, triangles);
@@ -198,6 +221,9 @@ void describe(Record& record, ImportOptions const& options, ImportResult const& 
     record.figure("crossingPolygons", result.crossingCount);
     record.figure("size", result.size);
     record.figure("reach", result.reach);
+    if (result.repair) {
+        addFigures(record, *result.repair);
+    }
 }
 
 } // namespace

@@ -1,0 +1,394 @@
+#include "Inspection/parts/partfaults.h"
+
+#include "Inspection/parts/tubecut.h"
+#include "Inspection/records/failure.h"
+#include "Inspection/records/numbers.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cmath>
+#include <numbers>
+#include <string_view>
+#include <utility>
+
+namespace QELT::Inspection {
+
+namespace {
+
+constexpr int digits = 6;
+
+/// A part of which so many of a hundred points belong to no face is taken for one whose file was cut off.
+constexpr std::size_t bearableUnusedPercent = 1;
+
+/// The core rolls out rims of at least so many sides.
+constexpr std::size_t minRollableSides = 5;
+
+/// Half of what a closed part bends: a map shrinks some of the area to a quarter of the rest.
+constexpr double nearlyClosedGap = 2.0 * std::numbers::pi;
+
+/// In radians; a rim that misses its start by more is not rolled out.
+constexpr double rollableGap = 0.5;
+
+constexpr double degrees = 180.0 / std::numbers::pi;
+
+std::string countText(std::size_t count, std::string const& singular, std::string const& plural) {
+    return std::to_string(count) + " " + (count == 1 ? singular : plural);
+}
+
+std::string pointText(Point const& point) {
+    return "(" + toShortText(point.getX(), digits) + ", " + toShortText(point.getY(), digits) + ", " +
+           toShortText(point.getZ(), digits) + ")";
+}
+
+/// For the command line, without blanks.
+std::string argumentText(Point const& point) {
+    return toShortText(point.getX(), digits) + "," + toShortText(point.getY(), digits) + "," +
+           toShortText(point.getZ(), digits);
+}
+
+std::string nameText(std::uint32_t number) {
+    return std::to_string(std::uint64_t{number} + 1);
+}
+
+std::string nameText(SideEnds const& side) {
+    return nameText(side[0]) + "-" + nameText(side[1]);
+}
+
+/// "faces 3, 7, ... near (1, 2, 3)"
+template <class Name>
+std::string placeText(Found<Name> const& found, std::string const& singular, std::string const& plural) {
+    std::string text = found.count == 1 ? singular : plural;
+    for (std::size_t i = 0; i < found.first.size(); ++i) {
+        text += (i == 0 ? " " : ", ") + nameText(found.first[i]);
+    }
+    return text + (found.count > found.first.size() ? ", ..." : "") + ", the first near " +
+           pointText(found.place);
+}
+
+/// As a shell takes it: in quotes where it holds more than letters, digits and a few signs.
+std::string quoted(std::string const& name) {
+    bool const isPlain = !name.empty() && std::all_of(name.begin(), name.end(), [](unsigned char sign) {
+        return std::isalnum(sign) != 0 || sign >= 0x80 ||
+               std::string_view("._-/+,").find(static_cast<char>(sign)) != std::string_view::npos;
+    });
+    if (isPlain) {
+        return name;
+    }
+    std::string text = "'";
+    for (char const sign : name) {
+        text += sign == '\'' ? std::string("'\\''") : std::string(1, sign);
+    }
+    return text + "'";
+}
+
+/// A name beside the part: "wing.stl" and "_face.obj" give "wing_face.obj".
+std::string beside(std::filesystem::path const& part, std::string const& ending) {
+    return quoted((part.parent_path() / (part.stem().string() + ending)).string());
+}
+
+/// Puts the faults of one part together.
+class FaultList {
+public:
+    FaultList(FaceMesh const& faceMesh, PartAnalysis const& partAnalysis, std::filesystem::path const& path)
+        : mesh(faceMesh), analysis(partAnalysis), part(path) {}
+
+    std::vector<PartFault> collect() {
+        collectBrokenFaces();
+        collectBrokenSurface();
+        if (!analysis.pieces.empty()) {
+            collectShape();
+        }
+        collectNotes();
+        std::stable_partition(faults.begin(), faults.end(),
+                              [](PartFault const& fault) { return fault.isInTheWay; });
+        return std::move(faults);
+    }
+
+private:
+    FaceMesh const& mesh;
+    PartAnalysis const& analysis;
+    std::filesystem::path const& part;
+    std::vector<PartFault> faults;
+
+    void tellInTheWay(FaultKind kind, std::string const& cause, std::string const& place,
+                      std::string const& remedy) {
+        faults.push_back({kind, cause, place, remedy, true});
+    }
+
+    void tell(FaultKind kind, std::string const& cause, std::string const& place, std::string const& remedy) {
+        faults.push_back({kind, cause, place, remedy, false});
+    }
+
+    /// One command that mends all that can be.
+    std::string repairCommand() const {
+        bool const hasPieces = analysis.pieces.size() > 1 && analysis.coincidentPoints.count == 0;
+        return "cscan import " + quoted(part.string()) + " " + beside(part, "_repaired.obj") + " --repair" +
+               (hasPieces ? " --keep-largest" : "");
+    }
+
+    std::string cropStart() const {
+        return "cscan crop " + quoted(part.string()) + " " + beside(part, "_face.obj");
+    }
+
+    std::string cropFacing() const {
+        static constexpr std::array<char const*, 6> axes{"1,0,0",  "-1,0,0", "0,1,0",
+                                                         "0,-1,0", "0,0,1",  "0,0,-1"};
+        auto const& areas = analysis.facingArea;
+        auto const best = std::max_element(areas.begin(), areas.end()) - areas.begin();
+        return cropStart() + " --facing " + axes.at(static_cast<std::size_t>(best)) + " --angle 60";
+    }
+
+    std::string cropGrowing() const {
+        return cropStart() + " --grow " + argumentText(analysis.middleOfLargestFace) + " --crease 30";
+    }
+
+    std::string cropCommand() const { return analysis.facetSides.count > 0 ? cropGrowing() : cropFacing(); }
+
+    void collectBrokenFaces();
+    void collectBrokenSurface();
+    void tellPieces();
+    void collectShape();
+    void tellTube();
+    void collectNotes();
+    void tellUnusedPoints();
+};
+
+void FaultList::collectBrokenFaces() {
+    if (analysis.faceCount == 0) {
+        tellInTheWay(FaultKind::NoFaces, "no faces", "",
+                     "take the file as a cloud: cscan reconstruct CLOUD.xyz " + beside(part, ".obj"));
+    }
+    if (auto const& found = analysis.strayFaces; found.count > 0) {
+        tellInTheWay(FaultKind::StrayFaces,
+                     countText(found.count, "face names a point", "faces name points") + " that is not there",
+                     placeText(found, "face", "faces"), repairCommand());
+    }
+    if (auto const& found = analysis.collapsedFaces; found.count > 0) {
+        tellInTheWay(FaultKind::CollapsedFaces,
+                     countText(found.count, "face names", "faces name") + " a point twice",
+                     placeText(found, "face", "faces"), repairCommand());
+    }
+    if (auto const& found = analysis.duplicateFaces; found.count > 0) {
+        tellInTheWay(FaultKind::DuplicateFaces,
+                     countText(found.count, "face stands", "faces stand") + " there a second time",
+                     placeText(found, "face", "faces"), repairCommand());
+    }
+}
+
+void FaultList::collectBrokenSurface() {
+    if (auto const& found = analysis.crowdedSides; found.count > 0) {
+        tellInTheWay(FaultKind::CrowdedSides,
+                     countText(found.count, "side has", "sides have") + " more than two faces",
+                     placeText(found, "points", "points"), repairCommand());
+    }
+    if (auto const& found = analysis.turnedFaces; found.count > 0) {
+        tellInTheWay(FaultKind::Windings,
+                     countText(found.count, "face runs", "faces run") + " against the others around it",
+                     placeText(found, "face", "faces"), repairCommand());
+    }
+    if (auto const& found = analysis.oneSidedFaces; found.count > 0) {
+        tellInTheWay(FaultKind::OneSided,
+                     "a surface of " + countText(found.count, "face", "faces") +
+                         " has one side only, like a twisted band",
+                     placeText(found, "face", "faces"), cropCommand());
+    }
+    tellPieces();
+    if (auto const& found = analysis.pinchedPoints; found.count > 0) {
+        tellInTheWay(FaultKind::PinchedPoints,
+                     "sheets meet in " + countText(found.count, "point alone", "points alone"),
+                     placeText(found, "point", "points"), repairCommand());
+    }
+}
+
+void FaultList::tellPieces() {
+    if (analysis.pieces.size() < 2) {
+        return;
+    }
+    PartPiece const& second = analysis.pieces[1];
+    tellInTheWay(FaultKind::Pieces,
+                 std::to_string(analysis.pieces.size()) + " pieces that share no side; outside the largest " +
+                     countText(analysis.lesserFaceCount, "face", "faces"),
+                 "the second from face " + nameText(second.firstFace) + " on near " + pointText(second.place),
+                 repairCommand());
+}
+
+/// Of the largest piece.
+void FaultList::collectShape() {
+    PartPiece const& piece = analysis.pieces.front();
+    std::string const place = "around " + pointText(piece.place);
+    if (piece.isClosed()) {
+        tellInTheWay(FaultKind::Closed, "closed: the part has no rim", place, cropCommand());
+    } else if (piece.handleCount.value_or(0) > 0) {
+        tellInTheWay(FaultKind::Handles,
+                     countText(*piece.handleCount, "handle", "handles") +
+                         ": the surface cannot be laid flat in one piece",
+                     place, cropCommand());
+    } else if (analysis.isTube()) {
+        tellTube();
+    }
+    if (analysis.rollingGap() > nearlyClosedGap) {
+        tell(FaultKind::NearlyClosed,
+             "nearly closed: within its rim the part bends by " +
+                 toFixedText(analysis.rollingGap() * degrees, 0) +
+                 " of the 720 degrees of a closed one, so a map squeezes some of it",
+             place, cropCommand());
+    }
+    PartRim const* const rim = analysis.outline();
+    if (rim != nullptr && rim->points.size() < minRollableSides) {
+        tell(FaultKind::ShortRim,
+             "the rim has " + countText(rim->points.size(), "side", "sides") +
+                 " only, too few to be rolled out",
+             "around " + pointText(rim->middle), "cscan prepare with --mode pinned");
+    }
+}
+
+void FaultList::tellTube() {
+    auto const& rims = analysis.pieces.front().rims;
+    PartRim const& first = analysis.rims[rims[0]];
+    PartRim const& second = analysis.rims[rims[1]];
+    bool const isClear = faults.empty();
+    auto const cut = isClear ? findTubeCut(mesh, first.middle, second.middle) : std::nullopt;
+    constexpr std::string_view axes = "xyz";
+    std::string remedy = isClear ? cropFacing() : repairCommand();
+    if (cut) {
+        remedy = "cscan cut " + quoted(part.string()) + " " + beside(part, "_slit.obj") + " --metric " +
+                 (cut->isFromGreatest ? "max" : "min") + " --axis " + axes[cut->axis] + " --across " +
+                 axes[cut->normalAxis];
+    }
+    tellInTheWay(FaultKind::Tube, "a tube that is not slit",
+                 "rims around " + pointText(first.middle) + " and " + pointText(second.middle), remedy);
+}
+
+void FaultList::tellUnusedPoints() {
+    auto const& found = analysis.unusedPoints;
+    if (found.count == 0 || analysis.faceCount == 0) {
+        return;
+    }
+    bool const areMany = 100 * found.count > bearableUnusedPercent * analysis.pointCount;
+    std::string const cause = countText(found.count, "point belongs", "points belong") + " to no face";
+    std::string const place = placeText(found, "point", "points");
+    if (areMany) {
+        tellInTheWay(FaultKind::UnusedPoints, cause + ": so it is where a file was cut off", place,
+                     "compare with the program it is from; if it is whole: " + repairCommand());
+    } else {
+        tell(FaultKind::UnusedPoints, cause + " and will be left out", place, "none needed");
+    }
+}
+
+void FaultList::collectNotes() {
+    tellUnusedPoints();
+    if (auto const& found = analysis.flatFaces; found.count > 0) {
+        tell(FaultKind::FlatFaces, countText(found.count, "face has", "faces have") + " no area",
+             placeText(found, "face", "faces"), repairCommand());
+    }
+    if (auto const& found = analysis.coincidentPoints; found.count > 0) {
+        tell(FaultKind::CoincidentPoints,
+             countText(found.count, "point lies", "points lie") + " where another does, as along a slit",
+             placeText(found, "point", "points"), "if there is no slit: " + repairCommand());
+    }
+    if (auto const& found = analysis.facetSides; found.count > 0) {
+        tell(FaultKind::Facets,
+             "facets or creases: normals jump at " + countText(found.count, "side", "sides") +
+                 " between faces wider than " + toFixedText(facetPixels, 0) + " pixels",
+             placeText(found, "points", "points"),
+             "facets: export with a chord under " + toShortText(analysis.pixel / 10.0, 2) +
+                 "; creases: " + cropGrowing());
+    }
+}
+
+/// The kinds of faults that a refusal of the core can mean, the likeliest first.
+std::vector<FaultKind> kindsBehind(std::string_view refusal) {
+    using enum FaultKind;
+    static std::vector<std::pair<std::string_view, std::vector<FaultKind>>> const table{
+        {"Mesh construction failure",
+         {NoFaces, StrayFaces, CollapsedFaces, DuplicateFaces, CrowdedSides, OneSided, Windings, Pieces,
+          PinchedPoints}},
+        {"Mesh boundary is not manifold", {PinchedPoints, CrowdedSides}},
+        {"Mesh has no boundary", {Closed}},
+        {"Mesh has a vertex without a triangle", {UnusedPoints}},
+        {"Boundary flattening internal failure", {ShortRim}},
+        {"Invalid vertex index", {StrayFaces}},
+    };
+    auto const found = std::find_if(table.begin(), table.end(), [&](auto const& entry) {
+        return refusal.find(entry.first) != std::string_view::npos;
+    });
+    return found == table.end() ? std::vector<FaultKind>() : found->second;
+}
+
+/// The first that is of one of these kinds, or else the first that is in the way; null if there is none.
+PartFault const* likeliestOf(std::vector<PartFault> const& faults, std::vector<FaultKind> const& kinds) {
+    for (FaultKind const kind : kinds) {
+        auto const fault = std::find_if(faults.begin(), faults.end(),
+                                        [&](PartFault const& candidate) { return candidate.kind == kind; });
+        if (fault != faults.end()) {
+            return &*fault;
+        }
+    }
+    return isAnyInTheWay(faults) ? &faults.front() : nullptr;
+}
+
+} // namespace
+
+bool isAnyInTheWay(std::vector<PartFault> const& faults) {
+    return std::any_of(faults.begin(), faults.end(), [](PartFault const& fault) { return fault.isInTheWay; });
+}
+
+std::vector<PartFault> faultsOf(FaceMesh const& mesh, PartAnalysis const& analysis,
+                                std::filesystem::path const& part) {
+    return FaultList(mesh, analysis, part).collect();
+}
+
+SuggestedMode suggestedModeOf(PartAnalysis const& analysis) {
+    PartRim const* const rim = analysis.outline();
+    if (rim == nullptr || rim->points.size() < minRollableSides) {
+        return {true, "there is no rim of enough sides to be rolled out"};
+    }
+    std::string const gap = toFixedText(std::abs(analysis.rollingGap()) * degrees, 0) + " degrees";
+    return std::abs(analysis.rollingGap()) > rollableGap
+               ? SuggestedMode{true, "rolled out, the rim would miss its start by a turn of " + gap}
+               : SuggestedMode{false, "rolled out, the rim closes to within " + gap};
+}
+
+std::vector<std::string> nextCommands(PartAnalysis const& analysis, std::vector<PartFault> const& faults,
+                                      std::filesystem::path const& part) {
+    std::vector<std::string> commands;
+    for (PartFault const& fault : faults) {
+        std::size_t const start = fault.remedy.find("cscan ");
+        std::string const command = start == std::string::npos ? "" : fault.remedy.substr(start);
+        if (fault.isInTheWay && !command.empty() &&
+            std::find(commands.begin(), commands.end(), command) == commands.end()) {
+            commands.push_back(command);
+        }
+    }
+    if (commands.empty() && analysis.faceCount > 0) {
+        commands.push_back("cscan prepare " + quoted(part.string()) + " " + beside(part, ".quads") +
+                           " --pixel " + toShortText(analysis.pixel, digits));
+    }
+    return commands;
+}
+
+std::string explainRefusal(std::string const& refusal, FaceMesh const& mesh,
+                           std::filesystem::path const& part) {
+    auto const kinds = kindsBehind(refusal);
+    if (kinds.empty()) {
+        return refusal;
+    }
+    auto const faults = faultsOf(mesh, analysePart(mesh), part);
+    PartFault const* const fault = likeliestOf(faults, kinds);
+    if (fault == nullptr) {
+        return refusal + "; see what is wrong with: cscan check " + quoted(part.string());
+    }
+    std::string const place = fault->place.empty() ? "" : " (" + fault->place + ")";
+    return fault->cause + place + "; remedy: " + fault->remedy;
+}
+
+void rethrowExplained(std::string const& refusal, std::function<FaceMesh()> const& faces,
+                      std::filesystem::path const& part) {
+    if (kindsBehind(refusal).empty()) {
+        throw;
+    }
+    throw Failure(part.string() + ": " + explainRefusal(refusal, faces(), part));
+}
+
+} // namespace QELT::Inspection

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "Inspection/export.h"
+#include "Inspection/parts/partanalysis.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// What is wrong with a part, in words: cause, place and remedy.
+namespace QELT::Inspection {
+
+enum class FaultKind : std::uint8_t {
+    NoFaces,
+    StrayFaces,
+    CollapsedFaces,
+    DuplicateFaces,
+    CrowdedSides,
+    Windings,
+    OneSided,
+    Pieces,
+    PinchedPoints,
+    Closed,
+    Handles,
+    Tube,
+    ShortRim,
+    NearlyClosed,
+    FlatFaces,
+    UnusedPoints,
+    CoincidentPoints,
+    Facets,
+};
+
+struct PartFault {
+    FaultKind kind = FaultKind::NoFaces;
+    std::string cause;       ///< "2 pieces that share no side"
+    std::string place;       ///< "faces 3, 7 near (1, 2, 3)", counted from 1
+    std::string remedy;      ///< a command to type as it stands, or what else to do
+    bool isInTheWay = false; ///< the part cannot be prepared as it is
+};
+
+QELT_INSPECTION_EXPORT bool isAnyInTheWay(std::vector<PartFault> const& faults);
+
+/// All faults of a part, those in the way first. The commands name `part` and what they write beside it.
+/// Where a tube has to be slit, the cut that is named has been tried.
+QELT_INSPECTION_EXPORT std::vector<PartFault> faultsOf(FaceMesh const& mesh, PartAnalysis const& analysis,
+                                                       std::filesystem::path const& part);
+
+/// Which map is likely to suit a part, and why.
+struct SuggestedMode {
+    bool isPinned = false; ///< two points of the rim; otherwise the whole rim, rolled out
+    std::string reason;
+};
+
+QELT_INSPECTION_EXPORT SuggestedMode suggestedModeOf(PartAnalysis const& analysis);
+
+/// What to type next, one command a line: where nothing is in the way, the preparation.
+QELT_INSPECTION_EXPORT std::vector<std::string> nextCommands(PartAnalysis const& analysis,
+                                                             std::vector<PartFault> const& faults,
+                                                             std::filesystem::path const& part);
+
+/// What is behind a refusal of the core to build or to flatten a part: cause, place and remedy in one line.
+/// `refusal` is the core's text; it is given back where nothing is known of it.
+QELT_INSPECTION_EXPORT std::string explainRefusal(std::string const& refusal, FaceMesh const& mesh,
+                                                  std::filesystem::path const& part);
+
+/// Throws the exception at hand anew: as a `Failure` that names the part and explains it, if it is a refusal
+/// that is known, unchanged otherwise. Only to be called where an exception is handled.
+[[noreturn]] QELT_INSPECTION_EXPORT void rethrowExplained(std::string const& refusal,
+                                                          std::function<FaceMesh()> const& faces,
+                                                          std::filesystem::path const& part);
+
+/// Runs what has the core load, build or flatten a part. A refusal of the core becomes a `Failure` with
+/// cause, place and remedy, for which `faces` is asked for the faces that were refused.
+template <class Action>
+auto explaining(std::filesystem::path const& part, std::function<FaceMesh()> const& faces, Action&& action)
+    -> decltype(action()) {
+    try {
+        return std::forward<Action>(action)();
+    } catch (std::runtime_error const& error) {
+        rethrowExplained(error.what(), faces, part);
+    }
+}
+
+} // namespace QELT::Inspection

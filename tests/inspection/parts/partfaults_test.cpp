@@ -1,0 +1,282 @@
+#include "Inspection/parts/partfaults.h"
+
+#include "Inspection/maps/flattening.h"
+#include "Inspection/parts/partcheck.h"
+#include "Inspection/parts/tubecut.h"
+#include "tests/inspection/parts/partshapes.h"
+#include "tests/inspection/sampleparts.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+namespace QELT::Inspection {
+namespace {
+
+using namespace Testing;
+
+std::vector<PartFault> faultsIn(FaceMesh const& mesh) {
+    return faultsOf(mesh, analysePart(mesh), "p/wing.stl");
+}
+
+std::vector<FaultKind> kindsIn(std::vector<PartFault> const& faults) {
+    std::vector<FaultKind> kinds;
+    for (PartFault const& fault : faults) {
+        kinds.push_back(fault.kind);
+    }
+    return kinds;
+}
+
+std::vector<std::string> nextOf(FaceMesh const& mesh) {
+    PartAnalysis const analysis = analysePart(mesh);
+    return nextCommands(analysis, faultsOf(mesh, analysis, "p/wing.stl"), "p/wing.stl");
+}
+
+std::string const repair = "cscan import p/wing.stl p/wing_repaired.obj --repair";
+
+TEST(PartFaults, ASoundSheetHasNoneAndIsPreparedNext) {
+    EXPECT_TRUE(faultsIn(flatSheet(40, 30)).empty());
+    EXPECT_EQ(nextOf(flatSheet(40, 30)),
+              std::vector<std::string>{"cscan prepare p/wing.stl p/wing.quads --pixel 0.2"});
+}
+
+TEST(PartFaults, OfBrokenFacesAreMendedWithOneCommand) {
+    FaceMesh mesh = flatSheet(30, 30);
+    mesh.faces.push_back({0, 1, 2000});
+    mesh.faces.push_back({2, 2, 3});
+    mesh.faces.push_back(mesh.faces[4]);
+    std::swap(mesh.faces[13][0], mesh.faces[13][1]);
+    mesh.points.emplace_back(1.0, 1.0, 5.0);
+    auto const faults = faultsIn(mesh);
+    using enum FaultKind;
+    ASSERT_EQ(kindsIn(faults),
+              (std::vector{StrayFaces, CollapsedFaces, DuplicateFaces, Windings, UnusedPoints}));
+    EXPECT_EQ(faults[0].cause, "1 face names a point that is not there");
+    EXPECT_EQ(faults[0].place, "face 1801, the first near (0, 0, 0)");
+    EXPECT_EQ(faults[1].cause, "1 face names a point twice");
+    EXPECT_EQ(faults[2].cause, "1 face stands there a second time");
+    EXPECT_EQ(faults[3].cause, "1 face runs against the others around it");
+    EXPECT_EQ(faults[3].place, "face 14, the first near (6.33333, 0.666667, 0)");
+    EXPECT_EQ(faults[4].cause, "1 point belongs to no face and will be left out");
+    for (PartFault const& fault : faults) {
+        EXPECT_EQ(fault.isInTheWay, fault.kind != UnusedPoints);
+    }
+    EXPECT_EQ(nextOf(mesh), std::vector<std::string>{repair});
+}
+
+TEST(PartFaults, ManyUnusedPointsMeanThatTheFileMayBeCutOff) {
+    FaceMesh mesh = flatSheet(4, 4);
+    mesh.faces.resize(16);
+    auto const faults = faultsIn(mesh);
+    ASSERT_EQ(kindsIn(faults), std::vector{FaultKind::UnusedPoints});
+    EXPECT_TRUE(faults[0].isInTheWay);
+    EXPECT_EQ(faults[0].cause, "10 points belong to no face: so it is where a file was cut off");
+    EXPECT_EQ(faults[0].remedy, "compare with the program it is from; if it is whole: " + repair);
+}
+
+TEST(PartFaults, TellCrowdedSidesAndPinchedPoints) {
+    FaceMesh crowded = flatSheet(2, 1);
+    crowded.points.emplace_back(1.0, 0.5, 1.0);
+    crowded.faces.push_back({1, 4, 6});
+    auto faults = faultsIn(crowded);
+    ASSERT_EQ(faults[0].kind, FaultKind::CrowdedSides);
+    EXPECT_EQ(faults[0].cause, "1 side has more than two faces");
+    EXPECT_EQ(faults[0].place, "points 2-5, the first near (1, 0.5, 0)");
+    EXPECT_EQ(faults[0].remedy, repair);
+    FaceMesh pinched = flatSheet(3, 3);
+    pinched.faces.erase(pinched.faces.begin() + 8, pinched.faces.begin() + 10);
+    pinched.faces.erase(pinched.faces.begin(), pinched.faces.begin() + 2);
+    faults = faultsIn(pinched);
+    ASSERT_EQ(faults[0].kind, FaultKind::PinchedPoints);
+    EXPECT_EQ(faults[0].cause, "sheets meet in 1 point alone");
+    EXPECT_EQ(faults[0].place, "point 6, the first near (1, 1, 0)");
+}
+
+TEST(PartFaults, TellPiecesAndWhetherWeldingJoinsThem) {
+    FaceMesh apart = flatSheet(4, 4);
+    append(apart, flatSheet(2, 2), {10.0, 0.0, 0.0});
+    auto const faults = faultsIn(apart);
+    ASSERT_EQ(kindsIn(faults), std::vector{FaultKind::Pieces});
+    EXPECT_EQ(faults[0].cause, "2 pieces that share no side; outside the largest 8 faces");
+    EXPECT_EQ(faults[0].place, "the second from face 33 on near (10.6667, 0.333333, 0)");
+    EXPECT_EQ(faults[0].remedy, repair + " --keep-largest");
+    FaceMesh seam = flatSheet(4, 4);
+    append(seam, flatSheet(2, 4), {4.0, 0.0, 0.0});
+    EXPECT_EQ(faultsIn(seam)[0].remedy, repair);
+    EXPECT_EQ(kindsIn(faultsIn(seam)), (std::vector{FaultKind::Pieces, FaultKind::CoincidentPoints}));
+}
+
+TEST(PartFaults, OfClosedPartsNameTheCommandThatCutsAFaceOut) {
+    auto const ofSphere = faultsIn(sphere(40, 60));
+    ASSERT_EQ(kindsIn(ofSphere), std::vector{FaultKind::Closed});
+    EXPECT_EQ(ofSphere[0].cause, "closed: the part has no rim");
+    EXPECT_EQ(ofSphere[0].remedy.rfind("cscan crop p/wing.stl p/wing_face.obj --facing ", 0), 0U);
+    auto const ofBox = faultsIn(box(10.0, 20.0, 30.0));
+    ASSERT_EQ(kindsIn(ofBox), (std::vector{FaultKind::Closed, FaultKind::Facets}));
+    EXPECT_EQ(ofBox[0].remedy, "cscan crop p/wing.stl p/wing_face.obj --grow 0,6.66667,20 --crease 30");
+    EXPECT_TRUE(ofBox[0].isInTheWay);
+    EXPECT_FALSE(ofBox[1].isInTheWay);
+}
+
+TEST(PartFaults, OfATubeNameACutThatWorks) {
+    ScratchDirectory const directory;
+    FaceMesh const mesh = tube(20, 40);
+    writeFaces(mesh, directory / "tube.obj");
+    auto const faults = faultsOf(mesh, analysePart(mesh), "tube.obj");
+    ASSERT_FALSE(faults.empty());
+    ASSERT_EQ(faults[0].kind, FaultKind::Tube);
+    EXPECT_EQ(faults[0].remedy, "cscan cut tube.obj tube_slit.obj --metric max --axis z --across x");
+    auto const found = findTubeCut(mesh, Point(0.0, 0.0, 0.0), Point(0.0, 0.0, 19.0));
+    ASSERT_TRUE(found.has_value());
+    EXPECT_EQ(cut({directory / "tube.obj", directory / "slit.obj", *found}, nullptr).part.loops.size(), 1U);
+}
+
+TEST(PartFaults, TellHandlesAndSurfacesOfOneSide) {
+    FaceMesh handle = torus(24, 60);
+    handle.faces.resize(handle.faces.size() - 2);
+    auto const faults = faultsIn(handle);
+    ASSERT_EQ(faults[0].kind, FaultKind::Handles);
+    EXPECT_EQ(faults[0].cause, "1 handle: the surface cannot be laid flat in one piece");
+    auto const twisted = faultsIn(twistedBand(200));
+    ASSERT_EQ(twisted[0].kind, FaultKind::OneSided);
+    EXPECT_EQ(twisted[0].cause, "a surface of 400 faces has one side only, like a twisted band");
+}
+
+TEST(PartFaults, TellARimTooShortToBeRolledOut) {
+    FaceMesh const square{{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {{0, 1, 2}, {0, 2, 3}}};
+    auto const faults = faultsIn(square);
+    ASSERT_EQ(kindsIn(faults), std::vector{FaultKind::ShortRim});
+    EXPECT_FALSE(faults[0].isInTheWay);
+    EXPECT_EQ(faults[0].cause, "the rim has 4 sides only, too few to be rolled out");
+    EXPECT_TRUE(suggestedModeOf(analysePart(square)).isPinned);
+}
+
+TEST(PartFaults, SuggestTheModeByTheGapOfTheRim) {
+    SuggestedMode const flat = suggestedModeOf(analysePart(flatSheet(10, 10)));
+    EXPECT_FALSE(flat.isPinned);
+    EXPECT_EQ(flat.reason, "rolled out, the rim closes to within 0 degrees");
+    FaceMesh cap = sphere(40, 60);
+    cap.faces.erase(std::remove_if(cap.faces.begin(), cap.faces.end(),
+                                   [&](Face const& face) { return cap.points[face[0]].getZ() < 0.0F; }),
+                    cap.faces.end());
+    EXPECT_TRUE(suggestedModeOf(analysePart(cap)).isPinned);
+}
+
+/// The text that the user reads when the core refuses these faces.
+std::string explained(FaceMesh const& mesh) {
+    std::string const refusal = messageOf([&] {
+        Mesh built(mesh.points, mesh.faces);
+        flatten(built, FlatteningMode::Developable, nullptr);
+    });
+    EXPECT_FALSE(refusal.empty());
+    return explainRefusal(refusal, mesh, "p/wing.stl");
+}
+
+TEST(ExplainedRefusal, TellsTheFiveCausesOfAFailedConstructionApart) {
+    EXPECT_EQ(explained({flatSheet(1, 1).points, {}}).rfind("no faces", 0), 0U);
+    FaceMesh pieces = flatSheet(1, 1);
+    append(pieces, flatSheet(1, 1), {5.0, 0.0, 0.0});
+    EXPECT_EQ(explained(pieces), "2 pieces that share no side; outside the largest 2 faces (the second from "
+                                 "face 3 on near (5.66667, 0.333333, 0)); remedy: " +
+                                     repair + " --keep-largest");
+    FaceMesh turned = flatSheet(3, 3);
+    std::swap(turned.faces[8][0], turned.faces[8][1]);
+    EXPECT_EQ(explained(turned).rfind("1 face runs against the others", 0), 0U);
+    FaceMesh crowded = flatSheet(2, 1);
+    crowded.points.emplace_back(1.0, 0.5, 1.0);
+    crowded.faces.push_back({1, 4, 6});
+    EXPECT_EQ(explained(crowded).rfind("1 side has more than two faces", 0), 0U);
+    FaceMesh doubled = flatSheet(3, 3);
+    doubled.faces.push_back(doubled.faces[4]);
+    EXPECT_EQ(explained(doubled).rfind("1 face stands there a second time", 0), 0U);
+}
+
+TEST(ExplainedRefusal, TellsOtherRefusals) {
+    EXPECT_EQ(explained(sphere(5, 8)).rfind("closed: the part has no rim", 0), 0U);
+    FaceMesh const square{{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {{0, 1, 2}, {0, 2, 3}}};
+    EXPECT_EQ(explained(square).rfind("the rim has 4 sides only", 0), 0U);
+    FaceMesh stray = square;
+    stray.faces[0][2] = 77;
+    EXPECT_EQ(explained(stray).rfind("1 face names a point that is not there", 0), 0U);
+    EXPECT_EQ(explainRefusal("something else", square, "wing.stl"), "something else");
+    EXPECT_EQ(explainRefusal("Mesh has no boundary", square, "my wing.stl"),
+              "Mesh has no boundary; see what is wrong with: cscan check 'my wing.stl'");
+}
+
+/// Some of a sheet's faces, a few of them changed at random.
+FaceMesh damagedSheet(std::mt19937& random) {
+    FaceMesh mesh = flatSheet(3, 3);
+    for (Point& point : mesh.points) {
+        point.seti(2, static_cast<float>(random() % 100) / 100.0F);
+    }
+    std::size_t const kept = 1 + random() % 18;
+    std::shuffle(mesh.faces.begin(), mesh.faces.end(), random);
+    mesh.faces.resize(kept);
+    for (Face& face : mesh.faces) {
+        if (random() % 40 == 0) {
+            std::swap(face[0], face[1]);
+        }
+        if (random() % 40 == 0) {
+            face.at(random() % 3) = static_cast<unsigned>(random() % 16);
+        }
+    }
+    if (random() % 8 != 0) {
+        dropLoosePoints(mesh);
+    }
+    return mesh;
+}
+
+/// Whatever has nothing in the way the core takes, lists whole and flattens.
+TEST(PartFaults, NothingInTheWayMeansThatTheCoreTakesThePart) {
+    std::mt19937 random(5);
+    std::size_t takenCount = 0;
+    for (int trial = 0; trial < 5000; ++trial) {
+        FaceMesh const mesh = damagedSheet(random);
+        if (isAnyInTheWay(faultsIn(mesh))) {
+            continue;
+        }
+        ++takenCount;
+        Mesh built(mesh.points, mesh.faces);
+        EXPECT_EQ(trianglesOf(built).size(), mesh.faces.size());
+        EXPECT_NO_THROW(flatten(built, FlatteningMode::Pinned, nullptr));
+    }
+    EXPECT_GT(takenCount, 150U);
+}
+
+/// What the core refuses to build or to flatten has something in the way, and the user reads what.
+TEST(ExplainedRefusal, IsThereForEveryRefusal) {
+    std::mt19937 random(6);
+    std::size_t refusedCount = 0;
+    for (int trial = 0; trial < 5000; ++trial) {
+        FaceMesh const mesh = damagedSheet(random);
+        std::string const refusal = messageOf([&] {
+            Mesh built(mesh.points, mesh.faces);
+            flatten(built, FlatteningMode::Pinned, nullptr);
+        });
+        if (!refusal.empty()) {
+            ++refusedCount;
+            EXPECT_NE(explainRefusal(refusal, mesh, "wing.stl").find("; remedy: "), std::string::npos)
+                << refusal;
+        }
+    }
+    EXPECT_GT(refusedCount, 500U);
+}
+
+TEST(CheckPart, ReadsAPartAndTellsAll) {
+    ScratchDirectory const directory;
+    writeText(directory / "closed.obj", closedMesh);
+    CheckResult const result = checkPart({directory / "closed.obj", {}}, nullptr);
+    EXPECT_EQ(result.format, PartFormat::Obj);
+    EXPECT_TRUE(result.isMesh);
+    EXPECT_FALSE(result.canBePrepared());
+    EXPECT_EQ(result.analysis.faceCount, 4U);
+    ASSERT_EQ(result.nextCommands.size(), 1U);
+    EXPECT_EQ(messageOf([&] {
+                  checkPart({directory / "closed.obj", 0.0}, nullptr);
+              }),
+              (directory / "closed.obj").string() + ": the pixel must be above 0");
+}
+
+} // namespace
+} // namespace QELT::Inspection
