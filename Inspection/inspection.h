@@ -13,6 +13,7 @@
 #include "Inspection/import/objfile.h"
 #include "Inspection/import/partfile.h"
 #include "Inspection/import/xyzfile.h"
+#include "Inspection/maps/directsolver.h"
 #include "Inspection/maps/flattening.h"
 #include "Inspection/maps/mapcandidate.h"
 #include "Inspection/maps/mapquality.h"

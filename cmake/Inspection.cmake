@@ -28,6 +28,8 @@ set_target_properties(
 target_include_directories(qelt_inspection_objects PUBLIC ${PROJECT_SOURCE_DIR})
 target_link_libraries(qelt_inspection_objects PUBLIC QELTGeometry::QELTGeometry PRIVATE ${qelt_inspection_libraries})
 qelt_configure_own_target(qelt_inspection_objects)
+# Of Eigen, only what is under the Mozilla Public License.
+target_compile_definitions(qelt_inspection_objects PRIVATE EIGEN_MPL2_ONLY)
 
 add_library(QELTInspection $<TARGET_OBJECTS:qelt_inspection_objects>)
 add_library(QELTGeometry::Inspection ALIAS QELTInspection)

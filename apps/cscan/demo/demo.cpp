@@ -119,8 +119,8 @@ void Demonstration::loadPart() {
 }
 
 void Demonstration::flattenPart() {
-    FlatteningReport const report =
-        naming("flattening", [&] { return flatten(mesh, FlatteningMode::Developable, &listener); });
+    FlatteningOptions const options{FlatteningMode::Developable, SolverKind::ConjugateGradients};
+    FlatteningReport const report = naming("flattening", [&] { return flatten(mesh, options, &listener); });
     FlatSummary const flat = flatSummaryOf(mesh, trianglesOf(mesh));
     addRow("flatten", report.seconds,
            "flat extent " + toShortText(flat.width, 5) + " x " + toShortText(flat.height, 5) + ", " +

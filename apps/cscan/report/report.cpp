@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <optional>
 #include <ostream>
 
 namespace cscan {
@@ -50,6 +51,19 @@ std::string lineOn(std::string const& subject, SolveReport const& solve) {
         line += ", residual " + toShortText(solve.residual, 3);
     }
     return line + (solve.hasConverged ? ", converged" : ", not converged: the last iterate is used");
+}
+
+std::string lineOn(std::string const& subject, SolveReport const& solve,
+                   std::optional<DirectSolve> const& direct) {
+    if (!direct) {
+        return lineOn(subject, solve);
+    }
+    std::string line = subject + ": direct, " + counted(solve.iterations, "refinement", "refinements");
+    if (!std::isnan(direct->uncertainty)) {
+        line += ", residual " + toShortText(relativeResidualOf(solve), 3) +
+                " of the right side, uncertain by " + toShortText(direct->uncertainty, 3);
+    }
+    return line + (solve.hasConverged ? "" : ", not solved: what it has is used");
 }
 
 /// Triangles that the core does not list, and so neither writes nor resamples.
@@ -121,10 +135,10 @@ std::string counted(std::size_t count, std::string const& singular, std::string 
 std::vector<std::string> linesOf(FlatteningReport const& report) {
     std::vector<std::string> lines;
     if (report.solves.boundary) {
-        lines.push_back(lineOn("boundary", *report.solves.boundary));
+        lines.push_back(lineOn("boundary", *report.solves.boundary, report.boundary));
     }
     if (report.solves.inside) {
-        lines.push_back(lineOn(lines.empty() ? "map" : "inside", *report.solves.inside));
+        lines.push_back(lineOn(lines.empty() ? "map" : "inside", *report.solves.inside, report.inside));
     }
     return lines;
 }
