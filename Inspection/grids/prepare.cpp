@@ -128,7 +128,7 @@ void Preparation::load() {
 }
 
 void Preparation::addCandidate(std::shared_ptr<Mesh> const& mesh, FlatteningMode mode) {
-    result.maps.push_back(naming(part, [&] { return candidateOf(*mesh, mode, listener); }));
+    result.maps.push_back(naming(part, [&] { return candidateOf(*mesh, {mode, options.solver}, listener); }));
     if (bestOf(result.maps) + 1 == result.maps.size()) {
         result.chosen = result.maps.size() - 1;
         result.mesh = mesh;

@@ -24,8 +24,9 @@ struct PrepareOptions {
     std::filesystem::path part; ///< mesh, an OBJ file, or cloud, an .xyz file
     std::filesystem::path grid; ///< grid to write, a .quads file
     GridResolution resolution;
-    RepairOptions repair;                      ///< of the surface through a cloud
-    std::optional<FlatteningMode> mode;        ///< without one both are tried and the better map is taken
+    RepairOptions repair;               ///< of the surface through a cloud
+    std::optional<FlatteningMode> mode; ///< without one both are tried and the better map is taken
+    SolverKind solver = SolverKind::Direct;
     std::optional<std::filesystem::path> flat; ///< write the mesh with its flat coordinates to this OBJ file
     unsigned long extensionPasses = 0;         ///< invented rows of nodes around the part
     unsigned long smoothingPasses = 0;         ///< of the rim after each of them

@@ -8,10 +8,6 @@ namespace QELT::Inspection {
 
 namespace {
 
-bool isSolved(std::optional<SolveReport> const& solve) {
-    return !solve || solve->hasConverged;
-}
-
 /// Of two candidates the one with the lesser rank is taken.
 auto rankOf(MapCandidate const& candidate) {
     return std::tuple(!candidate.isMade(), !candidate.isSolved(), !candidate.isFit(),
@@ -24,20 +20,15 @@ std::string nameOf(FlatteningMode mode) {
     return mode == FlatteningMode::Pinned ? "pinned" : "developable";
 }
 
-bool MapCandidate::isSolved() const {
-    return isMade() && Inspection::isSolved(flattening.solves.boundary) &&
-           Inspection::isSolved(flattening.solves.inside);
-}
-
 bool MapCandidate::isFit() const {
     return isSolved() && quality.turnedShare() <= bearableTurnedShare && quality.alikeShare >= alikeNeeded;
 }
 
-MapCandidate candidateOf(Mesh& mesh, FlatteningMode mode, ProgressListener* listener) {
+MapCandidate candidateOf(Mesh& mesh, FlatteningOptions const& options, ProgressListener* listener) {
     MapCandidate candidate;
-    candidate.mode = mode;
+    candidate.mode = options.mode;
     try {
-        candidate.flattening = flatten(mesh, mode, listener);
+        candidate.flattening = flatten(mesh, options, listener);
         candidate.flat = flatSummaryOf(mesh, trianglesOf(mesh));
         candidate.quality = mapQualityOf(mesh);
         if (!(candidate.quality.areaRatio > 0.0)) {

@@ -28,7 +28,7 @@ struct MapCandidate {
 
     bool isMade() const { return refusal.empty(); }
 
-    bool isSolved() const;
+    bool isSolved() const { return isMade() && flattening.isTrustworthy(); }
 
     /// Whether it is solved, turns over next to nothing, and keeps areas alike.
     bool isFit() const;
@@ -36,7 +36,8 @@ struct MapCandidate {
 
 /// Flattens the mesh and measures the map. What the core refuses, and a map without area, is the candidate's
 /// refusal; other exceptions pass.
-QELT_INSPECTION_EXPORT MapCandidate candidateOf(Mesh& mesh, FlatteningMode mode, ProgressListener* listener);
+QELT_INSPECTION_EXPORT MapCandidate candidateOf(Mesh& mesh, FlatteningOptions const& options,
+                                                ProgressListener* listener);
 
 /// The place in a list, not empty, of the candidate to take: a map that is made before one that is not, a
 /// solved one, a fit one; then the one that turns over fewer triangles, then the one that is truer to areas,

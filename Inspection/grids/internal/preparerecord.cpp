@@ -9,7 +9,7 @@ namespace {
 void addFigures(Record& record, std::string const& name, std::optional<SolveReport> const& solve) {
     if (solve) {
         record.figure(name + "Iterations", solve->iterations);
-        record.figure(name + "Residual", solve->residual);
+        record.figure(name + "RelativeResidual", relativeResidualOf(*solve));
         record.figure(name + "Converged", solve->hasConverged);
     }
 }
@@ -45,6 +45,7 @@ void addSettings(Record& record, PrepareOptions const& options) {
     record.setting("quadArea", options.resolution.quadArea);
     record.setting("pixel", options.resolution.pixel);
     record.setting("width", options.resolution.width);
+    record.setting("solver", options.solver == SolverKind::Direct ? "direct" : "cg");
     record.setting("mode", options.mode ? nameOf(*options.mode) : "auto");
     if (isCloudFile(options.part)) {
         record.setting("maxSide", options.repair.longestSide);

@@ -24,7 +24,7 @@ std::vector<Shortcoming> shortcomingsOf(std::vector<MapCandidate> const& maps, s
     MapCandidate const& map = maps.at(chosen);
     std::vector<Shortcoming> shortcomings;
     if (!map.isSolved()) {
-        shortcomings.push_back({"the solve of the flat map failed",
+        shortcomings.push_back({"the flat map cannot be trusted: " + map.flattening.doubt,
                                 remedyFor(maps, "look at the part with 'cscan check' and repair it with "
                                                 "'cscan import --repair'")});
     }

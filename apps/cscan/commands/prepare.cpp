@@ -148,6 +148,15 @@ void addModeOptions(CLI::App& prepare, RawPrepare& raw) {
         ->check(CLI::IsMember({"auto", "pinned", "developable"}))
         ->check(reading(raw.mode, oneOf(modes)))
         ->default_str("auto");
+    std::map<std::string, SolverKind> const solvers{{"direct", SolverKind::Direct},
+                                                    {"cg", SolverKind::ConjugateGradients}};
+    prepare
+        .add_option("--solver",
+                    "What solves for the flat map: a sparse factor (direct, if not given) or the library's "
+                    "conjugate gradients (cg), which take long and can fail on rims of thousands of edges")
+        ->type_name("TEXT")
+        ->check(CLI::IsMember({"direct", "cg"}))
+        ->check(reading(raw.options.prepare.solver, oneOf(solvers)));
     prepare.add_flag("--accept", raw.options.prepare.isAccepted,
                      "Write a grid that is not fit for inspection, too");
 }

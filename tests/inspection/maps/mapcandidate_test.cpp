@@ -12,7 +12,6 @@ using namespace Testing;
 
 MapCandidate solvedCandidate(std::size_t turnedCount, double areaSpread) {
     MapCandidate candidate;
-    candidate.flattening.solves.inside = SolveReport{10, 1e-21, true};
     candidate.quality.triangleCount = 10000;
     candidate.quality.turnedCount = turnedCount;
     candidate.quality.areaSpread = areaSpread;
@@ -43,7 +42,7 @@ TEST(MapCandidate, thatIsFitIsBetterThanOneThatIsNot) {
 
 TEST(MapCandidate, thatIsNotSolvedOrNotMadeIsTakenLast) {
     MapCandidate unsolved = solvedCandidate(0, 1.0);
-    unsolved.flattening.solves.boundary = SolveReport{5, 1.0, false};
+    unsolved.flattening.doubt = "it is not";
     MapCandidate refused = solvedCandidate(0, 1.0);
     refused.refusal = "no";
     EXPECT_FALSE(unsolved.isSolved());
@@ -58,7 +57,7 @@ TEST(MapCandidate, measuresTheMapThatItMakes) {
     writeText(directory / "patch.obj", patchMesh());
     Mesh mesh;
     loadObj(mesh, directory / "patch.obj");
-    MapCandidate const candidate = candidateOf(mesh, FlatteningMode::Pinned, nullptr);
+    MapCandidate const candidate = candidateOf(mesh, {FlatteningMode::Pinned}, nullptr);
     EXPECT_TRUE(candidate.isFit());
     EXPECT_EQ(candidate.quality.triangleCount, 240U);
     EXPECT_GT(candidate.flat.width, 0.0);
@@ -68,7 +67,7 @@ TEST(MapCandidate, measuresTheMapThatItMakes) {
 /// A rim of three corners is too short for the stencil of five that rolls it out.
 TEST(MapCandidate, saysWhyThereIsNone) {
     Mesh mesh({Point(0, 0, 0), Point(1, 0, 0), Point(0, 1, 0)}, {{0, 1, 2}});
-    MapCandidate const candidate = candidateOf(mesh, FlatteningMode::Developable, nullptr);
+    MapCandidate const candidate = candidateOf(mesh, {FlatteningMode::Developable}, nullptr);
     EXPECT_EQ(candidate.refusal, "Boundary flattening internal failure");
     EXPECT_FALSE(candidate.isMade());
 }
