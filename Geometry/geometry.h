@@ -17,6 +17,7 @@
 #include "Geometry/groups/mtf_list.h"
 #include "Geometry/groups/rectmeshgroup.h"
 #include "Geometry/groups/rectmeshgroups.h"
+#include "Geometry/linearalgebra/linearsolver.h"
 #include "Geometry/linearalgebra/solvelistener.h"
 #include "Geometry/linearalgebra/solvereport.h"
 #include "Geometry/linearalgebra/sparsematrix.h"

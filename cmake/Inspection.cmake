@@ -15,6 +15,9 @@ file(GLOB_RECURSE qelt_inspection_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR
 file(GLOB_RECURSE qelt_inspection_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Inspection/*.h)
 list(FILTER qelt_inspection_headers EXCLUDE REGEX "/internal/")
 
+set_source_files_properties(${PROJECT_SOURCE_DIR}/Inspection/records/version.cpp
+                            PROPERTIES COMPILE_DEFINITIONS QELT_INSPECTION_VERSION="${PROJECT_VERSION}")
+
 # Compiled once, for the library and for its tests: these reach internal functions, which the library hides.
 add_library(qelt_inspection_objects OBJECT ${qelt_inspection_sources})
 set_target_properties(
@@ -25,6 +28,8 @@ set_target_properties(
 target_include_directories(qelt_inspection_objects PUBLIC ${PROJECT_SOURCE_DIR})
 target_link_libraries(qelt_inspection_objects PUBLIC QELTGeometry::QELTGeometry PRIVATE ${qelt_inspection_libraries})
 qelt_configure_own_target(qelt_inspection_objects)
+# Of Eigen, only what is under the Mozilla Public License.
+target_compile_definitions(qelt_inspection_objects PRIVATE EIGEN_MPL2_ONLY)
 
 add_library(QELTInspection $<TARGET_OBJECTS:qelt_inspection_objects>)
 add_library(QELTGeometry::Inspection ALIAS QELTInspection)

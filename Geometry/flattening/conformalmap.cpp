@@ -1,4 +1,5 @@
 #include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/linearalgebra/internal/attachedsolver.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/utility.h"
 #include "Geometry/linearalgebra/vector.h"
@@ -21,8 +22,8 @@
 //   2. either two far corners are pinned at (0.5, 1) and (1, 0.5), or the outline is rolled out and fixed
 //      (developableboundary.cpp);
 //   3. one system with two rows for each free vertex is assembled, fan by fan, and solved by conjugate
-//      gradients. Two pins take the four freedoms of a similarity; with the outline fixed, holes alone keep a
-//      free boundary and its term;
+//      gradients, or by the solver that is attached. Two pins take the four freedoms of a similarity; with
+//      the outline fixed, holes alone keep a free boundary and its term;
 //   4. the map is turned straight (orientation.cpp).
 //
 // There is no tolerance here: a triangle without area gives infinite weights and spoils the map, on purpose
@@ -121,11 +122,9 @@ ConformalSystem assembleSystem(Connectivity const& surface, std::vector<FlatPoin
     return system;
 }
 
-/// On entry `solution` is the start value.
-LinearAlgebra::SolveReport solveSystem(Connectivity const& surface, std::vector<FlatPoint> const& fixedPoints,
-                                       LinearAlgebra::Vector& solution, ProgressListener* const& listener,
-                                       ProgressTerminator* terminator) {
-    ConformalSystem const system = assembleSystem(surface, fixedPoints, listener);
+/// By conjugate gradients. On entry `solution` is the start value.
+LinearAlgebra::SolveReport solveSystem(ConformalSystem const& system, LinearAlgebra::Vector& solution,
+                                       ProgressListener* const& listener, ProgressTerminator* terminator) {
     LinearAlgebra::SolveReport const report = LinearAlgebra::Utility::solveWithReport(
         system.getMatrix(), solution, system.getRightHandSide(), listener, terminator);
     std::cout << (report.hasConverged ? "\n" : "\nLinear system solve failure - carrying on...");
@@ -161,13 +160,13 @@ void Mesh::conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSoluti
         getDevelopableBoundaryConformalMap(numberOfBoundaryVertices, fixedPoints.data());
     }
     LinearAlgebra::Vector solution(2UL * toUInt32(vertices.size() - fixedPoints.size()));
-    if (doUseSolutionAsStart && pSolution != nullptr) {
+    bool const hasStart = doUseSolutionAsStart && pSolution != nullptr;
+    if (hasStart) {
         solution.set(pSolution);
     } else {
         solution.zero();
     }
-    conformalMapReport.inside =
-        solveSystem(getConnectivity(), fixedPoints, solution, progressListener, progressTerminator);
+    solveForInside(fixedPoints, solution, hasStart);
     if (pSolution != nullptr) {
         pSolution->set(&solution);
     }
@@ -175,6 +174,18 @@ void Mesh::conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSoluti
     if (!transformMinBBArea2D()) {
         throw std::runtime_error("Principal component analysis failure");
     }
+}
+
+void Mesh::solveForInside(std::vector<FlatPoint> const& fixedPoints, LinearAlgebra::Vector& solution,
+                          bool hasStart) {
+    ConformalSystem const system = assembleSystem(getConnectivity(), fixedPoints, progressListener);
+    if (linearSolver == nullptr) {
+        conformalMapReport.inside = solveSystem(system, solution, progressListener, progressTerminator);
+        return;
+    }
+    conformalMapReport.inside = LinearAlgebra::AttachedSolver(*linearSolver, progressListener)
+                                    .solveSymmetric(system.getMatrix(), solution, system.getRightHandSide(),
+                                                    hasStart ? &solution : nullptr);
 }
 
 void Mesh::conformalMapTest() {

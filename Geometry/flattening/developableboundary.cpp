@@ -1,3 +1,4 @@
+#include "Geometry/linearalgebra/internal/attachedsolver.h"
 #include "Geometry/linearalgebra/internal/normalequations.h"
 #include "Geometry/linearalgebra/sparsematrix.h"
 #include "Geometry/linearalgebra/utility.h"
@@ -21,7 +22,8 @@
 //   3. from either side the chain says how the vertex follows from its two neighbours there, by a scaling and
 //      a turn. That gives four rows for each vertex but two, which are pinned at (0.5, 1) and (1, 0.5); the
 //      pins decide no more than a similarity, and orientation.cpp turns the map anyway;
-//   4. the normal equations are solved by conjugate gradients, from zero.
+//   4. the normal equations are solved by conjugate gradients, from zero; a solver that is attached gets the
+//      rows themselves, since the normal equations have lost half of their digits.
 //
 // The pins stand 128 and 127 positions in front of the loop's end, where the loop is that long, else they are
 // its first two: the rows' order and so the bits hang on that. They are one edge of the map and set its
@@ -226,6 +228,15 @@ BoundarySystem assembleSystem(std::vector<BoundaryTurn> const& turns) {
     return system;
 }
 
+/// By conjugate gradients, from `solution` on.
+LinearAlgebra::SolveReport solveSystem(BoundarySystem const& system, LinearAlgebra::Vector& solution,
+                                       ProgressListener* const& listener, ProgressTerminator* terminator) {
+    LinearAlgebra::SparseMatrix const matrix =
+        LinearAlgebra::NormalEquations::getMatrixWithoutZeros(system.getMatrix());
+    LinearAlgebra::Vector const rhs = system.getMatrix().transpose() * system.getRightHandSide();
+    return LinearAlgebra::Utility::solveWithReport(matrix, solution, rhs, listener, terminator);
+}
+
 } // namespace
 
 void Mesh::getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVertices,
@@ -235,13 +246,15 @@ void Mesh::getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVert
         throw std::runtime_error("Boundary flattening internal failure");
     }
     BoundarySystem const system = assembleSystem(getBoundaryTurns(getConnectivity(), n));
-    LinearAlgebra::SparseMatrix const matrix =
-        LinearAlgebra::NormalEquations::getMatrixWithoutZeros(system.getMatrix());
-    LinearAlgebra::Vector const rhs = system.getMatrix().transpose() * system.getRightHandSide();
     LinearAlgebra::Vector solution(2UL * system.getNumberOfUnknowns());
     solution.zero();
-    conformalMapReport.boundary =
-        LinearAlgebra::Utility::solveWithReport(matrix, solution, rhs, progressListener, progressTerminator);
+    if (linearSolver == nullptr) {
+        conformalMapReport.boundary = solveSystem(system, solution, progressListener, progressTerminator);
+    } else {
+        conformalMapReport.boundary =
+            LinearAlgebra::AttachedSolver(*linearSolver, progressListener)
+                .solveLeastSquares(system.getMatrix(), solution, system.getRightHandSide());
+    }
     for (std::uint32_t position = 0; position < n; ++position) {
         boundaryPoints[position] = system.getIsPinned(position) ? system.getPin(position) : FlatPoint();
     }

@@ -117,8 +117,8 @@ private:
     bool isStarted = false;
 };
 
-SolveReport makeReport(int iterations, double norm) {
-    return {static_cast<unsigned long>(iterations), norm, residualTolerance >= norm};
+SolveReport makeReport(int iterations, double norm, double rightSide) {
+    return {static_cast<unsigned long>(iterations), norm, residualTolerance >= norm, rightSide};
 }
 
 /// Who is told of each iteration, as settled before the listener's first call: one that is no `SolveListener`
@@ -145,20 +145,21 @@ struct Audience {
     bool isSolveListener;
 };
 
-/// Iterates from `x` until the residual's norm is small enough, NaN, or the iterations run out. `norm` is
-/// that of the start; on return `x` is the last iterate.
-SolveReport iterate(SparseMatrix const& A, Vector& x, Vector const& residual, double norm,
+/// Iterates from `x` until the residual's norm is small enough, NaN, or the iterations run out. `start` tells
+/// of the start; on return `x` is the last iterate.
+SolveReport iterate(SparseMatrix const& A, Vector& x, Vector const& residual, SolveReport const& start,
                     Audience const& audience) {
     ConjugateGradients gradients(A, x, residual);
+    SolveReport report = start;
     int iterations = 0;
-    while (norm > residualTolerance && iterations < maximumIterations) {
+    while (report.residual > residualTolerance && iterations < maximumIterations) {
         ++iterations;
         gradients.advance();
-        norm = gradients.getNorm();
-        audience.tell(makeReport(iterations, norm));
+        report = makeReport(iterations, gradients.getNorm(), start.rightSide);
+        audience.tell(report);
     }
     x.set(&gradients.getIterate());
-    return makeReport(iterations, norm);
+    return report;
 }
 
 /// `label`, a colon, the number as a stream in its original state would write it, and a full stop.
@@ -190,14 +191,14 @@ SolveReport Utility::solveWithReport(SparseMatrix const& A, Vector& x, Vector co
     Audience const audience(listener);
     reportMessage(listener, "Solving linear system...");
     Vector const residual = b - A * x;
-    double const norm = residual.normL2();
-    if (!(norm > residualTolerance)) {
-        return makeReport(0, norm);
+    SolveReport const start = makeReport(0, residual.normL2(), b.normL2());
+    if (!(start.residual > residualTolerance)) {
+        return start;
     }
     if (A.getNumberOfRows() != A.getNumberOfColumns()) {
         throw new SparseMatrix::SparseMatrixInvalidDimensionsException;
     }
-    return iterate(A, x, residual, norm, audience);
+    return iterate(A, x, residual, start, audience);
 }
 
 void Utility::setSolveProgress(double residual, int iterations) {

@@ -4,6 +4,7 @@ namespace QELT::LinearAlgebra {
 
 /// How far the solve of a linear system came.
 struct SolveReport {
+    /// Of a direct solver, how often the solution was refined.
     unsigned long iterations = 0;
 
     /// The Euclidean norm of the residual, as the iteration carries it along: NaN for a system that broke
@@ -12,6 +13,9 @@ struct SolveReport {
 
     /// Whether the residual came down to the solver's tolerance.
     bool hasConverged = false;
+
+    /// The Euclidean norm of the right side, for which the residual is small or large.
+    double rightSide = 0.0;
 };
 
 } // namespace QELT::LinearAlgebra

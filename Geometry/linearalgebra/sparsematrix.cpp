@@ -253,6 +253,14 @@ void SparseMatrix::set(SparseMatrix const* other) {
 
 // ---- arithmetic -----------------------------------------------------------------------------------------
 
+SparseMatrix::Row SparseMatrix::getRow(unsigned long r) const {
+    unsigned long const count = getNumberOfRowValues(r);
+    if (count == 0) {
+        return {};
+    }
+    return {{getpRowIndices(r), count}, {getpRowValues(r), count}};
+}
+
 SparseMatrix SparseMatrix::transpose() const {
     SparseMatrix transposed(numberOfColumns, numberOfRows, approxNonZeroElementsPerRow, CanonicalEmpty);
     for (std::uint32_t r = 0; r < numberOfRows; ++r) {

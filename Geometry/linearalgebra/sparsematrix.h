@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace QELT::LinearAlgebra {
@@ -48,6 +49,15 @@ public:
     unsigned long getNumberOfRows() const { return numberOfRows; }
 
     unsigned long getNumberOfColumns() const { return numberOfColumns; }
+
+    /// The stored entries of a row, for reading: columns, which ascend strictly, and their values.
+    struct Row {
+        std::span<std::uint32_t const> columns;
+        std::span<double const> values;
+    };
+
+    /// Empty past the last row. Valid until the matrix changes.
+    Row getRow(unsigned long r) const;
 
     SparseMatrix transpose() const;
 

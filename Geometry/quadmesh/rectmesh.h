@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -229,6 +230,11 @@ public:
     /// initialise quad-mesh." (an area of zero asks for infinitely many nodes), or "No boundary found" if no
     /// quad comes out; the nodes then stay.
     void construct(TriMesh::Mesh const& mesh, double quadArea);
+
+    /// The same with nodes at this spacing of the flat map, above 0, instead of the one that follows from the
+    /// area; `quadArea` is what the grid then carries as the area asked for. Without a spacing it is the
+    /// above.
+    void construct(TriMesh::Mesh const& mesh, double quadArea, std::optional<double> spacing);
 
     /// Grows the valid region by invented nodes, so that a beam just off the part still finds a quad: each
     /// pass continues the surface across the boundary (the loop of the first boundary edge) by one step, but

@@ -19,8 +19,9 @@
 #include <vector>
 
 namespace QELT::LinearAlgebra {
+class LinearSolver;
 class Vector;
-}
+} // namespace QELT::LinearAlgebra
 
 namespace QELT::Geometry::ThreeDimensional::PointCloud {
 class Cloud;
@@ -169,14 +170,14 @@ public:
     /// along u and with its low corner at (0, 0). With `doPinExtremeCorners` two far corners of the longest
     /// boundary loop are fixed; without, that loop is rolled out. Vertices are renumbered for good.
     /// `pSolution` (may be null) receives the solution, and is the start with `doUseSolutionAsStart`: it fits
-    /// only a mesh that is numbered as that one was before its call. Standard output receives a new line, or
-    /// that a solve failed, whose last iterate is used, and with a listener the progress of each solve.
+    /// only a mesh numbered as that one was before its call. A solve that fails leaves its last iterate: the
+    /// report tells. Unless a solver is attached, standard output receives with a listener the progress of
+    /// each solve, and after the inside's a new line or that it failed; of how the rim's ended, nothing.
     /// \throws std::runtime_error "Mesh has no boundary", "Mesh boundary is not manifold", "Mesh has a vertex
-    /// without a triangle", with the mesh unchanged; after the renumbering "Boundary flattening internal
-    /// failure" for a loop of fewer than five vertices, and
-    /// SparseMatrix::SparseMatrixInvalidDimensionsException* for a start of the wrong length. Should memory
-    /// run out, or a listener throw, the flat places may be the old ones or not yet turned, the solution
-    /// empty.
+    /// without a triangle", with the mesh unchanged; then "Boundary flattening internal failure" for a loop
+    /// of fewer than five vertices, and SparseMatrix::SparseMatrixInvalidDimensionsException* for a start of
+    /// the wrong length. Should memory run out, or a listener or solver throw, the vertices are renumbered or
+    /// not, the flat places perhaps the old ones or not yet turned, the solution empty.
     void conformalMap(bool doPinExtremeCorners, LinearAlgebra::Vector* pSolution, bool doUseSolutionAsStart);
 
     /// How the solves of the last `conformalMap` ended; no report for those that it did not come to.
@@ -227,6 +228,14 @@ public:
     void setProgressListener(ProgressListener* listener) { progressListener = listener; }
 
     void setProgressTerminator(ProgressTerminator* terminator) { progressTerminator = terminator; }
+
+    /// Solves the systems of `conformalMap` in place of conjugate gradients: the rim's as least squares, the
+    /// inside's as a symmetric system, with the start if there is one. Not owned; null, as in a new mesh,
+    /// means none. An answer of the wrong length makes `conformalMap` throw std::runtime_error "Linear solver
+    /// gave a wrong number of values".
+    void setLinearSolver(LinearAlgebra::LinearSolver* solver) { linearSolver = solver; }
+
+    LinearAlgebra::LinearSolver* getLinearSolver() const { return linearSolver; }
 
 private:
     /// What the algorithms read, and what they build with.
@@ -312,6 +321,11 @@ private:
     void getDevelopableBoundaryConformalMap(unsigned long numberOfBoundaryVertices,
                                             TwoDimensional::Point<double>* boundaryPoints);
 
+    /// Solves for the places of the vertices that are not fixed, and reports. `solution` is as long as that;
+    /// with `hasStart` it is the start.
+    void solveForInside(std::vector<TwoDimensional::Point<double>> const& fixedPoints,
+                        LinearAlgebra::Vector& solution, bool hasStart);
+
     /// Turns the flat map to the smallest of 4096 bounding boxes over a quarter turn, with its long side
     /// along u and its low corner at (0, 0). Always true.
     bool transformMinBBArea2D();
@@ -322,6 +336,7 @@ private:
     CutEdgeIndices cutEdgeIndices;
     ProgressListener* progressListener = nullptr;
     ProgressTerminator* progressTerminator = nullptr;
+    LinearAlgebra::LinearSolver* linearSolver = nullptr;
     ConformalMapReport conformalMapReport;
     std::unique_ptr<TriangleArena> triangles;
 };

@@ -2,8 +2,9 @@
 
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 
 #include <cmath>
 #include <string>
@@ -11,6 +12,12 @@
 namespace QELT::Inspection {
 
 namespace {
+
+using namespace QELT::Geometry::ThreeDimensional::QuadMesh;
+
+char const* nameOf(CanonicalPlane plane) {
+    return plane == PlaneYZ ? "yz" : plane == PlaneXY ? "xy" : "xz";
+}
 
 /// What there is no grid of, in words; empty if there is one.
 struct Complaint {
@@ -33,6 +40,40 @@ struct Complaint {
 
     std::string operator()(ScaleGrid const& scale) const {
         return scale.scale != 0.0 && std::isfinite(scale.scale) ? "" : "a scale that leaves no surface";
+    }
+};
+
+/// Tells a record which derivation it was.
+struct Description {
+    Record& record;
+
+    void operator()(FlattenGrid const&) const { record.setting("derivation", "flatten"); }
+
+    void operator()(NormaliseGrid const& normalise) const {
+        record.setting("derivation", "normalise");
+        record.setting("size", normalise.size);
+    }
+
+    void operator()(ThinOutGrid const& thinOut) const {
+        record.setting("derivation", thinOut.isFactor ? "factor" : "subsample");
+        record.setting("value", thinOut.value);
+    }
+
+    void operator()(RestrictGrid const& box) const {
+        record.setting("derivation", "restrict");
+        record.setting("low", std::vector<double>{double(box.low.getU()), double(box.low.getV())});
+        record.setting("high", std::vector<double>{double(box.high.getU()), double(box.high.getV())});
+    }
+
+    void operator()(MirrorGrid const& mirror) const {
+        record.setting("derivation", "mirror");
+        record.setting("plane", nameOf(mirror.plane));
+        record.setting("reversed", mirror.axis == AxisU ? "u" : "v");
+    }
+
+    void operator()(ScaleGrid const& scale) const {
+        record.setting("derivation", "scale");
+        record.setting("scale", scale.scale);
     }
 };
 
@@ -82,13 +123,19 @@ private:
 GridSummary derive(DeriveOptions const& options, ProgressListener* listener) {
     std::string const complaint = std::visit(Complaint(), options.derivation);
     require(complaint.empty(), options.source.string() + ": there is no grid of " + complaint);
-    requireReadable(options.source);
-    requireGridOutput(options.result);
+    Record record("derive");
+    record.addInput(options.source);
+    Outputs outputs(record);
+    addGridOutput(outputs, options.result);
     Grid result;
     announce(listener, "Deriving...");
     naming(options.source.string(), [&] { std::visit(Deriver{options.source, result}, options.derivation); });
-    saveGrid(result, options.result);
-    return gridSummaryOf(result);
+    saveGrid(result, outputs.at(options.result));
+    GridSummary const summary = gridSummaryOf(result);
+    std::visit(Description{record}, options.derivation);
+    addFigures(record, summary);
+    outputs.commit(listener);
+    return summary;
 }
 
 } // namespace QELT::Inspection

@@ -49,6 +49,12 @@ std::uintmax_t bytesOfPoints(GridFileHeader const& header, Grid const& grid) {
     return pointCount * 3 * coordinateSizeOf(header);
 }
 
+void requireGridName(std::filesystem::path const& path) {
+    if (path.extension() != ".quads") {
+        throw Failure(path.string() + ": the name of a grid file must end in .quads");
+    }
+}
+
 } // namespace
 
 bool isGridFile(std::filesystem::path const& path) {
@@ -80,16 +86,15 @@ void loadGrid(Grid& grid, std::filesystem::path const& path) {
     });
 }
 
-void requireGridOutput(std::filesystem::path const& path) {
-    if (path.extension() != ".quads") {
-        throw Failure(path.string() + ": the name of a grid file must end in .quads");
-    }
-    requireWritable(path);
+void addGridOutput(Outputs& outputs, std::filesystem::path const& path) {
+    requireGridName(path);
+    outputs.add(path);
 }
 
-void saveGrid(Grid& grid, std::filesystem::path const& path) {
-    requireGridOutput(path);
-    naming(path.string(), [&] { grid.save(path.c_str()); });
+void saveGrid(Grid& grid, Destination const& to) {
+    requireGridName(to.name);
+    requireWritable(to.file);
+    naming(to.name.string(), [&] { grid.save(to.file.c_str()); });
 }
 
 std::string nameOfDataType(std::uint32_t coordinateDataType) {

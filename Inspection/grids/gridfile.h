@@ -2,6 +2,7 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
+#include "Inspection/records/outputs.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -31,11 +32,11 @@ QELT_INSPECTION_EXPORT GridFileHeader readGridFileHeader(std::filesystem::path c
 /// number of valid nodes is known, after it is loaded. Failures name the file.
 QELT_INSPECTION_EXPORT void loadGrid(Grid& grid, std::filesystem::path const& path);
 
-/// Throws a `Failure` unless the name ends in ".quads" and the file can be written.
-QELT_INSPECTION_EXPORT void requireGridOutput(std::filesystem::path const& path);
+/// Adds a grid to what a run writes. Fails as `Outputs::add` does, and unless the name ends in ".quads".
+QELT_INSPECTION_EXPORT void addGridOutput(Outputs& outputs, std::filesystem::path const& path);
 
 /// Saves the grid. The name must end in ".quads". Failures name the file.
-QELT_INSPECTION_EXPORT void saveGrid(Grid& grid, std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT void saveGrid(Grid& grid, Destination const& to);
 
 /// The usual words for a coordinate data type of the format.
 QELT_INSPECTION_EXPORT std::string nameOfDataType(std::uint32_t coordinateDataType);

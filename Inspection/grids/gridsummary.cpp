@@ -65,11 +65,24 @@ GridSummary gridSummaryOf(Grid const& grid) {
     return summary;
 }
 
-NanNodes nanNodesIn(Grid const& grid, Mesh const& mesh, double quadArea) {
+void addFigures(Record& record, GridSummary const& summary) {
+    record.figure("quadsAlongU", summary.extentU);
+    record.figure("quadsAlongV", summary.extentV);
+    record.figure("validNodes", summary.validNodeCount);
+    record.figure("validQuads", summary.validQuadCount);
+    record.figure("minQuadArea", summary.minQuadArea);
+    record.figure("meanQuadArea", summary.meanQuadArea);
+    record.figure("maxQuadArea", summary.maxQuadArea);
+    if (summary.validNodeCount > 0) {
+        record.figure("low", summary.low);
+        record.figure("high", summary.high);
+    }
+}
+
+NanNodes nanNodesIn(Grid const& grid, Mesh const& mesh, double spacing) {
     NanNodes nodes{nanPlacesOf(grid), 0};
     if (!nodes.places.empty()) {
         auto const triangles = trianglesOf(mesh);
-        double const spacing = expectedSpacing(triangles, quadArea);
         std::vector<FlatPoint> points;
         for (GridIndex const& node : nodes.places) {
             points.emplace_back(node.getU() * spacing, node.getV() * spacing);

@@ -2,6 +2,7 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
+#include "Inspection/records/record.h"
 
 #include <cstddef>
 #include <vector>
@@ -29,6 +30,9 @@ struct GridSummary {
 
 QELT_INSPECTION_EXPORT GridSummary gridSummaryOf(Grid const& grid);
 
+/// Tells a record the counts, the areas and the box.
+QELT_INSPECTION_EXPORT void addFigures(Record& record, GridSummary const& summary);
+
 /// The valid nodes whose points hold something that is no number. Resampling makes them of triangles that the
 /// flat map leaves without area; each spoils the areas and boxes of the whole grid.
 struct NanNodes {
@@ -36,8 +40,8 @@ struct NanNodes {
     std::size_t triangleCount = 0; ///< of the triangles that they came from
 };
 
-/// Of a grid as it was resampled from a flat mesh for a quad area.
-QELT_INSPECTION_EXPORT NanNodes nanNodesIn(Grid const& grid, Mesh const& mesh, double quadArea);
+/// Of a grid as it was resampled from a flat mesh at this spacing.
+QELT_INSPECTION_EXPORT NanNodes nanNodesIn(Grid const& grid, Mesh const& mesh, double spacing);
 
 /// Whether two grids hold the same flags, and at valid nodes the same points.
 QELT_INSPECTION_EXPORT bool haveSameSurface(Grid const& a, Grid const& b);

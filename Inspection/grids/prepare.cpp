@@ -1,46 +1,57 @@
 #include "Inspection/grids/prepare.h"
 
 #include "Inspection/grids/gridfile.h"
+#include "Inspection/grids/internal/preparerecord.h"
+#include "Inspection/grids/internal/verdict.h"
 #include "Inspection/import/objfile.h"
 #include "Inspection/import/xyzfile.h"
+#include "Inspection/parts/partanalysis.h"
 #include "Inspection/parts/reconstruction.h"
 #include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
 #include "Inspection/records/numbers.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 #include "Inspection/records/stopwatch.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
+
+// A part becomes a grid in four steps: load, flatten, choose a spacing, resample. Without a mode the part is
+// flattened both ways, each on a mesh of its own since a map renumbers the vertices, and the better map is
+// taken (mapcandidate.h). The spacing comes from the areas of the whole surface and the whole map; turned
+// triangles and overlaps make the quads' mean miss the area asked for all the same, so it is measured, and
+// the grid is resampled at a corrected spacing, until it is within 5 %, three times at most.
 
 namespace QELT::Inspection {
 
 namespace {
 
-/// A grid of more quads than this is taken for a mistake in the quad area; it would need gigabytes.
+/// A grid of more quads than this is taken for a mistake in the resolution; it would need gigabytes.
 constexpr double largestGrid = 64e6;
 
 /// Quads on the longer side of the grid that is suggested instead.
 constexpr double handySide = 1000.0;
 
+constexpr int maxCorrections = 3;
+
 /// One preparation, stage by stage.
 class Preparation {
 public:
     Preparation(PrepareOptions const& prepareOptions, ProgressListener* progressListener,
-                PrepareObserver const& prepareObserver)
+                PrepareObserver const& prepareObserver, Outputs& prepareOutputs)
         : options(prepareOptions),
           part(prepareOptions.part.string()),
           listener(progressListener),
-          observer(prepareObserver) {
-        mesh.setProgressListener(listener);
-        grid.setProgressListener(listener);
-    }
+          observer(prepareObserver),
+          outputs(prepareOutputs) {}
 
-    void requireUsableOptions() const;
     void load();
     void flatten();
     void saveFlat();
     void resample();
+    void save();
 
     PrepareResult const& getResult() const { return result; }
 
@@ -49,12 +60,16 @@ private:
     std::string part;
     ProgressListener* listener;
     PrepareObserver const& observer;
-    Mesh mesh;
-    Grid grid;
+    Outputs& outputs;
+    std::optional<Reconstruction> reconstruction; ///< of a cloud
+    std::shared_ptr<Mesh> loaded;
     PrepareResult result;
 
-    RepairReport loadCloud();
+    std::shared_ptr<Mesh> makeMesh() const;
+    void addCandidate(std::shared_ptr<Mesh> const& mesh, FlatteningMode mode);
+    void requireMap() const;
     void requireBearableGrid() const;
+    void resampleOnce();
     void extend();
 
     void tell(PrepareStage stage) const {
@@ -64,100 +79,190 @@ private:
     }
 };
 
-/// Finds out before the long work that there is nothing to make or that it would have no place to go.
-void Preparation::requireUsableOptions() const {
-    require(options.quadArea > 0.0,
-            part + ": a quad area of " + toShortText(options.quadArea, 6) + " is not above zero");
-    requireReadable(options.part);
-    requireGridOutput(options.grid);
-    if (options.flat) {
-        requireObjOutput(*options.flat);
+void requirePositive(std::string const& part, std::string const& name, double value) {
+    require(value > 0.0, part + ": a " + name + " of " + toShortText(value, 6) + " is not above zero");
+}
+
+void requireUsable(GridResolution const& resolution, std::string const& part) {
+    auto const& [quadArea, pixel, width] = resolution;
+    require((quadArea ? 1 : 0) + (pixel ? 1 : 0) + (width ? 1 : 0) <= 1,
+            part + ": of quad area, pixel and width one is enough");
+    if (quadArea) {
+        requirePositive(part, "quad area", *quadArea);
+    }
+    if (pixel) {
+        requirePositive(part, "pixel", *pixel);
+    }
+    if (width) {
+        requirePositive(part, "width", static_cast<double>(*width));
     }
 }
 
-RepairReport Preparation::loadCloud() {
-    auto const reconstruction = reconstructFrom(options.part, options.repair);
-    naming(part, [&] { mesh.construct(reconstruction.surface.points, reconstruction.surface.faces); });
-    mesh.setFileName(options.part.stem().string());
-    return reconstruction.repair;
+/// Each map wants a mesh as it was loaded.
+std::shared_ptr<Mesh> Preparation::makeMesh() const {
+    auto const mesh = std::make_shared<Mesh>();
+    mesh->setProgressListener(listener);
+    if (reconstruction) {
+        naming(part, [&] { mesh->construct(reconstruction->surface.points, reconstruction->surface.faces); });
+        mesh->setFileName(options.part.stem().string());
+    } else {
+        loadObj(*mesh, options.part);
+    }
+    return mesh;
 }
 
 void Preparation::load() {
     Stopwatch const watch;
     if (isCloudFile(options.part)) {
         announce(listener, "Reconstructing...");
-        result.repair = loadCloud();
-    } else {
-        loadObj(mesh, options.part);
+        reconstruction = reconstructFrom(options.part, options.repair);
+        result.repair = reconstruction->repair;
     }
+    loaded = makeMesh();
     result.loadSeconds = watch.seconds();
-    result.part = meshSummaryOf(mesh);
+    result.part = meshSummaryOf(*loaded);
     tell(PrepareStage::Loaded);
     if (result.part.loops.empty()) {
         throw Failure(part + ": the mesh is closed; it needs a rim to be flattened");
     }
 }
 
+void Preparation::addCandidate(std::shared_ptr<Mesh> const& mesh, FlatteningMode mode) {
+    result.maps.push_back(naming(part, [&] { return candidateOf(*mesh, {mode, options.solver}, listener); }));
+    if (bestOf(result.maps) + 1 == result.maps.size()) {
+        result.chosen = result.maps.size() - 1;
+        result.mesh = mesh;
+    }
+}
+
+void Preparation::requireMap() const {
+    MapCandidate const& best = result.map();
+    require(best.isMade(), part + ": " + best.refusal);
+}
+
 void Preparation::flatten() {
-    result.flattening = naming(part, [&] { return Inspection::flatten(mesh, options.mode, listener); });
-    result.flat = flatSummaryOf(mesh, trianglesOf(mesh));
+    auto const first = std::move(loaded);
+    addCandidate(first, options.mode.value_or(FlatteningMode::Developable));
+    if (!options.mode) {
+        addCandidate(makeMesh(), FlatteningMode::Pinned);
+    }
+    requireMap();
+    result.shortcomings = shortcomingsOf(result.maps, result.chosen);
     tell(PrepareStage::Flattened);
 }
 
 void Preparation::saveFlat() {
     if (options.flat) {
-        saveFlatObj(mesh, *options.flat);
+        saveFlatObj(*result.mesh, *options.flat, outputs);
         tell(PrepareStage::FlatSaved);
     }
 }
 
 void Preparation::requireBearableGrid() const {
-    GridSize const size = expectedGridSize(result.flat, trianglesOf(mesh), options.quadArea);
-    if (size.u * size.v > largestGrid) {
-        double const share = std::max(size.u, size.v) / handySide;
-        throw Failure(part + ": a quad area of " + toShortText(options.quadArea, 6) +
-                      " makes a grid of about " + toFixedText(size.u, 0) + " x " + toFixedText(size.v, 0) +
-                      " quads; " + toShortText(options.quadArea * share * share, 2) + " makes " +
-                      toFixedText(handySide, 0) + " on the longer side");
+    double const u = result.map().flat.width / result.spacing.spacing;
+    double const v = result.map().flat.height / result.spacing.spacing;
+    if (!(u * v <= largestGrid)) {
+        double const pixel = std::sqrt(result.spacing.quadArea) * std::max(u, v) / handySide;
+        throw Failure(part + ": pixels of " + toShortText(std::sqrt(result.spacing.quadArea), 6) +
+                      " make a grid of about " + toFixedText(u, 0) + " x " + toFixedText(v, 0) +
+                      " quads; --pixel " + toShortText(pixel, 2) + " makes " + toFixedText(handySide, 0) +
+                      " on the longer side");
     }
+}
+
+void Preparation::resampleOnce() {
+    requireBearableGrid();
+    naming(part,
+           [&] { result.surface->construct(*result.mesh, result.spacing.quadArea, result.spacing.spacing); });
+    result.sizes = quadSizesOf(*result.surface);
 }
 
 void Preparation::extend() {
     if (options.extensionPasses > 0) {
         using QELT::Geometry::ThreeDimensional::QuadMesh::Basic;
         announce(listener, "Extending...");
-        naming(part, [&] { grid.extendBoundary(Basic, options.extensionPasses, options.smoothingPasses); });
+        naming(part, [&] {
+            result.surface->extendBoundary(Basic, options.extensionPasses, options.smoothingPasses);
+        });
     }
 }
 
 void Preparation::resample() {
-    requireBearableGrid();
+    if (!result.map().isSolved() && !options.isAccepted) {
+        return; // a grid of it would be garbage
+    }
     announce(listener, "Resampling...");
     Stopwatch const watch;
-    naming(part, [&] { grid.construct(mesh, options.quadArea); });
-    result.resampleSeconds = watch.seconds();
-    result.nanNodes = nanNodesIn(grid, mesh, options.quadArea); // an extension spreads them
+    result.surface = std::make_shared<Grid>();
+    result.surface->setProgressListener(listener);
+    GridResolution resolution = options.resolution;
+    if (!resolution.quadArea && !resolution.pixel && !resolution.width) {
+        resolution.pixel = suggestedPixel(result.part.area, result.part.faceCount);
+    }
+    result.spacing = spacingFor(resolution, result.map().quality, result.map().flat.width);
+    resampleOnce();
+    for (int i = 0; i < maxCorrections && !resolution.width; ++i) {
+        double const ratio = result.spacing.quadArea / result.sizes.mean;
+        if (std::abs(ratio - 1.0) <= quadAreaTolerance || !(ratio > 0.0)) {
+            break;
+        }
+        result.spacing.spacing *= std::sqrt(ratio);
+        resampleOnce();
+    }
+    result.nanNodes = nanNodesIn(*result.surface, *result.mesh, result.spacing.spacing);
+    auto const others = shortcomingsOf(result.sizes, result.nanNodes);
+    result.shortcomings.insert(result.shortcomings.end(), others.begin(), others.end());
     extend();
-    saveGrid(grid, options.grid);
-    result.grid = gridSummaryOf(grid);
-    tell(PrepareStage::Saved);
+    result.resampleSeconds = watch.seconds();
+    result.grid = gridSummaryOf(*result.surface);
+    tell(PrepareStage::Resampled);
+}
+
+void Preparation::save() {
+    if (result.surface && (result.isFit() || options.isAccepted)) {
+        saveGrid(*result.surface, outputs.at(options.grid));
+        result.isWritten = true;
+    }
 }
 
 } // namespace
 
-FlatteningMode usualModeFor(std::filesystem::path const& part) {
-    return isCloudFile(part) ? FlatteningMode::Pinned : FlatteningMode::Developable;
+void addPrepareFiles(PrepareOptions const& options, Record& record, Outputs& outputs) {
+    requireUsable(options.resolution, options.part.string());
+    for (auto const& file : objFilesOf(options.part)) {
+        record.addInput(file);
+    }
+    addSettings(record, options);
+    addGridOutput(outputs, options.grid);
+    if (options.flat) {
+        addObjOutput(outputs, *options.flat);
+        addCutOutput(outputs, *options.flat);
+    }
 }
 
 PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
-                      PrepareObserver const& observer) {
-    Preparation preparation(options, listener, observer);
-    preparation.requireUsableOptions();
+                      PrepareObserver const& observer, Record& record, Outputs& outputs) {
+    Preparation preparation(options, listener, observer, outputs);
     preparation.load();
     preparation.flatten();
     preparation.saveFlat();
     preparation.resample();
+    preparation.save();
+    addFigures(record, preparation.getResult());
     return preparation.getResult();
+}
+
+PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
+                      PrepareObserver const& observer) {
+    Record record("prepare");
+    Outputs outputs(record);
+    addPrepareFiles(options, record, outputs);
+    PrepareResult const result = prepare(options, listener, observer, record, outputs);
+    outputs.commit(listener);
+    if (observer && result.isWritten) {
+        observer(PrepareStage::Saved, result);
+    }
+    return result;
 }
 
 } // namespace QELT::Inspection

@@ -2,14 +2,20 @@
 
 #include "Inspection/export.h"
 #include "Inspection/grids/gridsummary.h"
-#include "Inspection/maps/flattening.h"
+#include "Inspection/grids/quadsizes.h"
+#include "Inspection/maps/mapcandidate.h"
 #include "Inspection/names.h"
 #include "Inspection/parts/meshsummary.h"
 #include "Inspection/parts/surfacerepair.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 /// The way from a part to its grid.
 namespace QELT::Inspection {
@@ -17,24 +23,29 @@ namespace QELT::Inspection {
 struct PrepareOptions {
     std::filesystem::path part; ///< mesh, an OBJ file, or cloud, an .xyz file
     std::filesystem::path grid; ///< grid to write, a .quads file
-    double quadArea = 0.0;      ///< mean of the quads, in the square of the part's unit; above 0
-    RepairOptions repair;       ///< of the surface through a cloud
-    FlatteningMode mode = FlatteningMode::Developable;
+    GridResolution resolution;
+    RepairOptions repair;               ///< of the surface through a cloud
+    std::optional<FlatteningMode> mode; ///< without one both are tried and the better map is taken
+    SolverKind solver = SolverKind::Direct;
     std::optional<std::filesystem::path> flat; ///< write the mesh with its flat coordinates to this OBJ file
     unsigned long extensionPasses = 0;         ///< invented rows of nodes around the part
     unsigned long smoothingPasses = 0;         ///< of the rim after each of them
+    bool isAccepted = false;                   ///< write a grid that is not fit for inspection, too
 };
 
-/// The mode that suits a part of this name if no other is wished: the outline of a surface through a cloud is
-/// too rough to be rolled out.
-QELT_INSPECTION_EXPORT FlatteningMode usualModeFor(std::filesystem::path const& part);
+/// Why a grid is not fit for inspection, and what to do.
+struct Shortcoming {
+    std::string what;
+    std::string remedy;
+};
 
 /// What is known of a preparation once a stage is behind it.
 enum class PrepareStage {
     Loaded,    ///< `part`, `repair` and `loadSeconds`
-    Flattened, ///< `flattening` and `flat` as well
+    Flattened, ///< `maps`, `chosen` and `mesh` as well
     FlatSaved, ///< the flat map's file is written; passed over if none is wished
-    Saved,     ///< all
+    Resampled, ///< all but `isWritten`; passed over if the map's solve failed
+    Saved,     ///< all; passed over if the grid is not fit and not accepted
 };
 
 /// Times are of the work alone, without what is reported of it.
@@ -42,21 +53,42 @@ struct PrepareResult {
     MeshSummary part;
     std::optional<RepairReport> repair; ///< of a cloud
     double loadSeconds = 0.0;           ///< with the reconstruction, where there was one
-    FlatteningReport flattening;
-    FlatSummary flat;
+    std::vector<MapCandidate> maps;     ///< one a mode that was tried
+    std::size_t chosen = 0;             ///< of the maps
+    std::shared_ptr<Mesh> mesh;         ///< with the flat coordinates of the chosen map
+    GridSpacing spacing;                ///< with the area that quads were to have on average
     GridSummary grid;
-    NanNodes nanNodes; ///< before the grid was extended
+    QuadSizes sizes;   ///< of the part's own quads, before the grid was extended
+    NanNodes nanNodes; ///< likewise
     double resampleSeconds = 0.0;
+    std::shared_ptr<Grid> surface; ///< the grid itself, also if it is not written; null where none was made
+    std::vector<Shortcoming> shortcomings; ///< none if the grid is fit for inspection
+    bool isWritten = false;
+
+    MapCandidate const& map() const { return maps.at(chosen); }
+
+    bool isFit() const { return shortcomings.empty(); }
 };
 
 /// Is told of each stage when it is done, before the next begins.
 using PrepareObserver = std::function<void(PrepareStage, PrepareResult const&)>;
 
-/// Loads the part, flattens it, resamples the flat map into a grid and writes that. Fails, before the long
-/// work, if the quad area is not above 0 or a file cannot be read or written; if the mesh is closed; where
-/// the core refuses to flatten or to resample; and if the grid would hold more than 64 million quads. What
-/// was found until a failure the observer has been told.
+/// Loads the part, flattens it, resamples the flat map into a grid and writes that. A grid whose map was not
+/// solved or turns over more than a thousandth of the triangles, which holds NaNs, or whose quads differ too
+/// much in size, is not fit for inspection and, unless accepted, not written: the result tells why. Fails,
+/// before the long work, if the resolution is not above 0 or a file cannot be read or written; if the mesh is
+/// closed; where the core refuses to flatten or to resample; and if the grid would hold more than 64 million
+/// quads. What was found until a failure the observer has been told.
 QELT_INSPECTION_EXPORT PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
                                              PrepareObserver const& observer = {});
+
+/// Tells what is read, how, and what is written, before a preparation in a run that writes more. Fails as
+/// above before the long work.
+QELT_INSPECTION_EXPORT void addPrepareFiles(PrepareOptions const& options, Record& record, Outputs& outputs);
+
+/// The preparation itself, with what it finds; the stage `Saved` is told by who commits the outputs.
+QELT_INSPECTION_EXPORT PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
+                                             PrepareObserver const& observer, Record& record,
+                                             Outputs& outputs);
 
 } // namespace QELT::Inspection

@@ -5,6 +5,20 @@
 
 namespace QELT::Inspection {
 
+namespace {
+
+void save(Mesh const& mesh, Destination const& to, Destination const& cut, bool doSaveFlat) {
+    naming(to.name.string(), [&] { mesh.save(to.file.c_str(), cut.file.c_str(), doSaveFlat, false); });
+}
+
+/// The core makes no file of a cut that there is not.
+Destination cutIn(Outputs& outputs, Mesh const& mesh, std::filesystem::path const& path) {
+    auto const cut = cutFileOf(path);
+    return mesh.getCutEdgeIndices().first.empty() ? Destination(cut) : outputs.at(cut);
+}
+
+} // namespace
+
 ObjContents loadObj(Mesh& mesh, std::filesystem::path const& path) {
     requireReadable(path);
     return naming(path.string(), [&] {
@@ -16,11 +30,21 @@ std::filesystem::path cutFileOf(std::filesystem::path const& path) {
     return path.parent_path() / (path.filename().string() + "\\" + path.stem().string() + "_cut_indices.txt");
 }
 
-void requireObjOutput(std::filesystem::path const& path) {
+std::vector<std::filesystem::path> objFilesOf(std::filesystem::path const& path) {
+    std::error_code ignored;
+    auto const cut = cutFileOf(path);
+    return std::filesystem::exists(cut, ignored) ? std::vector{path, cut} : std::vector{path};
+}
+
+void addObjOutput(Outputs& outputs, std::filesystem::path const& path) {
     if (path.extension() != ".obj") {
         throw Failure(path.string() + ": the name of a mesh file must end in .obj");
     }
-    requireWritable(path);
+    outputs.add(path);
+}
+
+void addCutOutput(Outputs& outputs, std::filesystem::path const& path) {
+    outputs.addBeside(cutFileOf(path), path);
 }
 
 void requireNoCutBeside(std::filesystem::path const& path) {
@@ -32,11 +56,19 @@ void requireNoCutBeside(std::filesystem::path const& path) {
 }
 
 void saveObj(Mesh const& mesh, std::filesystem::path const& path) {
-    naming(path.string(), [&] { mesh.save(path.c_str(), cutFileOf(path).c_str(), false, false); });
+    save(mesh, path, cutFileOf(path), false);
+}
+
+void saveObj(Mesh const& mesh, std::filesystem::path const& path, Outputs& outputs) {
+    save(mesh, outputs.at(path), cutIn(outputs, mesh, path), false);
 }
 
 void saveFlatObj(Mesh const& mesh, std::filesystem::path const& path) {
-    naming(path.string(), [&] { mesh.save(path.c_str(), cutFileOf(path).c_str(), true, false); });
+    save(mesh, path, cutFileOf(path), true);
+}
+
+void saveFlatObj(Mesh const& mesh, std::filesystem::path const& path, Outputs& outputs) {
+    save(mesh, outputs.at(path), cutIn(outputs, mesh, path), true);
 }
 
 } // namespace QELT::Inspection

@@ -2,8 +2,10 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
+#include "Inspection/records/outputs.h"
 
 #include <filesystem>
+#include <vector>
 
 namespace QELT::Inspection {
 
@@ -20,17 +22,27 @@ QELT_INSPECTION_EXPORT ObjContents loadObj(Mesh& mesh, std::filesystem::path con
 /// directory.
 QELT_INSPECTION_EXPORT std::filesystem::path cutFileOf(std::filesystem::path const& path);
 
-/// Throws a `Failure` unless the name ends in ".obj" and the file can be written.
-QELT_INSPECTION_EXPORT void requireObjOutput(std::filesystem::path const& path);
+/// The files that a mesh is read from: itself, and its cut where there is one.
+QELT_INSPECTION_EXPORT std::vector<std::filesystem::path> objFilesOf(std::filesystem::path const& path);
+
+/// Adds a mesh to what a run writes. Fails as `Outputs::add` does, and unless the name ends in ".obj".
+QELT_INSPECTION_EXPORT void addObjOutput(Outputs& outputs, std::filesystem::path const& path);
+
+/// Adds the cut as well that lies beside such a mesh if it has one.
+QELT_INSPECTION_EXPORT void addCutOutput(Outputs& outputs, std::filesystem::path const& path);
 
 /// Throws a `Failure` if a cut of an earlier mesh lies where `path` is to be written: it would be read as the
 /// new one's.
 QELT_INSPECTION_EXPORT void requireNoCutBeside(std::filesystem::path const& path);
 
-/// Saves the surface, and its cut beside it. Failures name the file.
+/// Saves the surface, and its cut beside it. Failures name the file. As outputs of a run mesh and cut have to
+/// be added first.
 QELT_INSPECTION_EXPORT void saveObj(Mesh const& mesh, std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT void saveObj(Mesh const& mesh, std::filesystem::path const& path, Outputs& outputs);
 
-/// Saves the mesh with its flat coordinates, and its cut beside it. Failures name the file.
+/// The same of the mesh with its flat coordinates.
 QELT_INSPECTION_EXPORT void saveFlatObj(Mesh const& mesh, std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT void saveFlatObj(Mesh const& mesh, std::filesystem::path const& path,
+                                        Outputs& outputs);
 
 } // namespace QELT::Inspection

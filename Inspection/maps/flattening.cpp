@@ -2,6 +2,7 @@
 
 #include "Inspection/records/stopwatch.h"
 
+#include <cmath>
 #include <iostream>
 
 namespace QELT::Inspection {
@@ -29,16 +30,105 @@ private:
     std::streambuf* buffer;
 };
 
+/// Attaches a solver to a mesh for as long as the object lives; null stands for the core's own.
+class AttachedSolver {
+public:
+    AttachedSolver(Mesh& ownedMesh, DirectSolver* solver)
+        : mesh(ownedMesh), former(ownedMesh.getLinearSolver()) {
+        mesh.setLinearSolver(solver);
+    }
+
+    ~AttachedSolver() { mesh.setLinearSolver(former); }
+
+    AttachedSolver(AttachedSolver const&) = delete;
+    AttachedSolver& operator=(AttachedSolver const&) = delete;
+
+private:
+    Mesh& mesh;
+    QELT::LinearAlgebra::LinearSolver* former;
+};
+
+/// What was solved, as doubts name it.
+struct Subject {
+    std::string name;
+    std::string inaccurateRemedy;
+};
+
+std::string doubtOf(Subject const& subject, DirectSolve const& solve) {
+    switch (solve.state) {
+    case DirectSolveState::Solved:
+    case DirectSolveState::SolvedByLu:
+        break;
+    case DirectSolveState::NotFinite:
+        return "the " + subject.name + " has triangles without area or edges without length: repair the part";
+    case DirectSolveState::Undetermined:
+        return "the " + subject.name + " is held by nothing in places: keep one sheet of the part";
+    case DirectSolveState::Inaccurate:
+        return "the " + subject.name + " is solved badly: " + subject.inaccurateRemedy;
+    }
+    return {};
+}
+
+std::string doubtOf(Subject const& subject, SolveReport const& solve) {
+    if (solve.hasConverged) {
+        return {};
+    }
+    return "the " + subject.name + "'s solve did not converge: " +
+           (std::isnan(solve.residual) ? "repair triangles without area" : "use the direct solver");
+}
+
+/// The rim's doubt is the first: the inside hangs on it.
+std::string doubtOf(FlatteningReport const& report) {
+    Subject const rim{"rim", "pin two corners instead of rolling it out, or smooth it"};
+    Subject const inside{"inside", "take slivers out of the mesh"};
+    std::string doubt;
+    if (report.solver == SolverKind::Direct) {
+        doubt = report.boundary ? doubtOf(rim, *report.boundary) : "";
+        return doubt.empty() && report.inside ? doubtOf(inside, *report.inside) : doubt;
+    }
+    doubt = report.solves.boundary ? doubtOf(rim, *report.solves.boundary) : "";
+    return doubt.empty() && report.solves.inside ? doubtOf(inside, *report.solves.inside) : doubt;
+}
+
+void flattenDirectly(Mesh& mesh, bool isPinned, FlatteningReport& report) {
+    DirectSolver solver;
+    AttachedSolver const attached(mesh, &solver);
+    mesh.conformalMap(isPinned, nullptr, false);
+    report.boundary = solver.getLeastSquares();
+    report.inside = solver.getSymmetric();
+}
+
+void flattenByGradients(Mesh& mesh, bool isPinned) {
+    Silence const silence(std::cout);
+    AttachedSolver const attached(mesh, nullptr);
+    mesh.conformalMap(isPinned, nullptr, false);
+}
+
 } // namespace
 
-FlatteningReport flatten(Mesh& mesh, FlatteningMode mode, ProgressListener* listener) {
+double relativeResidualOf(SolveReport const& solve) {
+    return solve.residual == 0.0 ? 0.0 : solve.residual / solve.rightSide;
+}
+
+FlatteningReport flatten(Mesh& mesh, FlatteningOptions const& options, ProgressListener* listener) {
     Stopwatch const watch;
     mesh.setProgressListener(listener);
-    {
-        Silence const silence(std::cout);
-        mesh.conformalMap(mode == FlatteningMode::Pinned, nullptr, false);
+    bool const isPinned = options.mode == FlatteningMode::Pinned;
+    FlatteningReport report;
+    report.solver = options.solver;
+    if (options.solver == SolverKind::Direct) {
+        flattenDirectly(mesh, isPinned, report);
+    } else {
+        flattenByGradients(mesh, isPinned);
     }
-    return {mesh.getConformalMapReport(), watch.seconds()};
+    report.solves = mesh.getConformalMapReport();
+    report.seconds = watch.seconds();
+    report.doubt = doubtOf(report);
+    return report;
+}
+
+FlatteningReport flatten(Mesh& mesh, FlatteningMode mode, ProgressListener* listener) {
+    return flatten(mesh, {mode, SolverKind::Direct}, listener);
 }
 
 } // namespace QELT::Inspection

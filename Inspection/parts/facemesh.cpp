@@ -50,8 +50,8 @@ std::size_t dropLoosePoints(FaceMesh& mesh) {
     return looseCount;
 }
 
-void writeFaces(FaceMesh const& mesh, std::filesystem::path const& path) {
-    std::ofstream file(path);
+void writeFaces(FaceMesh const& mesh, Destination const& to) {
+    std::ofstream file(to.file);
     for (Point const& point : mesh.points) {
         file << "v " << toExactText(point.getX()) << ' ' << toExactText(point.getY()) << ' '
              << toExactText(point.getZ()) << '\n';
@@ -62,7 +62,7 @@ void writeFaces(FaceMesh const& mesh, std::filesystem::path const& path) {
     }
     file.close();
     if (!file) {
-        throw Failure(path.string() + ": cannot be written");
+        throw Failure(to.name.string() + ": cannot be written");
     }
 }
 

@@ -2,8 +2,8 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
+#include "Inspection/records/outputs.h"
 
-#include <filesystem>
 #include <vector>
 
 namespace QELT::Inspection {
@@ -22,6 +22,6 @@ QELT_INSPECTION_EXPORT FaceMesh faceMeshOf(Mesh const& mesh);
 QELT_INSPECTION_EXPORT std::size_t dropLoosePoints(FaceMesh& mesh);
 
 /// Writes an OBJ file that reads back as the same points and faces. Failures name the file.
-QELT_INSPECTION_EXPORT void writeFaces(FaceMesh const& mesh, std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT void writeFaces(FaceMesh const& mesh, Destination const& to);
 
 } // namespace QELT::Inspection

@@ -5,9 +5,10 @@
 #include "Inspection/import/objfile.h"
 #include "Inspection/import/xyzfile.h"
 #include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
 #include "Inspection/records/numbers.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 
 #include <algorithm>
 #include <cmath>
@@ -34,17 +35,14 @@ void requireOptions(ImportOptions const& options) {
             "the tolerance of welding must be 0 or a length");
 }
 
-void requireOutput(ImportOptions const& options) {
-    std::error_code ignored;
-    require(!std::filesystem::equivalent(options.in, options.out, ignored),
-            options.out.string() + ": is also the input");
+void addOutput(Outputs& outputs, ImportOptions const& options) {
     if (isCloudFile(options.out)) {
-        requireWritable(options.out);
+        outputs.add(options.out);
         return;
     }
     require(options.out.extension() == ".obj",
             options.out.string() + ": the name must end in .obj for a mesh, in .xyz for points");
-    requireObjOutput(options.out);
+    addObjOutput(outputs, options.out);
     requireNoCutBeside(options.out);
 }
 
@@ -168,11 +166,11 @@ void writeTriangles(std::ostream& output, std::vector<Corners> const& triangles)
 }
 
 template <class Write>
-void writeFile(std::filesystem::path const& path, Write write) {
-    std::ofstream output(path, std::ios::binary);
+void writeFile(Destination const& to, Write write) {
+    std::ofstream output(to.file, std::ios::binary);
     write(output);
     output.close();
-    require(!output.fail(), path.string() + ": cannot be written to its end");
+    require(!output.fail(), to.name.string() + ": cannot be written to its end");
 }
 
 /// From here on points are those of single precision.
@@ -193,7 +191,7 @@ void repairTriangles(PartAsRead& part, std::vector<Corners>& triangles, ImportOp
     triangles = std::move(mesh.faces);
 }
 
-void writeMesh(PartAsRead& part, ImportOptions const& options, ImportResult& result) {
+void writeMesh(PartAsRead& part, ImportOptions const& options, Destination const& to, ImportResult& result) {
     auto triangles = trianglesOf(part, result);
     require(!triangles.empty(), options.in.string() + ": all triangles are degenerate");
     dropUnused(part.points, triangles);
@@ -202,22 +200,45 @@ void writeMesh(PartAsRead& part, ImportOptions const& options, ImportResult& res
         require(!triangles.empty(), options.in.string() + ": nothing is left of the part by its repair");
         result.trianglesOut = triangles.size();
     }
-    writeFile(options.out, [&](std::ostream& output) {
+    writeFile(to, [&](std::ostream& output) {
         writePoints(output, part.points, "v ");
         writeTriangles(output, triangles);
     });
+}
+
+void describe(Record& record, ImportOptions const& options, ImportResult const& result) {
+    record.setting("scale", options.scale);
+    record.setting("weldTolerance", result.weldTolerance);
+    record.figure("format", nameOf(result.format));
+    record.figure("pointsIn", result.pointsIn);
+    record.figure("pointsOut", result.pointsOut);
+    record.figure("weldedPoints", result.weldedCount);
+    record.figure("unusedPoints", result.unusedCount);
+    record.figure("polygons", result.polygonCount);
+    record.figure("trianglesIn", result.trianglesIn);
+    record.figure("trianglesOut", result.trianglesOut);
+    record.figure("degenerateTriangles", result.degenerateCount);
+    record.figure("crossingPolygons", result.crossingCount);
+    record.figure("size", result.size);
+    record.figure("reach", result.reach);
+    if (result.repair) {
+        addFigures(record, *result.repair);
+    }
 }
 
 } // namespace
 
 ImportResult importPart(ImportOptions const& options, ProgressListener* listener) {
     requireOptions(options);
+    Record record("import");
+    record.addInput(options.in);
+    Outputs outputs(record);
+    addOutput(outputs, options);
     announce(listener, "Reading part");
     PartAsRead part = readPartFile(options.in);
     bool const isCloudAsked = isCloudFile(options.out);
     require(part.isMesh() || isCloudAsked,
             options.in.string() + ": holds points and no polygons; name an output that ends in .xyz");
-    requireOutput(options);
     return naming(options.in.string(), [&] {
         ImportResult result;
         result.format = part.format;
@@ -230,11 +251,14 @@ ImportResult importPart(ImportOptions const& options, ProgressListener* listener
         weldPart(part, options, result);
         announce(listener, "Writing part");
         if (isCloudAsked) {
-            writeFile(options.out, [&](std::ostream& output) { writePoints(output, part.points, ""); });
+            writeFile(outputs.at(options.out),
+                      [&](std::ostream& output) { writePoints(output, part.points, ""); });
         } else {
-            writeMesh(part, options, result);
+            writeMesh(part, options, outputs.at(options.out), result);
         }
         result.pointsOut = part.points.size();
+        describe(record, options, result);
+        outputs.commit(listener);
         return result;
     });
 }

@@ -21,6 +21,20 @@ bool isNearSides(Triangle const& triangle, FlatPoint const& place, double tolera
     return false;
 }
 
+void measure(Mesh const& mesh, std::vector<Triangle*> const& triangles, MeshSummary& summary) {
+    for (unsigned long i = 0; i < mesh.getNumberOfVertices(); ++i) {
+        Point const& point = mesh.getVertex(i).getPoint3D();
+        summary.low = i == 0 ? point : summary.low;
+        summary.high = i == 0 ? point : summary.high;
+        summary.low.setMin(point);
+        summary.high.setMax(point);
+    }
+    for (Triangle const* const triangle : triangles) {
+        Edge const edge = triangle->getEdge(0);
+        summary.area += 0.5 * std::sqrt(edge.vphi3().cross(edge.rot().vphi3()).lSqr());
+    }
+}
+
 } // namespace
 
 std::vector<Triangle*> trianglesOf(Mesh const& mesh) {
@@ -40,8 +54,28 @@ std::vector<BoundaryLoop> boundaryLoopsOf(Mesh const& mesh) {
 
 MeshSummary meshSummaryOf(Mesh const& mesh) {
     auto const triangles = trianglesOf(mesh);
-    return {mesh.getNumberOfVertices(), triangles.size(), mesh.getUnlistedTriangles().size(),
-            mesh.getCutEdgeIndices().first.size(), boundaryLoopsOf(mesh)};
+    MeshSummary summary;
+    summary.vertexCount = mesh.getNumberOfVertices();
+    summary.faceCount = triangles.size();
+    summary.unlistedCount = mesh.getUnlistedTriangles().size();
+    summary.cutEntryCount = mesh.getCutEdgeIndices().first.size();
+    summary.loops = boundaryLoopsOf(mesh);
+    measure(mesh, triangles, summary);
+    return summary;
+}
+
+void addFigures(Record& record, MeshSummary const& summary) {
+    record.figure("vertices", summary.vertexCount);
+    record.figure("faces", summary.faceCount);
+    record.figure("boundaryLoops", summary.loops.size());
+    if (summary.cutEntryCount > 0) {
+        record.figure("cutEntries", summary.cutEntryCount);
+    }
+    if (summary.vertexCount > 0) {
+        record.figure("low", summary.low);
+        record.figure("high", summary.high);
+    }
+    record.figure("area", summary.area);
 }
 
 double twiceFlatArea(Triangle const& triangle) {
@@ -79,25 +113,6 @@ std::size_t flatlessTrianglesAt(std::vector<FlatPoint> const& places, std::vecto
         std::count_if(triangles.begin(), triangles.end(), [&](Triangle const* triangle) {
             return !(std::abs(twiceFlatArea(*triangle)) > 0.0) && covers(triangle);
         }));
-}
-
-double expectedSpacing(std::vector<Triangle*> const& triangles, double quadArea) {
-    double stretchSum = 0.0;
-    double count = 0.0;
-    for (Triangle const* const triangle : triangles) {
-        double const flatArea = std::abs(twiceFlatArea(*triangle));
-        if (flatArea > 0.0) {
-            Edge const edge = triangle->getEdge(0);
-            stretchSum += std::sqrt(edge.vphi3().cross(edge.rot().vphi3()).lSqr()) / flatArea;
-            count += 1.0;
-        }
-    }
-    return std::sqrt(quadArea / (stretchSum / count));
-}
-
-GridSize expectedGridSize(FlatSummary const& flat, std::vector<Triangle*> const& triangles, double quadArea) {
-    double const spacing = expectedSpacing(triangles, quadArea);
-    return {flat.width / spacing, flat.height / spacing};
 }
 
 } // namespace QELT::Inspection

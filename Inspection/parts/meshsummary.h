@@ -2,6 +2,7 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
+#include "Inspection/records/record.h"
 
 #include <cstddef>
 #include <vector>
@@ -23,9 +24,15 @@ struct MeshSummary {
     std::size_t unlistedCount = 0; ///< faces besides, which the mesh does not list: it meets itself in points
     std::size_t cutEntryCount = 0; ///< pairs of vertices along a cut
     std::vector<BoundaryLoop> loops; ///< the longest first; none if the mesh is closed
+    Point low;                       ///< of the box of its vertices; meaningful only with a vertex
+    Point high;
+    double area = 0.0; ///< of the listed faces
 };
 
 QELT_INSPECTION_EXPORT MeshSummary meshSummaryOf(Mesh const& mesh);
+
+/// Tells a record the counts, the box and the area.
+QELT_INSPECTION_EXPORT void addFigures(Record& record, MeshSummary const& summary);
 
 /// Twice the signed area of a triangle in the flat map; negative where the map has turned it over.
 QELT_INSPECTION_EXPORT double twiceFlatArea(Triangle const& triangle);
@@ -46,20 +53,5 @@ QELT_INSPECTION_EXPORT FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<T
 QELT_INSPECTION_EXPORT std::size_t flatlessTrianglesAt(std::vector<FlatPoint> const& places,
                                                        std::vector<Triangle*> const& triangles,
                                                        double spacing);
-
-/// Size of a grid in quads along the two axes.
-struct GridSize {
-    double u = 0.0;
-    double v = 0.0;
-};
-
-/// About the size of the grid that resampling for a quad area makes of a flat map. The spacing follows from
-/// the mean of the triangles' stretch, so a map that shrinks some of them to almost nothing makes a huge
-/// grid. No number if no triangle has a flat area.
-QELT_INSPECTION_EXPORT GridSize expectedGridSize(FlatSummary const& flat,
-                                                 std::vector<Triangle*> const& triangles, double quadArea);
-
-/// The distance in the flat map of the nodes of that grid.
-QELT_INSPECTION_EXPORT double expectedSpacing(std::vector<Triangle*> const& triangles, double quadArea);
 
 } // namespace QELT::Inspection

@@ -6,6 +6,8 @@
 #include "Inspection/parts/internal/readfaces.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/internal/announce.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 
 #include <algorithm>
 #include <cmath>
@@ -257,17 +259,51 @@ CropReport cropFaces(FaceMesh& mesh, CropChoice const& choice) {
     return report;
 }
 
+namespace {
+
+void addSettings(Record& record, CropChoice const& choice) {
+    for (CropBox const& box : choice.boxes) {
+        record.setting("boxLow", box.low);
+        record.setting("boxHigh", box.high);
+    }
+    for (CropPlane const& plane : choice.planes) {
+        record.setting("planePlace", plane.place);
+        record.setting("planeNormal", plane.normal);
+    }
+    if (choice.facing) {
+        record.setting("facing", choice.facing->direction);
+        record.setting("facingAngle", choice.facing->angle);
+    }
+    if (choice.growth) {
+        record.setting("growthPlace", choice.growth->place);
+        record.setting("growthCrease", choice.growth->crease);
+    }
+    record.setting("islandShare", choice.islandShare);
+}
+
+void addFigures(Record& record, CropReport const& report) {
+    record.figure("facesKept", report.keptCount);
+    record.figure("facesUnwanted", report.unwantedCount);
+    record.figure("islandFaces", report.islandFaceCount);
+    record.figure("otherSheets", report.sheetCount);
+    record.figure("otherSheetFaces", report.sheetFaceCount);
+    record.figure("pinchedFaces", report.pinchedCount);
+    record.figure("faultyFaces", report.faultyCount);
+}
+
+} // namespace
+
 CropResult cropPart(CropOptions const& options, ProgressListener* listener) {
     std::string const part = options.part.string();
+    Record record("crop");
+    record.addInput(options.part);
+    Outputs outputs(record);
+    addObjOutput(outputs, options.result);
+    requireNoCutBeside(options.result);
     announce(listener, "Reading part");
     FaceMesh mesh = readFaces(options.part).mesh;
     require(!mesh.faces.empty(),
             part + ": holds points and no faces; make a surface of it first: cscan reconstruct");
-    std::error_code ignored;
-    require(!std::filesystem::equivalent(options.part, options.result, ignored),
-            options.result.string() + ": is also the input");
-    requireObjOutput(options.result);
-    requireNoCutBeside(options.result);
     announce(listener, "Cutting out");
     CropResult result;
     try {
@@ -275,11 +311,14 @@ CropResult cropPart(CropOptions const& options, ProgressListener* listener) {
     } catch (Failure const& failure) {
         throw Failure(part + ": " + failure.what());
     }
-    writeFaces(mesh, options.result);
+    writeFaces(mesh, outputs.at(options.result));
+    addSettings(record, options.choice);
+    addFigures(record, result.crop);
     result.analysis = analysePart(mesh);
     result.mode = suggestedModeOf(result.analysis);
     result.faults = faultsOf(mesh, result.analysis, options.result);
     result.nextCommands = nextCommands(result.analysis, result.faults, options.result);
+    outputs.commit(listener);
     return result;
 }
 

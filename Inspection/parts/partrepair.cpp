@@ -124,4 +124,20 @@ PartRepairReport repairPart(FaceMesh& mesh, PartRepairOptions const& options) {
     return report;
 }
 
+void addFigures(Record& record, PartRepairReport const& report) {
+    record.figure("repairWeldTolerance", report.weldTolerance);
+    record.figure("repairWeldedPoints", report.weldedCount);
+    record.figure("repairStrayFaces", report.strayCount);
+    record.figure("repairCollapsedFaces", report.collapsedCount);
+    record.figure("repairDuplicateFaces", report.duplicateCount);
+    record.figure("repairFlatFaces", report.flatCount);
+    record.figure("repairCrowdedFaces", report.crowdedCount);
+    record.figure("repairLesserFaces", report.lesserCount);
+    record.figure("repairTurnedFaces", report.turnedCount);
+    record.figure("repairSplitPoints", report.splitCount);
+    record.figure("repairClosedHoles", report.closedCount);
+    record.figure("repairAddedFaces", report.addedCount);
+    record.figure("repairUnusedPoints", report.unusedCount);
+}
+
 } // namespace QELT::Inspection

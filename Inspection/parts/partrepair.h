@@ -2,6 +2,7 @@
 
 #include "Inspection/export.h"
 #include "Inspection/parts/facemesh.h"
+#include "Inspection/records/record.h"
 
 #include <cstddef>
 #include <optional>
@@ -31,6 +32,9 @@ struct PartRepairReport {
     std::size_t addedCount = 0;     ///< faces added for that
     std::size_t unusedCount = 0;    ///< points left out
 };
+
+/// Tells a record what was changed.
+QELT_INSPECTION_EXPORT void addFigures(Record& record, PartRepairReport const& report);
 
 /// Mends what can be without moving a point, in the order of the report. A face without area has a point on
 /// its longest side; that side's other face is divided there. At sides of more than two faces the two that go

@@ -3,8 +3,9 @@
 #include "Inspection/import/objfile.h"
 #include "Inspection/import/xyzfile.h"
 #include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 #include "Inspection/records/stopwatch.h"
 
 #include <algorithm>
@@ -40,6 +41,17 @@ BuiltSurface surfaceFromEitherSide(std::vector<Point> points) {
 
 } // namespace
 
+namespace {
+
+void addFigures(Record& record, RepairReport const& repair) {
+    record.figure("droppedTriangles", repair.droppedCount);
+    record.figure("loosePoints", repair.looseCount);
+    record.figure("closedHoles", repair.closedCount);
+    record.figure("handles", repair.handleCount);
+}
+
+} // namespace
+
 Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions const& options) {
     auto const points = readCloudFile(cloud);
     BuiltSurface const built = naming(cloud.string(), [&] { return surfaceFromEitherSide(points); });
@@ -54,18 +66,27 @@ Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions
 }
 
 ReconstructResult reconstruct(ReconstructOptions const& options, ProgressListener* listener) {
-    requireReadable(options.cloud);
-    requireObjOutput(options.part);
+    Record record("reconstruct");
+    record.addInput(options.cloud);
+    Outputs outputs(record);
+    addObjOutput(outputs, options.part);
     requireNoCutBeside(options.part);
     announce(listener, "Reconstructing...");
     Stopwatch const watch;
     auto const [surface, repair] = reconstructFrom(options.cloud, options.repair);
     double const seconds = watch.seconds();
-    writeFaces(surface, options.part);
+    checkpoint(listener);
+    writeFaces(surface, outputs.at(options.part));
     Mesh mesh;
     mesh.setProgressListener(listener);
-    loadObj(mesh, options.part);
-    return {meshSummaryOf(mesh), repair, seconds};
+    loadObj(mesh, outputs.at(options.part).file);
+    ReconstructResult const result{meshSummaryOf(mesh), repair, seconds};
+    record.setting("maxSide", options.repair.longestSide);
+    record.setting("fillHoles", options.repair.largestHole);
+    Inspection::addFigures(record, result.part);
+    addFigures(record, repair);
+    outputs.commit(listener);
+    return result;
 }
 
 } // namespace QELT::Inspection

@@ -4,7 +4,8 @@
 #include "Inspection/parts/internal/readfaces.h"
 #include "Inspection/parts/partfaults.h"
 #include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 
 #include <array>
 #include <cmath>
@@ -154,16 +155,28 @@ CutPlane slit(Mesh& mesh, std::filesystem::path const& path, TubeCut const& cut)
 CutResult cut(CutOptions const& options, ProgressListener* listener) {
     require(options.cut.axis < axisNames.size() && options.cut.normalAxis < axisNames.size(),
             options.part.string() + ": a cut's axes are numbered 0 to 2");
-    requireReadable(options.part);
-    requireObjOutput(options.result);
-    requireWritable(cutFileOf(options.result));
+    Record record("cut");
+    for (auto const& file : objFilesOf(options.part)) {
+        record.addInput(file);
+    }
+    Outputs outputs(record);
+    addObjOutput(outputs, options.result);
+    addCutOutput(outputs, options.result);
     Mesh mesh;
     mesh.setProgressListener(listener);
     explaining(
         options.part, [&] { return readFaces(options.part).mesh; }, [&] { loadObj(mesh, options.part); });
     CutPlane const plane = slit(mesh, options.part, options.cut);
-    saveObj(mesh, options.result);
-    return {meshSummaryOf(mesh), plane, cutFileOf(options.result)};
+    saveObj(mesh, options.result, outputs);
+    CutResult const result{meshSummaryOf(mesh), plane, cutFileOf(options.result)};
+    record.setting("start", options.cut.isFromGreatest ? "max" : "min");
+    record.setting("axis", axisNames.at(options.cut.axis));
+    record.setting("across", axisNames.at(options.cut.normalAxis));
+    record.figure("isPlaneTurned", plane.isTurned);
+    record.figure("planeSlope", plane.slope);
+    addFigures(record, result.part);
+    outputs.commit(listener);
+    return result;
 }
 
 } // namespace QELT::Inspection

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Inspection/export.h"
+#include "Inspection/records/outputs.h"
 #include "Inspection/scanning/quadmap.h"
 #include "Inspection/scanning/scan.h"
 #include "Inspection/scanning/scanner.h"
@@ -11,16 +12,22 @@
 
 namespace QELT::Inspection {
 
-/// The three images' names: the prefix followed by "distance.png", "angle.png" and "coverage.png". A prefix
-/// that names a file and doesn't end in a separator gets an underscore between.
+/// Names of images: the prefix followed by each name and ".png". A prefix that names a file and doesn't end
+/// in a separator gets an underscore between.
+QELT_INSPECTION_EXPORT std::vector<std::filesystem::path> imagePaths(std::string const& prefix,
+                                                                     std::vector<std::string> const& names);
+
+/// Those of a scan: "distance", "angle" and "coverage".
 QELT_INSPECTION_EXPORT std::vector<std::filesystem::path> imagePaths(std::string const& prefix);
 
+/// Adds the three images to what a run writes.
+QELT_INSPECTION_EXPORT void addScanImages(Outputs& outputs, std::string const& prefix);
+
 /// Writes the C-scan images, on the quads of `surface`, of distance, angle error and coverage and returns
-/// their names.
-QELT_INSPECTION_EXPORT std::vector<std::filesystem::path> writeScanImages(std::string const& prefix,
-                                                                          QuadMap const& surface,
-                                                                          std::vector<Hit> const& hits,
-                                                                          std::string const& unit);
+/// their names. They have been added to the outputs.
+QELT_INSPECTION_EXPORT std::vector<std::filesystem::path>
+writeScanImages(std::string const& prefix, QuadMap const& surface, std::vector<Hit> const& hits,
+                std::string const& unit, Outputs& outputs, ProgressListener* listener);
 
 struct DrawnScanOptions {
     ScanOptions scan;

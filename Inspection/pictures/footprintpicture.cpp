@@ -4,9 +4,10 @@
 #include "Inspection/pictures/internal/figure.h"
 #include "Inspection/pictures/pngfile.h"
 #include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
 #include "Inspection/records/numbers.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 
 #include <cmath>
 
@@ -28,6 +29,25 @@ QuadMap distancesFrom(Point const& origin, Grid const& grid) {
     return map;
 }
 
+std::vector<double> pairOf(FlatPoint const& point) {
+    return {point.getU(), point.getV()};
+}
+
+void describe(Record& record, FootprintOptions const& options, Footprint const& footprint) {
+    record.setUnit(options.unit);
+    record.setting("origin", options.beam.origin);
+    record.setting("axisA", options.beam.axisA);
+    record.setting("axisB", options.beam.axisB);
+    record.setting("cotangent", options.beam.cotangent);
+    record.setting("apertureRadius", options.beam.apertureRadius);
+    record.figure("quad", std::vector<double>{static_cast<double>(footprint.quad.getU()),
+                                              static_cast<double>(footprint.quad.getV())});
+    record.figure("centre", pairOf(footprint.centre));
+    for (std::size_t i = 0; i < footprint.ends.size(); ++i) {
+        record.figure("end" + std::to_string(i + 1), pairOf(footprint.ends[i]));
+    }
+}
+
 } // namespace
 
 Image footprintPictureOf(Grid const& grid, SpreadingBeam const& beam, Footprint const& footprint,
@@ -44,14 +64,18 @@ Image footprintPictureOf(Grid const& grid, SpreadingBeam const& beam, Footprint 
 }
 
 Footprint drawFootprint(FootprintOptions const& options, ProgressListener* listener) {
-    requireReadable(options.grid);
-    requireWritable(options.image);
+    Record record("footprint");
+    record.addInput(options.grid);
+    Outputs outputs(record);
+    outputs.add(options.image);
     Grid grid;
     loadGrid(grid, options.grid);
     Footprint const footprint =
         naming(options.grid.string(), [&] { return footprintOf(grid, options.beam); });
     announce(listener, "Drawing...");
-    writePng(options.image, footprintPictureOf(grid, options.beam, footprint, options.unit));
+    writePng(outputs.at(options.image), footprintPictureOf(grid, options.beam, footprint, options.unit));
+    describe(record, options, footprint);
+    outputs.commit(listener);
     return footprint;
 }
 

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <png.h>
 #include <string>
@@ -31,10 +32,10 @@ static_assert(sizeof(Colour) == 3, "a picture of colours is handed to libpng as 
 
 // libpng is given an open stream and not the name: by name it deletes what it failed to write, be it a
 // device.
-void writePng(std::filesystem::path const& path, Image const& image) {
-    std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "wb"));
+void writePng(Destination const& to, Image const& image) {
+    std::unique_ptr<std::FILE, CloseFile> file(std::fopen(to.file.c_str(), "wb"));
     if (!file) {
-        failFor(path, systemReason());
+        failFor(to.name, systemReason());
     }
     png_image description{};
     description.version = PNG_IMAGE_VERSION;
@@ -42,10 +43,10 @@ void writePng(std::filesystem::path const& path, Image const& image) {
     description.height = static_cast<png_uint_32>(image.getHeight());
     description.format = PNG_FORMAT_RGB;
     if (png_image_write_to_stdio(&description, file.get(), 0, image.getRow(0), 0, nullptr) == 0) {
-        failFor(path, description.message);
+        failFor(to.name, description.message);
     }
     if (std::fflush(file.get()) != 0 || std::fclose(file.release()) != 0) {
-        failFor(path, systemReason());
+        failFor(to.name, systemReason());
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
+#include "Inspection/records/internal/announce.h"
 #include "Inspection/records/internal/textline.h"
 #include "Inspection/records/numbers.h"
 
@@ -18,7 +19,7 @@ namespace {
 
 constexpr std::array<std::string_view, 6> beamColumns = {"ox", "oy", "oz", "dx", "dy", "dz"};
 constexpr std::array<std::string_view, 6> pairColumns = {"sx", "sy", "sz", "tx", "ty", "tz"};
-constexpr std::string_view hitHeading = "u,v,x,y,z,distance,angle,valid";
+constexpr std::string_view hitHeading = "u,v,x,y,z,distance,angle,valid,state";
 
 std::vector<std::string_view> fieldsOf(std::string_view line) {
     auto fields = splitAtCommas(line);
@@ -94,8 +95,8 @@ PointPair pairOf(TextLine const& line, Row const& numbers) {
 }
 
 void writeHit(std::ostream& output, Hit const& hit) {
-    if (!hit.isValid) {
-        output << ",,,,,,,0\n";
+    if (!hit.isHit()) {
+        output << ",,,,,,,0,miss\n";
         return;
     }
     output << std::to_string(hit.quad.getU()) << ',' << std::to_string(hit.quad.getV());
@@ -106,7 +107,7 @@ void writeHit(std::ostream& output, Hit const& hit) {
     } else {
         output << ",,";
     }
-    output << ",1\n";
+    output << (hit.state == Hit::OnEdge ? ",1,edge\n" : ",1,hit\n");
 }
 
 } // namespace
@@ -140,19 +141,21 @@ std::vector<Beam> readBeamFile(std::filesystem::path const& path) {
     return readBeams(input, path.string());
 }
 
-void writeHits(std::ostream& output, std::vector<Hit> const& hits) {
+void writeHits(std::ostream& output, std::vector<Hit> const& hits, ProgressListener* listener) {
     output << hitHeading << '\n';
+    StepProgress progress(listener, hits.size());
     for (Hit const& hit : hits) {
+        progress.step();
         writeHit(output, hit);
     }
 }
 
-void writeHitFile(std::filesystem::path const& path, std::vector<Hit> const& hits) {
-    std::ofstream output(path);
-    writeHits(output, hits);
+void writeHitFile(Destination const& to, std::vector<Hit> const& hits, ProgressListener* listener) {
+    std::ofstream output(to.file);
+    writeHits(output, hits, listener);
     output.close();
     if (!output) {
-        throw Failure(path.string() + ": cannot be written");
+        throw Failure(to.name.string() + ": cannot be written");
     }
 }
 

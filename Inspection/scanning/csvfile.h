@@ -1,8 +1,9 @@
 #pragma once
 
 #include "Inspection/export.h"
+#include "Inspection/records/outputs.h"
 #include "Inspection/scanning/beam.h"
-#include "Inspection/scanning/scanner.h"
+#include "Inspection/scanning/hit.h"
 
 #include <filesystem>
 #include <iosfwd>
@@ -28,10 +29,12 @@ struct PointPair {
 QELT_INSPECTION_EXPORT std::vector<PointPair> readPairs(std::istream& input, std::string const& source);
 QELT_INSPECTION_EXPORT std::vector<PointPair> readPairFile(std::filesystem::path const& path);
 
-/// Writes the heading "u,v,x,y,z,distance,angle,valid" and one line a hit: quad indices, the point, distance,
-/// angle to the normal in radians, and 1 or 0. Every number reads back as the same value. What a miss or an
-/// unmeasured hit doesn't have is left empty.
-QELT_INSPECTION_EXPORT void writeHits(std::ostream& output, std::vector<Hit> const& hits);
-QELT_INSPECTION_EXPORT void writeHitFile(std::filesystem::path const& path, std::vector<Hit> const& hits);
+/// Writes the heading "u,v,x,y,z,distance,angle,valid,state" and one line a beam: quad indices, the point,
+/// distance, angle to the normal in radians, 1 for any hit or 0, and "hit", "edge" or "miss". Every number
+/// reads back as the same value. What a miss or an unmeasured hit doesn't have is left empty.
+QELT_INSPECTION_EXPORT void writeHits(std::ostream& output, std::vector<Hit> const& hits,
+                                      ProgressListener* listener = nullptr);
+QELT_INSPECTION_EXPORT void writeHitFile(Destination const& to, std::vector<Hit> const& hits,
+                                         ProgressListener* listener = nullptr);
 
 } // namespace QELT::Inspection

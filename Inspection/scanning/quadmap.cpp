@@ -98,7 +98,7 @@ QuadMaps quadMapsOf(QuadMap const& surface, std::vector<Hit> const& hits) {
     constexpr double degrees = 180.0 / std::numbers::pi;
     QuadMaps maps{surface, surface, surface};
     for (Hit const& hit : hits) {
-        if (hit.isValid && hit.isMeasured && isOnMap(hit.quad, surface)) {
+        if (hit.isHit() && hit.isMeasured && isOnMap(hit.quad, surface)) {
             addTo(maps.distance, hit.quad, hit.distance);
             addTo(maps.angleError, hit.quad, hit.angleError * degrees);
             addTo(maps.coverage, hit.quad, 1.0);

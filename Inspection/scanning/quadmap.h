@@ -2,7 +2,7 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
-#include "Inspection/scanning/scanner.h"
+#include "Inspection/scanning/hit.h"
 
 #include <cstddef>
 #include <vector>

@@ -3,9 +3,13 @@
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/grids/gridsummary.h"
 #include "Inspection/records/failure.h"
-#include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
+#include "Inspection/records/stopwatch.h"
 #include "Inspection/scanning/csvfile.h"
+#include "Inspection/scanning/suresearch.h"
+
+#include <functional>
+#include <utility>
 
 namespace QELT::Inspection {
 
@@ -23,39 +27,138 @@ std::vector<Beam> beamsOver(ScanOptions const& options, bool isEmpty, Point cons
     return rasterBeams(*options.raster, low, high);
 }
 
+/// The grids that are scanned, and what fires beams at the core's walk on them.
+struct Target {
+    std::vector<Grid const*> grids;
+    std::function<ScanResult(std::vector<Beam> const&)> walk;
+};
+
+ScanResult fireSurely(Scan& scan, Target const& target, std::vector<Beam> const& beams,
+                      ProgressListener* listener) {
+    announce(listener, "Setting up the search...");
+    Stopwatch const watch;
+    SureSearch const search(target.grids);
+    scan.setUpSeconds = watch.seconds();
+    scan.searchMemory = search.getMemory();
+    announce(listener, "Firing beams...");
+    return fireBeams(search, beams, listener);
+}
+
+/// Fires the beams in the way asked for, or in both ways to compare them.
+void fire(Scan& scan, Target const& target, std::vector<Beam> const& beams, ScanOptions const& options,
+          ProgressListener* listener) {
+    scan.search = options.search;
+    std::optional<ScanResult> sure;
+    std::optional<ScanResult> walk;
+    if (options.search == BeamSearch::Sure || options.doCompare) {
+        sure = fireSurely(scan, target, beams, listener);
+    }
+    if (options.search == BeamSearch::Walk || options.doCompare) {
+        announce(listener, sure ? "Walking for comparison..." : "Firing beams...");
+        walk = target.walk(beams);
+    }
+    if (sure && walk) {
+        scan.comparison = comparisonOf(*sure, *walk);
+    }
+    scan.result = std::move(options.search == BeamSearch::Sure ? *sure : *walk);
+}
+
 Scan scanGrid(ScanOptions const& options, ProgressListener* listener) {
     Grid grid;
     loadGrid(grid, options.grids.front().file);
     grid.setDoFlipNormals(options.doFlipNormals);
     GridSummary const summary = gridSummaryOf(grid);
     auto const beams = beamsOver(options, summary.validNodeCount == 0, summary.low, summary.high);
-    announce(listener, "Firing beams...");
-    return {surfaceMapOf(grid), fireBeams(grid, beams)};
+    Scan scan{surfaceMapOf(grid)};
+    Target const target{{&grid},
+                        [&](std::vector<Beam> const& fired) { return fireBeams(grid, fired, listener); }};
+    fire(scan, target, beams, options, listener);
+    return scan;
 }
 
 Scan scanOnPlane(ScanOptions const& options, ProgressListener* listener) {
     ScanPlane plane = loadScanPlane(options.grids, options.position, options.doFlipNormals);
     auto const beams = beamsOver(options, plane.isEmpty, plane.low, plane.high);
-    announce(listener, "Firing beams...");
-    return {plane.surface, fireBeams(plane.groups, beams)};
+    Scan scan{std::move(plane.surface)};
+    Target target{{}, [&](std::vector<Beam> const& fired) {
+                      auto groups = loadGroups(options.grids, options.position, options.doFlipNormals);
+                      return fireBeams(groups, fired, listener);
+                  }};
+    for (auto const& grid : plane.grids) {
+        target.grids.push_back(grid.get());
+    }
+    fire(scan, target, beams, options, listener);
+    return scan;
+}
+
+void addSettings(Record& record, ScanOptions const& options) {
+    if (options.isOnPlane) {
+        for (std::size_t i = 0; i < options.grids.size(); ++i) {
+            PlacedGrid const& grid = options.grids[i];
+            std::string const name = "grid" + std::to_string(i + 1);
+            record.setting(name + "Offset", std::vector<double>{static_cast<double>(grid.offset.getdU()),
+                                                                static_cast<double>(grid.offset.getdV())});
+            record.setting(name + "Group", grid.group);
+            record.setting(name + "Active", grid.active);
+        }
+        record.setting("position", options.position);
+    }
+    if (!options.beams) {
+        record.setting("rasterStep", options.raster->step);
+        record.setting("rasterStandoff", options.raster->standoff);
+        record.setting("rasterDirection", options.raster->direction);
+    }
+    record.setting("doFlipNormals", options.doFlipNormals);
+    record.setting("search", options.search == BeamSearch::Sure ? "sure" : "walk");
+}
+
+/// What was found, without what depends on the machine.
+void addFigures(Record& record, Scan const& scan) {
+    ScanStatistics const statistics = statisticsOf(scan.result);
+    record.figure("beams", statistics.beamCount);
+    record.figure("hits", statistics.hitCount);
+    record.figure("hitRate", statistics.hitRate);
+    record.figure("measured", statistics.measuredCount);
+    record.figure("fromBehind", statistics.backSideCount);
+    record.figure("onEdge", statistics.edgeCount);
+    if (scan.comparison) {
+        record.figure("walkSameQuad", scan.comparison->sameCount);
+        record.figure("walkNeighbourQuad", scan.comparison->neighbourCount);
+        record.figure("walkElsewhere", scan.comparison->elsewhereCount);
+        record.figure("walkMissed", scan.comparison->missedCount);
+        record.figure("walkSurplus", scan.comparison->surplusCount);
+    }
 }
 
 } // namespace
 
-void requireScanFiles(ScanOptions const& options) {
+void addScanFiles(ScanOptions const& options, Record& record, Outputs& outputs) {
+    require(!options.grids.empty(), "there is no grid to scan");
+    require(options.beams || options.raster, "there are neither beams nor a raster to scan with");
     for (PlacedGrid const& grid : options.grids) {
-        requireReadable(grid.file);
+        record.addInput(grid.file);
     }
-    requireWritable(options.hits);
+    if (options.beams) {
+        record.addInput(*options.beams);
+    }
+    addSettings(record, options);
+    outputs.add(options.hits);
+}
+
+Scan scan(ScanOptions const& options, ProgressListener* listener, Record& record, Outputs& outputs) {
+    Scan const result = options.isOnPlane ? scanOnPlane(options, listener) : scanGrid(options, listener);
+    addFigures(record, result);
+    announce(listener, "Writing results...");
+    writeHitFile(outputs.at(options.hits), result.result.hits, listener);
+    return result;
 }
 
 Scan scan(ScanOptions const& options, ProgressListener* listener) {
-    require(!options.grids.empty(), "there is no grid to scan");
-    require(options.beams || options.raster, "there are neither beams nor a raster to scan with");
-    requireScanFiles(options);
-    Scan const result = options.isOnPlane ? scanOnPlane(options, listener) : scanGrid(options, listener);
-    announce(listener, "Writing results...");
-    writeHitFile(options.hits, result.result.hits);
+    Record record("scan");
+    Outputs outputs(record);
+    addScanFiles(options, record, outputs);
+    Scan const result = scan(options, listener, record, outputs);
+    outputs.commit(listener);
     return result;
 }
 

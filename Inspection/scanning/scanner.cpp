@@ -1,8 +1,10 @@
 #include "Inspection/scanning/scanner.h"
 
+#include "Inspection/records/internal/announce.h"
 #include "Inspection/records/stopwatch.h"
+#include "Inspection/scanning/internal/quadhit.h"
 
-#include <cmath>
+#include <cstdlib>
 #include <numbers>
 
 namespace QELT::Inspection {
@@ -12,49 +14,64 @@ namespace {
 using Status = QELT::Geometry::ThreeDimensional::QuadMesh::QuadIndicesIntersectionStatus;
 
 Hit hitOf(Status const& status, Point const& origin) {
-    Hit hit;
-    hit.isValid = status.getIsValid();
-    if (!hit.isValid) {
-        return hit;
-    }
-    hit.quad = status.getIndices();
-    hit.point = status.getQuadPoint();
-    hit.isMeasured = measurementLimit > std::sqrt(hit.point.dSqr(origin));
-    if (hit.isMeasured) {
-        auto const& data = status.getIntersectionData();
-        hit.distance = data.getDistanceToObject();
-        hit.angleToNormal = data.getAngleToObjectNormal();
-        hit.angleError = data.getAngleError();
-    }
-    return hit;
+    return status.getIsValid()
+               ? hitInside(status.getIndices(), status.getQuadPoint(), status.getIntersectionData(), origin)
+               : Hit();
 }
 
+/// `ask` makes a hit of a beam.
 template <class Ask>
-ScanResult resultOf(std::vector<Beam> const& beams, Ask ask) {
+ScanResult resultOf(std::vector<Beam> const& beams, ProgressListener* listener, Ask ask) {
     ScanResult result;
     result.hits.reserve(beams.size());
+    StepProgress progress(listener, beams.size());
     Stopwatch const watch;
     for (Beam const& beam : beams) {
-        result.hits.push_back(hitOf(ask(beam), beam.origin));
+        progress.step();
+        result.hits.push_back(ask(beam));
     }
     result.seconds = watch.seconds();
     return result;
 }
 
+bool doTouch(GridIndex const& a, GridIndex const& b) {
+    return std::abs(a.getU() - b.getU()) <= 1 && std::abs(a.getV() - b.getV()) <= 1;
+}
+
+/// Where a pair of answers counts.
+std::size_t& countFor(WalkComparison& comparison, Hit const& sure, Hit const& walk) {
+    if (!walk.isHit()) {
+        return sure.isHit() ? comparison.missedCount : comparison.bothMissCount;
+    }
+    if (!sure.isHit()) {
+        return comparison.surplusCount;
+    }
+    if (sure.quad == walk.quad) {
+        return comparison.sameCount;
+    }
+    return doTouch(sure.quad, walk.quad) ? comparison.neighbourCount : comparison.elsewhereCount;
+}
+
 } // namespace
 
-ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams) {
-    return resultOf(beams,
-                    [&](Beam const& beam) { return grid.getIntersection(beam.origin, beam.direction); });
+ScanResult fireBeams(SureSearch const& search, std::vector<Beam> const& beams, ProgressListener* listener) {
+    return resultOf(beams, listener, [&](Beam const& beam) { return search.find(beam); });
+}
+
+ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams, ProgressListener* listener) {
+    return resultOf(beams, listener, [&](Beam const& beam) {
+        return hitOf(grid.getIntersection(beam.origin, beam.direction), beam.origin);
+    });
 }
 
 ScanResult fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups& groups,
-                     std::vector<Beam> const& beams) {
-    return resultOf(beams, [&](Beam const& beam) {
+                     std::vector<Beam> const& beams, ProgressListener* listener) {
+    return resultOf(beams, listener, [&](Beam const& beam) {
         Status const status = groups.getIntersectionStatus(beam.origin, beam.direction, false);
-        return status.getIsGoodIntersection()
-                   ? status
-                   : groups.getIntersectionStatus(beam.origin, beam.direction, true);
+        return hitOf(status.getIsGoodIntersection()
+                         ? status
+                         : groups.getIntersectionStatus(beam.origin, beam.direction, true),
+                     beam.origin);
     });
 }
 
@@ -62,9 +79,10 @@ ScanStatistics statisticsOf(ScanResult const& result) {
     ScanStatistics statistics;
     statistics.beamCount = result.hits.size();
     for (Hit const& hit : result.hits) {
-        statistics.hitCount += hit.isValid ? 1 : 0;
-        statistics.measuredCount += hit.isMeasured ? 1 : 0;
-        statistics.backSideCount += hit.isMeasured && hit.angleError > std::numbers::pi / 2 ? 1 : 0;
+        statistics.hitCount += hit.isHit() ? 1U : 0U;
+        statistics.edgeCount += hit.state == Hit::OnEdge ? 1U : 0U;
+        statistics.measuredCount += hit.isMeasured ? 1U : 0U;
+        statistics.backSideCount += hit.isMeasured && hit.angleError > std::numbers::pi / 2 ? 1U : 0U;
     }
     auto const beamCount = static_cast<double>(statistics.beamCount);
     if (statistics.beamCount > 0) {
@@ -74,6 +92,14 @@ ScanStatistics statisticsOf(ScanResult const& result) {
         statistics.beamsPerSecond = beamCount / result.seconds;
     }
     return statistics;
+}
+
+WalkComparison comparisonOf(ScanResult const& sure, ScanResult const& walk) {
+    WalkComparison comparison;
+    for (std::size_t i = 0; i < sure.hits.size(); ++i) {
+        ++countFor(comparison, sure.hits[i], walk.hits[i]);
+    }
+    return comparison;
 }
 
 } // namespace QELT::Inspection

@@ -80,23 +80,33 @@ ScanPlane loadScanPlane(std::vector<PlacedGrid> const& grids, unsigned long posi
         readGridFileHeader(grid.file);
     }
     GroupLists const lists = listsOf(grids, doFlipNormals);
-    requireBearablePlane(GridGroups::getUVBoundingBox(lists.files, lists.offsets).getd());
+    auto const extents = GridGroups::getUVBoundingBox(lists.files, lists.offsets).getd();
+    requireBearablePlane(extents);
     ScanPlane plane;
-    naming("the grids", [&] { plane.groups.load(lists.files, lists.offsets); });
-    auto const extents = plane.groups.getExtents();
-    plane.surface = QuadMap(extents.getdU(), extents.getdV());
+    plane.surface =
+        QuadMap(static_cast<std::size_t>(extents.getdU()), static_cast<std::size_t>(extents.getdV()));
     for (PlacedGrid const& place : grids) {
-        Grid grid;
-        loadGrid(grid, place.file);
+        auto grid = std::make_unique<Grid>();
+        loadGrid(*grid, place.file);
         if ((place.active >> (position % 32) & 1U) != 0) {
-            addBox(plane, gridSummaryOf(grid));
-            addSurface(plane.surface, surfaceMapOf(grid), place.offset);
+            addBox(plane, gridSummaryOf(*grid));
+            addSurface(plane.surface, surfaceMapOf(*grid), place.offset);
+            grid->setOffset(place.offset);
+            grid->setDoFlipNormals(doFlipNormals);
+            plane.grids.push_back(std::move(grid));
         }
     }
-    plane.groups.setActivePositionFlags(lists.active);
-    plane.groups.setDoFlipNormals(lists.doFlipNormals);
-    plane.groups.setPosition(position);
     return plane;
+}
+
+GridGroups loadGroups(std::vector<PlacedGrid> const& grids, unsigned long position, bool doFlipNormals) {
+    GroupLists const lists = listsOf(grids, doFlipNormals);
+    GridGroups groups;
+    naming("the grids", [&] { groups.load(lists.files, lists.offsets); });
+    groups.setActivePositionFlags(lists.active);
+    groups.setDoFlipNormals(lists.doFlipNormals);
+    groups.setPosition(position);
+    return groups;
 }
 
 } // namespace QELT::Inspection

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <vector>
 
 /// Several grids side by side in one scan plane.
@@ -22,21 +23,25 @@ struct PlacedGrid {
     unsigned long active = 0xFFFFFFFF; ///< the grid answers at the positions whose bits are set
 };
 
-/// Grids that answer beams as one, and the part of the scan plane that they take.
+/// Grids in the scan plane, and the part of it that they take.
 struct ScanPlane {
-    GridGroups groups;
-    QuadMap surface{0, 0}; ///< where a grid that is active has a quad
-    bool isEmpty = true;   ///< whether no active grid has a valid node
-    Point low{};           ///< the box of the active grids' nodes
+    std::vector<std::unique_ptr<Grid>> grids; ///< those that are active, at their places
+    QuadMap surface{0, 0};                    ///< where an active grid has a quad
+    bool isEmpty = true;                      ///< whether no active grid has a valid node
+    Point low{};                              ///< the box of the active grids' nodes
     Point high{};
 };
 
 /// A scan plane of more quads than this is taken for a mistake in an offset.
 constexpr double largestScanPlane = 64e6;
 
-/// Loads the grids, twice each: once to check the file and to see its surface, once into the groups, which
-/// stand in the order of their numbers. Failures name the file.
+/// Loads the grids and keeps the active ones. Failures name the file.
 QELT_INSPECTION_EXPORT ScanPlane loadScanPlane(std::vector<PlacedGrid> const& grids, unsigned long position,
                                                bool doFlipNormals);
+
+/// Loads them all once more, as the core's groups, which answer by walking; the groups stand in the order of
+/// their numbers. For grids of which a scan plane could be loaded.
+QELT_INSPECTION_EXPORT GridGroups loadGroups(std::vector<PlacedGrid> const& grids, unsigned long position,
+                                             bool doFlipNormals);
 
 } // namespace QELT::Inspection

@@ -1,10 +1,11 @@
 #include "apps/cscan/commands/commandline.h"
 
 #include "Inspection/grids/derive.h"
-#include "Inspection/grids/prepare.h"
 #include "Inspection/parts/neighbours.h"
 #include "Inspection/parts/reconstruction.h"
 #include "Inspection/pictures/cscanimages.h"
+#include "Inspection/pictures/preparedgrid.h"
+#include "Inspection/records/version.h"
 #include "Inspection/scanning/stripetest.h"
 #include "apps/cscan/demo/demo.h"
 
@@ -42,23 +43,44 @@ TEST(CommandLine, demoGoesIntoTheNamedDirectoryOrIntoOneOfItsOwn) {
     EXPECT_EQ(optionsOf<DemoOptions>({"demo", "out/here"}).directory, "out/here");
 }
 
-TEST(CommandLine, prepareRollsMeshesOutAndPinsCloudsUnlessToldOtherwise) {
-    auto const options = optionsOf<PrepareOptions>({"prepare", "a.obj", "a.quads", "--quad-area", "0.25"});
+TEST(CommandLine, prepareTriesBothModesUnlessToldOtherwise) {
+    auto const drawn = optionsOf<DrawnPrepareOptions>({"prepare", "a.obj", "a.quads", "--quad-area", "0.25"});
+    PrepareOptions const& options = drawn.prepare;
     EXPECT_EQ(options.part, "a.obj");
     EXPECT_EQ(options.grid, "a.quads");
-    EXPECT_EQ(options.quadArea, 0.25);
-    EXPECT_EQ(options.mode, FlatteningMode::Developable);
+    EXPECT_EQ(options.resolution.quadArea, 0.25);
+    EXPECT_FALSE(options.mode.has_value());
     EXPECT_FALSE(options.flat.has_value());
-    auto const pinned = optionsOf<PrepareOptions>(
-        {"prepare", "a.obj", "a.quads", "--quad-area=1e-4", "--mode", "pinned", "--flat", "f.obj"});
-    EXPECT_EQ(pinned.quadArea, 1e-4);
-    EXPECT_EQ(pinned.mode, FlatteningMode::Pinned);
-    auto const cloud = optionsOf<PrepareOptions>({"prepare", "a.xyz", "a.quads", "--quad-area", "1"});
-    EXPECT_EQ(cloud.mode, FlatteningMode::Pinned);
-    auto const rolledOut = optionsOf<PrepareOptions>(
-        {"prepare", "a.xyz", "a.quads", "--quad-area", "1", "--mode", "developable"});
-    EXPECT_EQ(rolledOut.mode, FlatteningMode::Developable);
-    EXPECT_EQ(pinned.flat, std::filesystem::path("f.obj"));
+    EXPECT_FALSE(options.isAccepted);
+    EXPECT_EQ(drawn.unit, "units");
+    EXPECT_EQ(drawn.imagePrefix, "");
+    auto const modeOf = [](char const* mode) {
+        return optionsOf<DrawnPrepareOptions>({"prepare", "a.obj", "a.quads", "--mode", mode}).prepare.mode;
+    };
+    EXPECT_EQ(modeOf("pinned"), FlatteningMode::Pinned);
+    EXPECT_EQ(modeOf("developable"), FlatteningMode::Developable);
+    EXPECT_EQ(modeOf("auto"), std::nullopt);
+}
+
+TEST(CommandLine, prepareTakesAPixelAWidthOrAnArea) {
+    auto const resolutionOf = [](char const* option, char const* value) {
+        return optionsOf<DrawnPrepareOptions>({"prepare", "a.obj", "a.quads", option, value})
+            .prepare.resolution;
+    };
+    EXPECT_EQ(resolutionOf("--pixel", "0.5").pixel, 0.5);
+    EXPECT_FALSE(resolutionOf("--pixel", "0.5").quadArea.has_value());
+    EXPECT_EQ(resolutionOf("--width", "300").width, 300U);
+    EXPECT_EQ(resolutionOf("--quad-area", "1e-4").quadArea, 1e-4);
+    auto const none = optionsOf<DrawnPrepareOptions>(
+        {"prepare", "a.obj", "a.quads", "--accept", "--unit", "mm", "--flat", "f.obj", "--image", "out/a"});
+    EXPECT_FALSE(none.prepare.resolution.pixel || none.prepare.resolution.width);
+    EXPECT_TRUE(none.prepare.isAccepted);
+    EXPECT_EQ(none.unit, "mm");
+    EXPECT_EQ(none.prepare.flat, std::filesystem::path("f.obj"));
+    EXPECT_EQ(none.imagePrefix, "out/a");
+    EXPECT_FALSE(complaintOn({"prepare", "a.obj", "a.quads", "--pixel", "1", "--width", "5"}).empty());
+    EXPECT_FALSE(complaintOn({"prepare", "a.obj", "a.quads", "--pixel", "1", "--quad-area", "5"}).empty());
+    EXPECT_FALSE(complaintOn({"prepare", "a.obj", "a.quads", "--quad-area", "1", "--width", "5"}).empty());
 }
 
 TEST(CommandLine, scanTakesATableOfBeamsOrARaster) {
@@ -82,6 +104,16 @@ TEST(CommandLine, scanTakesATableOfBeamsOrARaster) {
     EXPECT_EQ(raster.raster->direction.getdZ(), -0.2);
     EXPECT_EQ(rasterOptions.unit, "mm");
     EXPECT_FALSE(raster.doFlipNormals);
+}
+
+TEST(CommandLine, scanSearchesSurelyUnlessTheWalkIsAskedFor) {
+    std::vector<std::string> arguments{"scan",  "g.quads", "--beams", "b.csv",
+                                       "--csv", "h.csv",   "--image", "p"};
+    EXPECT_EQ(optionsOf<DrawnScanOptions>(arguments).scan.search, BeamSearch::Sure);
+    EXPECT_FALSE(optionsOf<DrawnScanOptions>(arguments).scan.doCompare);
+    arguments.insert(arguments.end(), {"--search", "walk", "--compare"});
+    EXPECT_EQ(optionsOf<DrawnScanOptions>(arguments).scan.search, BeamSearch::Walk);
+    EXPECT_TRUE(optionsOf<DrawnScanOptions>(arguments).scan.doCompare);
 }
 
 TEST(CommandLine, scanPlacesItsGridsInTheirOrder) {
@@ -111,11 +143,12 @@ TEST(CommandLine, readsNumbersAlikeUnderADecimalComma) {
     if (std::setlocale(LC_ALL, "de_DE.UTF-8") == nullptr) {
         GTEST_SKIP() << "no locale with a decimal comma";
     }
-    auto const options = optionsOf<PrepareOptions>(
-        {"prepare", "a.xyz", "a.quads", "--quad-area", "0.25", "--max-side", "1.5"});
+    auto const options = optionsOf<DrawnPrepareOptions>(
+                             {"prepare", "a.xyz", "a.quads", "--quad-area", "0.25", "--max-side", "1.5"})
+                             .prepare;
     std::string const complaint = complaintOn({"prepare", "a.obj", "a.quads", "--quad-area", "0,25"});
     std::setlocale(LC_ALL, before.c_str());
-    EXPECT_EQ(options.quadArea, 0.25);
+    EXPECT_EQ(options.resolution.quadArea, 0.25);
     EXPECT_EQ(options.repair.longestSide, 1.5);
     EXPECT_EQ(complaint, "--quad-area: '0,25' is not a number");
 }
@@ -160,6 +193,23 @@ TEST(CommandLine, helpIsShownForTheProgramAndForEachCommand) {
     CommandLine const one = parsed({"prepare", "--help"});
     EXPECT_FALSE(one.options.has_value());
     EXPECT_NE(one.help.find("--quad-area"), std::string::npos);
+}
+
+TEST(CommandLine, helpIsACommandAsWell) {
+    EXPECT_EQ(parsed({"help", "prepare"}).help, parsed({"prepare", "--help"}).help);
+    EXPECT_EQ(parsed({"help"}).help, parsed({"--help"}).help);
+    EXPECT_EQ(parsed({"help", "help"}).help, parsed({"--help"}).help);
+    EXPECT_NE(parsed({"help", "--help"}).help.find("COMMAND"), std::string::npos);
+    EXPECT_NE(parsed({"--help"}).help.find("help "), std::string::npos);
+    EXPECT_EQ(complaintOn({"help", "fly"}), "help: there is no command 'fly'");
+    EXPECT_NE(complaintOn({"help", "prepare", "scan"}), "");
+    EXPECT_EQ(complaintOn({"help", "--", "prepare"}), "help: give one command");
+}
+
+TEST(CommandLine, theVersionIsThatOfTheLibrary) {
+    CommandLine const version = parsed({"--version"});
+    EXPECT_FALSE(version.options.has_value());
+    EXPECT_EQ(version.help, "cscan " + libraryVersion() + "\n");
 }
 
 TEST(CommandLine, complainsInOneLineOnWhatIsMissingOrUnknown) {

@@ -354,19 +354,53 @@ std::string bottleText() {
     return text;
 }
 
-TEST(MeshCommands, prepareWarnsOfAMapThatCameOutTurnedOver) {
+TEST(MeshCommands, prepareRefusesAMapThatCameOutTurnedOver) {
     ScratchDirectory const directory;
     writeText(directory / "bottle.obj", bottleText());
-    auto const prepare = [&](std::string const& mode) {
-        return run(directory, {"prepare", "bottle.obj", "bottle.quads", "--quad-area", "20", "--mode", mode});
+    auto const prepare = [&](std::vector<std::string> const& more) {
+        std::vector<std::string> arguments = {"prepare", "bottle.obj", "bottle.quads", "--quad-area", "20"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return run(directory, arguments);
     };
-    Outcome const rolledOut = prepare("developable");
-    EXPECT_EQ(itemIn(rolledOut.output, "note"),
-              "100 % of the triangles are turned over and will leave holes; try the other --mode");
+    Outcome const rolledOut = prepare({"--mode", "developable"});
     EXPECT_EQ(rolledOut.status, 1) << "such a map leaves no quad at all";
-    Outcome const pinned = prepare("pinned");
-    EXPECT_EQ(itemIn(pinned.output, "note"), "");
-    EXPECT_EQ(pinned.status, 0) << pinned.errors;
+    EXPECT_NE(rolledOut.output.find("flipped triangles   552"), std::string::npos) << rolledOut.output;
+    Outcome const pinned = prepare({"--mode", "pinned"});
+    EXPECT_EQ(itemIn(pinned.output, "flipped triangles"), "0");
+    Outcome const both = prepare({});
+    EXPECT_NE(both.output.find("Flattened, developable (not taken)"), std::string::npos) << both.output;
+    EXPECT_EQ(both.status, pinned.status);
+}
+
+TEST(MeshCommands, prepareSaysInItsStatusWhetherTheGridIsFit) {
+    ScratchDirectory const directory;
+    writeText(directory / "bottle.obj", bottleText());
+    std::vector<std::string> arguments = {"prepare", "bottle.obj", "bottle.quads", "--pixel", "0.2"};
+    Outcome const refused = run(directory, arguments);
+    EXPECT_EQ(refused.status, 3) << refused.output << refused.errors;
+    EXPECT_EQ(itemIn(refused.output, "verdict"),
+              "NOT fit for inspection, not written (--accept writes it all the same)");
+    EXPECT_FALSE(itemIn(refused.output, "  because").empty());
+    EXPECT_FALSE(itemIn(refused.output, "  remedy").empty());
+    EXPECT_FALSE(std::filesystem::exists(directory / "bottle.quads"));
+    arguments.push_back("--accept");
+    Outcome const accepted = run(directory, arguments);
+    EXPECT_EQ(accepted.status, 0) << accepted.errors;
+    EXPECT_EQ(itemIn(accepted.output, "verdict"), "NOT fit for inspection, written since --accept was given");
+    EXPECT_TRUE(std::filesystem::exists(directory / "bottle.quads"));
+}
+
+TEST(MeshCommands, prepareDrawsItsMapAndPixels) {
+    ScratchDirectory const directory;
+    writeText(directory / "c.xyz", patchText());
+    Outcome const outcome =
+        run(directory, {"prepare", "c.xyz", "c.quads", "--pixel", "0.25", "--unit", "mm", "--image", "c"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(itemsIn(outcome.output, "image"), (std::vector<std::string>{"c_map.png", "c_pixels.png"}));
+    EXPECT_EQ(itemIn(outcome.output, "verdict"), "fit for inspection");
+    for (char const* const name : {"c_map.png", "c_pixels.png"}) {
+        EXPECT_GT(std::filesystem::file_size(directory / name), 1000U);
+    }
 }
 
 /// A sheet of six by two squares with one rim, its first column a little to one side.
@@ -479,11 +513,12 @@ TEST(MeshCommands, deriveMakesEachKindOfGrid) {
     }
 }
 
-TEST(MeshCommands, deriveMayReplaceItsSource) {
+TEST(MeshCommands, deriveDoesNotReplaceItsSource) {
     ScratchDirectory const directory;
     writeSlab(directory);
-    ASSERT_EQ(run(directory, {"derive", "in.quads", "in.quads", "--factor", "2"}).status, 0);
-    EXPECT_EQ(itemIn(run(directory, {"info", "in.quads"}).output, "grid extents"), "6 x 4 quads");
+    expectComplaint(directory,
+                    {{"derive", "in.quads", "in.quads", "--factor", "2"}, "in.quads: is also the input"});
+    EXPECT_EQ(itemIn(run(directory, {"info", "in.quads"}).output, "grid extents"), "12 x 8 quads");
 }
 
 TEST(MeshCommands, deriveIsToldExactlyOneThingToDo) {

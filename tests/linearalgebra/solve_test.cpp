@@ -107,6 +107,7 @@ void expectPlainReports(Plain::Matrix const& a, Values const& start, Values cons
     EXPECT_EQ(report.iterations, static_cast<unsigned long>(expected.iterations));
     double const last = expected.norms.empty() ? getStartNorm(a, start, b) : expected.norms.back();
     EXPECT_TRUE(isSameNumber(report.residual, last)) << report.residual << " should be " << last;
+    EXPECT_TRUE(isSameNumber(report.rightSide, std::sqrt(Plain::innerProduct(b, b))));
     expectSameBits(x, expected.x);
     EXPECT_EQ(withoutSignsOfNaN(output.getText()), withoutSignsOfNaN(getLines(expected.norms)));
     ASSERT_EQ(listener.reports.size(), expected.norms.size());
@@ -114,6 +115,7 @@ void expectPlainReports(Plain::Matrix const& a, Values const& start, Values cons
         EXPECT_EQ(listener.reports[k].iterations, k + 1);
         EXPECT_TRUE(isSameNumber(listener.reports[k].residual, expected.norms[k])) << k;
         EXPECT_EQ(listener.reports[k].hasConverged, expected.isSolved && k + 1 == expected.norms.size());
+        EXPECT_TRUE(isSameNumber(listener.reports[k].rightSide, report.rightSide)) << k;
     }
 }
 

@@ -113,6 +113,21 @@ TEST(SparseMatrix, StoresZerosAsEntries) {
     EXPECT_EQ(matrix.getNumberOfRowValues(0), 2U);
 }
 
+TEST(SparseMatrix, ARowIsReadAsItIsStored) {
+    SparseMatrix matrix(3, 9, 8, empty);
+    matrix.set(0, 7, 4.0);
+    matrix.set(0, 2, 0.0);
+    matrix.set(2, 8, -1.5);
+    auto const first = matrix.getRow(0);
+    EXPECT_EQ(std::vector<std::uint32_t>(first.columns.begin(), first.columns.end()), getColumns(matrix, 0));
+    EXPECT_EQ(std::vector<double>(first.values.begin(), first.values.end()), getValues(matrix, 0));
+    EXPECT_EQ(first.values.data(), matrix.getpRowValues(0)) << "a view, not a copy";
+    EXPECT_TRUE(matrix.getRow(1).columns.empty());
+    EXPECT_TRUE(matrix.getRow(1).values.empty());
+    EXPECT_EQ(matrix.getRow(2).columns.size(), 1U);
+    EXPECT_TRUE(matrix.getRow(3).values.empty()) << "past the last row";
+}
+
 TEST(SparseMatrix, AccumulatesIntoOldAndNewEntries) {
     SparseMatrix matrix(1, 3, 8, empty);
     matrix.acc(0, 1, 0.1);

@@ -300,6 +300,48 @@ TEST(Resampling, AHoleIsNotWalkedAndItsRimIsInterior) {
     expectPlainResult(*mesh, 0.25);
 }
 
+/// Half of the square is shrunk tenfold in one direction of the map, which moves the mean
+/// ratio.
+TEST(Resampling, AGivenSpacingIsKeptWhateverTheRatiosAre) {
+    auto const mesh = makeFlattened(makeGridPatch(4, 1), [](double x, double y, double) {
+        return Flat{x < 0.5 ? x : 0.5 + 0.1 * (x - 0.5), y};
+    });
+    RectMesh grid;
+    grid.construct(*mesh, 7.0, 0.125);
+    EXPECT_EQ(grid.getExtents().getdU(), 5U);
+    EXPECT_EQ(grid.getExtents().getdV(), 9U);
+    EXPECT_EQ(grid.getPoint(Node(2, 4)).getX(), 0.25F);
+    EXPECT_EQ(grid.getPoint(Node(2, 4)).getY(), 0.5F);
+    EXPECT_EQ(grid.targetQuadArea, 7.0);
+}
+
+TEST(Resampling, WithoutASpacingItIsTheOneOfTheArea) {
+    auto const mesh = makeUnitSquare();
+    RectMesh plain;
+    plain.construct(*mesh, 0.01);
+    RectMesh other;
+    other.construct(*mesh, 0.01, std::nullopt);
+    RectMesh given;
+    given.construct(*mesh, 0.01, std::sqrt(0.01));
+    for (RectMesh const* const grid : {&other, &given}) {
+        ASSERT_EQ(grid->getExtents(), plain.getExtents());
+        for (int v = 0; v <= static_cast<int>(plain.getExtents().getdV()); ++v) {
+            for (int u = 0; u <= static_cast<int>(plain.getExtents().getdU()); ++u) {
+                ASSERT_EQ(grid->getPointFlags(Node(u, v)), plain.getPointFlags(Node(u, v)));
+                ASSERT_EQ(grid->getPoint(Node(u, v)), plain.getPoint(Node(u, v)));
+            }
+        }
+    }
+}
+
+TEST(Resampling, ASpacingOfNothingEndsWithAMessage) {
+    auto const mesh = makeUnitSquare();
+    for (double const spacing : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
+        RectMesh grid;
+        EXPECT_THROW(grid.construct(*mesh, 1.0, spacing), std::runtime_error) << spacing;
+    }
+}
+
 TEST(Resampling, TakesOverTheNamesAndTheArea) {
     TemporaryDirectory const directory;
     std::string const path = directory.file("part.obj");

@@ -531,13 +531,7 @@ Rows fullProduct(Rows const& a, Rows const& b, std::uint32_t columns) {
     return result;
 }
 
-} // namespace
-
-std::vector<Flat> developableBoundary(PlainMesh const& mesh, std::uint32_t n, Report& report,
-                                      std::uint32_t& iterations) {
-    if (n < 5) {
-        throw std::runtime_error("Boundary flattening internal failure");
-    }
+BoundaryProblem assembleBoundary(PlainMesh const& mesh, std::uint32_t n) {
     BoundaryProblem problem(n);
     auto const base = static_cast<std::uint32_t>(mesh.vertices.size()) - n;
     for (std::uint32_t c = 0; c < problem.m(); ++c) {
@@ -549,12 +543,18 @@ std::vector<Flat> developableBoundary(PlainMesh const& mesh, std::uint32_t n, Re
         problem.addSide(0, c, shapeOf(way(local[4], local[3]), way(local[3], local[2])));
         problem.addSide(1, c, shapeOf(way(local[0], local[1]), way(local[1], local[2])));
     }
-    Rows const system = problem.system.getRows();
-    Rows const flipped = transposed(system, 2 * problem.m());
-    std::vector<double> solution(2 * problem.m(), 0.0);
-    iterations =
-        solve(fullProduct(flipped, system, 2 * problem.m()), solution, product(flipped, problem.rhs), report)
-            .iterations;
+    return problem;
+}
+
+} // namespace
+
+Problem boundaryProblem(PlainMesh const& mesh, std::uint32_t n) {
+    BoundaryProblem const problem = assembleBoundary(mesh, n);
+    return {problem.system.getRows(), problem.rhs};
+}
+
+std::vector<Flat> boundaryPlaces(std::uint32_t n, std::vector<double> const& solution) {
+    BoundaryProblem const problem(n);
     std::vector<Flat> places(n);
     for (std::uint32_t q = 0; q < problem.m(); ++q) {
         places[problem.unknowns[q]] = {solution[2 * q], solution[2 * q + 1]};
@@ -562,6 +562,21 @@ std::vector<Flat> developableBoundary(PlainMesh const& mesh, std::uint32_t n, Re
     places[problem.firstPin] = firstPinPlace;
     places[problem.secondPin] = secondPinPlace;
     return places;
+}
+
+std::vector<Flat> developableBoundary(PlainMesh const& mesh, std::uint32_t n, Report& report,
+                                      std::uint32_t& iterations) {
+    if (n < 5) {
+        throw std::runtime_error("Boundary flattening internal failure");
+    }
+    BoundaryProblem const problem = assembleBoundary(mesh, n);
+    Rows const system = problem.system.getRows();
+    Rows const flipped = transposed(system, 2 * problem.m());
+    std::vector<double> solution(2 * problem.m(), 0.0);
+    iterations =
+        solve(fullProduct(flipped, system, 2 * problem.m()), solution, product(flipped, problem.rhs), report)
+            .iterations;
+    return boundaryPlaces(n, solution);
 }
 
 namespace {
@@ -701,6 +716,16 @@ struct MapProblem {
 };
 
 } // namespace
+
+Problem insideProblem(PlainMesh const& mesh, std::vector<Flat> const& fixed) {
+    auto const freeCount = static_cast<std::uint32_t>(mesh.vertices.size() - fixed.size());
+    MapProblem problem{mesh, freeCount, fixed, {}, std::vector<double>(2 * freeCount, 0.0)};
+    problem.matrix.rows.resize(2 * freeCount);
+    for (std::uint32_t i = 0; i < freeCount; ++i) {
+        problem.addFan(i);
+    }
+    return {problem.matrix.getRows(), problem.rhs};
+}
 
 Outcome conformalMap(PlainMesh const& mesh, bool pinCorners, std::vector<double> const* start,
                      bool isListening) {

@@ -60,6 +60,20 @@ struct Solve {
 /// Solves by `PlainLinearAlgebra::solve`, with what is reported on the way. `x` is start value and result.
 Solve solve(Rows const& a, std::vector<double>& x, std::vector<double> const& b, Report& report);
 
+/// A linear system, or rows whose squares are to be least.
+struct Problem {
+    Rows rows;
+    std::vector<double> rightSide;
+};
+
+/// The rows that roll out the last `n` vertices, and their positions, pins and all, by values of its
+/// unknowns.
+Problem boundaryProblem(PlainMesh const& mesh, std::uint32_t n);
+std::vector<Flat> boundaryPlaces(std::uint32_t n, std::vector<double> const& solution);
+
+/// The system of all vertices but the last ones, whose places are `fixed`.
+Problem insideProblem(PlainMesh const& mesh, std::vector<Flat> const& fixed);
+
 /// Positions of the last `n` vertices, solved with the full normal matrix. `count` receives the iterations.
 std::vector<Flat> developableBoundary(PlainMesh const& mesh, std::uint32_t n, Report& report,
                                       std::uint32_t& iterations);

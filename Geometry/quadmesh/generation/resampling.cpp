@@ -5,16 +5,18 @@
 #include "Geometry/trimesh/mesh.h"
 
 #include <cmath>
+#include <optional>
 
 // Resampling of a flattened mesh: a scan conversion of the triangles of the flat map, each lattice point
 // mapped to the surface by barycentric coordinates (J. Pineda, A Parallel Algorithm for Polygon
 // Rasterization, 1988, has the same inside test by the signs of three edge functions).
 //
 // Steps: the mean over the triangles of surface area to flat area gives the spacing, sqrt(area asked / mean),
-// one for the whole map, so that single quads may be larger or smaller than asked. Each triangle then visits
-// the lattice points of its own flat box and stores those inside. Then one boundary loop is walked, the two
-// lips of a cut are drawn over the lattice to find the boundary nodes beside them, and what is left is
-// interior.
+// one for the whole map, so that single quads may be larger or smaller than asked; a caller who knows the map
+// better gives the spacing, since few triangles that the map shrinks to almost nothing move that mean far.
+// Each triangle then visits the lattice points of its own flat box and stores those inside. Then one boundary
+// loop is walked, the two lips of a cut are drawn over the lattice to find the boundary nodes beside them,
+// and what is left is interior.
 //
 // Tolerances: none, the inside test is a plain comparison with 0. A node on a side shared by two triangles is
 // inside both, and the later one's value stands: any tolerance above 0 would let triangles reach beyond the
@@ -79,6 +81,10 @@ AreaRatio getAreaRatio(TriMesh::Mesh const& mesh, Triangles::iterator first, Tri
 } // namespace
 
 void RectMesh::construct(TriMesh::Mesh const& mesh, double quadArea) {
+    construct(mesh, quadArea, std::nullopt);
+}
+
+void RectMesh::construct(TriMesh::Mesh const& mesh, double quadArea, std::optional<double> spacing) {
     targetQuadArea = quadArea;
     fileName = mesh.getFileName();
     sourceName = fileName;
@@ -89,7 +95,7 @@ void RectMesh::construct(TriMesh::Mesh const& mesh, double quadArea) {
     mesh.getTriangles(list, first, last);
     FlatVector const size = getFlatBox(mesh).getd();
     AreaRatio const ratio = getAreaRatio(mesh, first, last);
-    double const h = std::sqrt(quadArea / ratio.mean);
+    double const h = spacing.value_or(std::sqrt(quadArea / ratio.mean));
     init({truncateToUInt32(size.getdU() / h + 1.0), truncateToUInt32(size.getdV() / h + 1.0)});
 
     Resampler const resampler(getNodes(), h);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "apps/cscan/names.h"
+#include "apps/cscan/progress/interruption.h"
 #include "apps/cscan/progress/progressdisplay.h"
 
 #include <any>
@@ -70,6 +71,7 @@ template <class Read, class Call, class Print>
 Command commandOf(CLI::App* app, Read read, Call call, Print print) {
     return commandOf(app, read, [call, print](auto const& options, Console& console) {
         auto const result = call(options, &console.display);
+        SignalWatch::stopEndingAtOnce();
         console.display.clear();
         return statusOf(print, console.output, options, result);
     });

@@ -2,6 +2,7 @@
 
 #include "Inspection/records/failure.h"
 #include "apps/cscan/commands/commandline.h"
+#include "apps/cscan/progress/interruption.h"
 
 #include <filesystem>
 #include <new>
@@ -37,10 +38,9 @@ int complain(std::ostream& errors, char const* text, ExitStatus status) {
     return status;
 }
 
-} // namespace
-
-int runApplication(int argumentCount, char const* const* arguments, std::ostream& output,
-                   std::ostream& errors) {
+/// What goes wrong is told.
+int statusOfCommandLine(int argumentCount, char const* const* arguments, std::ostream& output,
+                        std::ostream& errors) {
     try {
         return runCommandLine(argumentCount, arguments, output, errors);
     } catch (UsageError const& error) {
@@ -53,6 +53,17 @@ int runApplication(int argumentCount, char const* const* arguments, std::ostream
         // The linear algebra throws its dimension errors by pointer; none is expected to come this far.
         return complain(errors, "internal error", Failed);
     }
+}
+
+} // namespace
+
+int runApplication(int argumentCount, char const* const* arguments, std::ostream& output,
+                   std::ostream& errors) {
+    SignalWatch const watch;
+    int const status = statusOfCommandLine(argumentCount, arguments, output, errors);
+    output.flush();
+    // A signal that came too late to stop anything doesn't make a result a failure.
+    return status == Failed ? SignalWatch::endIfAsked(status) : status;
 }
 
 } // namespace cscan

@@ -1,9 +1,12 @@
 #include "Inspection/grids/fileinfo.h"
+#include "Inspection/parts/partanalysis.h"
+#include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <ostream>
 
@@ -27,6 +30,31 @@ void printFlags(std::ostream& output, GridSummary const& summary) {
     printItem(output, "  neither", std::to_string(summary.extendedCount));
 }
 
+/// How the file was made, and whether it still is what was made then.
+void printRecord(std::ostream& output, std::filesystem::path const& file,
+                 std::optional<FoundRecord> const& record) {
+    if (!record) {
+        return;
+    }
+    output << "record " << recordFileOf(file).filename().string() << '\n';
+    for (auto const& [name, text] : record->lines) {
+        printItem(output, "  " + name, printable(text));
+    }
+    printItem(output, "  fits", record->misfits.empty() ? "yes" : "no");
+    for (std::string const& misfit : record->misfits) {
+        printItem(output, "note", "the record does not fit: " + printable(misfit));
+    }
+}
+
+void printExtent(std::ostream& output, MeshSummary const& mesh) {
+    if (mesh.vertexCount > 0) {
+        printItem(output, "bounding box", pointText(mesh.low) + " to " + pointText(mesh.high));
+        printItem(output, "area", toShortText(mesh.area, 6));
+        double const pixel = suggestedPixel(mesh.area, mesh.faceCount);
+        printItem(output, "suggested pixel", toShortText(pixel, 6));
+    }
+}
+
 void printFile(std::ostream& output, InfoOptions const& options, GridFileInfo const& info) {
     GridFileHeader const& header = info.header;
     output << options.file.string() << ": grid of quads\n";
@@ -42,21 +70,40 @@ void printFile(std::ostream& output, InfoOptions const& options, MeshFileInfo co
     output << options.file.string() << ": triangle mesh\n";
     printItem(output, "size", std::to_string(info.byteCount) + " bytes");
     printMesh(output, info.mesh);
+    printExtent(output, info.mesh);
     printItem(output, "flat coordinates", info.flat ? "yes" : "no");
     if (info.flat) {
         printFlat(output, *info.flat);
     }
 }
 
+void printFile(std::ostream& output, InfoOptions const& options, TableFileInfo const& info) {
+    output << options.file.string() << ": table\n";
+    printItem(output, "size", std::to_string(info.byteCount) + " bytes");
+    printItem(output, "heading", printable(info.heading));
+    printItem(output, "rows", std::to_string(info.rowCount));
+}
+
+void printFile(std::ostream& output, InfoOptions const& options, RecordedFileInfo const& info) {
+    output << options.file.string() << ": file with a record\n";
+    printItem(output, "size", std::to_string(info.byteCount) + " bytes");
+}
+
 void print(std::ostream& output, InfoOptions const& options, FileInfo const& info) {
-    std::visit([&](auto const& kind) { printFile(output, options, kind); }, info);
+    std::visit(
+        [&](auto const& kind) {
+            printFile(output, options, kind);
+            printRecord(output, options.file, kind.record);
+        },
+        info);
 }
 
 } // namespace
 
 Command addInfo(CLI::App& app) {
     auto const options = std::make_shared<InfoOptions>();
-    CLI::App* const info = app.add_subcommand("info", "Tell what an OBJ or a .quads file holds");
+    CLI::App* const info =
+        app.add_subcommand("info", "Tell what an OBJ, .quads or .csv file holds, and how it was made");
     info->add_option("FILE", options->file, "The file")->required();
     return commandOf(
         info, [options] { return *options; }, fileInfoOf, print);

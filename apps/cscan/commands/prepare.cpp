@@ -1,6 +1,5 @@
-#include "Inspection/grids/prepare.h"
-
 #include "Inspection/import/xyzfile.h"
+#include "Inspection/pictures/preparedgrid.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commandline/repairoptions.h"
@@ -8,8 +7,11 @@
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
+#include <cmath>
+#include <map>
 #include <memory>
 #include <ostream>
+#include <string>
 
 namespace cscan {
 
@@ -18,12 +20,16 @@ namespace {
 /// More are taken for a mistake.
 constexpr unsigned long maxExtensionPasses = 1000;
 constexpr unsigned long maxSmoothingPasses = 1000;
+constexpr unsigned long maxWidth = 1000000;
 
-/// A map with more of its triangles turned over has come out badly.
-constexpr double bearableFlippedShare = 0.02;
+/// What CLI11 fills in.
+struct RawPrepare {
+    DrawnPrepareOptions options;
+    FlatteningMode mode = FlatteningMode::Developable;
+};
 
-void printLoaded(std::ostream& output, PrepareOptions const& options, PrepareResult const& result) {
-    output << options.part.string() << '\n';
+void printLoaded(std::ostream& output, DrawnPrepareOptions const& options, PrepareResult const& result) {
+    output << options.prepare.part.string() << '\n';
     printItem(output, "load time", secondsText(result.loadSeconds));
     if (result.repair) {
         printRepair(output, *result.repair);
@@ -31,68 +37,128 @@ void printLoaded(std::ostream& output, PrepareOptions const& options, PrepareRes
     printMesh(output, result.part);
 }
 
-void printFlattened(std::ostream& output, PrepareOptions const& options, PrepareResult const& result) {
-    output << (options.mode == FlatteningMode::Pinned ? "\nFlattened, pinned\n"
-                                                      : "\nFlattened, developable\n");
-    printItem(output, "flatten time", secondsText(result.flattening.seconds));
-    for (std::string const& line : linesOf(result.flattening)) {
+void printCandidate(std::ostream& output, MapCandidate const& map, bool isChosen) {
+    output << "\nFlattened, " << nameOf(map.mode) << (isChosen ? "\n" : " (not taken)\n");
+    if (!map.isMade()) {
+        return printItem(output, "refused", map.refusal);
+    }
+    printItem(output, "flatten time", secondsText(map.flattening.seconds));
+    for (std::string const& line : linesOf(map.flattening)) {
         printItem(output, "solver", line);
     }
-    printFlat(output, result.flat);
-    double const flippedShare =
-        static_cast<double>(result.flat.flippedCount) / static_cast<double>(result.part.faceCount);
-    if (flippedShare > bearableFlippedShare) {
-        printItem(output, "note",
-                  toFixedText(100.0 * flippedShare, 0) +
-                      " % of the triangles are turned over and will leave holes; try the other --mode");
+    printFlat(output, map.flat);
+    printMapQuality(output, map.quality);
+}
+
+void printFlattened(std::ostream& output, PrepareResult const& result) {
+    for (std::size_t i = 0; i < result.maps.size(); ++i) {
+        printCandidate(output, result.maps[i], i == result.chosen);
     }
 }
 
-void printSaved(std::ostream& output, PrepareOptions const& options, PrepareResult const& result) {
-    output << '\n' << options.grid.string() << '\n';
+void printResampled(std::ostream& output, DrawnPrepareOptions const& options, PrepareResult const& result) {
+    output << "\nGrid\n";
     printItem(output, "resample time", secondsText(result.resampleSeconds));
+    printItem(output, "pixel",
+              toShortText(std::sqrt(result.sizes.mean), 4) + " " + options.unit + ", asked for " +
+                  toShortText(std::sqrt(result.spacing.quadArea), 4));
     printGrid(output, result.grid);
+    printQuadSizes(output, result.sizes);
     printNanNodes(output, result.nanNodes);
 }
 
-void printStage(std::ostream& output, PrepareStage stage, PrepareOptions const& options,
+void printStage(std::ostream& output, PrepareStage stage, DrawnPrepareOptions const& options,
                 PrepareResult const& result) {
     switch (stage) {
     case PrepareStage::Loaded:
         return printLoaded(output, options, result);
     case PrepareStage::Flattened:
-        return printFlattened(output, options, result);
+        return printFlattened(output, result);
     case PrepareStage::FlatSaved:
-        return printItem(output, "flat map", options.flat->string());
+        return printItem(output, "flat map", options.prepare.flat->string());
+    case PrepareStage::Resampled:
+        return printResampled(output, options, result);
     case PrepareStage::Saved:
-        return printSaved(output, options, result);
+        return printItem(output, "written to", options.prepare.grid.string());
     }
 }
 
-/// The stages take their time: each is printed as soon as it is done.
-void run(PrepareOptions const& options, Console& console) {
-    prepare(options, &console.display, [&](PrepareStage stage, PrepareResult const& result) {
-        console.display.clear();
-        printStage(console.output, stage, options, result);
-        console.output << std::flush;
-    });
+ExitStatus printVerdict(std::ostream& output, DrawnPreparation const& drawn) {
+    for (auto const& image : drawn.images) {
+        printItem(output, "image", image.string());
+    }
+    PrepareResult const& result = drawn.prepared;
+    output << '\n';
+    if (result.isFit()) {
+        printItem(output, "verdict", "fit for inspection");
+        return Success;
+    }
+    printItem(output, "verdict",
+              result.isWritten ? "NOT fit for inspection, written since --accept was given"
+                               : "NOT fit for inspection, not written (--accept writes it all the same)");
+    for (Shortcoming const& shortcoming : result.shortcomings) {
+        printItem(output, "  because", shortcoming.what);
+        printItem(output, "  remedy", shortcoming.remedy);
+    }
+    return result.isWritten ? Success : NotFit;
 }
 
-void addGridOptions(CLI::App& prepare, PrepareOptions& options) {
-    prepare.add_option("--quad-area", "Mean area of a quad, in the square of the part's unit")
-        ->check(reading(options.quadArea, positiveNumberIn))
-        ->type_name("A")
-        ->required();
+/// The stages take their time: each is printed as soon as it is done.
+ExitStatus run(DrawnPrepareOptions const& options, Console& console) {
+    auto const drawn =
+        drawPreparation(options, &console.display, [&](PrepareStage stage, PrepareResult const& result) {
+            console.display.clear();
+            printStage(console.output, stage, options, result);
+            console.output << std::flush;
+        });
+    SignalWatch::stopEndingAtOnce();
+    console.display.clear();
+    return printVerdict(console.output, drawn);
+}
+
+void addResolutionOptions(CLI::App& prepare, DrawnPrepareOptions& options) {
+    GridResolution& resolution = options.prepare.resolution;
+    CLI::Option* const pixel = prepare.add_option(
+        "--pixel", "Side of a pixel: the root of the quads' mean area, in the part's unit; without it, "
+                   "--width or --quad-area, a round number that suits the part");
+    CLI::Option* const width = prepare.add_option("--width", "Number of pixels along u instead");
+    CLI::Option* const area =
+        prepare.add_option("--quad-area", "Mean area of a quad instead, in the square of the part's unit");
+    pixel->check(reading(resolution.pixel, positiveNumberIn))->type_name("P");
+    width->check(reading(resolution.width, wholeNumberFrom(1, maxWidth)))->type_name("N");
+    area->check(reading(resolution.quadArea, positiveNumberIn))->type_name("A");
+    pixel->excludes(width)->excludes(area);
+    width->excludes(area);
+    options.unit = "units";
+    prepare.add_option("--unit", options.unit, "The part's unit of length, for texts and labels")
+        ->type_name("NAME")
+        ->capture_default_str();
+}
+
+void addModeOptions(CLI::App& prepare, RawPrepare& raw) {
     std::map<std::string, FlatteningMode> const modes{{"pinned", FlatteningMode::Pinned},
-                                                      {"developable", FlatteningMode::Developable}};
+                                                      {"developable", FlatteningMode::Developable},
+                                                      {"auto", FlatteningMode::Developable}};
     prepare
         .add_option("--mode",
                     "What is fixed when the part is flattened: two points far apart on its rim (pinned), or "
-                    "its whole outer rim, rolled out (developable); without it meshes are rolled out and "
-                    "clouds pinned")
+                    "its whole outer rim, rolled out (developable); auto tries both and takes the map that "
+                    "turns over fewer triangles, then the one truer to areas")
         ->type_name("TEXT")
-        ->check(CLI::IsMember({"pinned", "developable"}))
-        ->check(reading(options.mode, oneOf(modes)));
+        ->check(CLI::IsMember({"auto", "pinned", "developable"}))
+        ->check(reading(raw.mode, oneOf(modes)))
+        ->default_str("auto");
+    std::map<std::string, SolverKind> const solvers{{"direct", SolverKind::Direct},
+                                                    {"cg", SolverKind::ConjugateGradients}};
+    prepare
+        .add_option("--solver",
+                    "What solves for the flat map: a sparse factor (direct, if not given) or the library's "
+                    "conjugate gradients (cg), which take long and can fail on rims of thousands of edges")
+        ->type_name("TEXT")
+        ->check(CLI::IsMember({"direct", "cg"}))
+        ->check(reading(raw.options.prepare.solver, oneOf(solvers)));
+    prepare.add_flag("--accept", raw.options.prepare.isAccepted,
+                     "Write a grid that is not fit for inspection, too");
 }
 
 void addExtensionOptions(CLI::App& prepare, PrepareOptions& options) {
@@ -105,32 +171,49 @@ void addExtensionOptions(CLI::App& prepare, PrepareOptions& options) {
         ->needs(extend);
 }
 
+void addOutputOptions(CLI::App& prepare, DrawnPrepareOptions& options) {
+    prepare
+        .add_option("--flat", options.prepare.flat,
+                    "Also write the mesh with its flat coordinates to this OBJ file")
+        ->type_name("FLAT.obj");
+    prepare
+        .add_option("--image", options.imagePrefix,
+                    "Also draw the flat map, PREFIX_map.png, and the sizes of the pixels, PREFIX_pixels.png")
+        ->type_name("PREFIX");
+}
+
+DrawnPrepareOptions optionsOf(RawPrepare const& raw, CLI::App const& prepare) {
+    DrawnPrepareOptions options = raw.options;
+    CLI::Option const* const mode = prepare.get_option("--mode");
+    if (mode->count() > 0 && mode->results().front() != "auto") {
+        options.prepare.mode = raw.mode;
+    }
+    return options;
+}
+
 } // namespace
 
 Command addPrepare(CLI::App& app) {
-    auto const options = std::make_shared<PrepareOptions>();
-    CLI::App* const prepare = app.add_subcommand("prepare", "Turn a triangle mesh into a grid of quads");
+    auto const raw = std::make_shared<RawPrepare>();
+    PrepareOptions& options = raw->options.prepare;
+    CLI::App* const prepare = app.add_subcommand("prepare", "Turn a part into a grid of quads");
     prepare
-        ->add_option("PART", options->part,
+        ->add_option("PART", options.part,
                      "Mesh of the part, an OBJ file, or a cloud of its points, an .xyz file")
         ->required();
-    prepare->add_option("GRID", options->grid, "Grid to write, a .quads file")->required();
-    addGridOptions(*prepare, *options);
-    auto const repairs = addRepairOptions(*prepare, options->repair);
-    prepare
-        ->add_option("--flat", options->flat,
-                     "Also write the mesh with its flat coordinates to this OBJ file")
-        ->type_name("FLAT.obj");
-    addExtensionOptions(*prepare, *options);
-    auto const read = [options, prepare, repairs] {
+    prepare->add_option("GRID", options.grid, "Grid to write, a .quads file")->required();
+    addResolutionOptions(*prepare, raw->options);
+    addModeOptions(*prepare, *raw);
+    auto const repairs = addRepairOptions(*prepare, options.repair);
+    addExtensionOptions(*prepare, options);
+    addOutputOptions(*prepare, raw->options);
+    auto const read = [raw, prepare, repairs] {
         bool const isRepaired = std::any_of(repairs.begin(), repairs.end(),
                                             [](CLI::Option const* option) { return option->count() > 0; });
-        if (isRepaired && !isCloudFile(options->part)) {
+        if (isRepaired && !isCloudFile(raw->options.prepare.part)) {
             throw UsageError("prepare: --max-side and --fill-holes are for clouds");
         }
-        PrepareOptions result = *options;
-        result.mode = prepare->count("--mode") > 0 ? options->mode : usualModeFor(options->part);
-        return result;
+        return optionsOf(*raw, *prepare);
     };
     return commandOf(prepare, read, run);
 }

@@ -118,10 +118,23 @@ void addPlaneOptions(CLI::App& scan, RawScan& raw) {
         ->type_name("P");
 }
 
+void addSearchOptions(CLI::App& scan, ScanOptions& options) {
+    std::map<std::string, BeamSearch> const searches{{"sure", BeamSearch::Sure}, {"walk", BeamSearch::Walk}};
+    scan.add_option(
+            "--search",
+            "How a beam's quad is found: the first one along the beam (sure, if not given), or by the "
+            "core's walk from the quad of the beam before, which can miss (walk)")
+        ->type_name("TEXT")
+        ->check(CLI::IsMember({"sure", "walk"}))
+        ->check(reading(options.search, oneOf(searches)));
+    scan.add_flag("--compare", options.doCompare, "Search both ways and tell how the walk alone does");
+    scan.add_flag("--flip-normals", options.doFlipNormals, "Take the grid's other side for the outside");
+}
+
 void addOutputOptions(CLI::App& scan, DrawnScanOptions& options) {
     scan.add_option("--csv", options.scan.hits,
-                    "Table of hits to write: u,v,x,y,z,distance,angle,valid; the angle to the surface's "
-                    "normal is in radians, pi is head-on")
+                    "Table of hits to write: u,v,x,y,z,distance,angle,valid,state; the angle to the "
+                    "surface's normal is in radians, pi is head-on; the state is hit, edge or miss")
         ->type_name("HITS.csv")
         ->required();
     scan.add_option("--image", options.imagePrefix,
@@ -140,7 +153,7 @@ void print(std::ostream& output, DrawnScanOptions const& options, DrawnScan cons
                   std::to_string(drawn.scan.surface.getWidth()) + " x " +
                       std::to_string(drawn.scan.surface.getHeight()) + " quads");
     }
-    printScan(output, drawn.scan.result);
+    printScan(output, drawn.scan);
     printItem(output, "table", options.scan.hits.string());
     for (auto const& image : drawn.images) {
         printItem(output, "image", image.string());
@@ -156,9 +169,8 @@ Command addScan(CLI::App& app) {
         ->required();
     addPlaneOptions(*scan, *raw);
     addBeamOptions(*scan, *raw);
+    addSearchOptions(*scan, raw->options.scan);
     addOutputOptions(*scan, raw->options);
-    scan->add_flag("--flip-normals", raw->options.scan.doFlipNormals,
-                   "Take the grid's other side for the outside");
     return commandOf(
         scan, [raw, scan] { return optionsOf(*raw, *scan); }, drawScan, print);
 }

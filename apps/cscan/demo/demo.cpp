@@ -9,6 +9,8 @@
 #include "Inspection/pictures/pngfile.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/numbers.h"
+#include "Inspection/records/outputs.h"
+#include "Inspection/records/record.h"
 #include "Inspection/records/stopwatch.h"
 #include "Inspection/scanning/scanplane.h"
 #include "apps/cscan/demo/bladepart.h"
@@ -33,6 +35,11 @@ public:
         : directory(std::move(targetDirectory)), listener(progressListener) {
         mesh.setProgressListener(&listener);
         grid.setProgressListener(&listener);
+        record.setUnit("mm");
+        record.setting("quadArea", quadArea);
+        record.setting("mode", "developable");
+        outputs.makeFolders(directory);
+        addOutputs();
     }
 
     void makePart();
@@ -45,11 +52,16 @@ public:
     void draw();
     void drawFootprint();
 
+    /// Puts all files in place.
+    void finish() { outputs.commit(&listener); }
+
     DemoResult const& getResult() const { return found; }
 
 private:
     std::filesystem::path directory;
     ProgressListener& listener;
+    Record record{"demo"};
+    Outputs outputs{record};
     Mesh mesh;
     Grid grid;
     Grid reloaded;
@@ -59,6 +71,13 @@ private:
     ScanResult planeResult;
     DemoResult found{{{"stage", "time", "result"}}, {}};
 
+    void addOutputs();
+
+    /// The name of the images of both scans.
+    std::string wholePrefix() const { return (directory / "").string(); }
+
+    std::string planePrefix() const { return (directory / "plane").string(); }
+
     void addRow(std::string const& stage, double seconds, std::string const& text) {
         found.table.push_back({stage, secondsText(seconds), text});
     }
@@ -66,11 +85,20 @@ private:
     void addNote(std::string const& text) { found.table.push_back({"", "", text}); }
 };
 
+void Demonstration::addOutputs() {
+    for (char const* const name : {"blade.obj", "blade.quads", "blade_low_u.quads", "blade_high_u.quads",
+                                   "flatmap.png", "footprint.png"}) {
+        outputs.add(directory / name);
+    }
+    addScanImages(outputs, wholePrefix());
+    addScanImages(outputs, planePrefix());
+}
+
 void Demonstration::makePart() {
     Stopwatch const watch;
     auto const path = directory / "blade.obj";
     PartMesh const part = measuredBlade({});
-    writeFaces(part, path);
+    writeFaces(part, outputs.at(path));
     addRow("make part", watch.seconds(),
            std::to_string(part.points.size()) + " points, " + std::to_string(part.faces.size()) +
                " triangles");
@@ -79,7 +107,9 @@ void Demonstration::makePart() {
 
 void Demonstration::loadPart() {
     Stopwatch const watch;
-    loadObj(mesh, found.files.front());
+    auto const& path = found.files.front();
+    loadObj(mesh, outputs.at(path).file);
+    mesh.setFileName(path.stem().string()); // goes into the grid
     double const seconds = watch.seconds();
     auto const triangles = trianglesOf(mesh);
     auto const loops = boundaryLoopsOf(mesh);
@@ -89,8 +119,8 @@ void Demonstration::loadPart() {
 }
 
 void Demonstration::flattenPart() {
-    FlatteningReport const report =
-        naming("flattening", [&] { return flatten(mesh, FlatteningMode::Developable, &listener); });
+    FlatteningOptions const options{FlatteningMode::Developable, SolverKind::ConjugateGradients};
+    FlatteningReport const report = naming("flattening", [&] { return flatten(mesh, options, &listener); });
     FlatSummary const flat = flatSummaryOf(mesh, trianglesOf(mesh));
     addRow("flatten", report.seconds,
            "flat extent " + toShortText(flat.width, 5) + " x " + toShortText(flat.height, 5) + ", " +
@@ -115,21 +145,22 @@ void Demonstration::resample() {
 void Demonstration::saveAndReload() {
     Stopwatch const watch;
     auto const path = directory / "blade.quads";
-    saveGrid(grid, path);
-    loadGrid(reloaded, path);
+    Destination const to = outputs.at(path);
+    saveGrid(grid, to);
+    loadGrid(reloaded, to.file);
     double const seconds = watch.seconds();
     if (!haveSameSurface(grid, reloaded)) {
         throw Failure(path.string() + ": the reloaded grid differs from the saved one");
     }
     addRow("save and reload", seconds,
-           std::to_string(std::filesystem::file_size(path)) + " bytes, reloaded grid identical");
+           std::to_string(std::filesystem::file_size(to.file)) + " bytes, reloaded grid identical");
     found.files.push_back(path);
 }
 
 void Demonstration::scan() {
     listener.setMessage("Firing beams...");
     beams = bladeScanBeams({});
-    result = fireBeams(reloaded, beams);
+    result = fireBeams(reloaded, beams, &listener);
     ScanStatistics const statistics = statisticsOf(result);
     addRow("fire beams", result.seconds,
            std::to_string(statistics.beamCount) + " beams, hit rate " +
@@ -144,8 +175,7 @@ void Demonstration::scanInTwo() {
     auto const height = static_cast<int>(extents.getdV());
     int const overlap = width / 10;
     std::vector<PlacedGrid> halves(2);
-    halves[0].file = directory / "blade_low_u.quads";
-    halves[1].file = directory / "blade_high_u.quads";
+    std::array const names{directory / "blade_low_u.quads", directory / "blade_high_u.quads"};
     halves[1].offset = GridOffset(width / 2, 0);
     std::array const widths{width / 2 + overlap, width - width / 2};
     for (std::size_t i = 0; i < halves.size(); ++i) {
@@ -153,18 +183,20 @@ void Demonstration::scanInTwo() {
         reloaded.getRestrictedToAABB(QELT::Geometry::TwoDimensional::BoundingBoxAA<int>(
                                          GridIndex() + halves[i].offset, GridOffset(widths.at(i), height)),
                                      half);
-        saveGrid(half, halves[i].file);
-        found.files.push_back(halves[i].file);
+        Destination const to = outputs.at(names.at(i));
+        saveGrid(half, to);
+        halves[i].file = to.file;
+        found.files.push_back(to.name);
     }
-    ScanPlane scanPlane = loadScanPlane(halves, 0, false);
     listener.setMessage("Firing beams at two grids...");
-    planeResult = fireBeams(scanPlane.groups, beams);
-    plane = scanPlane.surface;
+    GridGroups groups = loadGroups(halves, 0, false);
+    planeResult = fireBeams(groups, beams, &listener);
+    plane = loadScanPlane(halves, 0, false).surface;
     std::size_t sameCount = 0;
     for (std::size_t i = 0; i < beams.size(); ++i) {
         Hit const& whole = result.hits[i];
         Hit const& part = planeResult.hits[i];
-        sameCount += whole.isValid == part.isValid && (!whole.isValid || whole.quad == part.quad) ? 1U : 0U;
+        sameCount += whole.isHit() == part.isHit() && (!whole.isHit() || whole.quad == part.quad) ? 1U : 0U;
     }
     addRow("two grids as one", planeResult.seconds,
            std::to_string(sameCount) + " of " + std::to_string(beams.size()) +
@@ -190,7 +222,7 @@ void Demonstration::drawFootprint() {
     beam.apertureRadius = 3.0;
     Footprint const footprint = naming("footprint", [&] { return footprintOf(reloaded, beam); });
     auto const path = directory / "footprint.png";
-    writePng(path, footprintPictureOf(reloaded, beam, footprint, "mm"));
+    writePng(outputs.at(path), footprintPictureOf(reloaded, beam, footprint, "mm"));
     auto const axis = footprint.ends[0] - footprint.centre;
     addRow("footprint", watch.seconds(),
            "beam of 3 mm aperture spreading by 10 degrees reaches " +
@@ -202,9 +234,11 @@ void Demonstration::draw() {
     listener.setMessage("Drawing...");
     Stopwatch const watch;
     auto const flat = directory / "flatmap.png";
-    writePng(flat, flatPictureOf(mesh, "Flat map of the blade"));
-    auto const images = writeScanImages((directory / "").string(), surfaceMapOf(reloaded), result.hits, "mm");
-    auto const planeImages = writeScanImages((directory / "plane").string(), plane, planeResult.hits, "mm");
+    writePng(outputs.at(flat), flatPictureOf(mesh, "Flat map of the blade"));
+    auto const images =
+        writeScanImages(wholePrefix(), surfaceMapOf(reloaded), result.hits, "mm", outputs, &listener);
+    auto const planeImages =
+        writeScanImages(planePrefix(), plane, planeResult.hits, "mm", outputs, &listener);
     addRow("draw", watch.seconds(), std::to_string(images.size() + planeImages.size() + 1) + " images");
     found.files.push_back(flat);
     found.files.insert(found.files.end(), images.begin(), images.end());
@@ -214,7 +248,6 @@ void Demonstration::draw() {
 } // namespace
 
 DemoResult demonstrate(DemoOptions const& options, ProgressListener* listener) {
-    naming(options.directory.string(), [&] { std::filesystem::create_directories(options.directory); });
     Demonstration demonstration(options.directory, *listener);
     demonstration.makePart();
     demonstration.loadPart();
@@ -225,6 +258,7 @@ DemoResult demonstrate(DemoOptions const& options, ProgressListener* listener) {
     demonstration.scanInTwo();
     demonstration.draw();
     demonstration.drawFootprint();
+    demonstration.finish();
     return demonstration.getResult();
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <optional>
 #include <ostream>
 
 namespace cscan {
@@ -52,11 +53,58 @@ std::string lineOn(std::string const& subject, SolveReport const& solve) {
     return line + (solve.hasConverged ? ", converged" : ", not converged: the last iterate is used");
 }
 
+std::string lineOn(std::string const& subject, SolveReport const& solve,
+                   std::optional<DirectSolve> const& direct) {
+    if (!direct) {
+        return lineOn(subject, solve);
+    }
+    std::string line = subject + ": direct, " + counted(solve.iterations, "refinement", "refinements");
+    if (!std::isnan(direct->uncertainty)) {
+        line += ", residual " + toShortText(relativeResidualOf(solve), 3) +
+                " of the right side, uncertain by " + toShortText(direct->uncertainty, 3);
+    }
+    return line + (solve.hasConverged ? "" : ", not solved: what it has is used");
+}
+
 /// Triangles that the core does not list, and so neither writes nor resamples.
 void printUnlisted(std::ostream& output, std::size_t count) {
     if (count > 0) {
         printItem(output, "unlisted faces",
                   std::to_string(count) + ", left out where the surface meets itself in points");
+    }
+}
+
+void printSearch(std::ostream& output, Scan const& scan, ScanStatistics const& statistics) {
+    constexpr double bytesInMegabyte = 1e6;
+    bool const isSure = scan.search == BeamSearch::Sure;
+    printItem(output, "search",
+              isSure ? "sure, set up in " + secondsText(scan.setUpSeconds) + ", " +
+                           toFixedText(static_cast<double>(scan.searchMemory) / bytesInMegabyte, 1) + " MB"
+                     : "walk");
+    printItem(output, "query time", secondsText(scan.result.seconds));
+    printItem(output, "beams per second", toFixedText(statistics.beamsPerSecond, 0));
+}
+
+/// The lines on how the walk alone would have done; those of things that did not happen are left out.
+void printComparison(std::ostream& output, WalkComparison const& walk) {
+    std::size_t const hitCount =
+        walk.sameCount + walk.neighbourCount + walk.elsewhereCount + walk.missedCount;
+    auto const print = [&](char const* name, std::size_t count, std::string const& what) {
+        if (count > 0) {
+            double const percent =
+                hitCount > 0 ? 100.0 * static_cast<double>(count) / static_cast<double>(hitCount) : 0.0;
+            printItem(output, name,
+                      std::to_string(count) + " " + what + ", " + toShortText(percent, 3) + " %");
+        }
+    };
+    printItem(output, "walk alone",
+              counted(walk.sameCount, "hit", "hits") + " on the same quad of " + std::to_string(hitCount));
+    print("  neighbours", walk.neighbourCount, "on a quad beside it");
+    print("  elsewhere", walk.elsewhereCount, "on another sheet");
+    print("  missed", walk.missedCount, "not found");
+    if (walk.surplusCount > 0) {
+        printItem(output, "  surplus",
+                  counted(walk.surplusCount, "hit", "hits") + " where nothing lies in front of the probe");
     }
 }
 
@@ -87,10 +135,10 @@ std::string counted(std::size_t count, std::string const& singular, std::string 
 std::vector<std::string> linesOf(FlatteningReport const& report) {
     std::vector<std::string> lines;
     if (report.solves.boundary) {
-        lines.push_back(lineOn("boundary", *report.solves.boundary));
+        lines.push_back(lineOn("boundary", *report.solves.boundary, report.boundary));
     }
     if (report.solves.inside) {
-        lines.push_back(lineOn(lines.empty() ? "map" : "inside", *report.solves.inside));
+        lines.push_back(lineOn(lines.empty() ? "map" : "inside", *report.solves.inside, report.inside));
     }
     return lines;
 }
@@ -139,6 +187,27 @@ void printFlat(std::ostream& output, FlatSummary const& flat) {
     }
 }
 
+void printMapQuality(std::ostream& output, MapQuality const& quality) {
+    constexpr double degrees = 180.0 / std::numbers::pi;
+    printItem(output, "area distortion",
+              "typically a factor of " + toShortText(quality.areaSpread, 4) + ", " +
+                  toFixedText(100.0 * quality.alikeShare, 1) + " % of the surface within a factor of " +
+                  toShortText(bearableAreaFactor, 2) + " of the median");
+    printItem(output, "angle distortion",
+              "mean " + toFixedText(quality.meanAngleError * degrees, 2) + ", on 95 % of the surface below " +
+                  toFixedText(quality.highAngleError * degrees, 2) + " degrees");
+}
+
+void printQuadSizes(std::ostream& output, QuadSizes const& sizes) {
+    auto const share = [&](std::size_t count) {
+        return toFixedText(100.0 * static_cast<double>(count) / static_cast<double>(sizes.quadCount), 1);
+    };
+    printItem(output, "quads by size",
+              share(sizes.counts[0]) + " % below 1/4 of the median, " + share(sizes.counts[1]) +
+                  " % to 1/2, " + share(sizes.counts[2]) + " % to 2, " + share(sizes.counts[3]) +
+                  " % to 4, " + share(sizes.counts[4]) + " % above");
+}
+
 void printGrid(std::ostream& output, GridSummary const& grid) {
     printItem(output, "grid extents",
               std::to_string(grid.extentU) + " x " + std::to_string(grid.extentV) + " quads");
@@ -162,17 +231,25 @@ void printNanNodes(std::ostream& output, NanNodes const& nodes) {
     }
 }
 
-void printScan(std::ostream& output, ScanResult const& result) {
+void printScan(std::ostream& output, Scan const& scan) {
+    ScanResult const& result = scan.result;
     ScanStatistics const statistics = statisticsOf(result);
     printItem(output, "beams", std::to_string(statistics.beamCount));
     printItem(output, "hits", std::to_string(statistics.hitCount));
     printItem(output, "hit rate", toFixedText(100.0 * statistics.hitRate, 2) + " %");
-    printItem(output, "query time", secondsText(result.seconds));
-    printItem(output, "beams per second", toFixedText(statistics.beamsPerSecond, 0));
+    if (statistics.edgeCount > 0) {
+        printItem(output, "on edges",
+                  counted(statistics.edgeCount, "hit", "hits") + " between two triangles or at the rim");
+    }
+    printSearch(output, scan, statistics);
     if (statistics.measuredCount < statistics.hitCount) {
         printItem(output, "not measured",
                   counted(statistics.hitCount - statistics.measuredCount, "hit", "hits") + " at " +
-                      toShortText(measurementLimit, digits) + " or farther");
+                      toShortText(measurementLimit, digits) +
+                      " units or farther; a part in micrometres is better scanned in millimetres");
+    }
+    if (scan.comparison) {
+        printComparison(output, *scan.comparison);
     }
     if (statistics.measuredCount == 0) {
         return;

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "Inspection/grids/gridsummary.h"
+#include "Inspection/grids/quadsizes.h"
 #include "Inspection/maps/flattening.h"
+#include "Inspection/maps/mapquality.h"
 #include "Inspection/parts/meshsummary.h"
 #include "Inspection/parts/surfacerepair.h"
-#include "Inspection/scanning/scanner.h"
+#include "Inspection/scanning/scan.h"
 #include "apps/cscan/names.h"
 
 #include <iosfwd>
@@ -34,11 +36,13 @@ std::vector<std::string> linesOf(FlatteningReport const& report);
 void printMesh(std::ostream& output, MeshSummary const& mesh);
 void printRepair(std::ostream& output, RepairReport const& repair);
 void printFlat(std::ostream& output, FlatSummary const& flat);
+void printMapQuality(std::ostream& output, MapQuality const& quality);
 void printGrid(std::ostream& output, GridSummary const& grid);
+void printQuadSizes(std::ostream& output, QuadSizes const& sizes);
 
 /// Nothing if there are none.
 void printNanNodes(std::ostream& output, NanNodes const& nodes);
-void printScan(std::ostream& output, ScanResult const& result);
+void printScan(std::ostream& output, Scan const& scan);
 
 /// A table whose columns are as wide as their widest cell; the first row is the heading.
 void printTable(std::ostream& output, std::vector<std::vector<std::string>> const& rows);

@@ -36,11 +36,10 @@ TEST(NanNodes, areCountedWithTheTrianglesThatMadeThem) {
     loadText(mesh, withSlits);
     auto const triangles = trianglesOf(mesh);
     EXPECT_EQ(flatSummaryOf(mesh, triangles).degenerateCount, 2U);
-    double const quadArea = 0.25;
-    EXPECT_EQ(expectedSpacing(triangles, quadArea), 0.5);
+    double const spacing = 0.5;
     Grid grid;
-    grid.construct(mesh, quadArea);
-    NanNodes const nodes = nanNodesIn(grid, mesh, quadArea);
+    grid.construct(mesh, spacing * spacing, spacing);
+    NanNodes const nodes = nanNodesIn(grid, mesh, spacing);
     ASSERT_GE(nodes.places.size(), 4U);
     EXPECT_EQ(nodes.triangleCount, 1U);
     for (GridIndex const& node : nodes.places) {
@@ -54,10 +53,11 @@ TEST(NanNodes, areNotFoundWhereThereAreNone) {
     Mesh mesh;
     loadText(mesh, ring);
     Grid grid;
-    grid.construct(mesh, 0.02);
-    EXPECT_TRUE(nanNodesIn(grid, mesh, 0.02).places.empty());
-    EXPECT_TRUE(nanNodesIn(Grid(), mesh, 0.02).places.empty());
-    EXPECT_EQ(nanNodesIn(grid, mesh, 0.02).triangleCount, 0U);
+    double const spacing = 0.1;
+    grid.construct(mesh, 2.0 * spacing * spacing, spacing);
+    EXPECT_TRUE(nanNodesIn(grid, mesh, spacing).places.empty());
+    EXPECT_TRUE(nanNodesIn(Grid(), mesh, spacing).places.empty());
+    EXPECT_EQ(nanNodesIn(grid, mesh, spacing).triangleCount, 0U);
 }
 
 } // namespace

@@ -1,12 +1,14 @@
 #include "Inspection/grids/prepare.h"
 
 #include "Inspection/grids/gridfile.h"
+#include "Inspection/parts/partanalysis.h"
 #include "tests/inspection/sampleparts.h"
 #include "tests/support/capturedoutput.h"
 #include "tests/support/recordinglistener.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <limits>
 #include <string>
@@ -24,7 +26,7 @@ PrepareOptions patchOptions(ScratchDirectory const& directory) {
     PrepareOptions options;
     options.part = directory / "patch.obj";
     options.grid = directory / "patch.quads";
-    options.quadArea = 0.25;
+    options.resolution.quadArea = 0.25;
     options.mode = FlatteningMode::Pinned;
     return options;
 }
@@ -38,11 +40,13 @@ TEST(Prepare, givesWhatItFoundAndLeavesTheGrid) {
     ASSERT_EQ(result.part.loops.size(), 1U);
     EXPECT_EQ(result.part.loops[0].vertices.size(), 44U);
     EXPECT_FALSE(result.repair.has_value());
-    ASSERT_TRUE(result.flattening.solves.inside);
-    EXPECT_TRUE(result.flattening.solves.inside->hasConverged);
-    EXPECT_GT(result.flattening.solves.inside->iterations, 10U);
-    EXPECT_EQ(result.flat.flippedCount, 0U);
-    EXPECT_NEAR(result.grid.meanQuadArea, 0.25, 0.05);
+    ASSERT_EQ(result.maps.size(), 1U);
+    EXPECT_TRUE(result.map().isFit());
+    EXPECT_EQ(result.map().mode, FlatteningMode::Pinned);
+    EXPECT_EQ(result.map().flat.flippedCount, 0U);
+    EXPECT_NEAR(result.grid.meanQuadArea, 0.25, quadAreaTolerance * 0.25);
+    EXPECT_TRUE(result.isFit());
+    EXPECT_TRUE(result.isWritten);
     Grid grid;
     loadGrid(grid, options.grid);
     EXPECT_EQ(gridSummaryOf(grid).validQuadCount, result.grid.validQuadCount);
@@ -71,13 +75,15 @@ TEST(Prepare, tellsItsObserverOfEachStageWhenItIsDone) {
     prepare(options, nullptr, [&](PrepareStage stage, PrepareResult const& result) {
         stages.push_back(stage);
         EXPECT_EQ(result.part.faceCount, 240U);
-        EXPECT_EQ(result.flat.width > 0.0, stage != PrepareStage::Loaded);
+        EXPECT_EQ(!result.maps.empty(), stage != PrepareStage::Loaded);
         EXPECT_EQ(std::filesystem::exists(directory / "flat.obj"), stage >= PrepareStage::FlatSaved);
         EXPECT_EQ(std::filesystem::exists(options.grid), stage == PrepareStage::Saved);
-        EXPECT_EQ(result.grid.validQuadCount > 0, stage == PrepareStage::Saved);
+        EXPECT_EQ(result.grid.validQuadCount > 0, stage >= PrepareStage::Resampled);
+        EXPECT_EQ(result.isWritten, stage == PrepareStage::Saved);
     });
     EXPECT_EQ(stages, (std::vector<PrepareStage>{PrepareStage::Loaded, PrepareStage::Flattened,
-                                                 PrepareStage::FlatSaved, PrepareStage::Saved}));
+                                                 PrepareStage::FlatSaved, PrepareStage::Resampled,
+                                                 PrepareStage::Saved}));
 }
 
 TEST(Prepare, hasToldWhatItFoundBeforeItFails) {
@@ -100,10 +106,9 @@ TEST(Prepare, reconstructsAndRepairsACloud) {
     PrepareOptions options = patchOptions(directory);
     writeText(directory / "patch.xyz", patchPoints(""));
     options.part = directory / "patch.xyz";
-    options.mode = usualModeFor(options.part);
+    options.mode.reset();
     PrepareResult const result = prepare(options, nullptr);
-    EXPECT_EQ(options.mode, FlatteningMode::Pinned);
-    EXPECT_EQ(usualModeFor("part.obj"), FlatteningMode::Developable);
+    EXPECT_EQ(result.maps.size(), 2U);
     ASSERT_TRUE(result.repair.has_value());
     EXPECT_EQ(result.repair->handleCount, 0U);
     EXPECT_EQ(result.part.vertexCount, 143U);
@@ -124,11 +129,133 @@ TEST(Prepare, refusesAQuadAreaThatIsNotAboveZero) {
     ScratchDirectory const directory;
     PrepareOptions options = patchOptions(directory);
     for (double const area : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
-        options.quadArea = area;
+        options.resolution.quadArea = area;
         std::string const complaint = messageOf([&] { prepare(options, nullptr); });
         EXPECT_TRUE(complaint.ends_with(" is not above zero")) << complaint;
     }
     EXPECT_FALSE(std::filesystem::exists(options.grid));
+}
+
+/// The mean of the quads' areas over the one asked for.
+double meanRatioOf(PrepareResult const& result) {
+    return result.grid.meanQuadArea / result.spacing.quadArea;
+}
+
+/// A sheet of 40 by 40 squares that narrows to a spike, whose triangles the pinned map shrinks far more than
+/// the others.
+std::string spikeMesh() {
+    constexpr int side = 40;
+    std::string text;
+    for (int j = 0; j <= side; ++j) {
+        for (int i = 0; i <= side; ++i) {
+            double const x = (i - side / 2) / 4.0;
+            double const y = (j - side / 2) / 4.0;
+            double const height = 8.0 * std::exp(-(x * x + y * y));
+            text += "v " + std::to_string(x) + " " + std::to_string(y) + " " + std::to_string(height) + "\n";
+        }
+    }
+    for (int j = 0; j < side; ++j) {
+        for (int i = 0; i < side; ++i) {
+            int const a = j * (side + 1) + i + 1;
+            int const b = a + side + 1;
+            text += faceText(a, a + 1, b + 1) + faceText(a, b + 1, b);
+        }
+    }
+    return text;
+}
+
+TEST(Prepare, meetsTheAreaAskedForWhateverTheMapShrinks) {
+    ScratchDirectory const directory;
+    PrepareOptions options = patchOptions(directory);
+    writeText(directory / "spike.obj", spikeMesh());
+    options.part = directory / "spike.obj";
+    options.isAccepted = true;
+    for (double const pixel : {0.1, 0.3}) {
+        options.resolution = {std::nullopt, pixel, std::nullopt};
+        PrepareResult const result = prepare(options, nullptr);
+        EXPECT_NEAR(meanRatioOf(result), 1.0, quadAreaTolerance) << pixel;
+        EXPECT_EQ(result.surface->targetQuadArea, pixel * pixel);
+        if (pixel == 0.3) {
+            Grid byMeanRatio;
+            byMeanRatio.construct(*result.mesh, pixel * pixel);
+            EXPECT_LT(byMeanRatio.getMeanQuadArea(), 0.01 * pixel * pixel) << "else the part tests nothing";
+        }
+    }
+}
+
+TEST(Prepare, givesAGridOfTheWidthAskedFor) {
+    ScratchDirectory const directory;
+    PrepareOptions options = patchOptions(directory);
+    for (std::size_t const width : {7U, 20U, 33U, 100U}) {
+        options.resolution = {std::nullopt, std::nullopt, width};
+        PrepareResult const result = prepare(options, nullptr);
+        EXPECT_EQ(result.grid.extentU, width);
+        EXPECT_NEAR(meanRatioOf(result), 1.0, 0.1);
+    }
+}
+
+TEST(Prepare, takesAPixelThatSuitsThePartWithoutOne) {
+    ScratchDirectory const directory;
+    PrepareOptions options = patchOptions(directory);
+    options.resolution = {};
+    PrepareResult const result = prepare(options, nullptr);
+    double const pixel = suggestedPixel(result.part.area, result.part.faceCount);
+    EXPECT_EQ(result.spacing.quadArea, pixel * pixel);
+    EXPECT_GT(result.sizes.quadCount, 20000U);
+    EXPECT_LT(result.sizes.quadCount, 100000U);
+}
+
+TEST(Prepare, wantsOneResolutionAtMost) {
+    ScratchDirectory const directory;
+    PrepareOptions options = patchOptions(directory);
+    options.resolution.pixel = 1.0;
+    EXPECT_EQ(messageOf([&] { prepare(options, nullptr); }),
+              options.part.string() + ": of quad area, pixel and width one is enough");
+}
+
+TEST(Prepare, triesBothModesAndTakesTheBetterMap) {
+    ScratchDirectory const directory;
+    PrepareOptions options = patchOptions(directory);
+    writeText(directory / "spike.obj", spikeMesh());
+    for (char const* const part : {"patch.obj", "spike.obj"}) {
+        options.part = directory / part;
+        options.mode.reset();
+        options.isAccepted = true;
+        PrepareResult const both = prepare(options, nullptr);
+        ASSERT_EQ(both.maps.size(), 2U);
+        EXPECT_EQ(both.chosen, bestOf(both.maps));
+        for (MapCandidate const& map : both.maps) {
+            options.mode = map.mode;
+            PrepareResult const alone = prepare(options, nullptr);
+            EXPECT_EQ(alone.map().flat.width, map.flat.width) << "each map is made of the part as loaded";
+            EXPECT_EQ(haveSameSurface(*alone.surface, *both.surface), map.mode == both.map().mode);
+        }
+    }
+}
+
+/// More of the spike is far from the median than may be.
+TEST(Prepare, writesAGridThatIsNotFitOnlyIfThatIsAccepted) {
+    ScratchDirectory const directory;
+    PrepareOptions options = patchOptions(directory);
+    writeText(directory / "spike.obj", spikeMesh());
+    options.part = directory / "spike.obj";
+    options.resolution = {std::nullopt, 0.3, std::nullopt};
+    PrepareResult const refused = prepare(options, nullptr);
+    EXPECT_FALSE(refused.isFit());
+    EXPECT_FALSE(refused.isWritten);
+    EXPECT_FALSE(std::filesystem::exists(options.grid));
+    ASSERT_FALSE(refused.shortcomings.empty());
+    EXPECT_LT(refused.sizes.alikeShare(), alikeNeeded);
+    EXPECT_TRUE(refused.shortcomings.back().what.starts_with("only ")) << refused.shortcomings.back().what;
+    EXPECT_FALSE(refused.shortcomings.back().remedy.empty());
+    options.isAccepted = true;
+    PrepareResult const accepted = prepare(options, nullptr);
+    EXPECT_FALSE(accepted.isFit());
+    EXPECT_TRUE(accepted.isWritten);
+    Grid grid;
+    loadGrid(grid, options.grid);
+    EXPECT_TRUE(haveSameSurface(grid, *accepted.surface));
+    EXPECT_TRUE(haveSameSurface(grid, *refused.surface));
 }
 
 } // namespace

@@ -44,6 +44,19 @@ TEST(MeshSummary, findsNoLoopOnAClosedMesh) {
     EXPECT_TRUE(boundaryLoopsOf(mesh).empty());
 }
 
+TEST(MeshSummary, measuresTheBoxAndTheArea) {
+    Mesh mesh;
+    loadText(mesh, ring);
+    MeshSummary const summary = meshSummaryOf(mesh);
+    EXPECT_EQ(summary.low, Point(0.0, 0.0, 0.0));
+    EXPECT_EQ(summary.high, Point(6.0, 3.0, 0.0));
+    EXPECT_EQ(summary.area, 16.0);
+    Mesh low;
+    loadText(low, "v -1 -2 -3\nv -1 -2 -5\nv -1 -6 -3\nf 1 2 3\n");
+    EXPECT_EQ(meshSummaryOf(low).low, Point(-1.0, -6.0, -5.0));
+    EXPECT_EQ(meshSummaryOf(low).high, Point(-1.0, -2.0, -3.0));
+}
+
 TEST(MeshSummary, measuresTheFlatMap) {
     Mesh mesh;
     loadText(mesh, ring);
@@ -63,18 +76,6 @@ TEST(MeshSummary, countsTrianglesThatAreTurnedOverOrHaveNoFlatArea) {
     EXPECT_EQ(flat.flippedCount, 1U);
     mesh.getVertex(4).setPoint2D(FlatPoint(0.0, 0.0));
     EXPECT_EQ(flatSummaryOf(mesh, trianglesOf(mesh)).degenerateCount, 2U);
-}
-
-TEST(MeshSummary, expectsTheGridThatResamplingMakes) {
-    Mesh mesh;
-    loadText(mesh, ring);
-    auto const triangles = trianglesOf(mesh);
-    GridSize const size = expectedGridSize(flatSummaryOf(mesh, triangles), triangles, 0.02);
-    EXPECT_DOUBLE_EQ(size.u, 30.0);
-    EXPECT_DOUBLE_EQ(size.v, 30.0);
-    Grid grid;
-    grid.construct(mesh, 0.02);
-    EXPECT_NEAR(static_cast<double>(grid.getExtents().getdU()), 31.0, 1.0);
 }
 
 } // namespace

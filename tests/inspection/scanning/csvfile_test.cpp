@@ -87,15 +87,16 @@ TEST(ReadBeamFile, namesAFileThatIsNotThere) {
 TEST(WriteHits, leavesEmptyWhatAMissAndAnUnmeasuredHitDoNotHave) {
     Hit miss;
     Hit far;
-    far.isValid = true;
+    far.state = Hit::Inside;
     far.quad = GridIndex(3, 4);
     far.point = Point(1.5, -2.0, 20000.0);
-    EXPECT_EQ(hitsText({miss, far}), "u,v,x,y,z,distance,angle,valid\n,,,,,,,0\n3,4,1.5,-2,20000,,,1\n");
+    EXPECT_EQ(hitsText({miss, far}),
+              "u,v,x,y,z,distance,angle,valid,state\n,,,,,,,0,miss\n3,4,1.5,-2,20000,,,1,hit\n");
 }
 
 TEST(WriteHits, writesNumbersThatReadBackTheSame) {
     Hit hit;
-    hit.isValid = true;
+    hit.state = Hit::OnEdge;
     hit.isMeasured = true;
     hit.quad = GridIndex(-1, 70000);
     hit.point = Point(0.1, 1.0 / 3.0, 123456.789);
@@ -108,7 +109,7 @@ TEST(WriteHits, writesNumbersThatReadBackTheSame) {
     for (std::string field; std::getline(lines, field, ',');) {
         fields.push_back(field);
     }
-    ASSERT_EQ(fields.size(), 8U);
+    ASSERT_EQ(fields.size(), 9U);
     EXPECT_EQ(fields[0], "-1");
     EXPECT_EQ(fields[1], "70000");
     EXPECT_EQ(std::stof(fields[2]), hit.point.getX());
@@ -116,7 +117,8 @@ TEST(WriteHits, writesNumbersThatReadBackTheSame) {
     EXPECT_EQ(std::stof(fields[4]), hit.point.getZ());
     EXPECT_EQ(std::stod(fields[5]), hit.distance);
     EXPECT_EQ(std::stod(fields[6]), hit.angleToNormal);
-    EXPECT_EQ(fields[7], "1\n");
+    EXPECT_EQ(fields[7], "1");
+    EXPECT_EQ(fields[8], "edge\n");
 }
 
 TEST(WriteHitFile, reportsAFileThatCannotBeWritten) {

@@ -20,7 +20,7 @@ void makePlane(Grid& grid) {
 
 Hit hitAt(int u, int v, double distance, double angleError) {
     Hit hit;
-    hit.isValid = true;
+    hit.state = Hit::Inside;
     hit.isMeasured = true;
     hit.quad = GridIndex(u, v);
     hit.distance = distance;
@@ -56,7 +56,7 @@ TEST(QuadMaps, leaveOutMissesUnmeasuredHitsAndIndicesOutside) {
     Grid grid;
     makePlane(grid);
     Hit miss = hitAt(0, 0, 1.0, 0.0);
-    miss.isValid = false;
+    miss.state = Hit::Miss;
     Hit far = hitAt(0, 0, 1.0, 0.0);
     far.isMeasured = false;
     auto const maps = quadMapsOf(grid, {miss, far, hitAt(-1, 0, 1.0, 0.0), hitAt(3, 0, 1.0, 0.0)});

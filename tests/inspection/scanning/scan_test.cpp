@@ -33,9 +33,10 @@ TEST(Scan, firesARasterAndWritesTheTableOfHits) {
     EXPECT_EQ(result.result.hits.size(), 9U * 6U);
     EXPECT_GT(statisticsOf(result.result).hitCount, 40U);
     std::string const table = readText(directory / "hits.csv");
-    EXPECT_EQ(table.rfind("u,v,x,y,z,distance,angle,valid\n", 0), 0U);
+    EXPECT_EQ(table.rfind("u,v,x,y,z,distance,angle,valid,state\n", 0), 0U);
     EXPECT_EQ(static_cast<std::size_t>(std::count(table.begin(), table.end(), '\n')), 9U * 6U + 1U);
-    EXPECT_EQ(listener.messages.front(), "Firing beams...");
+    EXPECT_EQ(listener.messages.front(), "Setting up the search...");
+    EXPECT_EQ(listener.messages.at(1), "Firing beams...");
     EXPECT_EQ(listener.messages.back(), "Writing results...");
 }
 
@@ -47,7 +48,7 @@ TEST(Scan, asksGridsOnAPlaneAlike) {
     auto const grouped = scan(options, nullptr).result.hits;
     ASSERT_EQ(grouped.size(), single.size());
     for (std::size_t i = 0; i < single.size(); ++i) {
-        EXPECT_EQ(grouped[i].isValid, single[i].isValid) << i;
+        EXPECT_EQ(grouped[i].state, single[i].state) << i;
     }
 }
 

@@ -32,8 +32,9 @@ TEST(ScanPlane, gridsAnswerInTheIndicesOfThePlane) {
     ScratchDirectory const directory;
     writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
     writePlane(directory / "b.quads", 6, 4, 5.0, 1.0);
-    ScanPlane plane =
-        loadScanPlane({{directory / "a.quads", {0, 1}, 7}, {directory / "b.quads", {8, 0}, 3}}, 0, false);
+    std::vector<PlacedGrid> const grids = {{directory / "a.quads", {0, 1}, 7},
+                                           {directory / "b.quads", {8, 0}, 3}};
+    ScanPlane const plane = loadScanPlane(grids, 0, false);
     EXPECT_EQ(plane.surface.getWidth(), 14U);
     EXPECT_EQ(plane.surface.getHeight(), 5U);
     EXPECT_EQ(plane.surface.at(0, 0).kind, Cell::NoSurface);
@@ -42,24 +43,29 @@ TEST(ScanPlane, gridsAnswerInTheIndicesOfThePlane) {
     EXPECT_EQ(plane.surface.at(13, 3).kind, Cell::NoValue);
     EXPECT_EQ(plane.low, Point(0.0, 0.0, 0.0));
     EXPECT_EQ(plane.high, Point(11.0, 4.0, 1.0));
-    auto const hits = fireBeams(plane.groups, {downAt(2.3, 1.6), downAt(7.3, 1.6), downAt(30.0, 1.6)}).hits;
-    ASSERT_TRUE(hits[0].isValid && hits[1].isValid);
+    GridGroups groups = loadGroups(grids, 0, false);
+    auto const hits = fireBeams(groups, {downAt(2.3, 1.6), downAt(7.3, 1.6), downAt(30.0, 1.6)}).hits;
+    ASSERT_TRUE(hits[0].isHit() && hits[1].isHit());
     EXPECT_EQ(hits[0].quad, GridIndex(2, 2));
     EXPECT_EQ(hits[1].quad, GridIndex(10, 1));
     EXPECT_NEAR(hits[0].distance, 20.0, 1e-6);
     EXPECT_NEAR(hits[1].distance, 19.0, 1e-6);
-    EXPECT_FALSE(hits[2].isValid);
+    EXPECT_FALSE(hits[2].isHit());
 }
 
 TEST(ScanPlane, gridsAnswerOnlyWhileTheirPositionIsActive) {
     ScratchDirectory const directory;
     writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
     std::vector<PlacedGrid> const grids = {{directory / "a.quads", {0, 0}, 0, 4}};
-    ScanPlane active = loadScanPlane(grids, 2, false);
-    EXPECT_TRUE(fireBeams(active.groups, {downAt(2.3, 1.6)}).hits[0].isValid);
+    ScanPlane const active = loadScanPlane(grids, 2, false);
+    GridGroups activeGroups = loadGroups(grids, 2, false);
+    EXPECT_TRUE(fireBeams(activeGroups, {downAt(2.3, 1.6)}).hits[0].isHit());
+    EXPECT_EQ(active.grids.size(), 1U);
     EXPECT_FALSE(active.isEmpty);
-    ScanPlane inactive = loadScanPlane(grids, 0, false);
-    EXPECT_FALSE(fireBeams(inactive.groups, {downAt(2.3, 1.6)}).hits[0].isValid);
+    ScanPlane const inactive = loadScanPlane(grids, 0, false);
+    GridGroups inactiveGroups = loadGroups(grids, 0, false);
+    EXPECT_FALSE(fireBeams(inactiveGroups, {downAt(2.3, 1.6)}).hits[0].isHit());
+    EXPECT_TRUE(inactive.grids.empty());
     EXPECT_TRUE(inactive.isEmpty);
     EXPECT_EQ(inactive.surface.at(0, 0).kind, Cell::NoSurface);
 }
@@ -67,10 +73,10 @@ TEST(ScanPlane, gridsAnswerOnlyWhileTheirPositionIsActive) {
 TEST(ScanPlane, normalsAreFlippedInEveryGrid) {
     ScratchDirectory const directory;
     writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
-    ScanPlane plain = loadScanPlane({{directory / "a.quads"}}, 0, false);
-    ScanPlane flipped = loadScanPlane({{directory / "a.quads"}}, 0, true);
-    EXPECT_NEAR(fireBeams(plain.groups, {downAt(2.3, 1.6)}).hits[0].angleError, 0.0, 1e-6);
-    EXPECT_GT(fireBeams(flipped.groups, {downAt(2.3, 1.6)}).hits[0].angleError, 3.1);
+    GridGroups plain = loadGroups({{directory / "a.quads"}}, 0, false);
+    GridGroups flipped = loadGroups({{directory / "a.quads"}}, 0, true);
+    EXPECT_NEAR(fireBeams(plain, {downAt(2.3, 1.6)}).hits[0].angleError, 0.0, 1e-6);
+    EXPECT_GT(fireBeams(flipped, {downAt(2.3, 1.6)}).hits[0].angleError, 3.1);
 }
 
 TEST(ScanPlane, refusesAPlaneBeyondAllMeasure) {

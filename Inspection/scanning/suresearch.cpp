@@ -1,0 +1,474 @@
+#include "Inspection/scanning/suresearch.h"
+
+#include "Inspection/records/failure.h"
+#include "Inspection/scanning/internal/quadhit.h"
+
+#include <embree3/rtcore.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <optional>
+
+// The first quad along a beam, out of all quads at once.
+//
+// 1. A tree of boxes over all quads (Embree, a library of ray tracing kernels) names the first one along the
+//    beam. Its quads are the core's: the same float corners, cut along the same diagonal, from the low corner
+//    to the opposite one. In its robust mode neighbouring triangles leave no gap: whoever passes between two
+//    sheets has met one of them.
+// 2. The core's test decides whether the beam meets that quad. If not, it is asked of the eight around it:
+//    the tree works in floats and may come to the wrong side of an edge. A neighbour's hit counts if it is in
+//    the same place: where a surface folds over, a neighbour lies behind.
+// 3. If none accepts, the beam is on an edge, which the core's test gives to neither side, and that is the
+//    answer. It is not looked further: what lies behind is another sheet.
+//
+// Why this is sure: nothing is remembered and nothing iterated, so there is no start to be wrong and no limit
+// of steps. Where the tree and the core can differ is within rounding of an edge, and there the quads around
+// are asked too. What remains is the outline of a sheet: whether a beam within rounding of it touches is
+// chance in any arithmetic, and then `OnEdge`, or whatever is behind.
+//
+// Rounding. The tree's ray starts where the beam enters the box of the surface, found in doubles, so that a
+// distant probe costs no precision; the direction is made a unit vector in doubles. Start and direction are
+// then off by parts of 2^-24 of the largest coordinate. All allowances are `slack` of it, 16 times that. The
+// ray starts by so much behind the origin: what the core sees at or behind it is passed over.
+// `samePlace` is a share of the quad's diagonal: a smaller one makes hits at creases into edges, a larger
+// one lets a neighbour answer from behind. Both are then wrong by a hundredth of a quad.
+//
+// Cost: the tree's own, one core's test and a few nanoseconds a beam; memory for corners (12 bytes a node),
+// indices (16 a quad) and the tree (some 70). It is built by the calling thread; the one device of the
+// process is never let go, as releasing one starts a thread of its scheduler.
+
+namespace QELT::Inspection {
+
+namespace {
+
+using GridStep = QELT::Geometry::TwoDimensional::Vector<int>;
+
+constexpr char const* deviceSettings = "threads=1,start_threads=0,set_affinity=0,ignore_config_files=1";
+
+constexpr double slack = 0x1p-20;
+constexpr double samePlace = 0.01;
+
+/// Larger coordinates are no place for the tree.
+constexpr float largestCoordinate = 1e18F;
+
+constexpr std::array<std::array<int, 2>, 8> stepsAround{
+    {{1, 0}, {1, 1}, {0, 1}, {-1, 1}, {-1, 0}, {-1, -1}, {0, -1}, {1, -1}}};
+
+/// Bytes taken since the caller set it to zero. Scenes are built on one thread.
+thread_local std::int64_t bytesTaken = 0;
+
+bool countBytes(void* /*unused*/, ssize_t bytes, bool /*isAfterwards*/) {
+    bytesTaken += bytes;
+    return true;
+}
+
+RTCDevice makeDevice() {
+    RTCDevice const device = rtcNewDevice(deviceSettings);
+    if (device != nullptr) {
+        rtcSetDeviceMemoryMonitorFunction(device, countBytes, nullptr);
+    }
+    return device;
+}
+
+RTCDevice theDevice() {
+    static RTCDevice const device = makeDevice();
+    if (device == nullptr) {
+        throw Failure("the search for beams does not run on this processor");
+    }
+    return device;
+}
+
+/// A box along the axes of space; empty at first.
+struct Box {
+    std::array<double, 3> low{infinity, infinity, infinity};
+    std::array<double, 3> high{-infinity, -infinity, -infinity};
+
+    void include(std::array<float, 3> const& corner) {
+        for (std::size_t i = 0; i < corner.size(); ++i) {
+            low[i] = std::min(low[i], static_cast<double>(corner[i]));
+            high[i] = std::max(high[i], static_cast<double>(corner[i]));
+        }
+    }
+
+    /// The largest coordinate without its sign; 0 of an empty box.
+    double reach() const {
+        double reach = 0.0;
+        for (std::size_t i = 0; i < low.size() && low[i] <= high[i]; ++i) {
+            reach = std::max({reach, std::abs(low[i]), std::abs(high[i])});
+        }
+        return reach;
+    }
+
+    static constexpr double infinity = std::numeric_limits<double>::infinity();
+};
+
+std::array<double, 3> numbersOf(Point const& point) {
+    return {static_cast<double>(point.getX()), static_cast<double>(point.getY()),
+            static_cast<double>(point.getZ())};
+}
+
+std::array<double, 3> numbersOf(Vector const& vector) {
+    return {vector.getdX(), vector.getdY(), vector.getdZ()};
+}
+
+/// How far along a unit vector the line from `origin` comes into the box with a margin around it, from just
+/// behind the origin on; nothing if it passes by.
+std::optional<double> entryInto(Box const& box, double margin, Point const& origin, Vector const& unit) {
+    auto const from = numbersOf(origin);
+    auto const along = numbersOf(unit);
+    double entry = -margin;
+    double exit = Box::infinity;
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        if (along[i] == 0.0) {
+            if (!(box.low[i] <= from[i] && from[i] <= box.high[i])) {
+                return std::nullopt;
+            }
+            continue;
+        }
+        auto const [near, far] = std::minmax(
+            {(box.low[i] - margin - from[i]) / along[i], (box.high[i] + margin - from[i]) / along[i]});
+        entry = std::max(entry, near);
+        exit = std::min(exit, far);
+    }
+    return entry <= exit ? std::optional(entry) : std::nullopt;
+}
+
+/// Nothing of a vector without length or with numbers that are none.
+std::optional<Vector> unitOf(Vector const& vector) {
+    double const largest =
+        std::max({std::abs(vector.getdX()), std::abs(vector.getdY()), std::abs(vector.getdZ())});
+    Vector const scaled = vector / largest;
+    double const length = std::sqrt(scaled.lSqr());
+    return std::isfinite(length) && length > 0.0 ? std::optional(scaled / length) : std::nullopt;
+}
+
+bool isPlace(Point const& point) {
+    return std::isfinite(point.getX()) && std::isfinite(point.getY()) && std::isfinite(point.getZ());
+}
+
+/// The corners of a quad as Embree takes them, by the numbers of their nodes. It cuts a quad from its second
+/// to its fourth corner: that is the core's diagonal, from the low corner to the opposite one.
+struct Corners {
+    std::uint32_t alongU = 0;
+    std::uint32_t opposite = 0;
+    std::uint32_t alongV = 0;
+    std::uint32_t low = 0;
+};
+
+/// A grid as the tree sees it. It reads the corners from here.
+class Surface {
+public:
+    Surface(Grid const& searched, Box& box);
+
+    Grid const& getGrid() const { return *grid; }
+
+    GridIndex quadOf(std::uint32_t number) const;
+
+    std::size_t getMemory() const {
+        return quads.capacity() * sizeof(Corners) + coordinates.capacity() * sizeof(float);
+    }
+
+    /// Hands the quads over to the scene, with `number` for a name.
+    void attachTo(RTCScene scene, std::uint32_t number) const;
+
+private:
+    Grid const* grid;
+    unsigned long width; ///< in nodes
+    std::vector<Corners> quads;
+    std::vector<float> coordinates;
+
+    bool isUsable(GridIndex const& node) const;
+    std::optional<Corners> cornersOf(GridIndex const& quad) const;
+    void readQuads();
+    void readNodes(Box& box);
+};
+
+Surface::Surface(Grid const& searched, Box& box) : grid(&searched), width(searched.getExtents().getdU() + 1) {
+    readQuads();
+    if (!quads.empty()) {
+        readNodes(box);
+    }
+}
+
+GridIndex Surface::quadOf(std::uint32_t number) const {
+    std::uint32_t const low = quads[number].low;
+    return {static_cast<int>(low % width), static_cast<int>(low / width)};
+}
+
+bool Surface::isUsable(GridIndex const& node) const {
+    Point const point = grid->getPoint(node);
+    return std::abs(point.getX()) <= largestCoordinate && std::abs(point.getY()) <= largestCoordinate &&
+           std::abs(point.getZ()) <= largestCoordinate;
+}
+
+/// With three usable corners the triangle that has them stands in for the quad, whose other one is a line.
+std::optional<Corners> Surface::cornersOf(GridIndex const& quad) const {
+    if (!grid->getIsQuadValid(quad)) {
+        return std::nullopt;
+    }
+    bool const hasAlongU = isUsable(quad + GridStep(1, 0));
+    bool const hasAlongV = isUsable(quad + GridStep(0, 1));
+    if (!isUsable(quad) || !isUsable(quad + GridStep(1, 1)) || !(hasAlongU || hasAlongV)) {
+        return std::nullopt;
+    }
+    auto const low = static_cast<std::uint32_t>(static_cast<unsigned long>(quad.getV()) * width +
+                                                static_cast<unsigned long>(quad.getU()));
+    auto const above = static_cast<std::uint32_t>(low + width);
+    return Corners{hasAlongU ? low + 1 : low, above + 1, hasAlongV ? above : above + 1, low};
+}
+
+void Surface::readQuads() {
+    auto const extents = grid->getExtents();
+    for (int v = 0; v < static_cast<int>(extents.getdV()); ++v) {
+        for (int u = 0; u < static_cast<int>(extents.getdU()); ++u) {
+            if (auto const quad = cornersOf(GridIndex(u, v))) {
+                quads.push_back(*quad);
+            }
+        }
+    }
+    quads.shrink_to_fit();
+}
+
+/// Embree reads 16 bytes a corner, one number more than there is.
+void Surface::readNodes(Box& box) {
+    auto const height = grid->getExtents().getdV() + 1;
+    coordinates.assign(3 * width * height + 1, 0.0F);
+    auto place = coordinates.begin();
+    for (int v = 0; v < static_cast<int>(height); ++v) {
+        for (int u = 0; u < static_cast<int>(width); ++u, place += 3) {
+            GridIndex const node(u, v);
+            if (grid->getIsPointValid(node) && isUsable(node)) {
+                Point const point = grid->getPoint(node);
+                std::array const corner{point.getX(), point.getY(), point.getZ()};
+                std::copy(corner.begin(), corner.end(), place);
+                box.include(corner);
+            }
+        }
+    }
+}
+
+void Surface::attachTo(RTCScene scene, std::uint32_t number) const {
+    if (quads.empty()) {
+        return;
+    }
+    RTCGeometry const geometry = rtcNewGeometry(theDevice(), RTC_GEOMETRY_TYPE_QUAD);
+    rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, coordinates.data(), 0,
+                               3 * sizeof(float), coordinates.size() / 3);
+    rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT4, quads.data(), 0,
+                               sizeof(Corners), quads.size());
+    rtcCommitGeometry(geometry);
+    rtcAttachGeometryByID(scene, geometry, number);
+    rtcReleaseGeometry(geometry);
+}
+
+/// What the tree comes to along a beam.
+struct Named {
+    Surface const* surface = nullptr;
+    GridIndex quad;
+    bool isLower = true;   ///< which triangle of the quad
+    double distance = 0.0; ///< along the beam
+};
+
+/// What the core's test says of a beam that meets a quad.
+struct Met {
+    Grid const* grid = nullptr;
+    GridIndex quad;
+    Point point;
+    QuadIntersectionData data;
+    double distance = 0.0; ///< along the beam, negative behind its origin, also where the core measures none
+};
+
+std::optional<Met> meeting(Grid const& grid, GridIndex const& quad, Beam const& beam) {
+    Met met;
+    met.grid = &grid;
+    met.quad = quad;
+    if (!grid.getDoesIntersectQuad(quad, beam.origin, beam.direction, met.point, &met.data)) {
+        return std::nullopt;
+    }
+    double const length = std::sqrt(met.point.dSqr(beam.origin));
+    met.distance = measurementLimit > length
+                       ? met.data.getDistanceToObject()
+                       : std::copysign(length, (met.point - beam.origin).dot(beam.direction));
+    return met;
+}
+
+/// The nearest hit on the quads around the one named, of those in the same place.
+std::optional<Met> meetingAround(Named const& named, Beam const& beam, double rounding) {
+    Grid const& grid = named.surface->getGrid();
+    auto const cornerOf = [&](int u, int v) { return grid.getPoint(named.quad + GridStep(u, v)); };
+    double const diagonal = std::sqrt(
+        std::max((cornerOf(1, 1) - cornerOf(0, 0)).lSqr(), (cornerOf(0, 1) - cornerOf(1, 0)).lSqr()));
+    double const allowance = samePlace * diagonal + rounding;
+    std::optional<Met> nearest;
+    for (auto const& [u, v] : stepsAround) {
+        auto const met = meeting(grid, named.quad + GridStep(u, v), beam);
+        bool const isThere = met && std::abs(met->distance - named.distance) <= allowance;
+        if (isThere && (!nearest || met->distance < nearest->distance)) {
+            nearest = met;
+        }
+    }
+    return nearest;
+}
+
+/// What the core says of the quad named or, if nothing, of those around it.
+std::optional<Met> meetingAt(Named const& named, Beam const& beam, double rounding) {
+    auto const met = meeting(named.surface->getGrid(), named.quad, beam);
+    return met ? met : meetingAround(named, beam, rounding);
+}
+
+/// On the edge of the triangle named. The core does not say at what angle a beam passes that it lets pass; a
+/// parallel one through the middle of the triangle meets that at the same.
+Hit hitOnEdge(Named const& named, Beam const& beam, Point const& place) {
+    Hit hit;
+    hit.state = Hit::OnEdge;
+    hit.quad = named.quad + named.surface->getGrid().getOffset();
+    hit.point = place;
+    std::array<Point, 3> corners;
+    named.surface->getGrid().getQuadTrianglePoints(named.quad, corners.data(), named.isLower);
+    Point const middle = corners[0] + ((corners[1] - corners[0]) + (corners[2] - corners[0])) / 3.0;
+    Beam const parallel{beam.origin + (middle - place), beam.direction};
+    auto const met = meeting(named.surface->getGrid(), named.quad, parallel);
+    hit.isMeasured = met && measurementLimit > std::max(std::abs(met->distance), named.distance);
+    if (hit.isMeasured) {
+        hit.distance = named.distance;
+        hit.angleToNormal = met->data.getAngleToObjectNormal();
+        hit.angleError = met->data.getAngleError();
+    }
+    return hit;
+}
+
+RTCRayHit rayFrom(Point const& start, Vector const& unit, Box const& box) {
+    std::array<float, 3> origin{start.getX(), start.getY(), start.getZ()};
+    auto const along = numbersOf(unit);
+    for (std::size_t i = 0; i < origin.size(); ++i) {
+        // Seen along an axis a box of the tree is open on its upper side. The outermost is closed by a step.
+        bool const isOnUpperSide = along[i] == 0.0 && static_cast<double>(origin[i]) == box.high[i];
+        origin[i] = isOnUpperSide ? std::nextafter(origin[i], static_cast<float>(box.low[i])) : origin[i];
+    }
+    RTCRayHit ray{};
+    ray.ray.org_x = origin[0];
+    ray.ray.org_y = origin[1];
+    ray.ray.org_z = origin[2];
+    ray.ray.dir_x = static_cast<float>(along[0]);
+    ray.ray.dir_y = static_cast<float>(along[1]);
+    ray.ray.dir_z = static_cast<float>(along[2]);
+    ray.ray.mask = std::numeric_limits<unsigned>::max();
+    return ray;
+}
+
+struct ReleaseTree {
+    void operator()(RTCScene tree) const { rtcReleaseScene(tree); }
+};
+
+} // namespace
+
+struct SureSearch::Scene {
+    explicit Scene(std::vector<Grid const*> const& grids);
+    Scene(Scene const&) = delete;
+    Scene(Scene&&) = delete;
+    Scene& operator=(Scene const&) = delete;
+    Scene& operator=(Scene&&) = delete;
+    ~Scene() = default;
+
+    /// The first quad along the ray, from `ray.tnear` on.
+    bool doesMeet(RTCRayHit& ray) const;
+
+    /// What the ray of a beam met that starts at `start` along it.
+    Named namedBy(RTCRayHit const& ray, double start) const;
+
+    /// The first hit along the beam, as the core sees it, from what the ray meets.
+    Hit firstHit(RTCRayHit& ray, double start, Beam const& beam, Vector const& unit) const;
+
+    std::vector<Surface> surfaces;
+    Box box;
+    double margin = 0.0; ///< rounding of the tree's points
+    std::unique_ptr<RTCSceneTy, ReleaseTree> tree;
+    std::size_t memory = 0;
+};
+
+SureSearch::Scene::Scene(std::vector<Grid const*> const& grids) {
+    bytesTaken = 0;
+    tree.reset(rtcNewScene(theDevice()));
+    rtcSetSceneFlags(tree.get(), RTC_SCENE_FLAG_ROBUST);
+    surfaces.reserve(grids.size());
+    for (Grid const* const grid : grids) {
+        surfaces.emplace_back(*grid, box);
+        surfaces.back().attachTo(tree.get(), static_cast<std::uint32_t>(surfaces.size() - 1));
+        memory += surfaces.back().getMemory();
+    }
+    rtcCommitScene(tree.get());
+    if (rtcGetDeviceError(theDevice()) != RTC_ERROR_NONE) {
+        throw std::bad_alloc();
+    }
+    memory += static_cast<std::size_t>(bytesTaken);
+    margin = slack * box.reach();
+}
+
+bool SureSearch::Scene::doesMeet(RTCRayHit& ray) const {
+    RTCIntersectContext context;
+    rtcInitIntersectContext(&context);
+    ray.ray.tfar = std::numeric_limits<float>::infinity();
+    ray.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+    rtcIntersect1(tree.get(), &context, &ray);
+    return ray.hit.geomID != RTC_INVALID_GEOMETRY_ID;
+}
+
+Named SureSearch::Scene::namedBy(RTCRayHit const& ray, double start) const {
+    Surface const& surface = surfaces[ray.hit.geomID];
+    return {&surface, surface.quadOf(ray.hit.primID), ray.hit.u + ray.hit.v <= 1.0F,
+            start + static_cast<double>(ray.ray.tfar)};
+}
+
+Hit SureSearch::Scene::firstHit(RTCRayHit& ray, double start, Beam const& beam, Vector const& unit) const {
+    std::optional<Met> first;
+    while (doesMeet(ray)) {
+        Named const named = namedBy(ray, start);
+        if (first && first->distance < named.distance) {
+            break;
+        }
+        double const rounding = margin + slack * std::abs(named.distance);
+        auto const met = meetingAt(named, beam, rounding);
+        if (!met && named.distance > 0.0) {
+            return hitOnEdge(named, beam, beam.origin + named.distance * unit);
+        }
+        if (met && !std::signbit(met->distance) && (!first || met->distance < first->distance)) {
+            first = met;
+        }
+        if (first && first->distance <= named.distance + rounding) {
+            break;
+        }
+        ray.ray.tnear = std::nextafter(ray.ray.tfar, std::numeric_limits<float>::infinity());
+    }
+    return first ? hitInside(first->quad + first->grid->getOffset(), first->point, first->data, beam.origin)
+                 : Hit();
+}
+
+SureSearch::SureSearch(std::vector<Grid const*> const& grids)
+    : scene(naming("the search for beams", [&] { return std::make_unique<Scene const>(grids); })) {}
+
+SureSearch::SureSearch(SureSearch&& other) noexcept = default;
+
+SureSearch& SureSearch::operator=(SureSearch&& other) noexcept = default;
+
+SureSearch::~SureSearch() = default;
+
+Hit SureSearch::find(Beam const& beam) const {
+    auto const unit = unitOf(beam.direction);
+    auto const start = unit && isPlace(beam.origin) ? entryInto(scene->box, scene->margin, beam.origin, *unit)
+                                                    : std::nullopt;
+    if (!start) {
+        return {};
+    }
+    RTCRayHit ray = rayFrom(beam.origin + *start * *unit, *unit, scene->box);
+    return scene->firstHit(ray, *start, beam, *unit);
+}
+
+std::size_t SureSearch::getMemory() const {
+    return scene->memory;
+}
+
+} // namespace QELT::Inspection
