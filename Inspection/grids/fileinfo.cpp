@@ -1,7 +1,5 @@
 #include "Inspection/grids/fileinfo.h"
 
-#include "Inspection/import/objfile.h"
-#include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
 
 #include <string>
@@ -20,11 +18,13 @@ GridFileInfo gridFileInfoOf(std::filesystem::path const& path) {
     return info;
 }
 
-MeshFileInfo meshFileInfoOf(std::filesystem::path const& path, ProgressListener* listener) {
+MeshFileInfo meshFileInfoOf(std::filesystem::path const& path, PartAsLoaded const& part,
+                            ProgressListener* listener) {
     Mesh mesh;
     mesh.setProgressListener(listener);
-    ObjContents const contents = loadObj(mesh, path);
+    ObjContents const contents = fillMesh(mesh, part, path);
     MeshFileInfo info;
+    info.load = part.report;
     info.byteCount = std::filesystem::file_size(path);
     info.mesh = meshSummaryOf(mesh);
     if (contents.hasFlatCoordinates) {
@@ -40,10 +40,11 @@ FileInfo fileInfoOf(InfoOptions const& options, ProgressListener* listener) {
     if (isGridFile(options.file)) {
         return gridFileInfoOf(options.file);
     }
-    if (options.file.filename().string().find(".obj") != std::string::npos) {
-        return meshFileInfoOf(options.file, listener);
+    PartAsLoaded const part = loadPart(options.file);
+    if (part.isMesh()) {
+        return meshFileInfoOf(options.file, part, listener);
     }
-    throw Failure(options.file.string() + ": neither a .quads nor an .obj file");
+    return CloudFileInfo{std::filesystem::file_size(options.file), part.report, !part.normals.empty()};
 }
 
 } // namespace QELT::Inspection

@@ -2,7 +2,7 @@
 
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/import/objfile.h"
-#include "Inspection/import/xyzfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/parts/reconstruction.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
@@ -53,7 +53,7 @@ private:
     Grid grid;
     PrepareResult result;
 
-    RepairReport loadCloud();
+    RepairReport loadCloud(PartAsLoaded const& loaded);
     void requireBearableGrid() const;
     void extend();
 
@@ -75,8 +75,8 @@ void Preparation::requireUsableOptions() const {
     }
 }
 
-RepairReport Preparation::loadCloud() {
-    auto const reconstruction = reconstructFrom(options.part, options.repair);
+RepairReport Preparation::loadCloud(PartAsLoaded const& loaded) {
+    auto const reconstruction = reconstructFrom(loaded, options.part, options.repair);
     naming(part, [&] { mesh.construct(reconstruction.surface.points, reconstruction.surface.faces); });
     mesh.setFileName(options.part.stem().string());
     return reconstruction.repair;
@@ -84,11 +84,13 @@ RepairReport Preparation::loadCloud() {
 
 void Preparation::load() {
     Stopwatch const watch;
-    if (isCloudFile(options.part)) {
-        announce(listener, "Reconstructing...");
-        result.repair = loadCloud();
+    PartAsLoaded const loaded = loadPart(options.part);
+    result.load = loaded.report;
+    if (loaded.isMesh()) {
+        fillMesh(mesh, loaded, options.part);
     } else {
-        loadObj(mesh, options.part);
+        announce(listener, "Reconstructing...");
+        result.repair = loadCloud(loaded);
     }
     result.loadSeconds = watch.seconds();
     result.part = meshSummaryOf(mesh);
@@ -146,7 +148,7 @@ void Preparation::resample() {
 } // namespace
 
 FlatteningMode usualModeFor(std::filesystem::path const& part) {
-    return isCloudFile(part) ? FlatteningMode::Pinned : FlatteningMode::Developable;
+    return isCloudPart(part) ? FlatteningMode::Pinned : FlatteningMode::Developable;
 }
 
 PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,

@@ -2,6 +2,7 @@
 
 #include "Inspection/export.h"
 #include "Inspection/grids/gridsummary.h"
+#include "Inspection/import/part.h"
 #include "Inspection/maps/flattening.h"
 #include "Inspection/names.h"
 #include "Inspection/parts/meshsummary.h"
@@ -15,7 +16,7 @@
 namespace QELT::Inspection {
 
 struct PrepareOptions {
-    std::filesystem::path part; ///< mesh, an OBJ file, or cloud, an .xyz file
+    std::filesystem::path part; ///< mesh or cloud, of any format
     std::filesystem::path grid; ///< grid to write, a .quads file
     double quadArea = 0.0;      ///< mean of the quads, in the square of the part's unit; above 0
     RepairOptions repair;       ///< of the surface through a cloud
@@ -25,13 +26,13 @@ struct PrepareOptions {
     unsigned long smoothingPasses = 0;         ///< of the rim after each of them
 };
 
-/// The mode that suits a part of this name if no other is wished: the outline of a surface through a cloud is
-/// too rough to be rolled out.
+/// The mode that suits the part in this file if no other is wished: the outline of a surface through a cloud
+/// is too rough to be rolled out.
 QELT_INSPECTION_EXPORT FlatteningMode usualModeFor(std::filesystem::path const& part);
 
 /// What is known of a preparation once a stage is behind it.
 enum class PrepareStage {
-    Loaded,    ///< `part`, `repair` and `loadSeconds`
+    Loaded,    ///< `load`, `part`, `repair` and `loadSeconds`
     Flattened, ///< `flattening` and `flat` as well
     FlatSaved, ///< the flat map's file is written; passed over if none is wished
     Saved,     ///< all
@@ -39,6 +40,7 @@ enum class PrepareStage {
 
 /// Times are of the work alone, without what is reported of it.
 struct PrepareResult {
+    LoadReport load;
     MeshSummary part;
     std::optional<RepairReport> repair; ///< of a cloud
     double loadSeconds = 0.0;           ///< with the reconstruction, where there was one

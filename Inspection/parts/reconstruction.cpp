@@ -1,7 +1,7 @@
 #include "Inspection/parts/reconstruction.h"
 
 #include "Inspection/import/objfile.h"
-#include "Inspection/import/xyzfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
 #include "Inspection/records/internal/announce.h"
@@ -41,8 +41,13 @@ BuiltSurface surfaceFromEitherSide(std::vector<Point> points) {
 } // namespace
 
 Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions const& options) {
-    auto const points = readCloudFile(cloud);
-    BuiltSurface const built = naming(cloud.string(), [&] { return surfaceFromEitherSide(points); });
+    return reconstructFrom(loadPart(cloud), cloud, options);
+}
+
+Reconstruction reconstructFrom(PartAsLoaded const& part, std::filesystem::path const& cloud,
+                               RepairOptions const& options) {
+    require(!part.isMesh(), cloud.string() + ": is a mesh already; prepare it as it is");
+    BuiltSurface const built = naming(cloud.string(), [&] { return surfaceFromEitherSide(pointsOf(part)); });
     Reconstruction result;
     result.surface = built.surface;
     result.repair = repairSurface(result.surface, options);
@@ -59,13 +64,14 @@ ReconstructResult reconstruct(ReconstructOptions const& options, ProgressListene
     requireNoCutBeside(options.part);
     announce(listener, "Reconstructing...");
     Stopwatch const watch;
-    auto const [surface, repair] = reconstructFrom(options.cloud, options.repair);
+    PartAsLoaded const part = loadPart(options.cloud);
+    auto const [surface, repair] = reconstructFrom(part, options.cloud, options.repair);
     double const seconds = watch.seconds();
     writeFaces(surface, options.part);
     Mesh mesh;
     mesh.setProgressListener(listener);
     loadObj(mesh, options.part);
-    return {meshSummaryOf(mesh), repair, seconds};
+    return {meshSummaryOf(mesh), repair, seconds, part.report};
 }
 
 } // namespace QELT::Inspection

@@ -1,6 +1,7 @@
 #include "Inspection/parts/tubecut.h"
 
 #include "Inspection/import/objfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
 
@@ -107,10 +108,11 @@ CutResult cut(CutOptions const& options, ProgressListener* listener) {
     requireWritable(cutFileOf(options.result));
     Mesh mesh;
     mesh.setProgressListener(listener);
-    loadObj(mesh, options.part);
+    PartAsLoaded const part = loadPart(options.part);
+    fillMesh(mesh, part, options.part);
     CutPlane const plane = slit(mesh, options.part.string(), options.cut);
     saveObj(mesh, options.result);
-    return {meshSummaryOf(mesh), plane, cutFileOf(options.result)};
+    return {meshSummaryOf(mesh), plane, cutFileOf(options.result), part.report};
 }
 
 } // namespace QELT::Inspection

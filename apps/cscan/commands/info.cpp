@@ -1,6 +1,8 @@
 #include "Inspection/grids/fileinfo.h"
+#include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
+#include "apps/cscan/report/loadreport.h"
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
@@ -41,11 +43,20 @@ void printFile(std::ostream& output, InfoOptions const& options, GridFileInfo co
 void printFile(std::ostream& output, InfoOptions const& options, MeshFileInfo const& info) {
     output << options.file.string() << ": triangle mesh\n";
     printItem(output, "size", std::to_string(info.byteCount) + " bytes");
+    printLoad(output, info.load);
     printMesh(output, info.mesh);
     printItem(output, "flat coordinates", info.flat ? "yes" : "no");
     if (info.flat) {
         printFlat(output, *info.flat);
     }
+}
+
+void printFile(std::ostream& output, InfoOptions const& options, CloudFileInfo const& info) {
+    output << options.file.string() << ": cloud of points\n";
+    printItem(output, "size", std::to_string(info.byteCount) + " bytes");
+    printLoad(output, info.load);
+    printItem(output, "extent", toShortText(info.load.size, 6) + " across");
+    printItem(output, "normals", info.hasNormals ? "yes" : "no");
 }
 
 void print(std::ostream& output, InfoOptions const& options, FileInfo const& info) {
@@ -56,7 +67,7 @@ void print(std::ostream& output, InfoOptions const& options, FileInfo const& inf
 
 Command addInfo(CLI::App& app) {
     auto const options = std::make_shared<InfoOptions>();
-    CLI::App* const info = app.add_subcommand("info", "Tell what an OBJ or a .quads file holds");
+    CLI::App* const info = app.add_subcommand("info", "Tell what a part or a .quads file holds");
     info->add_option("FILE", options->file, "The file")->required();
     return commandOf(
         info, [options] { return *options; }, fileInfoOf, print);

@@ -1,10 +1,11 @@
 #include "Inspection/grids/prepare.h"
 
-#include "Inspection/import/xyzfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commandline/repairoptions.h"
 #include "apps/cscan/commands/commands.h"
+#include "apps/cscan/report/loadreport.h"
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
@@ -28,6 +29,7 @@ void printLoaded(std::ostream& output, PrepareOptions const& options, PrepareRes
     if (result.repair) {
         printRepair(output, *result.repair);
     }
+    printLoad(output, result.load);
     printMesh(output, result.part);
 }
 
@@ -111,8 +113,9 @@ Command addPrepare(CLI::App& app) {
     auto const options = std::make_shared<PrepareOptions>();
     CLI::App* const prepare = app.add_subcommand("prepare", "Turn a triangle mesh into a grid of quads");
     prepare
-        ->add_option("PART", options->part,
-                     "Mesh of the part, an OBJ file, or a cloud of its points, an .xyz file")
+        ->add_option(
+            "PART", options->part,
+            "The part: a mesh (OBJ, STL, PLY, OFF) or a cloud of its points (XYZ, CSV, PLY, OFF, OBJ)")
         ->required();
     prepare->add_option("GRID", options->grid, "Grid to write, a .quads file")->required();
     addGridOptions(*prepare, *options);
@@ -125,7 +128,7 @@ Command addPrepare(CLI::App& app) {
     auto const read = [options, prepare, repairs] {
         bool const isRepaired = std::any_of(repairs.begin(), repairs.end(),
                                             [](CLI::Option const* option) { return option->count() > 0; });
-        if (isRepaired && !isCloudFile(options->part)) {
+        if (isRepaired && !isCloudPart(options->part)) {
             throw UsageError("prepare: --max-side and --fill-holes are for clouds");
         }
         PrepareOptions result = *options;
