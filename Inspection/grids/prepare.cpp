@@ -4,8 +4,10 @@
 #include "Inspection/grids/internal/preparerecord.h"
 #include "Inspection/grids/internal/verdict.h"
 #include "Inspection/import/objfile.h"
-#include "Inspection/import/xyzfile.h"
+#include "Inspection/import/part.h"
+#include "Inspection/parts/internal/readfaces.h"
 #include "Inspection/parts/partanalysis.h"
+#include "Inspection/parts/partfaults.h"
 #include "Inspection/parts/reconstruction.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/internal/announce.h"
@@ -61,6 +63,7 @@ private:
     ProgressListener* listener;
     PrepareObserver const& observer;
     Outputs& outputs;
+    PartAsLoaded source;
     std::optional<Reconstruction> reconstruction; ///< of a cloud
     std::shared_ptr<Mesh> loaded;
     PrepareResult result;
@@ -106,16 +109,20 @@ std::shared_ptr<Mesh> Preparation::makeMesh() const {
         naming(part, [&] { mesh->construct(reconstruction->surface.points, reconstruction->surface.faces); });
         mesh->setFileName(options.part.stem().string());
     } else {
-        loadObj(*mesh, options.part);
+        explaining(
+            options.part, [&] { return readFaces(options.part).mesh; },
+            [&] { fillMesh(*mesh, source, options.part); });
     }
     return mesh;
 }
 
 void Preparation::load() {
     Stopwatch const watch;
-    if (isCloudFile(options.part)) {
+    source = loadPart(options.part);
+    result.load = source.report;
+    if (!source.isMesh()) {
         announce(listener, "Reconstructing...");
-        reconstruction = reconstructFrom(options.part, options.repair);
+        reconstruction = reconstructFrom(source, options.part, options.repair);
         result.repair = reconstruction->repair;
     }
     loaded = makeMesh();

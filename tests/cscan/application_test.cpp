@@ -231,7 +231,8 @@ TEST(Cscan, saysInOneLineWhatIsWrongWithThePart) {
         {{"prepare", "none.obj", "g.quads", "--quad-area", "1"}, "none.obj" + absent},
         {{"prepare", "closed.obj", "g.quads", "--quad-area", "1"},
          "closed.obj: the mesh is closed; it needs a rim to be flattened"},
-        {{"prepare", "wrong.obj", "g.quads", "--quad-area", "1"}, "wrong.obj: Invalid vertex index"},
+        {{"prepare", "wrong.obj", "g.quads", "--quad-area", "1"},
+         "wrong.obj, line 4: there is no point 9: the file holds 3, 3 of them above this line"},
         {{"prepare", "part.obj", "g.grid", "--quad-area", "1"},
          "g.grid: the name of a grid file must end in .quads"},
         {{"prepare", "part.obj", "none/g.quads", "--quad-area", "1"},
@@ -244,7 +245,7 @@ TEST(Cscan, saysInOneLineWhatIsWrongWithThePart) {
          "square.obj: a quad area of 1e-08 makes a grid of about 10000 x 10000 quads; 1e-06 makes 1000 on "
          "the longer side"},
         {{"info", "none.obj"}, "none.obj" + absent},
-        {{"info", "stdout.txt"}, "stdout.txt: neither a .quads nor an .obj file"},
+        {{"info", "stdout.txt"}, "stdout.txt: is empty"},
     };
     for (Mistake const& mistake : mistakes) {
         expectComplaint(directory, mistake);
