@@ -33,7 +33,8 @@ QELT_INSPECTION_EXPORT FlatteningMode usualModeFor(std::filesystem::path const& 
 enum class PrepareStage {
     Loaded,    ///< `part`, `repair` and `loadSeconds`
     Flattened, ///< `flattening` and `flat` as well
-    FlatSaved, ///< the flat map's file is written; passed over if none is wished
+    FlatSaved, ///< the flat map's file is written, to be put in place with the grid; passed over if none is
+               ///< wished
     Saved,     ///< all
 };
 
