@@ -44,7 +44,8 @@ struct Shortcoming {
 enum class PrepareStage {
     Loaded,    ///< `load`, `part`, `repair` and `loadSeconds`
     Flattened, ///< `maps`, `chosen` and `mesh` as well
-    FlatSaved, ///< the flat map's file is written; passed over if none is wished
+    FlatSaved, ///< the flat map's file is written, to be put in place at the end; passed over if none is
+               ///< wished
     Resampled, ///< all but `isWritten`; passed over if the map's solve failed
     Saved,     ///< all; passed over if the grid is not fit and not accepted
 };
