@@ -1,6 +1,7 @@
 #include "Inspection/import/internal/scenereader.h"
 
 #include "Inspection/import/internal/bytes.h"
+#include "Inspection/import/internal/threemfmodel.h"
 #include "Inspection/import/internal/zippackage.h"
 
 #include <cmath>
@@ -44,23 +45,6 @@ std::string_view textOfBinary(PartSource const& source) {
     }
     return bytes.substr(binaryHeaderSize + chunkHeaderSize, length);
 }
-
-/// What follows `key=` in quotes, in the first tag `tag` of an XML text; nothing if it is not there.
-std::optional<std::string> attributeOf(std::string_view xml, std::string const& tag, std::string const& key) {
-    auto const begin = xml.find("<" + tag);
-    if (begin == std::string_view::npos) {
-        return std::nullopt;
-    }
-    std::string_view const text = xml.substr(begin, xml.find('>', begin) - begin);
-    auto const place = text.find(" " + key + "=\"");
-    if (place == std::string_view::npos) {
-        return std::nullopt;
-    }
-    std::string_view const value = text.substr(place + key.size() + 3);
-    return std::string(value.substr(0, value.find('"')));
-}
-
-#ifdef QELT_WITH_ASSIMP
 
 /// The triangles that the scene's nodes name, counted from the file's own text. Strips and fans come to two
 /// fewer than corners.
@@ -111,6 +95,15 @@ private:
 
     Json const& document;
 };
+
+void requireCount(PartSource const& source, PartAsRead const& part, std::size_t expected) {
+    if (part.polygonEnds.size() != expected) {
+        source.fail("states " + counting(expected, "triangle", "triangles") + ", " +
+                    std::to_string(part.polygonEnds.size()) + " could be read");
+    }
+}
+
+#ifdef QELT_WITH_ASSIMP
 
 class SceneReader {
 public:
@@ -191,13 +184,6 @@ PartAsRead readScene(PartSource const& source, char const* hint) {
     return SceneReader(source).read(hint);
 }
 
-void requireCount(PartSource const& source, PartAsRead const& part, std::size_t expected) {
-    if (part.polygonEnds.size() != expected) {
-        source.fail("states " + counting(expected, "triangle", "triangles") + ", " +
-                    std::to_string(part.polygonEnds.size()) + " could be read");
-    }
-}
-
 #else
 
 [[noreturn]] PartAsRead readScene(PartSource const& source, char const*) {
@@ -242,9 +228,7 @@ PartAsRead readGltf(PartSource const& source) {
     try {
         requireAllWithin(source, document);
         PartAsRead part = readScene(source, isBinary ? "glb" : "gltf");
-#ifdef QELT_WITH_ASSIMP
         requireCount(source, part, GltfCount(document).triangles());
-#endif
         part.format = PartFormat::Gltf;
         part.unit = "metre";
         return part;
@@ -254,13 +238,16 @@ PartAsRead readGltf(PartSource const& source) {
 }
 
 PartAsRead readThreeMf(PartSource const& source) {
-    auto const model = entryOf(source, ".model");
-    if (!model) {
+    auto text = entryOf(source, "3D/3dmodel.model");
+    text = text ? text : entryOf(source, ".model");
+    if (!text) {
         source.fail("is a ZIP archive without a 3MF model; unpack it first");
     }
+    ThreeMfModel const model = threeMfModelIn(source, *text);
     PartAsRead part = readScene(source, "3mf");
+    requireCount(source, part, model.triangleCount);
     part.format = PartFormat::ThreeMf;
-    part.unit = attributeOf(*model, "model", "unit").value_or("millimeter");
+    part.unit = model.unit;
     return part;
 }
 

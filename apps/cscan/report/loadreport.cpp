@@ -59,6 +59,9 @@ void printLoadNotes(std::ostream& output, LoadReport const& report) {
     if (report.isMirrored) {
         printItem(output, "note", "--map is a mirror; the triangles were turned to face outward as before");
     }
+    if (report.format == PartFormat::Obj && !report.isMesh) {
+        printItem(output, "note", "an OBJ file without polygons; if it was to be a mesh, it was cut off");
+    }
     if (report.unusedCount > 0) {
         printItem(output, "note",
                   counted(report.unusedCount, "point belongs", "points belong") +

@@ -1,5 +1,6 @@
 #include "Inspection/import/internal/scenereader.h"
 
+#include "Inspection/import/internal/threemfmodel.h"
 #include "Inspection/import/internal/zippackage.h"
 #include "Inspection/import/part.h"
 #include "tests/inspection/import/partsamples.h"
@@ -219,6 +220,26 @@ TEST(ZipPackage, givesAFailureOrTheEntryWhateverChanges) {
         std::string const message = messageOf([&] { entry = entryOf({name, archive}, ".model"); });
         EXPECT_TRUE(message.empty() || message.starts_with("a.zip")) << message;
     }
+}
+
+TEST(ThreeMfModel, countsTrianglesAsOftenAsObjectsAreNamed) {
+    std::string const name = "a.3mf";
+    auto const read = [&](std::string const& xml) { return threeMfModelIn({name, {}}, xml); };
+    auto const model = read("<?xml version='1.0'?><!-- <triangle/> --><m:model unit = 'inch'><object id='1'>"
+                            "<triangle v1='0'/><triangle/></object><object\nid=\"2\"><components>"
+                            "<component objectid='1'/><component objectid='1'/></components></object>"
+                            "<object id='3'><triangle/></object>"
+                            "<build><item objectid='2'/><item objectid='1'/></build></m:model>");
+    EXPECT_EQ(model.unit, "inch");
+    EXPECT_EQ(model.triangleCount, 6U);
+    EXPECT_EQ(read("<model xml:lang='unit'><build/></model>").unit, "millimeter");
+    EXPECT_EQ(messageOf([&] { read("<item objectid='4'/>"); }),
+              "a.3mf: its model names an object '4' that is not there");
+    EXPECT_EQ(
+        messageOf([&] { read("<object id='1'><component objectid='1'/></object><item objectid='1'/>"); }),
+        "a.3mf: its model names an object '1' that holds itself");
+    EXPECT_EQ(messageOf([&] { read("<item objectid='4' p:path='/3D/a.model'/>"); }),
+              "a.3mf: keeps its objects in several models, which are not read; export it as one");
 }
 
 #ifdef QELT_WITH_ASSIMP
