@@ -65,7 +65,7 @@ std::string lineOn(std::string const& subject, SolveReport const& solve,
         line += ", residual " + toShortText(relativeResidualOf(solve), 3) +
                 " of the right side, uncertain by " + toShortText(direct->uncertainty, 3);
     }
-    return line + (solve.hasConverged ? "" : ", not solved: what it has is used");
+    return line + (solve.hasConverged ? ", converged" : ", not converged: what it has is used");
 }
 
 /// Triangles that the core does not list, and so neither writes nor resamples.

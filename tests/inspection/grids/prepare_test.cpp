@@ -40,7 +40,6 @@ TEST(Prepare, givesWhatItFoundAndLeavesTheGrid) {
     EXPECT_FALSE(result.repair.has_value());
     ASSERT_TRUE(result.flattening.solves.inside);
     EXPECT_TRUE(result.flattening.solves.inside->hasConverged);
-    EXPECT_TRUE(result.flattening.solves.inside->hasConverged);
     EXPECT_TRUE(result.flattening.isTrustworthy());
     EXPECT_EQ(result.flat.flippedCount, 0U);
     EXPECT_NEAR(result.grid.meanQuadArea, 0.25, 0.05);
