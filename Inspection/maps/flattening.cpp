@@ -51,8 +51,19 @@ private:
 /// What was solved, as doubts name it.
 struct Subject {
     std::string name;
-    std::string inaccurateRemedy;
+    std::string undetermined;
+    std::string inaccurate;
 };
+
+Subject rim() {
+    std::string const doubt = "the rim cannot be rolled out: pin two corners instead, or smooth it";
+    return {"rim", doubt, doubt};
+}
+
+Subject inside() {
+    return {"inside", "parts of the surface are held by nothing: keep one sheet of the part",
+            "the inside is solved badly: take slivers out of the mesh"};
+}
 
 std::string doubtOf(Subject const& subject, DirectSolve const& solve) {
     switch (solve.state) {
@@ -62,9 +73,9 @@ std::string doubtOf(Subject const& subject, DirectSolve const& solve) {
     case DirectSolveState::NotFinite:
         return "the " + subject.name + " has triangles without area or edges without length: repair the part";
     case DirectSolveState::Undetermined:
-        return "the " + subject.name + " is held by nothing in places: keep one sheet of the part";
+        return subject.undetermined;
     case DirectSolveState::Inaccurate:
-        return "the " + subject.name + " is solved badly: " + subject.inaccurateRemedy;
+        return subject.inaccurate;
     }
     return {};
 }
@@ -78,16 +89,10 @@ std::string doubtOf(Subject const& subject, SolveReport const& solve) {
 }
 
 /// The rim's doubt is the first: the inside hangs on it.
-std::string doubtOf(FlatteningReport const& report) {
-    Subject const rim{"rim", "pin two corners instead of rolling it out, or smooth it"};
-    Subject const inside{"inside", "take slivers out of the mesh"};
-    std::string doubt;
-    if (report.solver == SolverKind::Direct) {
-        doubt = report.boundary ? doubtOf(rim, *report.boundary) : "";
-        return doubt.empty() && report.inside ? doubtOf(inside, *report.inside) : doubt;
-    }
-    doubt = report.solves.boundary ? doubtOf(rim, *report.solves.boundary) : "";
-    return doubt.empty() && report.solves.inside ? doubtOf(inside, *report.solves.inside) : doubt;
+template <class Solve>
+std::string doubtOf(std::optional<Solve> const& boundary, std::optional<Solve> const& interior) {
+    std::string const doubt = boundary ? doubtOf(rim(), *boundary) : "";
+    return doubt.empty() && interior ? doubtOf(inside(), *interior) : doubt;
 }
 
 void flattenDirectly(Mesh& mesh, bool isPinned, FlatteningReport& report) {
@@ -123,7 +128,9 @@ FlatteningReport flatten(Mesh& mesh, FlatteningOptions const& options, ProgressL
     }
     report.solves = mesh.getConformalMapReport();
     report.seconds = watch.seconds();
-    report.doubt = doubtOf(report);
+    report.doubt = options.solver == SolverKind::Direct
+                       ? doubtOf(report.boundary, report.inside)
+                       : doubtOf(report.solves.boundary, report.solves.inside);
     return report;
 }
 

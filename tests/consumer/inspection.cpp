@@ -44,8 +44,16 @@ int main() {
     CountingListener listener;
     PrepareResult const prepared = prepare(part, &listener);
     if (prepared.part.faceCount != 4 || prepared.grid.validQuadCount == 0 || listener.messageCount == 0 ||
-        listener.iterationCount == 0) {
+        !prepared.flattening.isTrustworthy()) {
         std::cerr << "the part was not prepared\n";
+        return 1;
+    }
+
+    Mesh mesh;
+    loadObj(mesh, "part.obj");
+    flatten(mesh, {FlatteningMode::Pinned, SolverKind::ConjugateGradients}, &listener);
+    if (listener.iterationCount == 0) {
+        std::cerr << "the solver did not know its listener\n";
         return 1;
     }
 

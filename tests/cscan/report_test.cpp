@@ -33,5 +33,25 @@ TEST(Flattening, saysHowEachSolveEnded) {
                                   "iterate is used"}));
 }
 
+TEST(Flattening, saysHowADirectSolverCameToItsSolutions) {
+    FlatteningReport report{{SolveReport{2, 6e-12, true, 3.0}, SolveReport{1, 4e-16, true, 2.0}},
+                            0.0,
+                            SolverKind::Direct,
+                            DirectSolve{DirectSolveState::Solved, 1e-17, 3e-14},
+                            DirectSolve{DirectSolveState::SolvedByLu, 1e-17, 5e-10},
+                            ""};
+    EXPECT_EQ(
+        linesOf(report),
+        (std::vector<std::string>{
+            "boundary: direct, 2 refinements, residual 2e-12 of the right side, uncertain by 3e-14, "
+            "converged",
+            "inside: by LU, 1 refinement, residual 2e-16 of the right side, uncertain by 5e-10, converged"}));
+    double const noNumber = std::nan("");
+    report.solves = {std::nullopt, SolveReport{0, noNumber, false, 2.0}};
+    report.inside = DirectSolve{DirectSolveState::NotFinite, noNumber, noNumber};
+    EXPECT_EQ(linesOf(report),
+              (std::vector<std::string>{"map: direct, 0 refinements, not converged: what it has is used"}));
+}
+
 } // namespace
 } // namespace cscan

@@ -58,12 +58,14 @@ std::string lineOn(std::string const& subject, SolveReport const& solve,
     if (!direct) {
         return lineOn(subject, solve);
     }
-    std::string line = subject + ": direct, " + counted(solve.iterations, "refinement", "refinements");
+    bool const isByLu = direct->state == DirectSolveState::SolvedByLu;
+    std::string line = subject + (isByLu ? ": by LU, " : ": direct, ") +
+                       counted(solve.iterations, "refinement", "refinements");
     if (!std::isnan(direct->uncertainty)) {
         line += ", residual " + toShortText(relativeResidualOf(solve), 3) +
                 " of the right side, uncertain by " + toShortText(direct->uncertainty, 3);
     }
-    return line + (solve.hasConverged ? "" : ", not solved: what it has is used");
+    return line + (solve.hasConverged ? ", converged" : ", not converged: what it has is used");
 }
 
 /// Triangles that the core does not list, and so neither writes nor resamples.

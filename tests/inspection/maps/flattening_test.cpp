@@ -243,6 +243,21 @@ TEST(Flatten, ARimWithAnEdgeWithoutLengthIsAReasonForDoubt) {
     EXPECT_EQ(report.doubt.find("the rim"), 0U) << report.doubt;
 }
 
+TEST(Flatten, SliversThatCostTooManyDigitsAreAReasonForDoubt) {
+    // The residual is the rounding's; only the uncertainty shows it.
+    Part const part = makePart(8, 8, [](std::uint32_t i, std::uint32_t j) {
+        return Point(1048576.0 * i, j, 0.25 * std::sin(0.5 * (i + j)));
+    });
+    Mesh mesh;
+    part.construct(mesh);
+    FlatteningReport const report = flatten(mesh, FlatteningMode::Pinned, nullptr);
+    EXPECT_EQ(report.inside->state, DirectSolveState::Inaccurate);
+    EXPECT_LT(report.inside->residual, 1e-15);
+    EXPECT_GT(report.inside->uncertainty, 1e-6);
+    EXPECT_FALSE(report.solves.inside->hasConverged);
+    EXPECT_NE(report.doubt.find("slivers"), std::string::npos) << report.doubt;
+}
+
 TEST(SolveReports, AreJudgedByTheirRightSide) {
     EXPECT_EQ(relativeResidualOf({262144, 3e-5, false, 2.0}), 1.5e-5);
     EXPECT_TRUE(std::isnan(relativeResidualOf({0, std::nan(""), false, 2.0})));
