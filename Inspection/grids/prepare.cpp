@@ -5,7 +5,9 @@
 #include "Inspection/grids/internal/verdict.h"
 #include "Inspection/import/objfile.h"
 #include "Inspection/import/xyzfile.h"
+#include "Inspection/parts/internal/readfaces.h"
 #include "Inspection/parts/partanalysis.h"
+#include "Inspection/parts/partfaults.h"
 #include "Inspection/parts/reconstruction.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/internal/announce.h"
@@ -63,6 +65,7 @@ private:
     Outputs& outputs;
     std::optional<Reconstruction> reconstruction; ///< of a cloud
     std::shared_ptr<Mesh> loaded;
+    std::string remedy; ///< where the core refused the last map
     PrepareResult result;
 
     std::shared_ptr<Mesh> makeMesh() const;
@@ -106,7 +109,9 @@ std::shared_ptr<Mesh> Preparation::makeMesh() const {
         naming(part, [&] { mesh->construct(reconstruction->surface.points, reconstruction->surface.faces); });
         mesh->setFileName(options.part.stem().string());
     } else {
-        loadObj(*mesh, options.part);
+        explaining(
+            options.part, [&] { return readFaces(options.part).mesh; },
+            [&] { loadObj(*mesh, options.part); });
     }
     return mesh;
 }
@@ -123,12 +128,20 @@ void Preparation::load() {
     result.part = meshSummaryOf(*loaded);
     tell(PrepareStage::Loaded);
     if (result.part.loops.empty()) {
-        throw Failure(part + ": the mesh is closed; it needs a rim to be flattened");
+        throw Failure(part + ": " +
+                      explainRefusal("Mesh has no boundary", faceMeshOf(*loaded), options.part));
     }
 }
 
 void Preparation::addCandidate(std::shared_ptr<Mesh> const& mesh, FlatteningMode mode) {
     result.maps.push_back(naming(part, [&] { return candidateOf(*mesh, {mode, options.solver}, listener); }));
+    MapCandidate& candidate = result.maps.back();
+    auto const fault =
+        candidate.isMade() ? std::nullopt : faultBehind(candidate.refusal, faceMeshOf(*mesh), options.part);
+    if (fault) {
+        candidate.refusal = fault->causeAndPlace();
+        remedy = "; remedy: " + fault->remedy;
+    }
     if (bestOf(result.maps) + 1 == result.maps.size()) {
         result.chosen = result.maps.size() - 1;
         result.mesh = mesh;
@@ -137,7 +150,7 @@ void Preparation::addCandidate(std::shared_ptr<Mesh> const& mesh, FlatteningMode
 
 void Preparation::requireMap() const {
     MapCandidate const& best = result.map();
-    require(best.isMade(), part + ": " + best.refusal);
+    require(best.isMade(), part + ": " + best.refusal + remedy);
 }
 
 void Preparation::flatten() {
