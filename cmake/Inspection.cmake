@@ -6,10 +6,15 @@ find_package(PNG REQUIRED)
 find_package(Eigen3 3.4 REQUIRED NO_MODULE)
 find_package(embree 3 REQUIRED)
 find_package(nlohmann_json REQUIRED)
+find_package(ZLIB REQUIRED)
 
 # None of them shows in a public header. Two are headers only, which nobody needs who links what was built.
-set(qelt_inspection_libraries PNG::PNG embree $<BUILD_INTERFACE:Eigen3::Eigen>
+set(qelt_inspection_libraries PNG::PNG ZLIB::ZLIB embree $<BUILD_INTERFACE:Eigen3::Eigen>
                               $<BUILD_INTERFACE:nlohmann_json::nlohmann_json>)
+if(QELT_WITH_ASSIMP)
+    find_package(assimp REQUIRED)
+    list(APPEND qelt_inspection_libraries assimp::assimp)
+endif()
 
 file(GLOB_RECURSE qelt_inspection_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Inspection/*.cpp)
 file(GLOB_RECURSE qelt_inspection_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Inspection/*.h)
@@ -27,6 +32,12 @@ set_target_properties(
                POSITION_INDEPENDENT_CODE ON)
 target_include_directories(qelt_inspection_objects PUBLIC ${PROJECT_SOURCE_DIR})
 target_link_libraries(qelt_inspection_objects PUBLIC QELTGeometry::QELTGeometry PRIVATE ${qelt_inspection_libraries})
+if(QELT_WITH_ASSIMP)
+    set_property(
+        SOURCE ${PROJECT_SOURCE_DIR}/Inspection/import/internal/scenereader.cpp
+        APPEND
+        PROPERTY COMPILE_DEFINITIONS QELT_WITH_ASSIMP)
+endif()
 qelt_configure_own_target(qelt_inspection_objects)
 # Of Eigen, only what is under the Mozilla Public License.
 target_compile_definitions(qelt_inspection_objects PRIVATE EIGEN_MPL2_ONLY)
@@ -70,6 +81,10 @@ install(
 set(qelt_inspection_pc_cflags "")
 if(NOT BUILD_SHARED_LIBS)
     set(qelt_inspection_pc_cflags "-DQELT_INSPECTION_STATIC")
+endif()
+set(qelt_inspection_pc_libs "")
+if(QELT_WITH_ASSIMP)
+    set(qelt_inspection_pc_libs "-lassimp")
 endif()
 configure_file(cmake/qeltinspection.pc.in ${PROJECT_BINARY_DIR}/qeltinspection.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qeltinspection.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -9,6 +9,9 @@ option(QELT_BUILD_INSPECTION "Build the inspection library, which the applicatio
 if(QELT_BUILD_APPS AND NOT QELT_BUILD_INSPECTION)
     message(FATAL_ERROR "QELT_BUILD_APPS needs QELT_BUILD_INSPECTION")
 endif()
+find_package(assimp QUIET)
+cmake_dependent_option(QELT_WITH_ASSIMP "Read glTF and 3MF files, through Assimp" "${assimp_FOUND}"
+                       QELT_BUILD_INSPECTION OFF)
 option(QELT_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(QELT_BUILD_FUZZERS "Build the fuzz harnesses as programs that replay files" ${PROJECT_IS_TOP_LEVEL})
 cmake_dependent_option(QELT_FUZZ_WITH_LIBFUZZER "Build the fuzz harnesses as libFuzzer programs (Clang)" OFF

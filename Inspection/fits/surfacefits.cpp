@@ -1,5 +1,6 @@
 #include "Inspection/fits/surfacefits.h"
 
+#include "Inspection/import/part.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/internal/announce.h"
 
@@ -176,13 +177,13 @@ FitResult fit(FitOptions const& options, ProgressListener* listener) {
     };
     switch (options.surface) {
     case FitSurface::Sphere:
-        return fitted(readCloudFile(options.cloud), fitSphere);
+        return fitted(loadPoints(options.cloud), fitSphere);
     case FitSurface::Cylinder:
-        return fitted(readOrientedCloudFile(options.cloud), fitCylinder);
+        return fitted(loadOrientedPoints(options.cloud), fitCylinder);
     case FitSurface::Paraboloid:
         break;
     }
-    return fitted(readCloudFile(options.cloud), fitParaboloid);
+    return fitted(loadPoints(options.cloud), fitParaboloid);
 }
 
 } // namespace QELT::Inspection

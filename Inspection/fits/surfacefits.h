@@ -58,7 +58,7 @@ enum class FitSurface { Sphere, Cylinder, Paraboloid };
 
 struct FitOptions {
     FitSurface surface = FitSurface::Sphere;
-    std::filesystem::path cloud; ///< an .xyz file; for a cylinder with normals
+    std::filesystem::path cloud; ///< points of any format, of a mesh its points; for a cylinder with normals
 };
 
 using FitResult = std::variant<SphereFit, CylinderFit, ParaboloidFit>;

@@ -1,6 +1,5 @@
 #include "Inspection/grids/fileinfo.h"
 
-#include "Inspection/import/objfile.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
 #include "Inspection/records/internal/textline.h"
@@ -24,11 +23,13 @@ GridFileInfo gridFileInfoOf(std::filesystem::path const& path, ProgressListener*
     return info;
 }
 
-MeshFileInfo meshFileInfoOf(std::filesystem::path const& path, ProgressListener* listener) {
+MeshFileInfo meshFileInfoOf(std::filesystem::path const& path, PartAsLoaded const& part,
+                            ProgressListener* listener) {
     Mesh mesh;
     mesh.setProgressListener(listener);
-    ObjContents const contents = loadObj(mesh, path);
+    ObjContents const contents = fillMesh(mesh, part, path);
     MeshFileInfo info;
+    info.load = part.report;
     info.byteCount = std::filesystem::file_size(path);
     info.mesh = meshSummaryOf(mesh);
     if (contents.hasFlatCoordinates) {
@@ -53,6 +54,15 @@ TableFileInfo tableFileInfoOf(std::filesystem::path const& path, ProgressListene
     return info;
 }
 
+FileInfo partFileInfoOf(std::filesystem::path const& path, ProgressListener* listener) {
+    PartAsLoaded const part = loadPart(path);
+    if (part.isMesh()) {
+        return meshFileInfoOf(path, part, listener);
+    }
+    return CloudFileInfo{std::filesystem::file_size(path), part.report, !part.normals.empty(),
+                         findRecord(path, listener)};
+}
+
 } // namespace
 
 FileInfo fileInfoOf(InfoOptions const& options, ProgressListener* listener) {
@@ -60,16 +70,22 @@ FileInfo fileInfoOf(InfoOptions const& options, ProgressListener* listener) {
     if (isGridFile(options.file)) {
         return gridFileInfoOf(options.file, listener);
     }
-    if (options.file.filename().string().find(".obj") != std::string::npos) {
-        return meshFileInfoOf(options.file, listener);
-    }
-    if (options.file.extension() == ".csv") {
+    auto const record = findRecord(options.file, listener);
+    bool const isTable = options.file.extension() == ".csv";
+    if (record && isTable) {
         return tableFileInfoOf(options.file, listener);
     }
-    if (auto const record = findRecord(options.file, listener)) {
-        return RecordedFileInfo{std::filesystem::file_size(options.file), record};
+    try {
+        return partFileInfoOf(options.file, listener);
+    } catch (Failure const&) {
+        if (isTable) {
+            return tableFileInfoOf(options.file, listener);
+        }
+        if (record) {
+            return RecordedFileInfo{std::filesystem::file_size(options.file), record};
+        }
+        throw;
     }
-    throw Failure(options.file.string() + ": neither a .quads nor an .obj file");
 }
 
 } // namespace QELT::Inspection

@@ -3,6 +3,7 @@
 #include "Inspection/export.h"
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/grids/gridsummary.h"
+#include "Inspection/import/part.h"
 #include "Inspection/parts/meshsummary.h"
 #include "Inspection/records/record.h"
 
@@ -16,8 +17,8 @@
 namespace QELT::Inspection {
 
 struct InfoOptions {
-    std::filesystem::path file; ///< a .quads file, told by its first bytes, an .obj or a .csv file, or
-                                ///< any other with a record
+    std::filesystem::path file; ///< a .quads file, told by its first bytes, a part of any format, a .csv file
+                                ///< or any other with a record
 };
 
 struct GridFileInfo {
@@ -28,6 +29,7 @@ struct GridFileInfo {
 };
 
 struct MeshFileInfo {
+    LoadReport load;
     std::uintmax_t byteCount = 0;
     MeshSummary mesh;
     std::optional<FlatSummary> flat; ///< where the file holds flat coordinates
@@ -48,7 +50,15 @@ struct RecordedFileInfo {
     std::optional<FoundRecord> record;
 };
 
-using FileInfo = std::variant<GridFileInfo, MeshFileInfo, TableFileInfo, RecordedFileInfo>;
+/// A cloud.
+struct CloudFileInfo {
+    std::uintmax_t byteCount = 0;
+    LoadReport load;
+    bool hasNormals = false;
+    std::optional<FoundRecord> record;
+};
+
+using FileInfo = std::variant<GridFileInfo, MeshFileInfo, CloudFileInfo, TableFileInfo, RecordedFileInfo>;
 
 /// Reads the whole file and tells what it holds, and whether its record fits. Fails if it is of no kind above
 /// or cannot be read to its end.

@@ -4,7 +4,7 @@
 #include "Inspection/grids/internal/preparerecord.h"
 #include "Inspection/grids/internal/verdict.h"
 #include "Inspection/import/objfile.h"
-#include "Inspection/import/xyzfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/parts/internal/readfaces.h"
 #include "Inspection/parts/partanalysis.h"
 #include "Inspection/parts/partfaults.h"
@@ -63,6 +63,7 @@ private:
     ProgressListener* listener;
     PrepareObserver const& observer;
     Outputs& outputs;
+    PartAsLoaded source;
     std::optional<Reconstruction> reconstruction; ///< of a cloud
     std::shared_ptr<Mesh> loaded;
     std::string remedy; ///< where the core refused the last map
@@ -111,16 +112,18 @@ std::shared_ptr<Mesh> Preparation::makeMesh() const {
     } else {
         explaining(
             options.part, [&] { return readFaces(options.part).mesh; },
-            [&] { loadObj(*mesh, options.part); });
+            [&] { fillMesh(*mesh, source, options.part); });
     }
     return mesh;
 }
 
 void Preparation::load() {
     Stopwatch const watch;
-    if (isCloudFile(options.part)) {
+    source = loadPart(options.part);
+    result.load = source.report;
+    if (!source.isMesh()) {
         announce(listener, "Reconstructing...");
-        reconstruction = reconstructFrom(options.part, options.repair);
+        reconstruction = reconstructFrom(source, options.part, options.repair);
         result.repair = reconstruction->repair;
     }
     loaded = makeMesh();

@@ -3,6 +3,7 @@
 #include "Inspection/export.h"
 #include "Inspection/grids/gridsummary.h"
 #include "Inspection/grids/quadsizes.h"
+#include "Inspection/import/part.h"
 #include "Inspection/maps/mapcandidate.h"
 #include "Inspection/names.h"
 #include "Inspection/parts/meshsummary.h"
@@ -21,7 +22,7 @@
 namespace QELT::Inspection {
 
 struct PrepareOptions {
-    std::filesystem::path part; ///< mesh, an OBJ file, or cloud, an .xyz file
+    std::filesystem::path part; ///< mesh or cloud, of any format
     std::filesystem::path grid; ///< grid to write, a .quads file
     GridResolution resolution;
     RepairOptions repair;               ///< of the surface through a cloud
@@ -41,15 +42,17 @@ struct Shortcoming {
 
 /// What is known of a preparation once a stage is behind it.
 enum class PrepareStage {
-    Loaded,    ///< `part`, `repair` and `loadSeconds`
+    Loaded,    ///< `load`, `part`, `repair` and `loadSeconds`
     Flattened, ///< `maps`, `chosen` and `mesh` as well
-    FlatSaved, ///< the flat map's file is written; passed over if none is wished
+    FlatSaved, ///< the flat map's file is written, to be put in place at the end; passed over if none is
+               ///< wished
     Resampled, ///< all but `isWritten`; passed over if the map's solve failed
     Saved,     ///< all; passed over if the grid is not fit and not accepted
 };
 
 /// Times are of the work alone, without what is reported of it.
 struct PrepareResult {
+    LoadReport load;
     MeshSummary part;
     std::optional<RepairReport> repair; ///< of a cloud
     double loadSeconds = 0.0;           ///< with the reconstruction, where there was one

@@ -3,11 +3,16 @@
 #include "Inspection/import/internal/objreader.h"
 #include "Inspection/import/internal/offreader.h"
 #include "Inspection/import/internal/plyreader.h"
+#include "Inspection/import/internal/scenereader.h"
 #include "Inspection/import/internal/stlreader.h"
+#include "Inspection/import/internal/tablereader.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
 
+#include <algorithm>
+#include <array>
 #include <fstream>
+#include <optional>
 
 namespace QELT::Inspection {
 
@@ -25,6 +30,7 @@ std::string lowered(std::string text) {
 
 std::string const surfaceAdvice = "; export the part as STL, with a chord deviation under a tenth of a pixel";
 std::string const meshAdvice = "; export the part as STL, PLY, OFF or OBJ";
+std::string const cloudAdvice = "; export the points as XYZ, CSV or PLY";
 
 /// The first bytes by which a file of another kind is known, and what is said of it.
 struct Signature {
@@ -37,10 +43,19 @@ std::vector<Signature> signatures() {
     return {{"ISO-10303-21"sv, "is a STEP file" + surfaceAdvice},
             {"\x89PNG"sv, "is a PNG picture"},
             {"\xFF\xD8\xFF"sv, "is a JPEG picture"},
-            {"PK\x03\x04"sv, "is a ZIP archive (3MF files are such)" + meshAdvice},
+            {"PK\x03\x04"sv, "is a ZIP archive; unpack it first"},
             {"\x1F\x8B"sv, "is compressed (gzip); unpack it first"},
             {"%PDF"sv, "is a PDF document"},
-            {"glTF"sv, "is a binary glTF file" + meshAdvice},
+            {"QELTQuad"sv, "is a grid of quads, no part; scan it, or name the part that it was made of"},
+            {"LASF"sv, "is a LAS file" + cloudAdvice},
+            {"ASTM-E57"sv, "is an E57 file" + cloudAdvice},
+            {"# .PCD"sv, "is a PCD file" + cloudAdvice},
+            {"BZh"sv, "is compressed (bzip2); unpack it first"},
+            {"\xFD"
+             "7zXZ"sv,
+             "is compressed (xz); unpack it first"},
+            {"7z\xBC\xAF"sv, "is a 7z archive; unpack it first"},
+            {"\xD0\xCF\x11\xE0"sv, "is a document of an office program"},
             {"\xFF\xFE"sv, "is text in UTF-16; save it as UTF-8"},
             {"\xFE\xFF"sv, "is text in UTF-16; save it as UTF-8"}};
 }
@@ -64,7 +79,7 @@ std::string describeText(std::string_view content) {
         return "is an XML file" + meshAdvice;
     }
     if (text.starts_with("{")) {
-        return "is a JSON file (glTF files are such)" + meshAdvice;
+        return "is a JSON file" + meshAdvice;
     }
     return isIges(content) ? "is an IGES file" + surfaceAdvice : std::string();
 }
@@ -104,16 +119,47 @@ std::string firstWordOf(PartSource const& source) {
     if (extension == ".igs" || extension == ".iges") {
         source.fail("is an IGES file by its name" + surfaceAdvice);
     }
-    if (extension == ".xyz") {
-        source.fail("is a table of points, which need not be imported");
+    source.fail("is no STL, PLY, OFF or OBJ file and no table of points");
+}
+
+/// Names under which a table is expected whatever its first line is.
+bool isTableExtension(std::string const& extension) {
+    constexpr std::array<std::string_view, 4> extensions{".xyz", ".csv", ".tsv", ".asc"};
+    return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
+}
+
+/// Of a text that has no word of its own to begin with.
+PartFormat formatOfLines(PartSource const& source, std::string const& extension, std::string const& word) {
+    if (isTableExtension(extension)) {
+        return PartFormat::Table;
     }
-    source.fail("is no STL, PLY, OFF or OBJ file");
+    if (extension == ".obj" || isObjKeyword(word)) {
+        return PartFormat::Obj;
+    }
+    if (isPointTable(source)) {
+        return PartFormat::Table;
+    }
+    failOnExtension(source, extension);
+}
+
+/// glTF and 3MF lie in containers that others use too.
+std::optional<PartFormat> sceneFormatOf(PartSource const& source) {
+    std::string_view const bytes = source.bytes;
+    auto const first = std::min(bytes.find_first_not_of(" \t\r\n"), bytes.size());
+    if (bytes.starts_with("glTF") || (bytes.substr(first).starts_with('{') && isGltfText(bytes))) {
+        return PartFormat::Gltf;
+    }
+    bool const isArchive = bytes.starts_with("PK\x03\x04");
+    return isArchive && isThreeMf(source) ? std::optional(PartFormat::ThreeMf) : std::nullopt;
 }
 
 PartFormat formatOfSource(PartSource const& source) {
     std::string const extension = lowered(std::filesystem::path(source.name).extension().string());
     if (extension == ".stl" && hasSizeOfBinaryStl(source.bytes)) {
         return PartFormat::StlBinary; // whatever its header begins with
+    }
+    if (auto const scene = sceneFormatOf(source)) {
+        return *scene;
     }
     requireNoOther(source);
     std::string const word = firstWordOf(source);
@@ -126,10 +172,7 @@ PartFormat formatOfSource(PartSource const& source) {
     if (extension == ".off" || (word.size() <= 5 && word.ends_with("OFF"))) {
         return PartFormat::Off;
     }
-    if (extension == ".obj" || isObjKeyword(word)) {
-        return PartFormat::Obj;
-    }
-    failOnExtension(source, extension);
+    return formatOfLines(source, extension, word);
 }
 
 std::string_view withoutMark(std::string_view content) {
@@ -153,14 +196,25 @@ std::string contentOf(std::filesystem::path const& path) {
 } // namespace
 
 std::string nameOf(PartFormat format) {
-    constexpr std::array<char const*, 7> names{
-        "STL, text", "STL, binary", "PLY, text", "PLY, binary, little-endian", "PLY, binary, big-endian",
-        "OFF",       "OBJ"};
+    constexpr std::array<char const*, 10> names{"STL, text",
+                                                "STL, binary",
+                                                "PLY, text",
+                                                "PLY, binary, little-endian",
+                                                "PLY, binary, big-endian",
+                                                "OFF",
+                                                "OBJ",
+                                                "table",
+                                                "glTF",
+                                                "3MF"};
     return names.at(static_cast<std::size_t>(format));
 }
 
 PartFormat formatOf(std::string const& name, std::string_view content) {
     return formatOfSource({name, withoutMark(content)});
+}
+
+PartFormat formatOfFile(std::filesystem::path const& path) {
+    return naming(path.string(), [&] { return formatOf(path.string(), contentOf(path)); });
 }
 
 PartAsRead readPart(std::string const& name, std::string_view content) {
@@ -174,6 +228,12 @@ PartAsRead readPart(std::string const& name, std::string_view content) {
         return readOff(source);
     case PartFormat::Obj:
         return readObj(source);
+    case PartFormat::Gltf:
+        return readGltf(source);
+    case PartFormat::ThreeMf:
+        return readThreeMf(source);
+    case PartFormat::Table:
+        return readPointTable(source, TableNormals::Taken);
     default:
         return readPly(source);
     }

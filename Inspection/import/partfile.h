@@ -11,10 +11,22 @@
 #include <string_view>
 #include <vector>
 
-/// Parts as other programs write them: STL, PLY, OFF and OBJ files.
+/// Parts as other programs write them: STL, PLY, OFF and OBJ files, tables of points, and scenes in glTF and
+/// 3MF where the library is built with Assimp.
 namespace QELT::Inspection {
 
-enum class PartFormat : std::uint8_t { StlText, StlBinary, PlyText, PlyLittleEndian, PlyBigEndian, Off, Obj };
+enum class PartFormat : std::uint8_t {
+    StlText,
+    StlBinary,
+    PlyText,
+    PlyLittleEndian,
+    PlyBigEndian,
+    Off,
+    Obj,
+    Table, ///< of points, as text
+    Gltf,  ///< text or binary
+    ThreeMf
+};
 
 /// "STL, binary"
 QELT_INSPECTION_EXPORT std::string nameOf(PartFormat format);
@@ -27,6 +39,11 @@ struct PartAsRead {
     std::vector<std::array<double, 3>> points;
     std::vector<std::uint32_t> corners;   ///< of all polygons, one after the other
     std::vector<std::size_t> polygonEnds; ///< where in `corners` each polygon ends
+    /// One for each point of a table or a PLY file that names them, else none. Of any length.
+    std::vector<std::array<double, 3>> normals;
+    /// Whether it is an OBJ file of which the core's loader makes the same points and triangles.
+    bool isPlainObj = false;
+    std::string unit; ///< of lengths, where the format or the file names one: "metre", "inch"
 
     bool isMesh() const { return !polygonEnds.empty(); }
 
@@ -40,13 +57,14 @@ struct PartAsRead {
 /// The format that the content shows, the extension where that shows none. A `Failure` says what else a file
 /// is, as far as that is known, and what to do.
 QELT_INSPECTION_EXPORT PartFormat formatOf(std::string const& name, std::string_view content);
+QELT_INSPECTION_EXPORT PartFormat formatOfFile(std::filesystem::path const& path);
 
 /// Reads a part that lies in memory; `name` stands for it in failures.
 ///
 /// What does not hold to the format is a `Failure` that names the line or the byte: a file that ends too
 /// early or goes on after its end, a number that is none or not finite, a corner without a point. No more
-/// memory is taken than the size of the file warrants. An OBJ file, or one of several text solids, that was
-/// cut off right behind a line's end cannot be told from a whole one.
+/// memory is taken than the size of the file warrants. A table, an OBJ file, or one of several text solids,
+/// that was cut off right behind a line's end cannot be told from a whole one.
 QELT_INSPECTION_EXPORT PartAsRead readPart(std::string const& name, std::string_view content);
 QELT_INSPECTION_EXPORT PartAsRead readPartFile(std::filesystem::path const& path);
 

@@ -1,74 +1,33 @@
 #include "Inspection/import/xyzfile.h"
 
+#include "Inspection/import/internal/tablereader.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
-#include "Inspection/records/internal/textline.h"
-#include "Inspection/records/numbers.h"
 
-#include <algorithm>
-#include <cmath>
 #include <fstream>
+#include <iterator>
 
 namespace QELT::Inspection {
 
 namespace {
 
-/// The words between the blanks of a text.
-void addWords(std::string_view text, std::vector<std::string_view>& words) {
-    for (std::string_view rest = trimmed(text); !rest.empty(); rest = trimmed(rest)) {
-        auto const end = std::min(rest.find_first_of(" \t"), rest.size());
-        words.push_back(rest.substr(0, end));
-        rest.remove_prefix(end);
-    }
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
+PartAsRead tableIn(std::istream& input, std::string const& source, TableNormals normals) {
+    std::string const content{std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()};
+    require(!input.bad(), source + ": cannot be read to its end");
+    std::string_view const text(content);
+    return readPointTable(
+        {source, text.starts_with(byteOrderMark) ? text.substr(byteOrderMark.size()) : text}, normals);
 }
 
-/// What stands between blanks; a comma with the blanks around it counts as one separator, so that two commas
-/// in a row have an empty field between them.
-std::vector<std::string_view> fieldsOf(std::string_view text) {
-    std::vector<std::string_view> fields;
-    if (trimmed(text).empty()) {
-        return fields;
+std::vector<Point> pointsOf(PartAsRead const& table) {
+    std::vector<Point> points;
+    points.reserve(table.points.size());
+    for (auto const& point : table.points) {
+        points.emplace_back(point[0], point[1], point[2]);
     }
-    for (std::string_view const part : splitAtCommas(text)) {
-        if (trimmed(part).empty()) {
-            fields.emplace_back();
-        }
-        addWords(part, fields);
-    }
-    return fields;
-}
-
-std::vector<double> numbersOf(TextLine const& line, std::size_t count) {
-    auto const fields = fieldsOf(line.text.substr(0, line.text.find('#')));
-    if (!fields.empty() && fields.size() != count) {
-        line.fail(std::to_string(count) + " numbers expected, " + std::to_string(fields.size()) + " found");
-    }
-    std::vector<double> numbers;
-    for (std::string_view const field : fields) {
-        auto const number = parseNumber(field);
-        if (!number) {
-            line.fail("'" + std::string(field) + "' is not a number");
-        }
-        numbers.push_back(*number);
-    }
-    return numbers;
-}
-
-/// Calls `visit` with each line that holds numbers, `count` of them, of which the first three are a point.
-template <class Visit>
-void readPoints(std::istream& input, std::string const& source, std::size_t count, Visit visit) {
-    bool isEmpty = true;
-    forEachLine(input, source, [&](TextLine const& line) {
-        auto const numbers = numbersOf(line, count);
-        if (!numbers.empty()) {
-            requirePointInReach(line, numbers, 0, "point");
-            visit(line, Point(numbers[0], numbers[1], numbers[2]), numbers);
-            isEmpty = false;
-        }
-    });
-    if (isEmpty) {
-        throw Failure(source + ": holds no points");
-    }
+    return points;
 }
 
 } // namespace
@@ -78,11 +37,7 @@ bool isCloudFile(std::filesystem::path const& path) {
 }
 
 std::vector<Point> readCloud(std::istream& input, std::string const& source) {
-    std::vector<Point> points;
-    readPoints(input, source, 3, [&](TextLine const&, Point const& point, std::vector<double> const&) {
-        points.push_back(point);
-    });
-    return points;
+    return pointsOf(tableIn(input, source, TableNormals::Taken));
 }
 
 std::vector<Point> readCloudFile(std::filesystem::path const& path) {
@@ -92,15 +47,11 @@ std::vector<Point> readCloudFile(std::filesystem::path const& path) {
 }
 
 OrientedCloud readOrientedCloud(std::istream& input, std::string const& source) {
-    OrientedCloud cloud;
-    readPoints(input, source, 6, [&](TextLine const& line, Point const& point, std::vector<double> const& n) {
-        Vector const normal(n[3], n[4], n[5]);
-        if (!(normal.lSqr() > 0.0) || !std::isfinite(normal.lSqr())) {
-            line.fail("the normal has no usable length");
-        }
-        cloud.points.push_back(point);
-        cloud.normals.push_back(normal);
-    });
+    PartAsRead const table = tableIn(input, source, TableNormals::Required);
+    OrientedCloud cloud{pointsOf(table), {}};
+    for (auto const& normal : table.normals) {
+        cloud.normals.emplace_back(normal[0], normal[1], normal[2]);
+    }
     return cloud;
 }
 

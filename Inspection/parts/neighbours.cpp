@@ -1,6 +1,6 @@
 #include "Inspection/parts/neighbours.h"
 
-#include "Inspection/import/xyzfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/records/failure.h"
 
 #include <string>
@@ -35,7 +35,7 @@ std::vector<Neighbour> nearestOf(std::vector<Point>& points, Point const& place,
 
 std::vector<Neighbour> findNeighbours(NeighboursOptions const& options, ProgressListener*) {
     require(options.count > 0, options.cloud.string() + ": no neighbours asked for");
-    auto points = readCloudFile(options.cloud);
+    auto points = loadPoints(options.cloud);
     if (options.count > points.size()) {
         throw Failure(options.cloud.string() + ": holds " + std::to_string(points.size()) +
                       (points.size() == 1 ? " point, " : " points, ") + std::to_string(options.count) +

@@ -10,7 +10,7 @@
 namespace QELT::Inspection {
 
 struct NeighboursOptions {
-    std::filesystem::path cloud; ///< points, an .xyz file
+    std::filesystem::path cloud; ///< points of any format; of a mesh its points
     Point place;
     std::size_t count = 1; ///< at least 1
 };

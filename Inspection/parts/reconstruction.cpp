@@ -1,7 +1,7 @@
 #include "Inspection/parts/reconstruction.h"
 
 #include "Inspection/import/objfile.h"
-#include "Inspection/import/xyzfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/internal/announce.h"
 #include "Inspection/records/outputs.h"
@@ -53,8 +53,13 @@ void addFigures(Record& record, RepairReport const& repair) {
 } // namespace
 
 Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions const& options) {
-    auto const points = readCloudFile(cloud);
-    BuiltSurface const built = naming(cloud.string(), [&] { return surfaceFromEitherSide(points); });
+    return reconstructFrom(loadPart(cloud), cloud, options);
+}
+
+Reconstruction reconstructFrom(PartAsLoaded const& part, std::filesystem::path const& cloud,
+                               RepairOptions const& options) {
+    require(!part.isMesh(), cloud.string() + ": is a mesh already; prepare it as it is");
+    BuiltSurface const built = naming(cloud.string(), [&] { return surfaceFromEitherSide(pointsOf(part)); });
     Reconstruction result;
     result.surface = built.surface;
     result.repair = repairSurface(result.surface, options);
@@ -73,14 +78,15 @@ ReconstructResult reconstruct(ReconstructOptions const& options, ProgressListene
     requireNoCutBeside(options.part);
     announce(listener, "Reconstructing...");
     Stopwatch const watch;
-    auto const [surface, repair] = reconstructFrom(options.cloud, options.repair);
+    PartAsLoaded const part = loadPart(options.cloud);
+    auto const [surface, repair] = reconstructFrom(part, options.cloud, options.repair);
     double const seconds = watch.seconds();
     checkpoint(listener);
     writeFaces(surface, outputs.at(options.part));
     Mesh mesh;
     mesh.setProgressListener(listener);
     loadObj(mesh, outputs.at(options.part).file);
-    ReconstructResult const result{meshSummaryOf(mesh), repair, seconds};
+    ReconstructResult const result{meshSummaryOf(mesh), repair, seconds, part.report};
     record.setting("maxSide", options.repair.longestSide);
     record.setting("fillHoles", options.repair.largestHole);
     Inspection::addFigures(record, result.part);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Inspection/export.h"
+#include "Inspection/import/part.h"
 #include "Inspection/parts/meshsummary.h"
 #include "Inspection/parts/surfacerepair.h"
 
@@ -20,8 +21,13 @@ struct Reconstruction {
 QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(std::filesystem::path const& cloud,
                                                       RepairOptions const& options);
 
+/// The same of points that were loaded from the file `cloud`. Fails if they come with triangles.
+QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(PartAsLoaded const& part,
+                                                      std::filesystem::path const& cloud,
+                                                      RepairOptions const& options);
+
 struct ReconstructOptions {
-    std::filesystem::path cloud; ///< points of the part, an .xyz file
+    std::filesystem::path cloud; ///< points of the part, of any format
     std::filesystem::path part;  ///< mesh to write, an OBJ file
     RepairOptions repair;
 };
@@ -30,6 +36,7 @@ struct ReconstructResult {
     MeshSummary part; ///< as it reads back from its file
     RepairReport repair;
     double seconds = 0.0; ///< of the reconstruction and the repair
+    LoadReport load;      ///< of the cloud
 };
 
 /// Builds a surface through a cloud and writes it. Fails, before the long work, if the cloud cannot be read,

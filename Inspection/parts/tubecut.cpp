@@ -1,6 +1,7 @@
 #include "Inspection/parts/tubecut.h"
 
 #include "Inspection/import/objfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/parts/internal/readfaces.h"
 #include "Inspection/parts/partfaults.h"
 #include "Inspection/records/failure.h"
@@ -164,11 +165,13 @@ CutResult cut(CutOptions const& options, ProgressListener* listener) {
     addCutOutput(outputs, options.result);
     Mesh mesh;
     mesh.setProgressListener(listener);
+    PartAsLoaded const part = loadPart(options.part);
     explaining(
-        options.part, [&] { return readFaces(options.part).mesh; }, [&] { loadObj(mesh, options.part); });
+        options.part, [&] { return readFaces(options.part).mesh; },
+        [&] { fillMesh(mesh, part, options.part); });
     CutPlane const plane = slit(mesh, options.part, options.cut);
     saveObj(mesh, options.result, outputs);
-    CutResult const result{meshSummaryOf(mesh), plane, cutFileOf(options.result)};
+    CutResult const result{meshSummaryOf(mesh), plane, cutFileOf(options.result), part.report};
     record.setting("start", options.cut.isFromGreatest ? "max" : "min");
     record.setting("axis", axisNames.at(options.cut.axis));
     record.setting("across", axisNames.at(options.cut.normalAxis));

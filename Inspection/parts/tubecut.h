@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Inspection/export.h"
+#include "Inspection/import/part.h"
 #include "Inspection/names.h"
 #include "Inspection/parts/facemesh.h"
 #include "Inspection/parts/meshsummary.h"
@@ -36,7 +37,7 @@ QELT_INSPECTION_EXPORT std::optional<TubeCut> findTubeCut(FaceMesh const& tube, 
                                                           Point const& secondRim);
 
 struct CutOptions {
-    std::filesystem::path part;   ///< mesh of a tube, an OBJ file
+    std::filesystem::path part;   ///< mesh of a tube, of any format
     std::filesystem::path result; ///< mesh to write, an OBJ file
     TubeCut cut;
 };
@@ -45,6 +46,7 @@ struct CutResult {
     MeshSummary part; ///< slit
     CutPlane plane;   ///< that served
     std::filesystem::path cutFile;
+    LoadReport load; ///< of the file of the tube
 };
 
 /// Slits a tube from rim to rim and writes it with the cut file beside it, which must stay there. Fails if a

@@ -146,12 +146,12 @@ void Outputs::requireNew(std::filesystem::path const& name) const {
 }
 
 void Outputs::add(std::filesystem::path const& name) {
-    requireNew(name);
+    writing(name, [&] { requireNew(name); });
     auto entry = writing(name, [&] { return std::make_unique<Entry>(name, name); });
     entry->requireWritable();
     if (entry->isReplaced()) {
         auto const file = recordFileOf(name);
-        requireNew(file);
+        writing(file, [&] { requireNew(file); });
         std::error_code ignored;
         require(!std::filesystem::is_regular_file(file, ignored) || isRecordFile(file),
                 file.string() + ": is no record, and that of " + name.string() +
@@ -162,7 +162,7 @@ void Outputs::add(std::filesystem::path const& name) {
 }
 
 void Outputs::addBeside(std::filesystem::path const& name, std::filesystem::path const& result) {
-    requireNew(name);
+    writing(name, [&] { requireNew(name); });
     auto entry = writing(name, [&] { return std::make_unique<Entry>(name, result); });
     entry->requireWritable();
     entries.push_back(std::move(entry));

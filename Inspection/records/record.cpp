@@ -87,7 +87,7 @@ void addFileLines(Json const& record, char const* list, std::string const& name,
 void addValueLines(Json const& record, char const* object, std::string const& name, Lines& lines) {
     Json const values = memberOf(record, object);
     for (auto const& item : values.items()) {
-        lines.emplace_back(name + " " + item.key(), plainTextOf(item.value()));
+        lines.emplace_back(name, item.key() + " " + plainTextOf(item.value()));
     }
 }
 
@@ -101,7 +101,7 @@ Lines linesOf(Json const& record) {
     for (Json const& move : moves) {
         lines.emplace_back("moved by", plainTextOf(move));
     }
-    addValueLines(record, "units", "unit of", lines);
+    addValueLines(record, "units", "unit", lines);
     addValueLines(record, "figures", "figure", lines);
     return lines;
 }

@@ -118,7 +118,7 @@ QELT_INSPECTION_EXPORT std::filesystem::path recordFileOf(std::filesystem::path 
 
 /// A record as it was read.
 struct FoundRecord {
-    /// What it says, in its order: a name such as "input" or "setting quadArea", and the text.
+    /// What it says, in its order: the kind, such as "input" or "setting", and the text.
     std::vector<std::pair<std::string, std::string>> lines;
     /// Each a sentence on why it isn't the record of what lies beside it; empty if it is.
     std::vector<std::string> misfits;

@@ -2,6 +2,8 @@
 
 #include "Inspection/names.h"
 
+#include <numbers>
+
 namespace QELT::Inspection {
 
 /// What one beam met.
@@ -26,6 +28,9 @@ struct Hit {
     double angleError = 0.0;    ///< radians, 0 is head-on
 
     bool isHit() const { return state != Miss; }
+
+    /// Whether a measured hit is on the back of the surface: more than a quarter turn off head-on.
+    bool isFromBehind() const { return angleError > std::numbers::pi / 2.0; }
 };
 
 /// From this distance on the core reports a hit without measuring it.

@@ -52,10 +52,29 @@ bool isOnMap(GridIndex const& quad, QuadMap const& map) {
            static_cast<std::size_t>(quad.getV()) < map.getHeight();
 }
 
+std::size_t placeOn(QuadMap const& map, GridIndex const& quad) {
+    return static_cast<std::size_t>(quad.getV()) * map.getWidth() + static_cast<std::size_t>(quad.getU());
+}
+
 void addTo(QuadMap& map, GridIndex const& quad, double value) {
     Cell& cell = map.at(static_cast<std::size_t>(quad.getU()), static_cast<std::size_t>(quad.getV()));
     cell.kind = Cell::Measured;
     cell.value += value;
+}
+
+bool isCountable(Hit const& hit, QuadMap const& map) {
+    return hit.isHit() && hit.isMeasured && isOnMap(hit.quad, map);
+}
+
+/// The quads that were hit from the front, row by row.
+std::vector<bool> frontsOf(QuadMap const& map, std::vector<Hit> const& hits) {
+    std::vector<bool> fronts(map.getWidth() * map.getHeight(), false);
+    for (Hit const& hit : hits) {
+        if (isCountable(hit, map) && !hit.isFromBehind()) {
+            fronts[placeOn(map, hit.quad)] = true;
+        }
+    }
+    return fronts;
 }
 
 /// Turns a map of sums into one of means.
@@ -97,8 +116,9 @@ QuadMap surfaceMapOf(Grid const& grid) {
 QuadMaps quadMapsOf(QuadMap const& surface, std::vector<Hit> const& hits) {
     constexpr double degrees = 180.0 / std::numbers::pi;
     QuadMaps maps{surface, surface, surface};
+    auto const fronts = frontsOf(surface, hits);
     for (Hit const& hit : hits) {
-        if (hit.isHit() && hit.isMeasured && isOnMap(hit.quad, surface)) {
+        if (isCountable(hit, surface) && !(hit.isFromBehind() && fronts[placeOn(surface, hit.quad)])) {
             addTo(maps.distance, hit.quad, hit.distance);
             addTo(maps.angleError, hit.quad, hit.angleError * degrees);
             addTo(maps.coverage, hit.quad, 1.0);

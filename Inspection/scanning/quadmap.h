@@ -48,7 +48,8 @@ private:
 };
 
 /// The three C-scans of a scan, each on the grid's own quads. A quad that was hit several times shows the
-/// mean. Hits that the core did not measure count nowhere.
+/// mean. Hits that the core did not measure count nowhere, nor does one from behind on a quad that was hit
+/// from the front too: it came through a gap, such as the slit of a tube.
 struct QuadMaps {
     QuadMap distance;   ///< in the part's unit
     QuadMap angleError; ///< degrees off head-on

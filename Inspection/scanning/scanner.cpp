@@ -5,7 +5,6 @@
 #include "Inspection/scanning/internal/quadhit.h"
 
 #include <cstdlib>
-#include <numbers>
 
 namespace QELT::Inspection {
 
@@ -82,7 +81,7 @@ ScanStatistics statisticsOf(ScanResult const& result) {
         statistics.hitCount += hit.isHit() ? 1U : 0U;
         statistics.edgeCount += hit.state == Hit::OnEdge ? 1U : 0U;
         statistics.measuredCount += hit.isMeasured ? 1U : 0U;
-        statistics.backSideCount += hit.isMeasured && hit.angleError > std::numbers::pi / 2 ? 1U : 0U;
+        statistics.backSideCount += hit.isMeasured && hit.isFromBehind() ? 1U : 0U;
     }
     auto const beamCount = static_cast<double>(statistics.beamCount);
     if (statistics.beamCount > 0) {

@@ -246,7 +246,7 @@ TEST(Cscan, saysInOneLineWhatIsWrongWithThePart) {
          "square.obj: a quad area of 1e-08 makes a grid of about 10000 x 10000 quads; 1e-06 makes 1000 on "
          "the longer side"},
         {{"info", "none.obj"}, "none.obj" + absent},
-        {{"info", "stdout.txt"}, "stdout.txt: neither a .quads nor an .obj file"},
+        {{"info", "stdout.txt"}, "stdout.txt: is empty"},
     };
     for (Mistake const& mistake : mistakes) {
         expectComplaint(directory, mistake);

@@ -107,7 +107,7 @@ TEST(CommandLine, scanTakesATableOfBeamsOrARaster) {
 }
 
 TEST(CommandLine, scanSearchesSurelyUnlessTheWalkIsAskedFor) {
-    std::vector<std::string> arguments{"scan",  "g.quads", "--beams", "b.csv",
+    std::vector<char const*> arguments{"scan",  "g.quads", "--beams", "b.csv",
                                        "--csv", "h.csv",   "--image", "p"};
     EXPECT_EQ(optionsOf<DrawnScanOptions>(arguments).scan.search, BeamSearch::Sure);
     EXPECT_FALSE(optionsOf<DrawnScanOptions>(arguments).scan.doCompare);

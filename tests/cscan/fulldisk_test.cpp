@@ -106,5 +106,46 @@ TEST(FullDisk, endsReconstructWithOneLine) {
     expectNoRoom(directory, "out.obj", {"reconstruct", "cloud.xyz", "out.obj"}, "out.obj: cannot be written");
 }
 
+TEST(FullDisk, endsScanAndFootprintWithOneLine) {
+    ScratchDirectory const directory;
+    Grid grid;
+    ASSERT_TRUE(grid.setAsPlane({20.0, 20.0}, 0.5, false, 10));
+    grid.save((directory / "in.quads").c_str());
+    std::vector<std::string> const scan = {"scan",       "in.quads", "--raster",    "1",
+                                           "--standoff", "5",        "--direction", "0,0,-1",
+                                           "--csv",      "hits.csv", "--image",     "s"};
+    expectNoRoom(directory, "hits.csv", scan, "hits.csv: cannot be written");
+    for (char const* const image : {"s_distance.png", "s_coverage.png"}) {
+        expectNoRoom(directory, image, scan,
+                     std::string(image) + ": the image cannot be written (Write Error)");
+    }
+    expectNoRoom(directory, "foot.png",
+                 {"footprint", "in.quads", "--origin", "10.1,10.2,5", "--axis-a", "1,0,0", "--axis-b",
+                  "0,-1,0", "--cotangent", "5", "--aperture", "1", "--image", "foot.png"},
+                 "foot.png: the image cannot be written (Write Error)");
+    EXPECT_FALSE(std::filesystem::exists(directory / "hits.csv"));
+    EXPECT_FALSE(std::filesystem::exists(directory / "s_angle.png"));
+}
+
+TEST(FullDisk, endsImportWithOneLine) {
+    ScratchDirectory const directory;
+    writeText(directory / "part.off", "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n");
+    for (char const* const out : {"out.obj", "out.xyz"}) {
+        expectNoRoom(directory, out, {"import", "part.off", out},
+                     std::string(out) + ": cannot be written to its end");
+    }
+}
+
+TEST(FullDisk, leavesNoResultWithoutItsRecord) {
+    ScratchDirectory const directory;
+    Grid grid;
+    ASSERT_TRUE(grid.setAsHeightField());
+    grid.save((directory / "in.quads").c_str());
+    expectNoRoom(directory, "out.quads.json", {"derive", "in.quads", "out.quads", "--flatten"},
+                 "out.quads.json: cannot be written to its end");
+    EXPECT_FALSE(std::filesystem::exists(directory / "out.quads"));
+    EXPECT_FALSE(std::filesystem::exists(directory / "out.quads.unfinished"));
+}
+
 } // namespace
 } // namespace cscan

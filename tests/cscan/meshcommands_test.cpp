@@ -213,6 +213,25 @@ std::string beamsOnElbow() {
     return text;
 }
 
+/// The sure search finds what the walk does and, through the slit, which is up to a pixel wide, the wall on
+/// the other side.
+void expectWallsBehindTheSlitAlone(ScratchDirectory const& directory, std::vector<std::string> const& scan,
+                                   double walkHitCount) {
+    Outcome const scanned = run(directory, scan);
+    ASSERT_EQ(scanned.status, 0) << scanned.errors;
+    double const behindCount = std::stod(itemIn(scanned.output, "from behind"));
+    EXPECT_LT(behindCount, 20000.0 / (2.0 * std::numbers::pi * tubeRadius)) << "a pixel of each line around";
+    EXPECT_GE(std::stod(itemIn(scanned.output, "hits")), walkHitCount);
+    auto const lines = linesOf(readText(directory / "hits.csv"));
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        auto const fields = fieldsOf(lines[i]);
+        if (fields.at(7) == "1") {
+            bool const isBehind = std::stod(fields.at(6)) < quarterTurn;
+            EXPECT_NEAR(std::stod(fields.at(5)), isBehind ? 15.0 + 2.0 * tubeRadius : 15.0, 1.0) << lines[i];
+        }
+    }
+}
+
 TEST(MeshCommands, anElbowIsCutUnrolledExtendedAndScannedAllAround) {
     ScratchDirectory const directory;
     writeText(directory / "elbow.obj", elbowText());
@@ -229,13 +248,17 @@ TEST(MeshCommands, anElbowIsCutUnrolledExtendedAndScannedAllAround) {
     EXPECT_EQ(itemIn(prepared.output, "flipped triangles"), "0");
     // The elbow's surface measures 2 pi 20 by a quarter of 2 pi 60, and five quads more at each rim.
     EXPECT_NEAR(std::stod(itemIn(prepared.output, "valid quads")), 11844.0 + 2.0 * 5.0 * 126.0, 1200.0);
-    Outcome const scanned = run(
-        directory, {"scan", "elbow.quads", "--beams", "beams.csv", "--csv", "hits.csv", "--image", "elbow"});
+    std::vector<std::string> const scan{"scan",  "elbow.quads", "--beams", "beams.csv",
+                                        "--csv", "hits.csv",    "--image", "elbow"};
+    auto walk = scan;
+    walk.insert(walk.end(), {"--search", "walk"});
+    Outcome const scanned = run(directory, walk);
     ASSERT_EQ(scanned.status, 0) << scanned.errors;
     EXPECT_GT(std::stod(itemIn(scanned.output, "hit rate")), 98.0);
     EXPECT_EQ(itemIn(scanned.output, "from behind"), "");
     std::string const distances = itemIn(scanned.output, "distance");
     EXPECT_NEAR(std::stod(distances.substr(distances.find("mean ") + 5)), 15.0, 0.05) << distances;
+    expectWallsBehindTheSlitAlone(directory, scan, std::stod(itemIn(scanned.output, "hits")));
 }
 
 /// A regular tube along z, straight and with flat rims. Its first point, where the cut starts, lies at this

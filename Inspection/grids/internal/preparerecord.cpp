@@ -1,6 +1,6 @@
 #include "Inspection/grids/internal/preparerecord.h"
 
-#include "Inspection/import/xyzfile.h"
+#include "Inspection/import/part.h"
 
 namespace QELT::Inspection {
 
@@ -47,7 +47,7 @@ void addSettings(Record& record, PrepareOptions const& options) {
     record.setting("width", options.resolution.width);
     record.setting("solver", options.solver == SolverKind::Direct ? "direct" : "cg");
     record.setting("mode", options.mode ? nameOf(*options.mode) : "auto");
-    if (isCloudFile(options.part)) {
+    if (isCloudPart(options.part)) {
         record.setting("maxSide", options.repair.longestSide);
         record.setting("fillHoles", options.repair.largestHole);
     }

@@ -1,5 +1,7 @@
 #include "Inspection/import/internal/objreader.h"
 
+#include "Inspection/import/internal/objdialect.h"
+
 #include <algorithm>
 
 namespace QELT::Inspection {
@@ -27,6 +29,9 @@ bool holdsNumbers(std::string_view word) {
     return word == "v" || word == "vt" || word == "vn" || word == "f" || word == "fo";
 }
 
+/// What no cloud has use for.
+constexpr std::array<std::string_view, 5> wordsOfSurfaces{"vt", "usemtl", "mtllib", "s", "l"};
+
 /// How many points, texture coordinates and normals there are.
 struct Counts {
     std::array<std::size_t, 3> of{};
@@ -49,14 +54,23 @@ public:
                 readLine(*line);
             }
         }
-        if (!part.isMesh()) {
-            source.fail(part.points.empty() ? "holds no points"
-                                            : "holds no polygons (lines that begin with f)");
-        }
+        requireContent();
+        part.isPlainObj = part.isMesh() && isPlainObj(source);
         return std::move(part);
     }
 
 private:
+    /// A file without polygons that speaks of a surface was cut off before them.
+    void requireContent() const {
+        if (part.points.empty()) {
+            source.fail("holds no points");
+        }
+        if (!part.isMesh() && speaksOfSurface) {
+            source.fail("holds no polygons (lines that begin with f), though it speaks of a surface; it may "
+                        "have been cut off");
+        }
+    }
+
     /// Corners may name what stands further down.
     static Counts countAll(PartSource const& file) {
         Counts counts;
@@ -102,6 +116,7 @@ private:
         } else if (!isOneOf(passedOver, keyword)) {
             line.fail(quoteOf(keyword) + " begins no line of an OBJ file");
         }
+        speaksOfSurface = speaksOfSurface || isOneOf(wordsOfSurfaces, keyword);
     }
 
     /// Three numbers; behind them may stand a weight, a colour or both.
@@ -178,6 +193,7 @@ private:
     PartSource const& source;
     Counts total;
     Counts current;
+    bool speaksOfSurface = false;
     PartAsRead part;
 };
 

@@ -8,7 +8,7 @@ namespace QELT::Inspection {
 bool isObjKeyword(std::string_view word);
 
 /// Reads points and polygons; texture coordinates, normals, names and groups are checked and passed over. A
-/// file without polygons fails: it cannot be told from one that was cut off.
+/// file without polygons is a cloud, unless texture coordinates or materials show that it was to have some.
 PartAsRead readObj(PartSource const& source);
 
 } // namespace QELT::Inspection

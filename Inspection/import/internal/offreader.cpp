@@ -40,6 +40,15 @@ void readPoint(TextLine const& line, PointForm const& form, PartAsRead& part) {
     }
 }
 
+std::uint32_t cornerIn(TextLine const& line, std::string_view word, PartAsRead const& part) {
+    long long const corner = wholeIn(line, word);
+    if (corner < 0 || static_cast<std::size_t>(corner) >= part.points.size()) {
+        line.fail("there is no point " + std::to_string(corner) + ", they are numbered from 0 to " +
+                  std::to_string(part.points.size() - 1));
+    }
+    return static_cast<std::uint32_t>(corner);
+}
+
 /// A count, the corners, and nothing or a colour of one, three or four numbers.
 void readPolygon(TextLine const& line, PartAsRead& part) {
     auto const words = wordsOf(line.text);
@@ -55,19 +64,35 @@ void readPolygon(TextLine const& line, PartAsRead& part) {
     for (std::size_t i = 1; i < words.size(); ++i) {
         if (i > count) {
             requireNumber(line, words[i]);
-            continue;
+        } else {
+            part.corners.push_back(cornerIn(line, words[i], part));
         }
-        long long const corner = wholeIn(line, words[i]);
-        if (corner < 0 || static_cast<std::size_t>(corner) >= part.points.size()) {
-            line.fail("there is no point " + std::to_string(corner) + ", they are numbered from 0 to " +
-                      std::to_string(part.points.size() - 1));
-        }
-        part.corners.push_back(static_cast<std::uint32_t>(corner));
     }
     std::string const fault = endPolygon(part);
     if (!fault.empty()) {
         line.fail(fault);
     }
+}
+
+struct OffCounts {
+    std::size_t points = 0;
+    std::size_t polygons = 0;
+};
+
+/// The counts behind the first word, in its line or the next; that of the edges means nothing.
+OffCounts countsIn(TextLine const& line, std::vector<std::string_view> const& words, PointForm const& form,
+                   SourceLines const& lines) {
+    if (words.size() != 3) {
+        line.fail("3 counts expected, " + std::to_string(words.size()) + " found");
+    }
+    OffCounts const counts{countIn(line, words[0]), countIn(line, words[1])};
+    countIn(line, words[2]);
+    requireRoom(line, counts.points, 2 * form.minNumbers, lines.bytesLeft());
+    requireRoom(line, counts.polygons, 8, lines.bytesLeft());
+    if (counts.points == 0) {
+        line.fail("holds no points");
+    }
+    return counts;
 }
 
 } // namespace
@@ -78,28 +103,15 @@ PartAsRead readOff(PartSource const& source) {
     auto words = wordsOf(first.text);
     PointForm const form = formIn(first, words[0]);
     words.erase(words.begin());
-    TextLine const counts = words.empty() ? lines.requireData(comment, "the counts") : first;
-    if (words.empty()) {
-        words = wordsOf(counts.text);
-    }
-    if (words.size() != 3) {
-        counts.fail("3 counts expected, " + std::to_string(words.size()) + " found");
-    }
-    std::size_t const pointCount = countIn(counts, words[0]);
-    std::size_t const polygonCount = countIn(counts, words[1]);
-    countIn(counts, words[2]);
-    requireRoom(counts, pointCount, 2 * form.minNumbers, lines.bytesLeft());
-    requireRoom(counts, polygonCount, 8, lines.bytesLeft());
-    if (pointCount == 0) {
-        counts.fail("holds no points");
-    }
+    TextLine const line = words.empty() ? lines.requireData(comment, "the counts") : first;
+    OffCounts const counts = countsIn(line, words.empty() ? wordsOf(line.text) : words, form, lines);
     PartAsRead part;
     part.format = PartFormat::Off;
-    part.points.reserve(pointCount);
-    for (std::size_t i = 0; i < pointCount; ++i) {
+    part.points.reserve(counts.points);
+    for (std::size_t i = 0; i < counts.points; ++i) {
         readPoint(lines.requireData(comment, "point " + std::to_string(i)), form, part);
     }
-    for (std::size_t i = 0; i < polygonCount; ++i) {
+    for (std::size_t i = 0; i < counts.polygons; ++i) {
         readPolygon(lines.requireData(comment, "polygon " + std::to_string(i)), part);
     }
     lines.requireEnd(comment);

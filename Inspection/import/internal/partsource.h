@@ -83,8 +83,8 @@ std::array<double, 3> pointIn(TextLine const& line, std::vector<std::string_view
 /// well.
 std::string endPolygon(PartAsRead& part);
 
-/// The largest polygon taken: cutting a comb into triangles takes the cube of it.
-constexpr std::size_t maxPolygonCorners = 2000;
+/// The largest polygon taken: cutting one into triangles takes the square of it, here about a second.
+constexpr std::size_t maxPolygonCorners = 20000;
 
 /// The most points and corners, so that numbers of 32 bits reach all.
 constexpr std::size_t maxPartPoints = 0xFFFFFFF0U;

@@ -52,7 +52,9 @@ Type typeIn(TextLine const& line, std::string_view word) {
 }
 
 /// What a property is to the part.
-enum class Role : std::uint8_t { Other, X, Y, Z, Corners };
+enum class Role : std::uint8_t { X, Y, Z, NormalX, NormalY, NormalZ, Corners, Other };
+
+constexpr std::array<std::string_view, 6> numberNames{"x", "y", "z", "nx", "ny", "nz"};
 
 struct Property {
     std::string name;
@@ -155,10 +157,7 @@ private:
         header.elements.push_back(element);
     }
 
-    void addProperty(TextLine const& line, std::vector<std::string_view> const& words) {
-        if (header.elements.empty()) {
-            line.fail("a property before the first element");
-        }
+    static Property propertyIn(TextLine const& line, std::vector<std::string_view> const& words) {
         Property property;
         property.isList = words.size() > 1 && words[1] == "list";
         requireWords(line, words, property.isList ? 5 : 3);
@@ -170,6 +169,14 @@ private:
                 line.fail("the count of a list cannot be of type " + quoteOf(words[2]));
             }
         }
+        return property;
+    }
+
+    void addProperty(TextLine const& line, std::vector<std::string_view> const& words) {
+        if (header.elements.empty()) {
+            line.fail("a property before the first element");
+        }
+        Property property = propertyIn(line, words);
         Element& element = header.elements.back();
         for (Property const& other : element.properties) {
             if (other.name == property.name) {
@@ -188,14 +195,14 @@ private:
             }
             return Role::Corners;
         }
-        bool const isAxis = property.name == "x" || property.name == "y" || property.name == "z";
-        if (element != "vertex" || !isAxis) {
+        auto const known = std::find(numberNames.begin(), numberNames.end(), property.name);
+        if (element != "vertex" || known == numberNames.end()) {
             return Role::Other;
         }
         if (property.isList) {
             line.fail("a coordinate cannot be a list");
         }
-        return property.name == "x" ? Role::X : property.name == "y" ? Role::Y : Role::Z;
+        return static_cast<Role>(known - numberNames.begin());
     }
 
     static bool has(Element const& element, Role role) {
@@ -203,6 +210,12 @@ private:
                              [role](Property const& property) { return property.role == role; }) == 1;
     }
 
+public:
+    static bool hasNormals(Element const& element) {
+        return has(element, Role::NormalX) && has(element, Role::NormalY) && has(element, Role::NormalZ);
+    }
+
+private:
     /// Fails unless there is what makes a part, and every element takes room.
     void requirePoints() {
         TextLine const end{lines.nameOfSource(), header.lineCount, {}};
@@ -406,6 +419,7 @@ public:
             values.requireElement(element);
             if (element.name == "vertex") {
                 part.points.reserve(element.count);
+                keepsNormals = header.polygonCount == 0 && HeaderReader::hasNormals(element);
             }
             for (std::size_t row = 0; row < element.count; ++row) {
                 values.beginRow(element);
@@ -420,19 +434,21 @@ public:
 
 private:
     void readRow(Element const& element) {
-        std::array<double, 3> point{};
+        std::array<double, numberNames.size()> numbers{};
         for (Property const& property : element.properties) {
             if (property.isList) {
                 readList(property);
-            } else if (property.role == Role::Other) {
+            } else if (property.role == Role::Other || (property.role > Role::Z && !keepsNormals)) {
                 values.pass(property.type);
             } else {
-                auto const axis = static_cast<std::size_t>(property.role) - static_cast<std::size_t>(Role::X);
-                point[axis] = values.finite(property.type);
+                numbers[static_cast<std::size_t>(property.role)] = values.finite(property.type);
             }
         }
         if (element.name == "vertex") {
-            part.points.push_back(point);
+            part.points.push_back({numbers[0], numbers[1], numbers[2]});
+            if (keepsNormals) {
+                part.normals.push_back({numbers[3], numbers[4], numbers[5]});
+            }
         }
     }
 
@@ -465,6 +481,7 @@ private:
 
     Header const& header;
     Values values;
+    bool keepsNormals = false; ///< those of a mesh may be no numbers, and are not needed
     PartAsRead part;
 };
 

@@ -136,7 +136,10 @@ PartAsRead readStlText(PartSource const& source) {
     return part;
 }
 
-PartAsRead readStlBinary(PartSource const& source) {
+namespace {
+
+/// How many triangles the file holds, as its header and its size both say.
+std::size_t checkedCountOf(PartSource const& source) {
     if (source.bytes.size() < headerSize) {
         source.failAtByte(source.bytes.size(), "the file ends within the header of 84 bytes");
     }
@@ -150,23 +153,33 @@ PartAsRead readStlBinary(PartSource const& source) {
     if (count == 0 || count > maxPartPoints / 3) {
         source.failAtByte(countPlace, count == 0 ? "holds no triangles" : "holds too many triangles");
     }
+    return count;
+}
+
+std::array<double, 3> pointAt(PartSource const& source, std::size_t place) {
+    std::array<double, 3> point{};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        std::size_t const byte = place + axis * sizeof(float);
+        point[axis] = floatAt(source.bytes, byte, std::endian::little);
+        if (!std::isfinite(point[axis])) {
+            source.failAtByte(byte, "a coordinate is not a finite number");
+        }
+    }
+    return point;
+}
+
+} // namespace
+
+PartAsRead readStlBinary(PartSource const& source) {
+    std::size_t const count = checkedCountOf(source);
     PartAsRead part;
     part.format = PartFormat::StlBinary;
     part.points.reserve(3 * count);
     part.corners.reserve(3 * count);
     part.polygonEnds.reserve(count);
     for (std::size_t corner = 0; corner < 3 * count; ++corner) {
-        std::size_t const place =
-            headerSize + corner / 3 * triangleSize + normalSize + corner % 3 * 3 * sizeof(float);
-        std::array<double, 3> point;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            std::size_t const byte = place + axis * sizeof(float);
-            point[axis] = floatAt(source.bytes, byte, std::endian::little);
-            if (!std::isfinite(point[axis])) {
-                source.failAtByte(byte, "a coordinate is not a finite number");
-            }
-        }
-        part.points.push_back(point);
+        std::size_t const triangle = headerSize + corner / 3 * triangleSize;
+        part.points.push_back(pointAt(source, triangle + normalSize + corner % 3 * 3 * sizeof(float)));
         part.corners.push_back(static_cast<std::uint32_t>(corner));
         if (corner % 3 == 2) {
             endPolygon(part);

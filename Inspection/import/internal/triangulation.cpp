@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 // Ears are cut off (G. H. Meisters, "Polygons have ears", 1975) in the polygon's plane, whose normal is the
 // sum of the edges' cross products (Newell). The plane is looked at along the axis nearest to the normal:
@@ -11,7 +12,11 @@
 // corner. Where no ear is left, a corner between two others in a line goes first; else the polygon crosses
 // itself, which is told, and the next corner goes. Either way each step gives one triangle, and none is lost.
 // Signs are those of plain double arithmetic: corners nearer to a line than its rounding may be taken to lie
-// on either side. Cost: the square of the count of corners as a rule, its cube for a comb.
+// on either side.
+//
+// Cutting an ear off changes what can be said of its two neighbours alone: whether the others are ears is
+// kept. Where rounding or corners that coincide break that, all are asked again, a few times at most, before
+// a polygon is said to cross itself. Cost: the square of the count of corners.
 
 namespace QELT::Inspection {
 
@@ -64,10 +69,18 @@ double turn(PlanePoint const& a, PlanePoint const& b, PlanePoint const& c) {
     return (b[0] - a[0]) * (c[1] - a[1]) - (b[1] - a[1]) * (c[0] - a[0]);
 }
 
+/// How often all corners are asked again whether they are ears.
+constexpr int maxRepetitions = 8;
+
+enum class Ear : std::uint8_t { Unknown, No, Yes };
+
 class EarCutter {
 public:
     EarCutter(std::span<std::uint32_t const> corners, std::vector<SpacePoint> const& points)
-        : polygon(corners), flat(flattened(corners, points)), left(corners.size()) {
+        : polygon(corners),
+          flat(flattened(corners, points)),
+          ears(corners.size(), Ear::Unknown),
+          left(corners.size()) {
         for (std::size_t i = 0; i < left; ++i) {
             next.push_back((i + 1) % left);
             previous.push_back((i + left - 1) % left);
@@ -89,32 +102,55 @@ private:
         return turn(flat[previous[corner]], flat[corner], flat[next[corner]]);
     }
 
-    bool isEar(std::size_t corner) const {
-        std::size_t const before = previous[corner];
-        std::size_t const after = next[corner];
+    /// Whether a corner that does not turn to the left lies in the triangle or on its rim.
+    bool isInTheWay(std::size_t other, PlanePoint const& a, PlanePoint const& b, PlanePoint const& c) const {
+        PlanePoint const& place = flat[other];
+        return turn(a, b, place) >= 0.0 && turn(b, c, place) >= 0.0 && turn(c, a, place) >= 0.0 &&
+               place != a && place != b && place != c && !(turnAt(other) > 0.0);
+    }
+
+    bool findIsEar(std::size_t corner) const {
         if (!(turnAt(corner) > 0.0)) {
             return false;
         }
+        std::size_t const before = previous[corner];
+        std::size_t const after = next[corner];
         for (std::size_t other = next[after]; other != before; other = next[other]) {
-            bool const isShared =
-                flat[other] == flat[before] || flat[other] == flat[corner] || flat[other] == flat[after];
-            if (!isShared && !(turnAt(other) > 0.0) && turn(flat[before], flat[corner], flat[other]) >= 0.0 &&
-                turn(flat[corner], flat[after], flat[other]) >= 0.0 &&
-                turn(flat[after], flat[before], flat[other]) >= 0.0) {
+            if (isInTheWay(other, flat[before], flat[corner], flat[after])) {
                 return false;
             }
         }
         return true;
     }
 
-    /// The next ear; without one a corner in a line; without that the corner itself.
-    std::size_t chooseFrom(std::size_t start) {
-        std::size_t corner = start;
+    bool isEar(std::size_t corner) {
+        if (ears[corner] == Ear::Unknown) {
+            ears[corner] = findIsEar(corner) ? Ear::Yes : Ear::No;
+        }
+        return ears[corner] == Ear::Yes;
+    }
+
+    std::optional<std::size_t> findEarFrom(std::size_t corner) {
         for (std::size_t i = 0; i < left; ++i, corner = next[corner]) {
             if (isEar(corner)) {
                 return corner;
             }
         }
+        return std::nullopt;
+    }
+
+    /// The next ear; without one a corner in a line; without that the corner itself.
+    std::size_t chooseFrom(std::size_t start) {
+        auto ear = findEarFrom(start);
+        if (!ear && repetitions < maxRepetitions) {
+            ++repetitions;
+            std::fill(ears.begin(), ears.end(), Ear::Unknown);
+            ear = findEarFrom(start);
+        }
+        if (ear) {
+            return *ear;
+        }
+        std::size_t corner = start;
         for (std::size_t i = 0; i < left; ++i, corner = next[corner]) {
             if (turnAt(corner) == 0.0) {
                 return corner;
@@ -131,6 +167,8 @@ private:
         result.triangles.push_back(ordered({before, corner, after}));
         next[before] = after;
         previous[after] = before;
+        ears[before] = Ear::Unknown;
+        ears[after] = Ear::Unknown;
         --left;
         return after;
     }
@@ -145,6 +183,8 @@ private:
     std::vector<PlanePoint> flat;
     std::vector<std::size_t> next;
     std::vector<std::size_t> previous;
+    std::vector<Ear> ears;
+    int repetitions = 0;
     std::size_t left;
     PolygonTriangles result;
 };

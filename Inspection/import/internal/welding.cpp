@@ -7,11 +7,12 @@
 #include <unordered_map>
 
 // Points are kept or given to a kept one in the order of the file, so that the result depends on that order
-// alone. Kept points lie in the cells of a grid as wide as the tolerance; what is near a point lies in the
-// cells from that of its coordinate less the tolerance to that of its coordinate plus the tolerance, at most
-// four along an axis after rounding. Cells are named by whole numbers in double precision: these never
-// overflow, and rounding keeps their order also where they are larger than 2^53. The grid is only looked up,
-// never walked over, so that the order of its table does not show. Cost: one look-up of a few cells a point.
+// alone. Kept points lie in the cells of a grid four times as wide as the tolerance: narrower ones cost more
+// look-ups, wider ones more distances. What is near a point lies in the cells from that of its coordinate
+// less the tolerance to that of its coordinate plus the tolerance, along an axis mostly one, else two. Cells
+// are named by whole numbers in double precision: these never overflow, and rounding keeps their order also
+// where they are larger than 2^53. The grid is only looked up, never walked over, so that the order of its
+// table does not show. Cost: one look-up of a few cells a point.
 
 namespace QELT::Inspection {
 
@@ -19,6 +20,9 @@ namespace {
 
 using SpacePoint = std::array<double, 3>;
 using Cell = std::array<double, 3>;
+
+/// Width of a cell in tolerances.
+constexpr double cellWidths = 4.0;
 
 constexpr std::uint32_t none = std::numeric_limits<std::uint32_t>::max();
 
@@ -71,7 +75,7 @@ private:
     /// Without a tolerance each coordinate is a cell of its own; both zeros are one.
     double cellOf(double coordinate) const {
         constexpr double limit = std::numeric_limits<double>::max();
-        double const cell = tolerance > 0.0 ? std::floor(coordinate / tolerance) : coordinate;
+        double const cell = tolerance > 0.0 ? std::floor(coordinate / (cellWidths * tolerance)) : coordinate;
         return std::clamp(cell, -limit, limit) + 0.0;
     }
 

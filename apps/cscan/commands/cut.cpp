@@ -2,6 +2,7 @@
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
+#include "apps/cscan/report/loadreport.h"
 #include "apps/cscan/report/report.h"
 
 #include <cmath>
@@ -32,6 +33,7 @@ void printPlane(std::ostream& output, CutPlane const& plane, TubeCut const& cut)
 
 void print(std::ostream& output, CutOptions const& options, CutResult const& result) {
     output << options.result.string() << '\n';
+    printLoad(output, result.load);
     printMesh(output, result.part);
     printPlane(output, result.plane, options.cut);
     printItem(output, "cut file", result.cutFile.string());
@@ -67,7 +69,7 @@ Command addCut(CLI::App& app) {
     auto const options = std::make_shared<CutOptions>();
     CLI::App* const command =
         app.add_subcommand("cut", "Slit a tube from rim to rim, so that it can be prepared");
-    command->add_option("PART", options->part, "Mesh of the part, an OBJ file")->required();
+    command->add_option("PART", options->part, "Mesh of the part: OBJ, STL, PLY or OFF")->required();
     command
         ->add_option("OUT", options->result,
                      "Mesh to write, an OBJ file; the file with the cut goes beside it and must stay there")

@@ -73,8 +73,10 @@ Command addFit(CLI::App& app) {
         ->check(reading(options->surface, oneOf(surfaces)))
         ->required();
     command
-        ->add_option("CLOUD", options->cloud,
-                     "Points, an .xyz file of x y z a line; for a cylinder x y z nx ny nz")
+        ->add_option(
+            "CLOUD", options->cloud,
+            "Points: XYZ, CSV, PLY, OFF, OBJ, or those of a mesh; for a cylinder with normals, as in a "
+            "table of x y z nx ny nz a line")
         ->required();
     return commandOf(
         command, [options] { return *options; }, fit, print);

@@ -1,8 +1,8 @@
 #include "Inspection/parts/importpart.h"
 
-#include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
+#include "apps/cscan/report/loadreport.h"
 #include "apps/cscan/report/partreport.h"
 #include "apps/cscan/report/report.h"
 
@@ -13,50 +13,37 @@ namespace cscan {
 
 namespace {
 
-constexpr int digits = 6;
-
-std::string inAndOut(std::size_t in, std::size_t out) {
-    return std::to_string(in) + " in, " + std::to_string(out) + " out";
-}
-
-void printNotes(std::ostream& output, ImportResult const& result) {
-    if (result.unusedCount > 0) {
-        printItem(output, "note",
-                  counted(result.unusedCount, "point belongs", "points belong") +
-                      " to no polygon; so it is where a file was cut off");
-    }
-    if (result.crossingCount > 0) {
-        printItem(output, "note",
-                  counted(result.crossingCount, "polygon crosses itself", "polygons cross themselves") +
-                      ": the triangles overlap");
-    }
-    if (result.liesFarOut()) {
-        printItem(output, "note",
-                  "coordinates go up to " + toShortText(result.reach, digits) + ", the part is " +
-                      toShortText(result.size, digits) + " across: single precision has steps of " +
-                      toShortText(result.floatStep, 2) + " there; move the part near the origin");
-    }
-}
-
 void print(std::ostream& output, ImportOptions const& options, ImportResult const& result) {
     output << options.out.string() << '\n';
-    printItem(output, "format", nameOf(result.format) + (result.isMesh ? ", a mesh" : ", points"));
-    printItem(output, "points", inAndOut(result.pointsIn, result.pointsOut));
-    if (result.weldTolerance) {
-        printItem(output, "welded",
-                  counted(result.weldedCount, "point", "points") + " within " +
-                      toShortText(*result.weldTolerance, digits));
-    }
-    if (result.polygonCount > 0) {
-        printItem(output, "polygons", std::to_string(result.polygonCount) + " in");
-        printItem(output, "triangles", inAndOut(result.trianglesIn, result.trianglesOut));
-        printItem(output, "left out",
-                  counted(result.degenerateCount, "degenerate triangle", "degenerate triangles"));
-    }
+    printCounts(output, result);
     if (result.repair) {
         printPartRepair(output, *result.repair);
     }
-    printNotes(output, result);
+    printLoadNotes(output, result);
+}
+
+AxisMap axisMapIn(std::string_view text) {
+    auto const map = parseAxisMap(text);
+    if (!map) {
+        throw UsageError("'" + std::string(text) + "' is not of the form x,-z,y: each axis once");
+    }
+    return *map;
+}
+
+void addPlaceOptions(CLI::App& command, ImportOptions& options) {
+    command.add_option("--scale", "What to multiply coordinates by")
+        ->check(reading(options.scale, positiveNumberIn))
+        ->type_name("F")
+        ->default_str("1");
+    command
+        .add_option("--map", "What the new x, y and z are taken from, such as x,-z,y; a mirror such as "
+                             "-x,y,z turns the triangles, so that they face outward as before")
+        ->check(reading(options.axes, axisMapIn))
+        ->type_name("X,Y,Z")
+        ->default_str("x,y,z");
+    command.add_flag("--keep-place", options.keepsPlace,
+                     "Leave a part where it is that lies so far from the origin that single precision "
+                     "loses digits; else it is moved, and told by how much");
 }
 
 /// What is asked of a repair.
@@ -85,19 +72,19 @@ void addPartRepairOptions(CLI::App& command, RepairArguments& repair) {
 
 Command addImport(CLI::App& app) {
     auto const options = std::make_shared<ImportOptions>();
-    CLI::App* const command = app.add_subcommand("import", "Make a part of STL, PLY, OFF or OBJ ready");
-    command->add_option("IN", options->in, "The part, an STL, PLY, OFF or OBJ file")->required();
+    CLI::App* const command = app.add_subcommand("import", "Make a part of any format ready");
+    command
+        ->add_option("IN", options->in,
+                     "The part: STL, PLY, OFF, OBJ, glTF, 3MF, or a table of points (XYZ, CSV)")
+        ->required();
     command
         ->add_option("OUT", options->out, "What to write: an .obj file for a mesh, an .xyz file for points")
         ->required();
-    command->add_option("--scale", "What to multiply coordinates by")
-        ->check(reading(options->scale, positiveNumberIn))
-        ->type_name("F")
-        ->default_str("1");
+    addPlaceOptions(*command, *options);
     command
         ->add_option(
             "--weld",
-            "Points no farther apart become one, in the unit of OUT; if not given, STL alone is welded, "
+            "Points no farther apart become one, in the unit of OUT; if not given, STL and glTF are welded, "
             "within a millionth of the part's size")
         ->check(reading(options->weldTolerance, nonNegativeNumberIn))
         ->type_name("T");

@@ -3,6 +3,7 @@
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
+#include "apps/cscan/report/loadreport.h"
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
@@ -69,6 +70,7 @@ void printFile(std::ostream& output, InfoOptions const& options, GridFileInfo co
 void printFile(std::ostream& output, InfoOptions const& options, MeshFileInfo const& info) {
     output << options.file.string() << ": triangle mesh\n";
     printItem(output, "size", std::to_string(info.byteCount) + " bytes");
+    printLoad(output, info.load);
     printMesh(output, info.mesh);
     printExtent(output, info.mesh);
     printItem(output, "flat coordinates", info.flat ? "yes" : "no");
@@ -89,6 +91,14 @@ void printFile(std::ostream& output, InfoOptions const& options, RecordedFileInf
     printItem(output, "size", std::to_string(info.byteCount) + " bytes");
 }
 
+void printFile(std::ostream& output, InfoOptions const& options, CloudFileInfo const& info) {
+    output << options.file.string() << ": cloud of points\n";
+    printItem(output, "size", std::to_string(info.byteCount) + " bytes");
+    printLoad(output, info.load);
+    printItem(output, "extent", toShortText(info.load.size, 6) + " across");
+    printItem(output, "normals", info.hasNormals ? "yes" : "no");
+}
+
 void print(std::ostream& output, InfoOptions const& options, FileInfo const& info) {
     std::visit(
         [&](auto const& kind) {
@@ -103,7 +113,7 @@ void print(std::ostream& output, InfoOptions const& options, FileInfo const& inf
 Command addInfo(CLI::App& app) {
     auto const options = std::make_shared<InfoOptions>();
     CLI::App* const info =
-        app.add_subcommand("info", "Tell what an OBJ, .quads or .csv file holds, and how it was made");
+        app.add_subcommand("info", "Tell what a part, a .quads or a .csv file holds, and how it was made");
     info->add_option("FILE", options->file, "The file")->required();
     return commandOf(
         info, [options] { return *options; }, fileInfoOf, print);

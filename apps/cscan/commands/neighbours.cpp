@@ -28,7 +28,8 @@ Command addNeighbours(CLI::App& app) {
     auto const options = std::make_shared<NeighboursOptions>();
     CLI::App* const neighbours = app.add_subcommand(
         "neighbours", "Find points of a cloud near a place; the search may miss some of the nearest");
-    neighbours->add_option("CLOUD", options->cloud, "Points, an .xyz file")->required();
+    neighbours->add_option("CLOUD", options->cloud, "Points: XYZ, CSV, PLY, OFF, OBJ, or those of a mesh")
+        ->required();
     neighbours->add_option("--at", "The place")
         ->check(reading(options->place, pointIn))
         ->type_name("X,Y,Z")

@@ -1,9 +1,11 @@
-#include "Inspection/import/xyzfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/pictures/preparedgrid.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commandline/repairoptions.h"
 #include "apps/cscan/commands/commands.h"
+#include "apps/cscan/report/loadreport.h"
+#include "apps/cscan/report/loadreport.h"
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
@@ -31,9 +33,11 @@ struct RawPrepare {
 void printLoaded(std::ostream& output, DrawnPrepareOptions const& options, PrepareResult const& result) {
     output << options.prepare.part.string() << '\n';
     printItem(output, "load time", secondsText(result.loadSeconds));
+    printLoad(output, result.load);
     if (result.repair) {
         printRepair(output, *result.repair);
     }
+    printLoad(output, result.load);
     printMesh(output, result.part);
 }
 
@@ -198,8 +202,10 @@ Command addPrepare(CLI::App& app) {
     PrepareOptions& options = raw->options.prepare;
     CLI::App* const prepare = app.add_subcommand("prepare", "Turn a part into a grid of quads");
     prepare
-        ->add_option("PART", options.part,
-                     "Mesh of the part, an OBJ file, or a cloud of its points, an .xyz file")
+        ->add_option(
+            "PART", options.part,
+            "The part: a mesh (STL, PLY, OBJ, OFF, glTF, 3MF) or a cloud of its points (XYZ, CSV, PLY, "
+            "OFF, OBJ)")
         ->required();
     prepare->add_option("GRID", options.grid, "Grid to write, a .quads file")->required();
     addResolutionOptions(*prepare, raw->options);
@@ -210,7 +216,7 @@ Command addPrepare(CLI::App& app) {
     auto const read = [raw, prepare, repairs] {
         bool const isRepaired = std::any_of(repairs.begin(), repairs.end(),
                                             [](CLI::Option const* option) { return option->count() > 0; });
-        if (isRepaired && !isCloudFile(raw->options.prepare.part)) {
+        if (isRepaired && !isCloudPart(raw->options.prepare.part)) {
             throw UsageError("prepare: --max-side and --fill-holes are for clouds");
         }
         return optionsOf(*raw, *prepare);

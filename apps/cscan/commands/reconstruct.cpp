@@ -2,6 +2,7 @@
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commandline/repairoptions.h"
 #include "apps/cscan/commands/commands.h"
+#include "apps/cscan/report/loadreport.h"
 #include "apps/cscan/report/report.h"
 
 #include <memory>
@@ -13,6 +14,7 @@ namespace {
 
 void print(std::ostream& output, ReconstructOptions const& options, ReconstructResult const& result) {
     output << options.part.string() << '\n';
+    printLoad(output, result.load);
     printItem(output, "time", secondsText(result.seconds));
     printRepair(output, result.repair);
     printMesh(output, result.part);
@@ -24,7 +26,7 @@ Command addReconstruct(CLI::App& app) {
     auto const options = std::make_shared<ReconstructOptions>();
     CLI::App* const command =
         app.add_subcommand("reconstruct", "Build a triangle mesh through a cloud of points");
-    command->add_option("CLOUD", options->cloud, "Points of the part, an .xyz file")->required();
+    command->add_option("CLOUD", options->cloud, "Points of the part: XYZ, CSV, PLY, OFF or OBJ")->required();
     command->add_option("OUT", options->part, "Mesh to write, an OBJ file")->required();
     addRepairOptions(*command, options->repair);
     return commandOf(

@@ -1,4 +1,5 @@
 #include "Inspection/pictures/cscanimages.h"
+#include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
@@ -25,6 +26,7 @@ struct GridLists {
 /// What CLI11 fills in.
 struct RawScan {
     DrawnScanOptions options;
+    double minHitRate = 0.0; ///< percent
     GridLists grids;
     Raster raster;
 };
@@ -147,6 +149,24 @@ void addOutputOptions(CLI::App& scan, DrawnScanOptions& options) {
         ->capture_default_str();
 }
 
+/// Nothing was found where beams should meet the part: the probe was somewhere else, or the grid is.
+ExitStatus verdictOn(std::ostream& output, ScanResult const& result, double minHitRate) {
+    ScanStatistics const statistics = statisticsOf(result);
+    double const hitRate = 100.0 * statistics.hitRate;
+    if (statistics.hitCount > 0 && hitRate >= minHitRate) {
+        return Success;
+    }
+    printItem(
+        output, "verdict",
+        "NOT fit: " +
+            (statistics.hitCount == 0
+                 ? std::string("no beam meets the grid; compare the beams with the box that 'cscan info' "
+                               "tells of it")
+                 : toFixedText(hitRate, 2) + " % of the beams hit, " + toShortText(minHitRate, 4) +
+                       " % were asked for"));
+    return NotFit;
+}
+
 void print(std::ostream& output, DrawnScanOptions const& options, DrawnScan const& drawn) {
     if (options.scan.isOnPlane) {
         printItem(output, "scan plane",
@@ -171,8 +191,15 @@ Command addScan(CLI::App& app) {
     addBeamOptions(*scan, *raw);
     addSearchOptions(*scan, raw->options.scan);
     addOutputOptions(*scan, raw->options);
+    scan->add_option("--min-hit-rate", "End with status 3 if fewer percent of the beams hit")
+        ->check(reading(raw->minHitRate, nonNegativeNumberIn))
+        ->type_name("PERCENT");
     return commandOf(
-        scan, [raw, scan] { return optionsOf(*raw, *scan); }, drawScan, print);
+        scan, [raw, scan] { return optionsOf(*raw, *scan); }, drawScan,
+        [raw](std::ostream& output, DrawnScanOptions const& options, DrawnScan const& drawn) {
+            print(output, options, drawn);
+            return verdictOn(output, drawn.scan.result, raw->minHitRate);
+        });
 }
 
 } // namespace cscan

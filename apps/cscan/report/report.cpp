@@ -259,8 +259,11 @@ void printScan(std::ostream& output, Scan const& scan) {
     printItem(output, "angle error",
               rangeText(result.hits, [](Hit const& hit) { return hit.angleError * degrees; }) + " degrees");
     if (statistics.backSideCount > 0) {
+        bool const areMost = 2 * statistics.backSideCount > statistics.measuredCount;
         printItem(output, "from behind",
-                  counted(statistics.backSideCount, "hit", "hits") + " (--flip-normals turns the sides)");
+                  counted(statistics.backSideCount, "hit", "hits") +
+                      (areMost ? " (--flip-normals turns the sides)"
+                               : " (through gaps of the surface or past its rim)"));
     }
 }
 

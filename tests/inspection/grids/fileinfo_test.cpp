@@ -40,9 +40,20 @@ TEST(FileInfo, tellsAMeshWithAndWithoutFlatCoordinates) {
 
 TEST(FileInfo, refusesAnotherFile) {
     ScratchDirectory const directory;
-    writeText(directory / "notes.txt", "v 0 0 0\n");
+    writeText(directory / "notes.txt", "Dear reader,\n");
     EXPECT_EQ(messageOf([&] { fileInfoOf({directory / "notes.txt"}, nullptr); }),
-              (directory / "notes.txt").string() + ": neither a .quads nor an .obj file");
+              (directory / "notes.txt").string() +
+                  ": is no STL, PLY, OFF or OBJ file and no table of points");
+}
+
+TEST(FileInfo, tellsOfACloud) {
+    ScratchDirectory const directory;
+    writeText(directory / "a.csv", "x,y,z,nx,ny,nz\n0,0,0,0,0,1\n3,4,0,0,0,1\n");
+    auto const info = std::get<CloudFileInfo>(fileInfoOf({directory / "a.csv"}, nullptr));
+    EXPECT_EQ(info.load.pointsOut, 2U);
+    EXPECT_EQ(info.load.size, 5.0);
+    EXPECT_TRUE(info.hasNormals);
+    EXPECT_EQ(info.byteCount, std::filesystem::file_size(directory / "a.csv"));
 }
 
 } // namespace

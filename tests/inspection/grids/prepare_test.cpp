@@ -76,7 +76,7 @@ TEST(Prepare, tellsItsObserverOfEachStageWhenItIsDone) {
         stages.push_back(stage);
         EXPECT_EQ(result.part.faceCount, 240U);
         EXPECT_EQ(!result.maps.empty(), stage != PrepareStage::Loaded);
-        EXPECT_EQ(std::filesystem::exists(directory / "flat.obj"), stage >= PrepareStage::FlatSaved);
+        EXPECT_EQ(std::filesystem::exists(directory / "flat.obj"), stage == PrepareStage::Saved);
         EXPECT_EQ(std::filesystem::exists(options.grid), stage == PrepareStage::Saved);
         EXPECT_EQ(result.grid.validQuadCount > 0, stage >= PrepareStage::Resampled);
         EXPECT_EQ(result.isWritten, stage == PrepareStage::Saved);

@@ -77,6 +77,7 @@ TEST(PartFile, knowsFormatsByContentBeforeTheName) {
     std::vector<std::string> const names{
         "STL, text", "STL, binary", "PLY, text", "PLY, binary, little-endian", "PLY, binary, big-endian",
         "OFF",       "OBJ"};
+    EXPECT_EQ(nameOf(PartFormat::Table), "table");
     auto const samples = cubeSamples();
     for (std::size_t i = 0; i < samples.size(); ++i) {
         EXPECT_EQ(nameOf(formatOf(samples[i].name, samples[i].content)), names[i]);
@@ -103,6 +104,11 @@ TEST(PartFile, readsPointsAloneAsACloud) {
     EXPECT_EQ(ply.points[0], (std::array<double, 3>{0.1, -2000.0, 3.0}));
     EXPECT_FALSE(readPart("a.off", "OFF 1 0 0\n1 2 3\n").isMesh());
     EXPECT_EQ(readPart("a.off", "NOFF\n1 0 0\n1 2 3 0 0 1\n").points.size(), 1U);
+    EXPECT_EQ(readPart("a.obj", "# points\nv 1 2 3\nvn 0 0 1\n").points.size(), 1U);
+    auto const oriented = readPart("a.ply", plyHead + plyPoint +
+                                                "property double ny\nproperty float nx\nproperty float nz\n"
+                                                "end_header\n1 2 3 0.5 -1 0\n");
+    EXPECT_EQ(oriented.normals, (std::vector<std::array<double, 3>>{{-1.0, 0.5, 0.0}}));
     EXPECT_EQ(readPart("a.off", "COFF\n1 0 0\n1 2 3 9 9 9 255\n").points.size(), 1U);
 }
 
@@ -183,13 +189,20 @@ TEST(PartFile, namesWhatElseAFileIs) {
     EXPECT_EQ(complaintOn("a.igs", std::string(72, ' ') + "S      1\n"), "a.igs: is an IGES file" + advice);
     EXPECT_EQ(complaintOn("a.iges", "x\n"), "a.iges: is an IGES file by its name" + advice);
     EXPECT_EQ(complaintOn("a.stl", "\x89PNG\r\n"), "a.stl: is a PNG picture");
-    EXPECT_EQ(complaintOn("a.3mf", "PK\x03\x04zip"),
-              "a.3mf: is a ZIP archive (3MF files are such); export the part as STL, PLY, OFF or OBJ");
+    EXPECT_EQ(complaintOn("a.3mf", "PK\x03\x04zip"), "a.3mf, byte 7: the archive is damaged or was cut off");
+    EXPECT_EQ(complaintOn("a.stl", "PK\x03\x04zip"), "a.stl: is a ZIP archive; unpack it first");
     EXPECT_EQ(complaintOn("a.stl", "\n<!DOCTYPE HTML>\n"),
               "a.stl: is an HTML page, perhaps the answer to a failed download");
     EXPECT_EQ(complaintOn("a.obj", ""), "a.obj: is empty");
-    EXPECT_EQ(complaintOn("a.txt", "1 2 3\n"), "a.txt: is no STL, PLY, OFF or OBJ file");
-    EXPECT_EQ(complaintOn("a.xyz", "1 2 3\n"), "a.xyz: is a table of points, which need not be imported");
+    EXPECT_EQ(complaintOn("a.txt", "Dear reader,\n"),
+              "a.txt: is no STL, PLY, OFF or OBJ file and no table of points");
+    EXPECT_EQ(complaintOn("a.stl", "QELTQuad..."),
+              "a.stl: is a grid of quads, no part; scan it, or name the part that it was made of");
+    EXPECT_EQ(complaintOn("a.laz", "LASF"), "a.laz: is a LAS file; export the points as XYZ, CSV or PLY");
+    EXPECT_EQ(complaintOn("a.pcd", "# .PCD v0.7\n"),
+              "a.pcd: is a PCD file; export the points as XYZ, CSV or PLY");
+    EXPECT_EQ(complaintOn("a.pdf", "%PDF-1.7\n"), "a.pdf: is a PDF document");
+    EXPECT_EQ(complaintOn("a.obj.gz", "\x1F\x8B\x08"), "a.obj.gz: is compressed (gzip); unpack it first");
 }
 
 TEST(PartFile, namesTheFaultOfAnStlFile) {
@@ -326,7 +339,10 @@ TEST(PartFile, namesTheFaultOfAnObjFile) {
     EXPECT_EQ(on(triangleObj("f 1 2 3\nrest")), "a.obj, line 5: 'rest' begins no line of an OBJ file");
     EXPECT_EQ(on(triangleObj("surf 0 1 0 1")),
               "a.obj, line 4: 'surf' is of a free-form surface; export the part as triangles");
-    EXPECT_EQ(on("v 0 0 0\n"), "a.obj: holds no polygons (lines that begin with f)");
+    EXPECT_EQ(
+        on("mtllib a.mtl\nv 0 0 0\n"),
+        "a.obj: holds no polygons (lines that begin with f), though it speaks of a surface; it may have "
+        "been cut off");
     EXPECT_EQ(on("# nothing\n"), "a.obj: holds no points");
     EXPECT_EQ(on(triangleObj("f 1 2 3 \\")),
               "a.obj, line 4: the file ends where the rest of line 4 should follow");
@@ -335,11 +351,11 @@ TEST(PartFile, namesTheFaultOfAnObjFile) {
 TEST(PartFile, refusesAPolygonThatWouldTakeTooLong) {
     std::string text = triangleObj("f");
     text.pop_back();
-    for (int i = 0; i < 2001; ++i) {
+    for (int i = 0; i < 20001; ++i) {
         text += " 1";
     }
     EXPECT_EQ(complaintOn("a.obj", text + "\n"),
-              "a.obj, line 4: a polygon of 2001 corners; at most 2000 are taken");
+              "a.obj, line 4: a polygon of 20001 corners; at most 20000 are taken");
 }
 
 TEST(PartFile, showsUnprintableWordsInAFailureAsMarks) {

@@ -84,6 +84,34 @@ TEST(Triangulation, cutsStarsAndCombsInAnyPlane) {
     }
 }
 
+TEST(Triangulation, cutsALargeCombInTheSquareOfItsCorners) {
+    constexpr std::size_t teeth = 9999;
+    std::vector<SpacePoint> points;
+    for (std::size_t i = 0; i < teeth; ++i) {
+        auto const x = static_cast<double>(i);
+        points.push_back({x, 1.0, 0.0});
+        points.push_back({x + 0.5, 100.0 + 0.001 * static_cast<double>(i % 7), 0.0});
+    }
+    points.push_back({static_cast<double>(teeth), 0.0, 0.0});
+    points.push_back({0.0, 0.0, 0.0});
+    std::reverse(points.begin(), points.end());
+    auto const cut = triangulate(countTo(points.size()), points);
+    ASSERT_EQ(cut.triangles.size(), points.size() - 2);
+    EXPECT_TRUE(cut.isSimple);
+    double expected = 0.0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        SpacePoint const& a = points[i];
+        SpacePoint const& b = points[(i + 1) % points.size()];
+        expected += a[0] * b[1] - a[1] * b[0];
+    }
+    double sum = 0.0;
+    for (double const area : doubleAreas(cut, points)) {
+        ASSERT_GE(area, 0.0);
+        sum += area;
+    }
+    EXPECT_NEAR(sum, expected, 1e-9 * expected);
+}
+
 TEST(Triangulation, givesTrianglesAreaWhereCornersStandInALine) {
     std::vector<SpacePoint> const points{{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {2, 2, 0}, {0, 2, 0}, {0, 1, 0}};
     for (double const area : doubleAreas(triangulate(countTo(6), points), points)) {

@@ -35,7 +35,7 @@ TEST(XyzFile, readsBlanksCommasCommentsAndBothLineEnds) {
 
 TEST(XyzFile, namesTheLineThatIsMalformed) {
     EXPECT_EQ(complaintOn("1 2 3\n#\n1 2\n"), "a.xyz, line 3: 3 numbers expected, 2 found");
-    EXPECT_EQ(complaintOn("1 2 3 4\n"), "a.xyz, line 1: 3 numbers expected, 4 found");
+    EXPECT_EQ(complaintOn("1 2 3 4\n1 2 3\n"), "a.xyz, line 2: 4 numbers expected, 3 found");
     EXPECT_EQ(complaintOn("1 2 3\n1 two 3\n"), "a.xyz, line 2: 'two' is not a number");
     EXPECT_EQ(complaintOn("1,,3\n"), "a.xyz, line 1: '' is not a number");
     EXPECT_EQ(complaintOn("1,2,\n"), "a.xyz, line 1: '' is not a number");

@@ -94,7 +94,7 @@ TEST(ImportPart, leavesOutAndCountsTrianglesWithAPointTwice) {
 TEST(ImportPart, scalesAndWeldsInTheUnitOfTheResult) {
     ScratchDirectory const directory;
     writeText(directory / "a.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nv 1 1 0\nv 0.999 0 0\nf 1 2 3\nf 5 4 3\n");
-    ImportOptions options{directory / "a.obj", directory / "out.obj", 0.02, 10.0};
+    ImportOptions options{directory / "a.obj", directory / "out.obj", 0.02, 10.0, sameAxes, false};
     EXPECT_EQ(importPart(options).weldedCount, 1U);
     EXPECT_EQ(readText(directory / "out.obj"), "v 0 0 0\nv 10 0 0\nv 0 10 0\nv 10 10 0\nf 1 2 3\nf 2 4 3\n");
     options.weldTolerance = 0.009;
@@ -144,7 +144,7 @@ TEST(ImportPart, writesTheSameUnderALocaleThatGroupsDigits) {
 TEST(ImportPart, refusesToWriteWhereItWouldDoHarm) {
     ScratchDirectory const directory;
     writeText(directory / "cube.obj", objText());
-    ImportOptions options{directory / "cube.obj", directory / "cube.obj", {}, 1.0};
+    ImportOptions options{directory / "cube.obj", directory / "cube.obj", {}, 1.0, sameAxes, false};
     EXPECT_EQ(messageOf([&] { importPart(options); }), options.out.string() + ": is also the input");
     EXPECT_EQ(readText(directory / "cube.obj"), objText());
     options.out = directory / "cube.stl";
@@ -157,14 +157,45 @@ TEST(ImportPart, refusesToWriteWhereItWouldDoHarm) {
     EXPECT_FALSE(std::filesystem::exists(options.out));
 }
 
-TEST(ImportPart, tellsOfAPartFarFromTheOrigin) {
+TEST(ImportPart, movesAPartNearTheOriginUnlessItIsToStay) {
     ScratchDirectory const directory;
-    auto const result =
-        importText(directory, {"a.off", "OFF\n3 1 0\n500000 0 0\n500003 0 0\n500000 4 0\n3 0 1 2\n"});
+    Sample const far{"a.off", "OFF\n3 1 0\n500000 0 0\n500003 0 0\n500000 4 0\n3 0 1 2\n"};
+    auto const result = importText(directory, far);
     EXPECT_TRUE(result.liesFarOut());
     EXPECT_EQ(result.reach, 500003.0);
     EXPECT_EQ(result.size, 5.0);
     EXPECT_EQ(result.floatStep, 1.0 / 32.0);
+    EXPECT_EQ(result.offset, (SpacePoint{500002.0, 0.0, 0.0}));
+    EXPECT_EQ(readText(directory / "out.obj"), "v -2 0 0\nv 1 0 0\nv -2 4 0\nf 1 2 3\n");
+    ImportOptions options{directory / "a.off", directory / "out.obj", {}, 1.0, sameAxes, true};
+    EXPECT_FALSE(importPart(options).isMoved());
+    EXPECT_EQ(readText(directory / "out.obj"), "v 5e+05 0 0\nv 500003 0 0\nv 5e+05 4 0\nf 1 2 3\n");
+}
+
+TEST(ImportPart, mapsAxesAndTurnsTrianglesOfAMirror) {
+    ScratchDirectory const directory;
+    writeText(directory / "a.off", "OFF\n3 1 0\n0 0 1\n2 0 1\n0 3 1\n3 0 1 2\n");
+    ImportOptions options{
+        directory / "a.off", directory / "out.obj", {}, 1.0, *parseAxisMap("x,-z,y"), false};
+    importPart(options);
+    EXPECT_EQ(readText(directory / "out.obj"), "v 0 -1 0\nv 2 -1 0\nv 0 -1 3\nf 1 2 3\n");
+    options.axes = *parseAxisMap("-x,y,z");
+    EXPECT_TRUE(importPart(options).isMirrored);
+    EXPECT_EQ(readText(directory / "out.obj"), "v 0 0 1\nv -2 0 1\nv 0 3 1\nf 1 3 2\n");
+}
+
+TEST(ImportPart, keepsTheNormalsOfACloudBehindItsPoints) {
+    ScratchDirectory const directory;
+    importText(directory, {"a.csv", "nz;x;y;z;nx;ny\n1;2,5;3;4;0;0\n"}, "out.xyz");
+    EXPECT_EQ(readText(directory / "out.xyz"), "2.5 3 4 0 0 1\n");
+}
+
+TEST(ImportPart, writesThePointsOfAMeshAsACloudIfAsked) {
+    ScratchDirectory const directory;
+    auto const result = importText(directory, {"cube.stl", stlText()}, "out.xyz");
+    EXPECT_TRUE(result.isMesh);
+    EXPECT_EQ(result.pointsIn, 36U);
+    EXPECT_EQ(result.pointsOut, 8U);
 }
 
 } // namespace

@@ -225,7 +225,9 @@ TEST(Outputs, keepPermissionsAndGiveNewFilesTheUsualOnes) {
 
 TEST(Outputs, tellWhatCannotBeWritten) {
     ScratchDirectory const directory;
-    Record const record("test");
+    writeText(directory / "in", "in");
+    Record record("test");
+    record.addInput(directory / "in");
     Outputs outputs(record);
     EXPECT_EQ(messageOf([&] { outputs.add(directory / "none/a"); }),
               (directory / "none/a").string() + ": cannot be written (No such file or directory)");
@@ -242,7 +244,7 @@ TEST(Outputs, tellWhatCannotBeWritten) {
     outputs.add(directory / fits);
     writeText(outputs.at(directory / fits).file, "x");
     outputs.commit(nullptr);
-    EXPECT_EQ(namesIn(directory.get()), (Names{fits, fits + ".json"}));
+    EXPECT_EQ(namesIn(directory.get()), (Names{"in", fits, fits + ".json"}));
 }
 
 /// Stops the work at its first call.

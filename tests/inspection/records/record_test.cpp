@@ -138,8 +138,8 @@ TEST(Record, isFoundAndFits) {
     EXPECT_EQ(found->lines[1],
               Line("input", "part.obj, 3 bytes, SHA-256 "
                             "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"));
-    EXPECT_EQ(found->lines[2], Line("setting quadArea", "0.5"));
-    EXPECT_EQ(found->lines.back(), Line("figure low", "[0.1,2.0,-3.0]"));
+    EXPECT_EQ(found->lines[2], Line("setting", "quadArea 0.5"));
+    EXPECT_EQ(found->lines.back(), Line("figure", "low [0.1,2.0,-3.0]"));
     // The pair may be renamed.
     std::filesystem::rename(directory / "part.quads", directory / "new.quads");
     std::filesystem::rename(directory / "part.quads.json", directory / "new.quads.json");

@@ -52,6 +52,26 @@ TEST(QuadMaps, tellSurfaceWithoutAHitFromNoSurface) {
     EXPECT_EQ(maps.distance.values(), std::vector<double>{2.0});
 }
 
+TEST(QuadMaps, showTheFrontOfAQuadThatIsHitFromBothSides) {
+    Grid grid;
+    makePlane(grid);
+    double const fromBehind = 0.9 * std::numbers::pi;
+    auto const maps = quadMapsOf(grid, {hitAt(1, 0, 55.0, fromBehind), hitAt(1, 0, 15.0, 0.0),
+                                        hitAt(1, 0, 55.0, fromBehind), hitAt(0, 1, 55.0, fromBehind)});
+    EXPECT_EQ(maps.distance.at(1, 0).value, 15.0);
+    EXPECT_EQ(maps.coverage.at(1, 0).value, 1.0);
+    EXPECT_EQ(maps.distance.at(0, 1).value, 55.0) << "there is no front to show";
+}
+
+TEST(QuadMaps, showAHitOnAnEdgeAsAnyOther) {
+    Grid grid;
+    makePlane(grid);
+    Hit edge = hitAt(1, 0, 4.0, 0.0);
+    edge.state = Hit::OnEdge;
+    EXPECT_EQ(quadMapsOf(grid, {edge}).distance.at(1, 0).value, 4.0);
+    EXPECT_EQ(quadMapsOf(grid, {edge}).coverage.at(1, 0).value, 1.0);
+}
+
 TEST(QuadMaps, leaveOutMissesUnmeasuredHitsAndIndicesOutside) {
     Grid grid;
     makePlane(grid);

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 
 namespace QELT::Inspection {
@@ -38,6 +39,75 @@ TEST(Scan, firesARasterAndWritesTheTableOfHits) {
     EXPECT_EQ(listener.messages.front(), "Setting up the search...");
     EXPECT_EQ(listener.messages.at(1), "Firing beams...");
     EXPECT_EQ(listener.messages.back(), "Writing results...");
+}
+
+/// A cloth of four folds; beams from above meet up to nine sheets.
+ScanOptions foldedOptions(ScratchDirectory const& directory) {
+    ScanOptions options = planeOptions(directory);
+    Grid grid;
+    grid.init({120, 20});
+    for (int v = 0; v <= 20; ++v) {
+        for (int u = 0; u <= 120; ++u) {
+            double const angle = 0.2 * u;
+            grid.setPoint(GridIndex(u, v), Point(0.05 * u + 3.0 * std::sin(angle), 0.4 * v, 0.1 * u));
+        }
+    }
+    saveGrid(grid, directory / "folded.quads");
+    options.grids.front().file = directory / "folded.quads";
+    options.raster->step = 0.21;
+    return options;
+}
+
+TEST(Scan, tellsHowTheWalkAloneDoes) {
+    ScratchDirectory const directory;
+    ScanOptions options = foldedOptions(directory);
+    EXPECT_FALSE(scan(options, nullptr).comparison.has_value());
+    options.doCompare = true;
+    Scan const sure = scan(options, nullptr);
+    EXPECT_GT(sure.searchMemory, 120U * 20U * 28U);
+    ASSERT_TRUE(sure.comparison.has_value());
+    WalkComparison const& counts = *sure.comparison;
+    EXPECT_EQ(counts.sameCount + counts.neighbourCount + counts.elsewhereCount + counts.missedCount,
+              statisticsOf(sure.result).hitCount);
+    EXPECT_EQ(counts.bothMissCount + counts.surplusCount,
+              sure.result.hits.size() - statisticsOf(sure.result).hitCount);
+    EXPECT_GT(counts.sameCount, 100U);
+    EXPECT_GT(counts.elsewhereCount + counts.missedCount, 0U);
+    options.search = BeamSearch::Walk;
+    Scan const walk = scan(options, nullptr);
+    EXPECT_EQ(walk.comparison->sameCount, counts.sameCount);
+    EXPECT_EQ(statisticsOf(walk.result).hitCount + counts.missedCount,
+              statisticsOf(sure.result).hitCount + counts.surplusCount);
+    options.doCompare = false;
+    EXPECT_FALSE(scan(options, nullptr).comparison.has_value());
+}
+
+TEST(Scan, comparesOnAPlaneToo) {
+    ScratchDirectory const directory;
+    ScanOptions options = planeOptions(directory);
+    options.isOnPlane = true;
+    options.doCompare = true;
+    WalkComparison const counts = *scan(options, nullptr).comparison;
+    EXPECT_GT(counts.sameCount, 40U);
+    EXPECT_EQ(counts.elsewhereCount, 0U);
+}
+
+TEST(CompareWithWalk, countsEachPairOnce) {
+    auto const hitAt = [](int u, int v) {
+        Hit hit;
+        hit.state = Hit::Inside;
+        hit.quad = GridIndex(u, v);
+        return hit;
+    };
+    ScanResult const sure{{hitAt(3, 3), hitAt(3, 3), hitAt(3, 3), hitAt(3, 3), Hit(), Hit()}};
+    ScanResult const walk{{hitAt(3, 3), hitAt(2, 4), hitAt(3, 5), Hit(), hitAt(9, 9), Hit()}};
+    WalkComparison const counts = comparisonOf(sure, walk);
+    EXPECT_EQ(counts.sameCount, 1U);
+    EXPECT_EQ(counts.neighbourCount, 1U);
+    EXPECT_EQ(counts.elsewhereCount, 1U);
+    EXPECT_EQ(counts.missedCount, 1U);
+    EXPECT_EQ(counts.surplusCount, 1U);
+    EXPECT_EQ(counts.bothMissCount, 1U);
 }
 
 TEST(Scan, asksGridsOnAPlaneAlike) {
