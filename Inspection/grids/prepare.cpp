@@ -66,6 +66,7 @@ private:
     PartAsLoaded source;
     std::optional<Reconstruction> reconstruction; ///< of a cloud
     std::shared_ptr<Mesh> loaded;
+    std::string remedy; ///< where the core refused the last map
     PrepareResult result;
 
     std::shared_ptr<Mesh> makeMesh() const;
@@ -130,12 +131,20 @@ void Preparation::load() {
     result.part = meshSummaryOf(*loaded);
     tell(PrepareStage::Loaded);
     if (result.part.loops.empty()) {
-        throw Failure(part + ": the mesh is closed; it needs a rim to be flattened");
+        throw Failure(part + ": " +
+                      explainRefusal("Mesh has no boundary", faceMeshOf(*loaded), options.part));
     }
 }
 
 void Preparation::addCandidate(std::shared_ptr<Mesh> const& mesh, FlatteningMode mode) {
     result.maps.push_back(naming(part, [&] { return candidateOf(*mesh, {mode, options.solver}, listener); }));
+    MapCandidate& candidate = result.maps.back();
+    auto const fault =
+        candidate.isMade() ? std::nullopt : faultBehind(candidate.refusal, faceMeshOf(*mesh), options.part);
+    if (fault) {
+        candidate.refusal = fault->causeAndPlace();
+        remedy = "; remedy: " + fault->remedy;
+    }
     if (bestOf(result.maps) + 1 == result.maps.size()) {
         result.chosen = result.maps.size() - 1;
         result.mesh = mesh;
@@ -144,7 +153,7 @@ void Preparation::addCandidate(std::shared_ptr<Mesh> const& mesh, FlatteningMode
 
 void Preparation::requireMap() const {
     MapCandidate const& best = result.map();
-    require(best.isMade(), part + ": " + best.refusal);
+    require(best.isMade(), part + ": " + best.refusal + remedy);
 }
 
 void Preparation::flatten() {

@@ -274,7 +274,7 @@ void FaultList::collectShape() {
     PartPiece const& piece = analysis.pieces.front();
     std::string const place = "around " + pointText(piece.place);
     if (piece.isClosed()) {
-        tellInTheWay(FaultKind::Closed, "closed: the part has no rim", place, cropCommand());
+        tellInTheWay(FaultKind::Closed, "the part is closed, it has no rim", place, cropCommand());
     } else if (piece.handleCount.value_or(0) > 0) {
         tellInTheWay(FaultKind::Handles,
                      countText(*piece.handleCount, "handle", "handles") +
@@ -446,19 +446,25 @@ std::vector<std::string> nextCommands(PartAnalysis const& analysis, std::vector<
     return commandsIn(faults, "cscan ");
 }
 
-std::string explainRefusal(std::string const& refusal, FaceMesh const& mesh,
-                           std::filesystem::path const& part) {
+std::optional<PartFault> faultBehind(std::string const& refusal, FaceMesh const& mesh,
+                                     std::filesystem::path const& part) {
     auto const kinds = kindsBehind(refusal);
     if (kinds.empty()) {
-        return refusal;
+        return std::nullopt;
     }
     auto const faults = faultsOf(mesh, analysePart(mesh), part);
     PartFault const* const fault = likeliestOf(faults, kinds);
-    if (fault == nullptr) {
-        return refusal + "; see what is wrong with: cscan check " + quoted(part.string());
+    return fault == nullptr ? std::nullopt : std::optional(*fault);
+}
+
+std::string explainRefusal(std::string const& refusal, FaceMesh const& mesh,
+                           std::filesystem::path const& part) {
+    if (auto const fault = faultBehind(refusal, mesh, part)) {
+        return fault->causeAndPlace() + "; remedy: " + fault->remedy;
     }
-    std::string const place = fault->place.empty() ? "" : " (" + fault->place + ")";
-    return fault->cause + place + "; remedy: " + fault->remedy;
+    return kindsBehind(refusal).empty()
+               ? refusal
+               : refusal + "; see what is wrong with: cscan check " + quoted(part.string());
 }
 
 void rethrowExplained(std::string const& refusal, std::function<FaceMesh()> const& faces,

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -41,6 +42,8 @@ struct PartFault {
     std::string place;       ///< "faces 3, 7 near (1, 2, 3)", counted from 1
     std::string remedy;      ///< a command to type as it stands, or what else to do
     bool isInTheWay = false; ///< the part cannot be prepared as it is
+
+    std::string causeAndPlace() const { return place.empty() ? cause : cause + " (" + place + ")"; }
 };
 
 QELT_INSPECTION_EXPORT bool isAnyInTheWay(std::vector<PartFault> const& faults);
@@ -64,8 +67,12 @@ QELT_INSPECTION_EXPORT std::vector<std::string> nextCommands(PartAnalysis const&
                                                              std::vector<PartFault> const& faults,
                                                              std::filesystem::path const& part);
 
-/// What is behind a refusal of the core to build or to flatten a part: cause, place and remedy in one line.
-/// `refusal` is the core's text; it is given back where nothing is known of it.
+/// What is behind a refusal of the core to build or to flatten a part, of which `refusal` is the text.
+/// Nothing if it is none that is known, or if no fault is found.
+QELT_INSPECTION_EXPORT std::optional<PartFault> faultBehind(std::string const& refusal, FaceMesh const& mesh,
+                                                            std::filesystem::path const& part);
+
+/// The same as one line of cause, place and remedy. A refusal that is not known is given back.
 QELT_INSPECTION_EXPORT std::string explainRefusal(std::string const& refusal, FaceMesh const& mesh,
                                                   std::filesystem::path const& part);
 

@@ -230,7 +230,8 @@ TEST(Cscan, saysInOneLineWhatIsWrongWithThePart) {
     std::vector<Mistake> const mistakes = {
         {{"prepare", "none.obj", "g.quads", "--quad-area", "1"}, "none.obj" + absent},
         {{"prepare", "closed.obj", "g.quads", "--quad-area", "1"},
-         "closed.obj: the mesh is closed; it needs a rim to be flattened"},
+         "closed.obj: the part is closed, it has no rim (around (0.333333, 0.333333, 0)); remedy: cscan crop "
+         "closed.obj closed_face.obj --grow 0.333333,0.333333,0.333333 --crease 30"},
         {{"prepare", "wrong.obj", "g.quads", "--quad-area", "1"},
          "wrong.obj, line 4: there is no point 9: the file holds 3, 3 of them above this line"},
         {{"prepare", "part.obj", "g.grid", "--quad-area", "1"},

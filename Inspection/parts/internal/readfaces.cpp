@@ -2,7 +2,7 @@
 
 #include "Inspection/import/internal/triangulation.h"
 #include "Inspection/import/internal/welding.h"
-#include "Inspection/parts/importpart.h"
+#include "Inspection/import/part.h"
 #include "Inspection/records/failure.h"
 
 #include <algorithm>
@@ -45,7 +45,8 @@ Point toPoint(std::array<double, 3> const& place, std::string const& source) {
 
 ReadFaces readFaces(std::filesystem::path const& path) {
     PartAsRead part = readPartFile(path);
-    if (part.format == PartFormat::StlText || part.format == PartFormat::StlBinary) {
+    if (part.format == PartFormat::StlText || part.format == PartFormat::StlBinary ||
+        part.format == PartFormat::Gltf) {
         weldPoints(part);
     }
     ReadFaces result{part.format, {}};

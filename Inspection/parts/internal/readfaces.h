@@ -7,7 +7,7 @@
 
 namespace QELT::Inspection {
 
-/// A part's triangles as the commands work with them: an STL file's points welded, polygons cut into
+/// A part's triangles as the commands work with them: points of STL and glTF files welded, polygons cut into
 /// triangles, points in single precision. Nothing is left out.
 struct ReadFaces {
     PartFormat format = PartFormat::Obj;

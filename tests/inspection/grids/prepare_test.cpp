@@ -95,8 +95,12 @@ TEST(Prepare, hasToldWhatItFoundBeforeItFails) {
     auto const observer = [&](PrepareStage, PrepareResult const& result) {
         faceCounts.push_back(result.part.faceCount);
     };
-    EXPECT_EQ(messageOf([&] { prepare(options, nullptr, observer); }),
-              options.part.string() + ": the mesh is closed; it needs a rim to be flattened");
+    EXPECT_EQ(
+        messageOf([&] { prepare(options, nullptr, observer); }),
+        options.part.string() +
+            ": the part is closed, it has no rim (around (0.333333, 0.333333, 0)); remedy: cscan crop " +
+            options.part.string() + " " + (directory / "closed_face.obj").string() +
+            " --grow 0.333333,0.333333,0.333333 --crease 30");
     EXPECT_EQ(faceCounts, std::vector<std::size_t>{4});
     EXPECT_FALSE(std::filesystem::exists(options.grid));
 }

@@ -110,7 +110,7 @@ TEST(PartFaults, TellPiecesAndWhetherWeldingJoinsThem) {
 TEST(PartFaults, OfClosedPartsNameTheCommandThatCutsAFaceOut) {
     auto const ofSphere = faultsIn(sphere(40, 60));
     ASSERT_EQ(kindsIn(ofSphere), std::vector{FaultKind::Closed});
-    EXPECT_EQ(ofSphere[0].cause, "closed: the part has no rim");
+    EXPECT_EQ(ofSphere[0].cause, "the part is closed, it has no rim");
     EXPECT_EQ(ofSphere[0].remedy.rfind("cscan crop p/wing.stl p/wing_face.obj --facing ", 0), 0U);
     auto const ofBox = faultsIn(box(10.0, 20.0, 30.0));
     ASSERT_EQ(kindsIn(ofBox), (std::vector{FaultKind::Closed, FaultKind::Facets}));
@@ -215,7 +215,7 @@ TEST(ExplainedRefusal, TellsTheFiveCausesOfAFailedConstructionApart) {
 }
 
 TEST(ExplainedRefusal, TellsOtherRefusals) {
-    EXPECT_EQ(explained(sphere(5, 8)).rfind("closed: the part has no rim", 0), 0U);
+    EXPECT_EQ(explained(sphere(5, 8)).rfind("the part is closed, it has no rim", 0), 0U);
     FaceMesh const square{{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}, {{0, 1, 2}, {0, 2, 3}}};
     EXPECT_EQ(explained(square).rfind("the rim has 4 sides only", 0), 0U);
     FaceMesh stray = square;
