@@ -316,7 +316,7 @@ TEST(Outputs, ofAnInterruptedScanLeaveNothing) {
     ScratchDirectory const directory;
     makeInputs(directory);
     Contents const before = contentsOf(directory);
-    Process process(directory, {"scan", "in.quads", "--raster", "0.005", "--standoff", "5", "--direction",
+    Process process(directory, {"scan", "in.quads", "--raster", "0.01", "--standoff", "5", "--direction",
                                 "0,0,-1", "--csv", "hits.csv", "--image", "scan"});
     process.waitForWord();
     process.send(SIGINT);
