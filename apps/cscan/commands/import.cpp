@@ -47,7 +47,9 @@ Command addImport(CLI::App& app) {
     auto const options = std::make_shared<ImportOptions>();
     CLI::App* const command =
         app.add_subcommand("import", "Make a part of STL, PLY, OFF, OBJ or a table ready");
-    command->add_option("IN", options->in, "The part: STL, PLY, OFF, OBJ, or a table of points (XYZ, CSV)")
+    command
+        ->add_option("IN", options->in,
+                     "The part: STL, PLY, OFF, OBJ, 3MF, glTF, or a table of points (XYZ, CSV)")
         ->required();
     command
         ->add_option("OUT", options->out, "What to write: an .obj file for a mesh, an .xyz file for points")
