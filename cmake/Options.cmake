@@ -10,7 +10,7 @@ if(QELT_BUILD_APPS AND NOT QELT_BUILD_INSPECTION)
     message(FATAL_ERROR "QELT_BUILD_APPS needs QELT_BUILD_INSPECTION")
 endif()
 find_package(assimp QUIET)
-cmake_dependent_option(QELT_WITH_ASSIMP "Read glTF and 3MF files, through Assimp" "${assimp_FOUND}"
+cmake_dependent_option(QELT_WITH_ASSIMP "Read glTF files, through Assimp" "${assimp_FOUND}"
                        QELT_BUILD_INSPECTION OFF)
 option(QELT_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(QELT_BUILD_FUZZERS "Build the fuzz harnesses as programs that replay files" ${PROJECT_IS_TOP_LEVEL})

@@ -121,6 +121,18 @@ bool hasSplitPoints(PartFormat format) {
     return format == PartFormat::StlText || format == PartFormat::StlBinary || format == PartFormat::Gltf;
 }
 
+/// Kept points are numbered in the order in which they come.
+std::vector<SpacePoint> normalsOfKept(std::vector<SpacePoint> const& normals,
+                                      std::vector<std::uint32_t> const& newIndices) {
+    std::vector<SpacePoint> kept;
+    for (std::size_t i = 0; i < normals.size(); ++i) {
+        if (newIndices[i] == kept.size()) {
+            kept.push_back(normals[i]);
+        }
+    }
+    return kept;
+}
+
 void weldPart(PartAsRead& part, LoadOptions const& options, LoadReport& report) {
     report.weldTolerance = options.weldTolerance;
     if (hasSplitPoints(part.format) && !report.weldTolerance) {
@@ -132,7 +144,7 @@ void weldPart(PartAsRead& part, LoadOptions const& options, LoadReport& report) 
     WeldedPoints welded = weld(part.points, *report.weldTolerance);
     report.weldedCount = part.points.size() - welded.points.size();
     part.points = std::move(welded.points);
-    part.normals = {}; // of points that are no more
+    part.normals = normalsOfKept(part.normals, welded.newIndices);
     for (std::uint32_t& corner : part.corners) {
         corner = welded.newIndices[corner];
     }

@@ -49,6 +49,7 @@ std::vector<Signature> signatures() {
             {"QELTQuad"sv, "is a grid of quads, no part; scan it, or name the part that it was made of"},
             {"LASF"sv, "is a LAS file" + cloudAdvice},
             {"ASTM-E57"sv, "is an E57 file" + cloudAdvice},
+            {"# vtk DataFile"sv, "is a VTK file" + meshAdvice},
             {"# .PCD"sv, "is a PCD file" + cloudAdvice},
             {"BZh"sv, "is compressed (bzip2); unpack it first"},
             {"\xFD"
@@ -74,6 +75,9 @@ std::string describeText(std::string_view content) {
     std::string const text = start.substr(std::min(start.find_first_not_of(" \t\r\n"), start.size()));
     if (text.starts_with("<!doctype html") || text.starts_with("<html")) {
         return "is an HTML page, perhaps the answer to a failed download";
+    }
+    if (text.starts_with("0\nsection") || text.starts_with("0\r\nsection")) {
+        return "is a DXF file" + meshAdvice;
     }
     if (text.starts_with("<")) {
         return "is an XML file" + meshAdvice;
@@ -119,6 +123,11 @@ std::string firstWordOf(PartSource const& source) {
     if (extension == ".igs" || extension == ".iges") {
         source.fail("is an IGES file by its name" + surfaceAdvice);
     }
+    constexpr std::array<std::string_view, 8> surfaceModels{".sat", ".x_t",    ".x_b",     ".jt",
+                                                            ".ipt", ".sldprt", ".catpart", ".brep"};
+    if (std::find(surfaceModels.begin(), surfaceModels.end(), extension) != surfaceModels.end()) {
+        source.fail("is a CAD model by its name" + surfaceAdvice);
+    }
     source.fail("is no STL, PLY, OFF or OBJ file and no table of points");
 }
 
@@ -153,6 +162,11 @@ std::optional<PartFormat> sceneFormatOf(PartSource const& source) {
     return isArchive && isThreeMf(source) ? std::optional(PartFormat::ThreeMf) : std::nullopt;
 }
 
+/// What no text holds.
+bool hasZero(std::string_view bytes) {
+    return bytes.find('\0') != std::string_view::npos;
+}
+
 PartFormat formatOfSource(PartSource const& source) {
     std::string const extension = lowered(std::filesystem::path(source.name).extension().string());
     if (extension == ".stl" && hasSizeOfBinaryStl(source.bytes)) {
@@ -166,7 +180,8 @@ PartFormat formatOfSource(PartSource const& source) {
     if (source.bytes.starts_with("ply\n") || source.bytes.starts_with("ply\r") || extension == ".ply") {
         return plyFormatOf(source);
     }
-    if (extension == ".stl" || lowered(word) == "solid") {
+    bool const isOtherText = (isObjKeyword(word) || word.ends_with("OFF")) && !hasZero(source.bytes);
+    if (lowered(word) == "solid" || (extension == ".stl" && !isOtherText)) {
         return isBinaryStl(source.bytes) ? PartFormat::StlBinary : PartFormat::StlText;
     }
     if (extension == ".off" || (word.size() <= 5 && word.ends_with("OFF"))) {

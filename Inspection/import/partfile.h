@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
-/// Parts as other programs write them: STL, PLY, OFF and OBJ files, tables of points, and scenes in glTF and
-/// 3MF where the library is built with Assimp.
+/// Parts as other programs write them: STL, PLY, OFF and OBJ files, tables of points, 3MF packages, and glTF
+/// scenes where the library is built with Assimp.
 namespace QELT::Inspection {
 
 enum class PartFormat : std::uint8_t {

@@ -12,12 +12,13 @@
 #include <assimp/scene.h>
 #endif
 
-// Scenes are read by Assimp and believed in nothing. It is handed none of what is known to be damaged before:
-// text that is no JSON, a binary file of another length than its header states, an archive whose model does
-// not fit its sum. Of what comes back every coordinate must be finite and every corner have a point, and the
-// triangles are as many as the file states: it drops or bends what it does not like without a word. Meshes
-// stand where the nodes above them place them, as often as nodes name them; a node that mirrors turns its
-// polygons, so that they face outward as before. Points and lines of a scene are no part of a surface.
+// A 3MF package is unpacked and its model read here: Assimp passes over its unit, and ends the program on a
+// package that is damaged. glTF scenes are read by Assimp and believed in nothing. It is handed none of what
+// is known to be damaged before: text that is no JSON, a binary file of another length than its header
+// states. Of what comes back every coordinate must be finite and every corner have a point, and the triangles
+// are as many as the file states: it drops or bends what it does not like without a word. Meshes stand where
+// the nodes above them place them, as often as nodes name them; a node that mirrors turns its polygons, so
+// that they face outward as before. Points and lines of a scene are no part of a surface.
 //
 // Coordinates stay in the file's unit, which is told: metres in glTF by its definition, in 3MF what its model
 // names, else millimetres. Assimp works in single precision.
@@ -243,11 +244,8 @@ PartAsRead readThreeMf(PartSource const& source) {
     if (!text) {
         source.fail("is a ZIP archive without a 3MF model; unpack it first");
     }
-    ThreeMfModel const model = threeMfModelIn(source, *text);
-    PartAsRead part = readScene(source, "3mf");
-    requireCount(source, part, model.triangleCount);
+    PartAsRead part = readThreeMfModel(source, *text);
     part.format = PartFormat::ThreeMf;
-    part.unit = model.unit;
     return part;
 }
 

@@ -4,13 +4,8 @@
 
 namespace QELT::Inspection {
 
-/// What the text of a 3MF model states of the whole of it.
-struct ThreeMfModel {
-    std::string unit;              ///< of lengths
-    std::size_t triangleCount = 0; ///< of all objects, as often as the build and other objects name them
-};
-
-/// Reads it off the model's tags. Fails where objects are named that are not there or hold themselves.
-ThreeMfModel threeMfModelIn(PartSource const& package, std::string_view xml);
+/// Reads the text of a 3MF model: the triangles of all objects where the build places them, as often as it
+/// and other objects name them, and the unit. Failures name the package and the place in its model.
+PartAsRead readThreeMfModel(PartSource const& package, std::string_view xml);
 
 } // namespace QELT::Inspection

@@ -142,6 +142,14 @@ TEST(Part, turnsNormalsOfACloudWithItsAxes) {
     EXPECT_EQ(part.normals[0], (SpacePoint{0, -1, 0}));
 }
 
+TEST(Part, keepsTheNormalsOfThePointsThatWeldingKeeps) {
+    LoadOptions options;
+    options.weldTolerance = 0.5;
+    auto const part = partOf("a.csv", "x,y,z,nx,ny,nz\n0,0,0,1,0,0\n0.1,0,0,2,0,0\n5,0,0,3,0,0\n", options);
+    EXPECT_EQ(part.points.size(), 2U);
+    EXPECT_EQ(part.normals, (std::vector<SpacePoint>{{1, 0, 0}, {3, 0, 0}}));
+}
+
 TEST(Part, isMovedFromFarOutAlongTheAxesThatNeedItAndBackByTheOffset) {
     std::string const far = "OFF\n3 1 0\n5e5 0.125 -2e6\n500003.0625 0.5 -2e6\n5e5 4 -2e6\n3 0 1 2\n";
     LoadOptions options;

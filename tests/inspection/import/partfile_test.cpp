@@ -196,6 +196,13 @@ TEST(PartFile, namesWhatElseAFileIs) {
     EXPECT_EQ(complaintOn("a.obj", ""), "a.obj: is empty");
     EXPECT_EQ(complaintOn("a.txt", "Dear reader,\n"),
               "a.txt: is no STL, PLY, OFF or OBJ file and no table of points");
+    EXPECT_EQ(complaintOn("a.x_t", "**ABC\n"), "a.x_t: is a CAD model by its name" + advice);
+    EXPECT_EQ(complaintOn("a.dxf", "  0\nSECTION\n"),
+              "a.dxf: is a DXF file; export the part as STL, PLY, OFF or OBJ");
+    EXPECT_EQ(complaintOn("a.vtk", "# vtk DataFile Version 3.0\n"),
+              "a.vtk: is a VTK file; export the part as STL, PLY, OFF or OBJ");
+    EXPECT_EQ(formatOf("a.stl", objText()), PartFormat::Obj);
+    EXPECT_EQ(formatOf("a.stl", offText()), PartFormat::Off);
     EXPECT_EQ(complaintOn("a.stl", "QELTQuad..."),
               "a.stl: is a grid of quads, no part; scan it, or name the part that it was made of");
     EXPECT_EQ(complaintOn("a.laz", "LASF"), "a.laz: is a LAS file; export the points as XYZ, CSV or PLY");

@@ -222,24 +222,49 @@ TEST(ZipPackage, givesAFailureOrTheEntryWhateverChanges) {
     }
 }
 
-TEST(ThreeMfModel, countsTrianglesAsOftenAsObjectsAreNamed) {
+TEST(ThreeMfModel, givesTrianglesAsOftenAsObjectsAreNamed) {
     std::string const name = "a.3mf";
-    auto const read = [&](std::string const& xml) { return threeMfModelIn({name, {}}, xml); };
-    auto const model = read("<?xml version='1.0'?><!-- <triangle/> --><m:model unit = 'inch'><object id='1'>"
-                            "<triangle v1='0'/><triangle/></object><object\nid=\"2\"><components>"
-                            "<component objectid='1'/><component objectid='1'/></components></object>"
-                            "<object id='3'><triangle/></object>"
-                            "<build><item objectid='2'/><item objectid='1'/></build></m:model>");
-    EXPECT_EQ(model.unit, "inch");
-    EXPECT_EQ(model.triangleCount, 6U);
-    EXPECT_EQ(read("<model xml:lang='unit'><build/></model>").unit, "millimeter");
-    EXPECT_EQ(messageOf([&] { read("<item objectid='4'/>"); }),
-              "a.3mf: its model names an object '4' that is not there");
-    EXPECT_EQ(
-        messageOf([&] { read("<object id='1'><component objectid='1'/></object><item objectid='1'/>"); }),
-        "a.3mf: its model names an object '1' that holds itself");
-    EXPECT_EQ(messageOf([&] { read("<item objectid='4' p:path='/3D/a.model'/>"); }),
-              "a.3mf: keeps its objects in several models, which are not read; export it as one");
+    auto const read = [&](std::string const& xml) {
+        return readThreeMfModel({name, {}}, xml + "</m:model>");
+    };
+    std::string const mesh = "<vertex x='1' y='2' z='3'/><vertex x='4' y = \"5\" z='6'/><vertex z='0' y='0' "
+                             "x='0'/><triangle v1='0' v2='1' v3='2'/>";
+    auto const part =
+        read("<?xml version='1.0'?><!-- <triangle/> --><m:model unit = 'inch'><object id='1'>" + mesh +
+             "</object><object\nid=\"2\"><components><component objectid='1' transform='1 0 0 0 "
+             "1 0 0 0 1 10 0 0'/><component objectid='1'/></components></object>"
+             "<object id='3'>" +
+             mesh +
+             "</object><build><item objectid='2' transform='0 1 0 1 0 0 0 0 1 0 0 7'/>"
+             "<item objectid='1'/></build>");
+    EXPECT_EQ(part.unit, "inch");
+    EXPECT_EQ(part.polygonEnds.size(), 3U);
+    EXPECT_EQ(part.points[0], (SpacePoint{2, 11, 10}));
+    EXPECT_EQ(part.points[3], (SpacePoint{2, 1, 10}));
+    EXPECT_EQ(part.points[6], (SpacePoint{1, 2, 3}));
+    EXPECT_EQ(part.corners, (std::vector<std::uint32_t>{0, 2, 1, 3, 5, 4, 6, 7, 8}));
+    auto const on = [&](std::string const& xml) { return messageOf([&] { read(xml); }); };
+    EXPECT_EQ(on("<item objectid='4'/>"), "a.3mf: its model names an object '4' that is not there");
+    EXPECT_EQ(on("<object id='1'><component objectid='1'/></object><item objectid='1'/>"),
+              "a.3mf: its model names an object '1' that lies too deep, or in itself");
+    EXPECT_EQ(on("<item objectid='4' p:path='/3D/a.model'/>"),
+              "a.3mf: its model, byte 0: objects in several models are not read; export them as one");
+    EXPECT_EQ(on("<object id='1'><vertex x='1' y='nan' z='3'/>"),
+              "a.3mf: its model, byte 15: 'y' is not a finite number");
+    EXPECT_EQ(on("<object id='1'><triangle v1='0'/>"),
+              "a.3mf: its model, byte 15: a triangle names a point that is not there");
+    EXPECT_EQ(on("<item transform='1 2'/>"), "a.3mf: its model, byte 0: a transform has 12 numbers, 2 found");
+    EXPECT_EQ(on("<model>"), "a.3mf: holds no triangles");
+    EXPECT_EQ(messageOf([&] {
+                  readThreeMfModel({name, {}}, "<model><object>");
+              }),
+              "a.3mf: its model does not end; it was cut off");
+    std::string doubling = "<object id='0'>" + mesh + "</object>";
+    for (int i = 1; i < 90; ++i) {
+        std::string const before = "<component objectid='" + std::to_string(i - 1) + "'/>";
+        doubling += "<object id='" + std::to_string(i) + "'>" + before + before + "</object>";
+    }
+    EXPECT_EQ(on(doubling + "<item objectid='89'/>"), "a.3mf: holds too many triangles");
 }
 
 #ifdef QELT_WITH_ASSIMP
