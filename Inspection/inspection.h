@@ -14,6 +14,8 @@
 #include "Inspection/import/partfile.h"
 #include "Inspection/import/xyzfile.h"
 #include "Inspection/maps/flattening.h"
+#include "Inspection/parts/cloudspacing.h"
+#include "Inspection/parts/cloudthinning.h"
 #include "Inspection/parts/facemesh.h"
 #include "Inspection/parts/meshsummary.h"
 #include "Inspection/parts/neighbours.h"
