@@ -126,7 +126,7 @@ Command addPrepare(CLI::App& app) {
         bool const isRepaired = std::any_of(repairs.begin(), repairs.end(),
                                             [](CLI::Option const* option) { return option->count() > 0; });
         if (isRepaired && !isCloudFile(options->part)) {
-            throw UsageError("prepare: --max-side and --fill-holes are for clouds");
+            throw UsageError("prepare: --thin, --max-side and --fill-holes are for clouds");
         }
         PrepareOptions result = *options;
         result.mode = prepare->count("--mode") > 0 ? options->mode : usualModeFor(options->part);
