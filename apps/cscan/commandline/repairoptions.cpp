@@ -38,7 +38,8 @@ std::vector<CLI::Option*> addRepairOptions(CLI::App& command, RepairOptions& rep
         command
             .add_option("--max-side",
                         "Of a cloud: leave out triangles with a side longer than this, which bridge gaps; "
-                        "three times the spacing if it is not given, 'none' for all that are built")
+                        "three times the spacing, four of scattered points, if it is not given; 'none' for "
+                        "all that are built")
             ->check(reading(repair.longestSide, longestSideIn))
             ->type_name("L|none"),
         command
