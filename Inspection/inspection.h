@@ -19,6 +19,8 @@
 #include "Inspection/maps/flattening.h"
 #include "Inspection/maps/mapcandidate.h"
 #include "Inspection/maps/mapquality.h"
+#include "Inspection/parts/cloudspacing.h"
+#include "Inspection/parts/cloudthinning.h"
 #include "Inspection/parts/facemesh.h"
 #include "Inspection/parts/importpart.h"
 #include "Inspection/parts/meshsummary.h"

@@ -15,9 +15,10 @@ struct Reconstruction {
     RepairReport repair;
 };
 
-/// Builds the surface and makes it fit to be flattened. The core starts at the closest pair of points, on
-/// the one side of it that the points' order tells, and fails if no triangle there faces z; then the other
-/// side is tried. Failures name the file.
+/// Builds the surface and makes it fit to be flattened; what the options leave open is chosen from the
+/// spacing of the cloud and told in the report. The core starts at the closest pair of points, on the one
+/// side of it that the points' order tells, and fails if no triangle there faces z; then the other side is
+/// tried, then both with x and with y in the place of z. Failures name the file.
 QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(std::filesystem::path const& cloud,
                                                       RepairOptions const& options);
 

@@ -1,6 +1,7 @@
 #include "Inspection/parts/surfacerepair.h"
 
 #include "Inspection/parts/internal/holes.h"
+#include "Inspection/parts/internal/overlaps.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,6 +16,12 @@ namespace QELT::Inspection {
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
+
+/// Closed unless the user says otherwise.
+constexpr std::size_t smallestHole = 3;
+
+/// Covering a hole costs the cube of its sides; a narrow one that has more is left.
+constexpr std::size_t mostSidesOfNarrow = 200;
 
 double distance(Point const& a, Point const& b) {
     return std::sqrt((b - a).lSqr());
@@ -149,6 +156,11 @@ std::size_t dropDoubledSides(FaceMesh& mesh) {
     });
 }
 
+std::size_t dropOverlaps(FaceMesh& mesh, double reach) {
+    auto const isOver = overlappingFaces(mesh, reach);
+    return dropFaces(mesh, [&](std::size_t i) { return isOver[i]; });
+}
+
 /// Of the fans of triangles around each point the one with the most triangles stays.
 std::size_t dropLesserFans(FaceMesh& mesh) {
     JoinedSets fans(cornerCount(mesh));
@@ -245,12 +257,12 @@ void dropOutlines(FaceMesh const& mesh, std::vector<Loop>& loops) {
     loops = std::move(holes);
 }
 
-/// Finds the triangles of least total area that close a hole and need no side twice, from those of ever
-/// longer stretches of its rim.
+/// Finds the triangles of least total area that close a hole, need no side twice and none that is too long,
+/// from those of ever longer stretches of its rim.
 class HoleCover {
 public:
-    HoleCover(FaceMesh const& faceMesh, SideTable const& sideTable, Loop const& rim)
-        : mesh(faceMesh), sides(sideTable), loop(rim), best(rim.size() * rim.size()) {
+    HoleCover(FaceMesh const& faceMesh, SideTable const& sideTable, Loop const& rim, double longest)
+        : mesh(faceMesh), sides(sideTable), loop(rim), longestSide(longest), best(rim.size() * rim.size()) {
         for (std::size_t length = 2; length < loop.size(); ++length) {
             for (std::size_t first = 0; first + length < loop.size(); ++first) {
                 cover(first, first + length);
@@ -276,19 +288,22 @@ private:
     FaceMesh const& mesh;
     SideTable const& sides;
     Loop const& loop;
+    double longestSide;
     std::vector<Cover> best;
 
     Cover const& at(std::size_t first, std::size_t last) const { return best[first * loop.size() + last]; }
 
-    bool isSideTaken(std::size_t first, std::size_t last) const {
+    /// Whether there is such a side already, or it is too long.
+    bool isSideRefused(std::size_t first, std::size_t last) const {
         bool const isOnRim = first == 0 && last + 1 == loop.size();
         return !isOnRim &&
-               (sides.contains(loop[first], loop[last]) || sides.contains(loop[last], loop[first]));
+               (sides.contains(loop[first], loop[last]) || sides.contains(loop[last], loop[first]) ||
+                distance(mesh.points[loop[first]], mesh.points[loop[last]]) > longestSide);
     }
 
     void cover(std::size_t first, std::size_t last) {
         Cover result{infinity, 0};
-        for (std::size_t apex = first + 1; apex < last && !isSideTaken(first, last); ++apex) {
+        for (std::size_t apex = first + 1; apex < last && !isSideRefused(first, last); ++apex) {
             double const own =
                 areaOf(mesh.points[loop[first]], mesh.points[loop[apex]], mesh.points[loop[last]]);
             double const area = own + at(first, apex).area + at(apex, last).area;
@@ -310,18 +325,27 @@ private:
     }
 };
 
-} // namespace
+/// How long the sides of triangles may be that cover a hole; nothing if it is to be left open.
+std::optional<double> longestCoverSide(Loop const& hole, RepairOptions const& options) {
+    if (hole.size() <= options.largestHole.value_or(smallestHole)) {
+        return infinity;
+    }
+    bool const isClosedIfNarrow =
+        !options.largestHole && options.longestSide && hole.size() <= mostSidesOfNarrow;
+    return isClosedIfNarrow && std::isfinite(*options.longestSide) ? options.longestSide : std::nullopt;
+}
 
-std::size_t closeHoles(FaceMesh& mesh, std::size_t largest) {
+std::size_t closeHoles(FaceMesh& mesh, RepairOptions const& options) {
     SideTable sides = sidesOf(mesh);
     auto holes = loopsOf(mesh, sides);
     dropOutlines(mesh, holes);
     std::size_t closedCount = 0;
     for (Loop const& hole : holes) {
-        if (hole.size() > largest) {
+        auto const longest = longestCoverSide(hole, options);
+        if (!longest) {
             continue;
         }
-        HoleCover const cover(mesh, sides, hole);
+        HoleCover const cover(mesh, sides, hole, *longest);
         if (!cover.exists()) {
             continue;
         }
@@ -336,8 +360,6 @@ std::size_t closeHoles(FaceMesh& mesh, std::size_t largest) {
     }
     return closedCount;
 }
-
-namespace {
 
 /// By the count of points, sides, faces and rims of one piece.
 std::size_t handlesOf(FaceMesh const& mesh) {
@@ -356,10 +378,40 @@ std::size_t handlesOf(FaceMesh const& mesh) {
 
 } // namespace
 
+std::size_t closeHoles(FaceMesh& mesh, std::size_t largest) {
+    RepairOptions options;
+    options.largestHole = largest;
+    return closeHoles(mesh, options);
+}
+
+void addSettings(Record& record, RepairOptions const& options) {
+    record.setting("thinTo", options.thinTo);
+    record.setting("maxSide", options.longestSide);
+    record.setting("fillHoles", options.largestHole);
+}
+
+void addFigures(Record& record, RepairReport const& report) {
+    if (report.cloud) {
+        record.figure("cloudPoints", report.cloud->pointCount);
+        record.figure("cloudSpacingAlong", report.cloud->spacing.along);
+        record.figure("cloudSpacingAcross", report.cloud->spacing.across);
+        record.figure("cloudThinnedTo", report.cloud->thinnedTo);
+        record.figure("cloudThinnedPoints", report.cloud->thinnedCount);
+        record.figure("cloudLongestSide", report.cloud->longestSide.value_or(0.0));
+    }
+    record.figure("droppedTriangles", report.droppedCount);
+    record.figure("overlappingTriangles", report.overlapCount);
+    record.figure("loosePoints", report.looseCount);
+    record.figure("closedHoles", report.closedCount);
+    record.figure("handles", report.handleCount);
+}
+
 RepairReport repairSurface(FaceMesh& mesh, RepairOptions const& options) {
     RepairReport report;
     report.droppedCount = options.longestSide ? dropLongSides(mesh, *options.longestSide) : 0;
     report.droppedCount += dropDoubledSides(mesh);
+    report.overlapCount = options.overlapReach ? dropOverlaps(mesh, *options.overlapReach) : 0;
+    report.droppedCount += report.overlapCount;
     std::size_t dropped = 1;
     while (dropped > 0 && !mesh.faces.empty()) {
         dropped = dropLesserFans(mesh);
@@ -367,7 +419,7 @@ RepairReport repairSurface(FaceMesh& mesh, RepairOptions const& options) {
         report.droppedCount += dropped;
     }
     if (!mesh.faces.empty()) {
-        report.closedCount = closeHoles(mesh, options.largestHole);
+        report.closedCount = closeHoles(mesh, options);
         report.handleCount = handlesOf(mesh);
     }
     report.looseCount = dropLoosePoints(mesh);

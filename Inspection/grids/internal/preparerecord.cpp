@@ -48,8 +48,7 @@ void addSettings(Record& record, PrepareOptions const& options) {
     record.setting("solver", options.solver == SolverKind::Direct ? "direct" : "cg");
     record.setting("mode", options.mode ? nameOf(*options.mode) : "auto");
     if (isCloudPart(options.part)) {
-        record.setting("maxSide", options.repair.longestSide);
-        record.setting("fillHoles", options.repair.largestHole);
+        addSettings(record, options.repair);
     }
     record.setting("extensionPasses", options.extensionPasses);
     record.setting("smoothingPasses", options.smoothingPasses);
@@ -57,6 +56,9 @@ void addSettings(Record& record, PrepareOptions const& options) {
 }
 
 void addFigures(Record& record, PrepareResult const& result) {
+    if (result.repair) {
+        addFigures(record, *result.repair);
+    }
     for (MapCandidate const& map : result.maps) {
         addFigures(record, map);
     }

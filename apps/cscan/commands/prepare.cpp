@@ -5,7 +5,6 @@
 #include "apps/cscan/commandline/repairoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/loadreport.h"
-#include "apps/cscan/report/loadreport.h"
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
@@ -217,7 +216,7 @@ Command addPrepare(CLI::App& app) {
         bool const isRepaired = std::any_of(repairs.begin(), repairs.end(),
                                             [](CLI::Option const* option) { return option->count() > 0; });
         if (isRepaired && !isCloudPart(raw->options.prepare.part)) {
-            throw UsageError("prepare: --max-side and --fill-holes are for clouds");
+            throw UsageError("prepare: --thin, --max-side and --fill-holes are for clouds");
         }
         return optionsOf(*raw, *prepare);
     };

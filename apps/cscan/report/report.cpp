@@ -168,16 +168,78 @@ void printMesh(std::ostream& output, MeshSummary const& mesh) {
     }
 }
 
+namespace {
+
+std::string lengthText(double length) {
+    return toShortText(length, 3);
+}
+
+std::string formText(CloudSpacing const& spacing) {
+    switch (spacing.form) {
+    case CloudForm::Lines:
+        return lengthText(spacing.along) + " along lines, " + lengthText(spacing.across) +
+               " across (1 : " + toShortText(spacing.ratio(), 2) + ")";
+    case CloudForm::Crowded:
+        return lengthText(spacing.along) + ", crowded by noise or by lines that cross";
+    case CloudForm::Even:
+        return lengthText(spacing.along);
+    }
+    return {};
+}
+
+void printCloud(std::ostream& output, CloudReport const& cloud) {
+    printItem(output, "cloud", counted(cloud.pointCount, "point", "points"));
+    printItem(output, "spacing", formText(cloud.spacing));
+    if (cloud.thinnedTo > 0.0) {
+        printItem(output, "thinned to",
+                  lengthText(cloud.thinnedTo) + ", " + std::to_string(cloud.pointCount - cloud.thinnedCount) +
+                      " points left");
+    }
+    if (cloud.longestSide && std::isfinite(*cloud.longestSide)) {
+        printItem(output, "longest side", lengthText(*cloud.longestSide));
+    }
+}
+
+/// More points that no triangle reaches than strays make.
+constexpr double bearableLooseShare = 0.01;
+
+/// Of the spacing it was thinned to.
+constexpr double thinningGrowth = 1.5;
+
+bool doesNeedThinning(RepairReport const& repair) {
+    auto const left = static_cast<double>(repair.cloud->pointCount - repair.cloud->thinnedCount);
+    return repair.handleCount > 0 || static_cast<double>(repair.looseCount) > bearableLooseShare * left;
+}
+
+double widerSpacing(CloudReport const& cloud) {
+    return cloud.thinnedTo > 0.0 ? thinningGrowth * cloud.thinnedTo : cloud.spacing.nearest;
+}
+
+} // namespace
+
 void printRepair(std::ostream& output, RepairReport const& repair) {
+    if (repair.cloud) {
+        printCloud(output, *repair.cloud);
+    }
     printUnlisted(output, repair.unlistedCount);
     printItem(output, "left out",
               counted(repair.droppedCount, "triangle", "triangles") + ", " +
                   counted(repair.looseCount, "point", "points"));
+    if (repair.overlapCount > 0) {
+        printItem(output, "overlaps",
+                  counted(repair.overlapCount, "triangle", "triangles") +
+                      " over others, among those left out");
+    }
     printItem(output, "holes closed", std::to_string(repair.closedCount));
     if (repair.handleCount > 0) {
         printItem(output, "note",
                   counted(repair.handleCount, "sheet passes", "sheets pass") +
                       " over another; --max-side leaves out the triangles that bridge gaps");
+    }
+    if (repair.cloud && doesNeedThinning(repair)) {
+        printItem(output, "note",
+                  "points are too uneven for a whole surface; try --thin " +
+                      lengthText(widerSpacing(*repair.cloud)));
     }
 }
 

@@ -189,6 +189,71 @@ TEST(SurfaceRepair, closesHolesUpToTheGivenNumberOfSides) {
     }
 }
 
+TEST(SurfaceRepair, closesHolesThatAreNarrowBesideTheLongestSide) {
+    // A hole of 3 by 3 squares needs a triangle around its middle, none of whose corners is nearer to that
+    // than 1.5: it has a side of at least 2.6. One of 1 by 5 is closed with diagonals of squares.
+    FaceMesh sheet;
+    addSheet(sheet, 0.0, 0.0, 12, 9, [](unsigned u, unsigned v) {
+        bool const isWide = u >= 2 && u < 5 && v >= 2 && v < 5;
+        bool const isNarrow = u >= 6 && u < 11 && v == 7;
+        return isWide || isNarrow;
+    });
+    std::vector<std::pair<double, std::size_t>> const closedBySide = {{1.415, 1}, {2.59, 1}, {4.3, 2}};
+    for (auto const& [side, closed] : closedBySide) {
+        RepairOptions options;
+        options.longestSide = side;
+        FaceMesh mesh = sheet;
+        EXPECT_EQ(repairSurface(mesh, options).closedCount, closed) << side;
+        EXPECT_TRUE(isWoundUp(mesh));
+        options.largestHole = 12; // a number of sides that is given decides alone
+        mesh = sheet;
+        EXPECT_EQ(repairSurface(mesh, options).closedCount, 2U) << side;
+        options.largestHole = 11;
+        mesh = sheet;
+        EXPECT_EQ(repairSurface(mesh, options).closedCount, 0U) << side;
+    }
+    RepairOptions options;
+    options.longestSide = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(repairSurface(sheet, options).closedCount, 0U);
+}
+
+TEST(SurfaceRepair, takesOutTrianglesOverOthersOfTheSheet) {
+    FaceMesh mesh;
+    addSheet(mesh, 0.0, 0.0, 6, 6);
+    FaceMesh const sound = mesh;
+    auto const next = static_cast<unsigned>(mesh.points.size());
+    mesh.points.emplace_back(3.2, 3.4, 0.2);
+    mesh.faces.push_back({8, 10, next}); // larger than those that it lies over
+    RepairOptions options;
+    options.overlapReach = 0.5;
+    RepairReport const report = repairSurface(mesh, options);
+    EXPECT_EQ(report.overlapCount, 1U);
+    EXPECT_EQ(report.looseCount, 1U);
+    EXPECT_EQ(mesh.faces, sound.faces);
+}
+
+TEST(SurfaceRepair, leavesSheetsThatAreFartherApartAndThoseThatFaceAway) {
+    RepairOptions options;
+    options.overlapReach = 0.5;
+    FaceMesh mesh;
+    addSheet(mesh, 0.0, 0.0, 4, 4);
+    addSheet(mesh, 0.3, 0.4, 4, 4);
+    for (std::size_t i = 25; i < 50; ++i) {
+        mesh.points[i] = mesh.points[i] + Vector(0.0, 0.0, 0.6);
+    }
+    FaceMesh near = mesh;
+    EXPECT_EQ(repairSurface(mesh, options).overlapCount, 0U);
+    for (std::size_t i = 25; i < 50; ++i) {
+        near.points[i] = near.points[i] + Vector(0.0, 0.0, -0.2);
+    }
+    FaceMesh facingAway = near;
+    EXPECT_GT(repairSurface(near, options).overlapCount, 10U);
+    for (std::size_t i = 32; i < facingAway.faces.size(); ++i) {
+        std::swap(facingAway.faces[i][0], facingAway.faces[i][1]);
+    }
+    EXPECT_EQ(repairSurface(facingAway, options).overlapCount, 0U);
+}
+
 TEST(SurfaceRepair, closesHolesOfThreeSidesUnlessToldOtherwise) {
     FaceMesh mesh = sheetWithHoles();
     EXPECT_EQ(repairSurface(mesh, {}).closedCount, 1U);
