@@ -97,7 +97,7 @@ PrepareResult prepareAs(ScratchDirectory const& directory, Sample const& sample)
     PrepareOptions options;
     options.part = directory / sample.name;
     options.grid = directory / "out.quads";
-    options.quadArea = 0.25;
+    options.resolution.quadArea = 0.25;
     options.mode = FlatteningMode::Pinned;
     return prepare(options, nullptr);
 }
