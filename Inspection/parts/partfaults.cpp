@@ -358,8 +358,8 @@ std::vector<FaultKind> kindsBehind(std::string_view refusal) {
     using enum FaultKind;
     static std::vector<std::pair<std::string_view, std::vector<FaultKind>>> const table{
         {"Mesh construction failure",
-         {NoFaces, StrayFaces, CollapsedFaces, DuplicateFaces, CrowdedSides, OneSided, Windings, Pieces,
-          PinchedPoints}},
+         {NoFaces, StrayFaces, DuplicateFaces, CrowdedSides, OneSided, Windings, Pieces, PinchedPoints,
+          CollapsedFaces}},
         {"Mesh boundary is not manifold", {PinchedPoints, CrowdedSides}},
         {"Mesh has no boundary", {Closed}},
         {"Mesh has a vertex without a triangle", {UnusedPoints}},

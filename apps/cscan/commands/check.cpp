@@ -17,7 +17,7 @@ ExitStatus print(std::ostream& output, CheckOptions const& options, CheckResult 
     output << options.part.string() << '\n';
     printItem(output, "format", nameOf(result.format) + (result.isMesh ? ", a mesh" : ", points"));
     printAnalysis(output, result.analysis);
-    if (result.canBePrepared()) {
+    if (result.isMesh && result.canBePrepared()) {
         printSuggestion(output, result.analysis, result.mode);
     }
     printFaults(output, result.faults);
