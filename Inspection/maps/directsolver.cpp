@@ -174,6 +174,15 @@ double greatestOf(DenseValues const& values) {
     return values.size() == 0 ? 0.0 : values.cwiseAbs().maxCoeff();
 }
 
+/// The shares of the work that are done when the factor is made, and when the solution is refined.
+constexpr double factorShare = 0.8;
+constexpr double refinedShare = 0.9;
+
+/// A refinement is told as a hundredth, the tenth and later ones as one.
+double shareAfter(unsigned long refinements) {
+    return 0.01 * static_cast<double>(std::min(refinements, 9UL));
+}
+
 struct Refined {
     DenseValues values;
     unsigned long refinements = 0;
@@ -182,9 +191,10 @@ struct Refined {
 
 /// Solves from `start` on. Values that are not finite are never added.
 Refined refine(System const& system, Factor const& factor, DenseValues const& target,
-               DenseValues const& start) {
+               DenseValues const& start, ShareListener const& listener, double share) {
     Refined state{start, 0, std::numeric_limits<double>::infinity()};
     for (unsigned long k = 0; k <= maxRefinements; ++k) {
+        listener(share + shareAfter(k));
         DenseValues const correction = factor.solve(system.remainder(target, state.values).values);
         double const size = greatestOf(correction);
         if (!correction.allFinite() || (k > 1 && size > state.correction)) {
@@ -213,10 +223,12 @@ DenseValues knownValues(Eigen::Index count) {
 
 /// How far known values of that extent are missed. Their right side has the part that no values explain in
 /// common with the system's, of which `found` is the solution: a large one costs digits, too.
-double missOf(System const& system, Factor const& factor, DenseValues const& found, double extent) {
+double missOf(System const& system, Factor const& factor, DenseValues const& found, double extent,
+              ShareListener const& listener) {
     DenseValues const known = extent * knownValues(system.unknowns());
     DenseValues const target = system.product(known) + (system.rightSide() - system.product(found));
-    Refined const again = refine(system, factor, target, DenseValues::Zero(system.unknowns()));
+    Refined const again =
+        refine(system, factor, target, DenseValues::Zero(system.unknowns()), listener, refinedShare);
     return greatestOf(again.values - known);
 }
 
@@ -227,13 +239,13 @@ struct Attempt {
 };
 
 Attempt attempt(System const& system, Factor const& factor, DenseValues const& start,
-                DirectSolveState success) {
-    Refined const refined = refine(system, factor, system.rightSide(), start);
+                DirectSolveState success, ShareListener const& listener) {
+    Refined const refined = refine(system, factor, system.rightSide(), start, listener, factorShare);
     double const greatest = greatestOf(refined.values);
     double const extent = greatest > 0.0 ? greatest : 1.0;
     Attempt result{refined.values, refined.refinements, {}};
     result.findings.residual = system.remainder(system.rightSide(), refined.values).share();
-    double const miss = missOf(system, factor, refined.values, extent);
+    double const miss = missOf(system, factor, refined.values, extent, listener);
     result.findings.uncertainty = std::max(refined.correction, miss) / extent;
     bool const doesHold =
         result.findings.residual <= maxResidual && result.findings.uncertainty <= maxUncertainty;
@@ -258,12 +270,12 @@ Attempt solve(System const& system, DenseValues const& start, ShareListener cons
     if (!system.isComplete()) {
         return result;
     }
-    if (auto const factor = system.factorise(listener)) {
-        result = attempt(system, *factor, start, DirectSolveState::Solved);
+    if (auto const factor = system.factorise([&](double share) { listener(factorShare * share); })) {
+        result = attempt(system, *factor, start, DirectSolveState::Solved, listener);
     }
     if (!result.findings.doesHold()) {
         if (auto const factor = system.factoriseOtherwise()) {
-            Attempt const other = attempt(system, *factor, start, DirectSolveState::SolvedByLu);
+            Attempt const other = attempt(system, *factor, start, DirectSolveState::SolvedByLu, listener);
             return other.findings.doesHold() || result.findings.state == DirectSolveState::Undetermined
                        ? other
                        : result;
@@ -275,7 +287,7 @@ Attempt solve(System const& system, DenseValues const& start, ShareListener cons
 /// Sends a percentage where it differs from the last one.
 ShareListener percentagesTo(ProgressListener* const& listener) {
     return [&listener, last = 0UL](double share) mutable {
-        auto const percent = static_cast<unsigned long>(99.0 * share) + 1;
+        auto const percent = static_cast<unsigned long>(std::lround(99.0 * share)) + 1;
         if (listener != nullptr && percent != last) {
             last = percent;
             listener->setPercentage(percent);
