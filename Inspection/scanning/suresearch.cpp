@@ -67,7 +67,7 @@ bool countBytes(void* /*unused*/, ssize_t bytes, bool /*isAfterwards*/) {
 }
 
 RTCDevice makeDevice() {
-    RTCDevice const device = rtcNewDevice(deviceSettings);
+    RTCDevice device = rtcNewDevice(deviceSettings);
     if (device != nullptr) {
         rtcSetDeviceMemoryMonitorFunction(device, countBytes, nullptr);
     }
@@ -75,7 +75,7 @@ RTCDevice makeDevice() {
 }
 
 RTCDevice theDevice() {
-    static RTCDevice const device = makeDevice();
+    static RTCDevice device = makeDevice();
     if (device == nullptr) {
         throw Failure("the search for beams does not run on this processor");
     }
@@ -243,7 +243,7 @@ void Surface::attachTo(RTCScene scene, std::uint32_t number) const {
     if (quads.empty()) {
         return;
     }
-    RTCGeometry const geometry = rtcNewGeometry(theDevice(), RTC_GEOMETRY_TYPE_QUAD);
+    RTCGeometry geometry = rtcNewGeometry(theDevice(), RTC_GEOMETRY_TYPE_QUAD);
     rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, coordinates.data(), 0,
                                3 * sizeof(float), coordinates.size() / 3);
     rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT4, quads.data(), 0,
