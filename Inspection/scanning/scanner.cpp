@@ -4,6 +4,7 @@
 #include "Inspection/records/stopwatch.h"
 #include "Inspection/scanning/internal/quadhit.h"
 
+#include <cmath>
 #include <cstdlib>
 
 namespace QELT::Inspection {
@@ -13,9 +14,18 @@ namespace {
 using Status = QELT::Geometry::ThreeDimensional::QuadMesh::QuadIndicesIntersectionStatus;
 
 Hit hitOf(Status const& status, Point const& origin) {
-    return status.getIsValid()
-               ? hitInside(status.getIndices(), status.getQuadPoint(), status.getIntersectionData(), origin)
-               : Hit();
+    Hit hit;
+    if (!status.getIsValid()) {
+        return hit;
+    }
+    hit.state = Hit::Inside;
+    hit.quad = status.getIndices();
+    hit.point = status.getQuadPoint();
+    hit.isMeasured = measurementLimit > std::sqrt(hit.point.dSqr(origin));
+    if (hit.isMeasured) {
+        measure(hit, status.getIntersectionData());
+    }
+    return hit;
 }
 
 /// `ask` makes a hit of a beam.

@@ -30,15 +30,15 @@
 // are asked too. What remains is the outline of a sheet: whether a beam within rounding of it touches is
 // chance in any arithmetic, and then `OnEdge`, or whatever is behind.
 //
-// Rounding. The tree's ray starts where the beam enters the box of the surface, found in doubles, so that a
-// distant probe costs no precision; the direction is made a unit vector in doubles. Start and direction are
-// then off by parts of 2^-24 of the largest coordinate. All allowances are `slack` of it, 16 times that. The
-// ray starts by so much behind the origin: what the core sees at or behind it is passed over.
+// Rounding. The tree's ray starts where the beam comes to a ball around the surface, found in doubles, so
+// that a distant probe costs no precision; the direction is made a unit vector in doubles. Start and
+// direction are then off by parts of 2^-24 of the largest coordinate. All allowances are `slack` of it, 16
+// times that. The ray starts by so much behind the origin: what the core sees at or behind it is passed over.
 // `samePlace` is a share of the quad's diagonal: a smaller one makes hits at creases into edges, a larger
 // one lets a neighbour answer from behind. Both are then wrong by a hundredth of a quad.
 //
 // Cost: the tree's own, one core's test and a few nanoseconds a beam; memory for corners (12 bytes a node),
-// indices (16 a quad) and the tree (some 70). It is built by the calling thread; the one device of the
+// indices (16 a quad) and the tree (57 to 80). It is built by the calling thread; the one device of the
 // process is never let go, as releasing one starts a thread of its scheduler.
 
 namespace QELT::Inspection {
@@ -67,7 +67,7 @@ bool countBytes(void* /*unused*/, ssize_t bytes, bool /*isAfterwards*/) {
 }
 
 RTCDevice makeDevice() {
-    RTCDevice const device = rtcNewDevice(deviceSettings);
+    RTCDevice device = rtcNewDevice(deviceSettings);
     if (device != nullptr) {
         rtcSetDeviceMemoryMonitorFunction(device, countBytes, nullptr);
     }
@@ -75,7 +75,7 @@ RTCDevice makeDevice() {
 }
 
 RTCDevice theDevice() {
-    static RTCDevice const device = makeDevice();
+    static RTCDevice device = makeDevice();
     if (device == nullptr) {
         throw Failure("the search for beams does not run on this processor");
     }
@@ -94,14 +94,22 @@ struct Box {
         }
     }
 
-    /// The largest coordinate without its sign; 0 of an empty box.
+    bool isEmpty() const { return !(low[0] <= high[0]); }
+
+    /// The largest coordinate without its sign, of a box that is not empty.
     double reach() const {
         double reach = 0.0;
-        for (std::size_t i = 0; i < low.size() && low[i] <= high[i]; ++i) {
+        for (std::size_t i = 0; i < low.size(); ++i) {
             reach = std::max({reach, std::abs(low[i]), std::abs(high[i])});
         }
         return reach;
     }
+
+    Vector centre() const {
+        return {0.5 * (low[0] + high[0]), 0.5 * (low[1] + high[1]), 0.5 * (low[2] + high[2])};
+    }
+
+    double radius() const { return 0.5 * std::hypot(high[0] - low[0], high[1] - low[1], high[2] - low[2]); }
 
     static constexpr double infinity = std::numeric_limits<double>::infinity();
 };
@@ -115,39 +123,18 @@ std::array<double, 3> numbersOf(Vector const& vector) {
     return {vector.getdX(), vector.getdY(), vector.getdZ()};
 }
 
-/// How far along a unit vector the line from `origin` comes into the box with a margin around it, from just
-/// behind the origin on; nothing if it passes by.
-std::optional<double> entryInto(Box const& box, double margin, Point const& origin, Vector const& unit) {
-    auto const from = numbersOf(origin);
-    auto const along = numbersOf(unit);
-    double entry = -margin;
-    double exit = Box::infinity;
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        if (along[i] == 0.0) {
-            if (!(box.low[i] <= from[i] && from[i] <= box.high[i])) {
-                return std::nullopt;
-            }
-            continue;
-        }
-        auto const [near, far] = std::minmax(
-            {(box.low[i] - margin - from[i]) / along[i], (box.high[i] + margin - from[i]) / along[i]});
-        entry = std::max(entry, near);
-        exit = std::min(exit, far);
+/// Not finite for a vector without length or with numbers that are none.
+Vector unitOf(Vector const& vector) {
+    constexpr double shortest = 1e-200;
+    constexpr double longest = 1e200;
+    double const lengthSqr = vector.lSqr();
+    if (lengthSqr > shortest && lengthSqr < longest) {
+        return vector * (1.0 / std::sqrt(lengthSqr));
     }
-    return entry <= exit ? std::optional(entry) : std::nullopt;
-}
-
-/// Nothing of a vector without length or with numbers that are none.
-std::optional<Vector> unitOf(Vector const& vector) {
     double const largest =
         std::max({std::abs(vector.getdX()), std::abs(vector.getdY()), std::abs(vector.getdZ())});
     Vector const scaled = vector / largest;
-    double const length = std::sqrt(scaled.lSqr());
-    return std::isfinite(length) && length > 0.0 ? std::optional(scaled / length) : std::nullopt;
-}
-
-bool isPlace(Point const& point) {
-    return std::isfinite(point.getX()) && std::isfinite(point.getY()) && std::isfinite(point.getZ());
+    return scaled / std::sqrt(scaled.lSqr());
 }
 
 /// The corners of a quad as Embree takes them, by the numbers of their nodes. It cuts a quad from its second
@@ -177,7 +164,7 @@ public:
 
 private:
     Grid const* grid;
-    unsigned long width; ///< in nodes
+    std::uint32_t width; ///< in nodes
     std::vector<Corners> quads;
     std::vector<float> coordinates;
 
@@ -187,7 +174,8 @@ private:
     void readNodes(Box& box);
 };
 
-Surface::Surface(Grid const& searched, Box& box) : grid(&searched), width(searched.getExtents().getdU() + 1) {
+Surface::Surface(Grid const& searched, Box& box)
+    : grid(&searched), width(static_cast<std::uint32_t>(searched.getExtents().getdU() + 1)) {
     readQuads();
     if (!quads.empty()) {
         readNodes(box);
@@ -215,9 +203,9 @@ std::optional<Corners> Surface::cornersOf(GridIndex const& quad) const {
     if (!isUsable(quad) || !isUsable(quad + GridStep(1, 1)) || !(hasAlongU || hasAlongV)) {
         return std::nullopt;
     }
-    auto const low = static_cast<std::uint32_t>(static_cast<unsigned long>(quad.getV()) * width +
-                                                static_cast<unsigned long>(quad.getU()));
-    auto const above = static_cast<std::uint32_t>(low + width);
+    auto const low =
+        static_cast<std::uint32_t>(quad.getV()) * width + static_cast<std::uint32_t>(quad.getU());
+    std::uint32_t const above = low + width;
     return Corners{hasAlongU ? low + 1 : low, above + 1, hasAlongV ? above : above + 1, low};
 }
 
@@ -236,7 +224,7 @@ void Surface::readQuads() {
 /// Embree reads 16 bytes a corner, one number more than there is.
 void Surface::readNodes(Box& box) {
     auto const height = grid->getExtents().getdV() + 1;
-    coordinates.assign(3 * width * height + 1, 0.0F);
+    coordinates.assign(std::size_t{3} * width * height + 1, 0.0F);
     auto place = coordinates.begin();
     for (int v = 0; v < static_cast<int>(height); ++v) {
         for (int u = 0; u < static_cast<int>(width); ++u, place += 3) {
@@ -255,7 +243,7 @@ void Surface::attachTo(RTCScene scene, std::uint32_t number) const {
     if (quads.empty()) {
         return;
     }
-    RTCGeometry const geometry = rtcNewGeometry(theDevice(), RTC_GEOMETRY_TYPE_QUAD);
+    RTCGeometry geometry = rtcNewGeometry(theDevice(), RTC_GEOMETRY_TYPE_QUAD);
     rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, coordinates.data(), 0,
                                3 * sizeof(float), coordinates.size() / 3);
     rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT4, quads.data(), 0,
@@ -275,24 +263,39 @@ struct Named {
 
 /// What the core's test says of a beam that meets a quad.
 struct Met {
-    Grid const* grid = nullptr;
-    GridIndex quad;
-    Point point;
-    QuadIntersectionData data;
+    Hit hit;
     double distance = 0.0; ///< along the beam, negative behind its origin, also where the core measures none
+
+    bool isInFront() const { return !std::signbit(distance); }
 };
 
-std::optional<Met> meeting(Grid const& grid, GridIndex const& quad, Beam const& beam) {
-    Met met;
-    met.grid = &grid;
-    met.quad = quad;
-    if (!grid.getDoesIntersectQuad(quad, beam.origin, beam.direction, met.point, &met.data)) {
-        return std::nullopt;
+/// What lies at the origin itself or so far away that the core measured nothing.
+void measureFar(Met& met, Beam const& beam) {
+    double const length = std::sqrt(met.hit.point.dSqr(beam.origin));
+    met.hit.isMeasured = measurementLimit > length;
+    if (!met.hit.isMeasured) {
+        met.hit.angleToNormal = 0.0;
+        met.hit.angleError = 0.0;
+        met.distance = std::copysign(length, (met.hit.point - beam.origin).dot(beam.direction));
     }
-    double const length = std::sqrt(met.point.dSqr(beam.origin));
-    met.distance = measurementLimit > length
-                       ? met.data.getDistanceToObject()
-                       : std::copysign(length, (met.point - beam.origin).dot(beam.direction));
+}
+
+std::optional<Met> meeting(Grid const& grid, GridIndex const& quad, Beam const& beam) {
+    std::optional<Met> met(std::in_place);
+    Hit& hit = met->hit;
+    QuadIntersectionData data;
+    if (!grid.getDoesIntersectQuad(quad, beam.origin, beam.direction, hit.point, &data)) {
+        met.reset();
+        return met;
+    }
+    hit.state = Hit::Inside;
+    hit.quad = quad + grid.getOffset();
+    measure(hit, data);
+    hit.isMeasured = hit.distance != 0.0;
+    met->distance = hit.distance;
+    if (!hit.isMeasured) {
+        measureFar(*met, beam);
+    }
     return met;
 }
 
@@ -316,8 +319,11 @@ std::optional<Met> meetingAround(Named const& named, Beam const& beam, double ro
 
 /// What the core says of the quad named or, if nothing, of those around it.
 std::optional<Met> meetingAt(Named const& named, Beam const& beam, double rounding) {
-    auto const met = meeting(named.surface->getGrid(), named.quad, beam);
-    return met ? met : meetingAround(named, beam, rounding);
+    auto met = meeting(named.surface->getGrid(), named.quad, beam);
+    if (!met) {
+        met = meetingAround(named, beam, rounding);
+    }
+    return met;
 }
 
 /// On the edge of the triangle named. The core does not say at what angle a beam passes that it lets pass; a
@@ -335,8 +341,8 @@ Hit hitOnEdge(Named const& named, Beam const& beam, Point const& place) {
     hit.isMeasured = met && measurementLimit > std::max(std::abs(met->distance), named.distance);
     if (hit.isMeasured) {
         hit.distance = named.distance;
-        hit.angleToNormal = met->data.getAngleToObjectNormal();
-        hit.angleError = met->data.getAngleError();
+        hit.angleToNormal = met->hit.angleToNormal;
+        hit.angleError = met->hit.angleError;
     }
     return hit;
 }
@@ -374,6 +380,10 @@ struct SureSearch::Scene {
     Scene& operator=(Scene&&) = delete;
     ~Scene() = default;
 
+    /// How far along a beam its ray starts: where it comes to the ball, or just behind its origin. Not finite
+    /// for a beam that is none.
+    double startOf(Beam const& beam, Vector const& unit) const;
+
     /// The first quad along the ray, from `ray.tnear` on.
     bool doesMeet(RTCRayHit& ray) const;
 
@@ -385,7 +395,9 @@ struct SureSearch::Scene {
 
     std::vector<Surface> surfaces;
     Box box;
-    double margin = 0.0; ///< rounding of the tree's points
+    Vector centre;       ///< of the ball around the box
+    double radius = 0.0; ///< of the ball
+    double margin = 0.0; ///< rounding of places on the surface and of the rays' starts
     std::unique_ptr<RTCSceneTy, ReleaseTree> tree;
     std::size_t memory = 0;
 };
@@ -405,7 +417,17 @@ SureSearch::Scene::Scene(std::vector<Grid const*> const& grids) {
         throw std::bad_alloc();
     }
     memory += static_cast<std::size_t>(bytesTaken);
-    margin = slack * box.reach();
+    if (!box.isEmpty()) {
+        centre = box.centre();
+        radius = box.radius();
+        margin = slack * (box.reach() + radius);
+    }
+}
+
+double SureSearch::Scene::startOf(Beam const& beam, Vector const& unit) const {
+    auto const from = numbersOf(beam.origin);
+    Vector const way(centre.getdX() - from[0], centre.getdY() - from[1], centre.getdZ() - from[2]);
+    return std::max(way.dot(unit) - radius - margin, -margin);
 }
 
 bool SureSearch::Scene::doesMeet(RTCRayHit& ray) const {
@@ -435,16 +457,15 @@ Hit SureSearch::Scene::firstHit(RTCRayHit& ray, double start, Beam const& beam, 
         if (!met && named.distance > 0.0) {
             return hitOnEdge(named, beam, beam.origin + named.distance * unit);
         }
-        if (met && !std::signbit(met->distance) && (!first || met->distance < first->distance)) {
+        if (met && met->isInFront() && (!first || met->distance < first->distance)) {
+            if (met->distance <= named.distance + rounding) {
+                return met->hit;
+            }
             first = met;
-        }
-        if (first && first->distance <= named.distance + rounding) {
-            break;
         }
         ray.ray.tnear = std::nextafter(ray.ray.tfar, std::numeric_limits<float>::infinity());
     }
-    return first ? hitInside(first->quad + first->grid->getOffset(), first->point, first->data, beam.origin)
-                 : Hit();
+    return first ? first->hit : Hit();
 }
 
 SureSearch::SureSearch(std::vector<Grid const*> const& grids)
@@ -457,14 +478,13 @@ SureSearch& SureSearch::operator=(SureSearch&& other) noexcept = default;
 SureSearch::~SureSearch() = default;
 
 Hit SureSearch::find(Beam const& beam) const {
-    auto const unit = unitOf(beam.direction);
-    auto const start = unit && isPlace(beam.origin) ? entryInto(scene->box, scene->margin, beam.origin, *unit)
-                                                    : std::nullopt;
-    if (!start) {
+    Vector const unit = unitOf(beam.direction);
+    double const start = scene->startOf(beam, unit);
+    if (!std::isfinite(start)) {
         return {};
     }
-    RTCRayHit ray = rayFrom(beam.origin + *start * *unit, *unit, scene->box);
-    return scene->firstHit(ray, *start, beam, *unit);
+    RTCRayHit ray = rayFrom(beam.origin + start * unit, unit, scene->box);
+    return scene->firstHit(ray, start, beam, unit);
 }
 
 std::size_t SureSearch::getMemory() const {
