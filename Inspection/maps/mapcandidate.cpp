@@ -32,7 +32,7 @@ MapCandidate candidateOf(Mesh& mesh, FlatteningOptions const& options, ProgressL
         candidate.flat = flatSummaryOf(mesh, trianglesOf(mesh));
         candidate.quality = mapQualityOf(mesh);
         if (!(candidate.quality.areaRatio > 0.0)) {
-            candidate.refusal = "the map has no area";
+            candidate.refusal = "the flat map has no triangle with an area that is not turned over";
         }
     } catch (std::runtime_error const& error) {
         candidate.refusal = error.what();

@@ -39,12 +39,12 @@ int main() {
     PrepareOptions part;
     part.part = "part.obj";
     part.grid = "part.quads";
-    part.quadArea = 0.01;
+    part.resolution.pixel = 0.1;
     part.mode = FlatteningMode::Pinned;
     CountingListener listener;
     PrepareResult const prepared = prepare(part, &listener);
     if (prepared.part.faceCount != 4 || prepared.grid.validQuadCount == 0 || listener.messageCount == 0 ||
-        !prepared.flattening.isTrustworthy()) {
+        !prepared.isFit() || !prepared.isWritten) {
         std::cerr << "the part was not prepared\n";
         return 1;
     }

@@ -243,7 +243,7 @@ TEST(Cscan, saysInOneLineWhatIsWrongWithThePart) {
         {{"prepare", "part.obj", "g.quads", "--quad-area", "1e9", "--mode", "pinned"},
          "part.obj: No boundary found"},
         {{"prepare", "square.obj", "g.quads", "--quad-area", "1e-8", "--mode", "pinned"},
-         "square.obj: a quad area of 1e-08 makes a grid of about 10000 x 10000 quads; 1e-06 makes 1000 on "
+         "square.obj: pixels of 0.0001 make a grid of about 10000 x 10000 quads; --pixel 0.001 makes 1000 on "
          "the longer side"},
         {{"info", "none.obj"}, "none.obj" + absent},
         {{"info", "stdout.txt"}, "stdout.txt: is empty"},

@@ -220,7 +220,7 @@ TEST(CommandLine, complainsInOneLineOnWhatIsMissingOrUnknown) {
         {"demo", "a", "b"},
         {"info"},
         {"prepare", "a.obj", "--quad-area", "1"},
-        {"prepare", "a.obj", "a.quads"},
+        {"prepare", "a.obj", "a.quads", "--pixel", "1", "--width", "5"},
         {"prepare", "a.obj", "a.quads", "--quad-area", "1", "--mode", "conical"},
         {"scan", "g.quads", "--csv", "h", "--image", "p"},
         {"scan", "g.quads", "--beams", "b", "--csv", "h"},

@@ -64,12 +64,15 @@ TEST(ImportCommand, saysInOneLineWhatIsWrong) {
     writeText(directory / "part.step", "ISO-10303-21;\n");
     writeText(directory / "grid.obj", "QELTQuad");
     writeText(directory / "empty.ply", "");
+    writeText(directory / "cube.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
     std::vector<Mistake> const mistakes = {
         {{"import", "cube.stl", "o.obj", "--map", "x,y"},
          "--map: 'x,y' is not of the form x,-z,y: each axis once"},
         {{"import", "cube.stl", "o.obj", "--map", "x,x,z"},
          "--map: 'x,x,z' is not of the form x,-z,y: each axis once"},
-        {{"import", "cube.stl", "cube.stl"}, "cube.stl: is also the input"},
+        {{"import", "cube.stl", "cube.stl"},
+         "cube.stl: the name must end in .obj for a mesh, in .xyz for points"},
+        {{"import", "./cube.obj", "cube.obj"}, "cube.obj: is also the input ./cube.obj"},
         {{"import", "part.step", "o.obj"},
          "part.step: is a STEP file; export the part as STL, with a chord deviation under a tenth of a "
          "pixel"},

@@ -234,7 +234,7 @@ TEST(Outputs, areToldByInfoWithTheirRecords) {
     EXPECT_EQ(itemIn(tampered, "  fits"), "no");
     EXPECT_EQ(itemIn(tampered, "note"), "the record does not fit: derived.quads is not as it was written");
     std::string const table = run(directory, {"info", "hits.csv"}).output;
-    EXPECT_EQ(itemIn(table, "heading"), "u,v,x,y,z,distance,angle,valid");
+    EXPECT_EQ(itemIn(table, "heading"), "u,v,x,y,z,distance,angle,valid,state");
     EXPECT_EQ(itemIn(table, "  fits"), "no");
 }
 

@@ -5,9 +5,17 @@
 #include <cstdlib>
 #include <new>
 
-/// A checker of memory that puts its own operators into a program leaves weak ones alone, so that these count
-/// and fail there, too. They win over the standard library's either way.
+/// A checker of memory that puts its own operators into a running program leaves weak ones alone, so that these
+/// count and fail there, too. They win over the standard library's either way. Clang links its checker's, weak
+/// as well, in front of ours.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QELT_WATCHED
+#endif
+#endif
+#ifndef QELT_WATCHED
 #define QELT_WATCHED __attribute__((weak))
+#endif
 
 namespace QELT::Testing {
 

@@ -130,8 +130,6 @@ void addResolutionOptions(CLI::App& prepare, DrawnPrepareOptions& options) {
     pixel->check(reading(resolution.pixel, positiveNumberIn))->type_name("P");
     width->check(reading(resolution.width, wholeNumberFrom(1, maxWidth)))->type_name("N");
     area->check(reading(resolution.quadArea, positiveNumberIn))->type_name("A");
-    pixel->excludes(width)->excludes(area);
-    width->excludes(area);
     options.unit = "units";
     prepare.add_option("--unit", options.unit, "The part's unit of length, for texts and labels")
         ->type_name("NAME")
@@ -187,6 +185,9 @@ void addOutputOptions(CLI::App& prepare, DrawnPrepareOptions& options) {
 
 DrawnPrepareOptions optionsOf(RawPrepare const& raw, CLI::App const& prepare) {
     DrawnPrepareOptions options = raw.options;
+    if (prepare.count("--pixel") + prepare.count("--width") + prepare.count("--quad-area") > 1) {
+        throw UsageError("prepare: of --pixel, --width and --quad-area one is enough");
+    }
     CLI::Option const* const mode = prepare.get_option("--mode");
     if (mode->count() > 0 && mode->results().front() != "auto") {
         options.prepare.mode = raw.mode;
