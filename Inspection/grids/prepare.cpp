@@ -49,7 +49,7 @@ public:
           observer(prepareObserver),
           outputs(prepareOutputs) {}
 
-    void load();
+    void load(Record& record);
     void flatten();
     void saveFlat();
     void resample();
@@ -117,10 +117,22 @@ std::shared_ptr<Mesh> Preparation::makeMesh() const {
     return mesh;
 }
 
-void Preparation::load() {
+void Preparation::load(Record& record) {
     Stopwatch const watch;
     source = loadPart(options.part);
+    std::error_code ignored;
+    if (source.report.liesFarOut() && !std::filesystem::exists(cutFileOf(options.part), ignored)) {
+        LoadOptions nearOrigin;
+        nearOrigin.movesFarParts = true;
+        source = loadPart(options.part, nearOrigin); // a cut is read by the core's own loader alone
+    }
     result.load = source.report;
+    if (source.report.isMoved()) {
+        auto const& offset = source.report.offset;
+        record.addMove(Vector(0.0 - offset[0], 0.0 - offset[1], 0.0 - offset[2]));
+    }
+    record.setUnit(options.unit.empty() && !record.getUnit() ? source.report.unit : options.unit);
+    result.unit = record.getUnitName();
     if (!source.isMesh()) {
         announce(listener, "Reconstructing...");
         reconstruction = reconstructFrom(source, options.part, options.repair);
@@ -245,9 +257,7 @@ void Preparation::save() {
 
 void addPrepareFiles(PrepareOptions const& options, Record& record, Outputs& outputs) {
     requireUsable(options.resolution, options.part.string());
-    for (auto const& file : objFilesOf(options.part)) {
-        record.addInput(file);
-    }
+    addObjInput(record, options.part);
     addSettings(record, options);
     addGridOutput(outputs, options.grid);
     if (options.flat) {
@@ -259,7 +269,7 @@ void addPrepareFiles(PrepareOptions const& options, Record& record, Outputs& out
 PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
                       PrepareObserver const& observer, Record& record, Outputs& outputs) {
     Preparation preparation(options, listener, observer, outputs);
-    preparation.load();
+    preparation.load(record);
     preparation.flatten();
     preparation.saveFlat();
     preparation.resample();

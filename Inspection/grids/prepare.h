@@ -31,6 +31,7 @@ struct PrepareOptions {
     std::optional<std::filesystem::path> flat; ///< write the mesh with its flat coordinates to this OBJ file
     unsigned long extensionPasses = 0;         ///< invented rows of nodes around the part
     unsigned long smoothingPasses = 0;         ///< of the rim after each of them
+    std::string unit;                          ///< of length; if empty, what the part or its record names
     bool isAccepted = false;                   ///< write a grid that is not fit for inspection, too
 };
 
@@ -59,6 +60,7 @@ struct PrepareResult {
     std::vector<MapCandidate> maps;     ///< one a mode that was tried
     std::size_t chosen = 0;             ///< of the maps
     std::shared_ptr<Mesh> mesh;         ///< with the flat coordinates of the chosen map
+    std::string unit;                   ///< of length, for texts; "units" if it is not known
     GridSpacing spacing;                ///< with the area that quads were to have on average
     GridSummary grid;
     QuadSizes sizes;   ///< of the part's own quads, before the grid was extended
@@ -76,12 +78,13 @@ struct PrepareResult {
 /// Is told of each stage when it is done, before the next begins.
 using PrepareObserver = std::function<void(PrepareStage, PrepareResult const&)>;
 
-/// Loads the part, flattens it, resamples the flat map into a grid and writes that. A grid whose map was not
-/// solved or turns over more than a thousandth of the triangles, which holds NaNs, or whose quads differ too
-/// much in size, is not fit for inspection and, unless accepted, not written: the result tells why. Fails,
-/// before the long work, if the resolution is not above 0 or a file cannot be read or written; if the mesh is
-/// closed; where the core refuses to flatten or to resample; and if the grid would hold more than 64 million
-/// quads. What was found until a failure the observer has been told.
+/// Loads the part, flattens it, resamples the flat map into a grid and writes that. A part that lies far out
+/// is moved near the origin, which the record tells, and so do those who ask the grid. A grid whose map was
+/// not solved or turns over more than a thousandth of the triangles, which holds NaNs, or whose quads differ
+/// too much in size, is not fit for inspection and, unless accepted, not written: the result tells why.
+/// Fails, before the long work, if the resolution is not above 0 or a file cannot be read or written; if the
+/// mesh is closed; where the core refuses to flatten or to resample; and if the grid would hold more than 64
+/// million quads. What was found until a failure the observer has been told.
 QELT_INSPECTION_EXPORT PrepareResult prepare(PrepareOptions const& options, ProgressListener* listener,
                                              PrepareObserver const& observer = {});
 

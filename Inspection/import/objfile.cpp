@@ -30,10 +30,12 @@ std::filesystem::path cutFileOf(std::filesystem::path const& path) {
     return path.parent_path() / (path.filename().string() + "\\" + path.stem().string() + "_cut_indices.txt");
 }
 
-std::vector<std::filesystem::path> objFilesOf(std::filesystem::path const& path) {
+void addObjInput(Record& record, std::filesystem::path const& path) {
+    record.addInput(path);
     std::error_code ignored;
-    auto const cut = cutFileOf(path);
-    return std::filesystem::exists(cut, ignored) ? std::vector{path, cut} : std::vector{path};
+    if (auto const cut = cutFileOf(path); std::filesystem::exists(cut, ignored)) {
+        record.addCompanion(cut);
+    }
 }
 
 void addObjOutput(Outputs& outputs, std::filesystem::path const& path) {

@@ -102,7 +102,7 @@ void describe(Record& record, ImportOptions const& options, ImportResult const& 
     record.setting("weldTolerance", result.weldTolerance);
     record.setting("keepsPlace", options.keepsPlace);
     if (result.isMoved()) {
-        record.addMove(Vector(-result.offset[0], -result.offset[1], -result.offset[2]));
+        record.addMove(Vector(0.0 - result.offset[0], 0.0 - result.offset[1], 0.0 - result.offset[2]));
     }
     if (!result.unit.empty()) {
         record.setUnit(result.unit);
@@ -130,6 +130,8 @@ void describe(Record& record, ImportOptions const& options, ImportResult const& 
 ImportResult importPart(ImportOptions const& options, ProgressListener* listener) {
     Record record("import");
     record.addInput(options.in);
+    require(record.getMoves().empty() || (options.scale == 1.0 && options.axes == sameAxes),
+            options.in.string() + ": was moved when it was made; scale and map the part that it was made of");
     Outputs outputs(record);
     addOutput(outputs, options);
     announce(listener, "Reading part");

@@ -157,9 +157,7 @@ CutResult cut(CutOptions const& options, ProgressListener* listener) {
     require(options.cut.axis < axisNames.size() && options.cut.normalAxis < axisNames.size(),
             options.part.string() + ": a cut's axes are numbered 0 to 2");
     Record record("cut");
-    for (auto const& file : objFilesOf(options.part)) {
-        record.addInput(file);
-    }
+    addObjInput(record, options.part);
     Outputs outputs(record);
     addObjOutput(outputs, options.result);
     addCutOutput(outputs, options.result);

@@ -78,7 +78,7 @@ DrawnScan drawScan(DrawnScanOptions const& options, ProgressListener* listener) 
     record.setUnit(options.unit);
     DrawnScan drawn{scan(options.scan, listener, record, outputs), {}};
     drawn.images = writeScanImages(options.imagePrefix, drawn.scan.surface, drawn.scan.result.hits,
-                                   options.unit, outputs, listener);
+                                   record.getUnitName(), outputs, listener);
     outputs.commit(listener);
     return drawn;
 }

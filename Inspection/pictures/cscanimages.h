@@ -32,7 +32,7 @@ writeScanImages(std::string const& prefix, QuadMap const& surface, std::vector<H
 struct DrawnScanOptions {
     ScanOptions scan;
     std::string imagePrefix; ///< of the images' names
-    std::string unit;        ///< the part's unit of length, for the labels
+    std::string unit;        ///< the part's unit of length; if empty, what the inputs' records name
 };
 
 struct DrawnScan {

@@ -70,11 +70,12 @@ Footprint drawFootprint(FootprintOptions const& options, ProgressListener* liste
     outputs.add(options.image);
     Grid grid;
     loadGrid(grid, options.grid);
-    Footprint const footprint =
-        naming(options.grid.string(), [&] { return footprintOf(grid, options.beam); });
+    SpreadingBeam beam = options.beam;
+    beam.origin = beam.origin + record.getMove();
+    Footprint const footprint = naming(options.grid.string(), [&] { return footprintOf(grid, beam); });
     announce(listener, "Drawing...");
-    writePng(outputs.at(options.image), footprintPictureOf(grid, options.beam, footprint, options.unit));
     describe(record, options, footprint);
+    writePng(outputs.at(options.image), footprintPictureOf(grid, beam, footprint, record.getUnitName()));
     outputs.commit(listener);
     return footprint;
 }

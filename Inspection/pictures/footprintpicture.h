@@ -17,7 +17,7 @@ struct FootprintOptions {
     std::filesystem::path grid; ///< a .quads file
     SpreadingBeam beam;
     std::filesystem::path image; ///< picture to write, a PNG file
-    std::string unit;            ///< the part's unit of length, for the labels
+    std::string unit;            ///< the part's unit of length; if empty, what the inputs' records name
 };
 
 /// Finds the footprint on a grid's file and draws it. Fails if a file cannot be read or written, or if the

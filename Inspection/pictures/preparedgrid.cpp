@@ -48,7 +48,7 @@ std::vector<std::filesystem::path> draw(DrawnPrepareOptions const& options, Prep
     std::vector<std::filesystem::path> images{paths[0]};
     writePng(outputs.at(paths[0]), flatPictureOf(*prepared.mesh, "Flat map, " + nameOf(prepared.map().mode)));
     if (prepared.surface) {
-        writePng(outputs.at(paths[1]), pixelPictureOf(*prepared.surface, options.unit));
+        writePng(outputs.at(paths[1]), pixelPictureOf(*prepared.surface, prepared.unit));
         images.push_back(paths[1]);
     }
     return images;
@@ -70,7 +70,6 @@ DrawnPreparation drawPreparation(DrawnPrepareOptions const& options, ProgressLis
     for (auto const& path : pathsOf(options)) {
         outputs.add(path);
     }
-    record.setUnit(options.unit);
     DrawnPreparation drawn{prepare(options.prepare, listener, observer, record, outputs), {}};
     if (!options.imagePrefix.empty()) {
         drawn.images = draw(options, drawn.prepared, outputs);

@@ -17,7 +17,6 @@ QELT_INSPECTION_EXPORT Image pixelPictureOf(Grid const& grid, std::string const&
 struct DrawnPrepareOptions {
     PrepareOptions prepare;
     std::string imagePrefix; ///< of the images' names; empty if none are wished
-    std::string unit;        ///< the part's unit of length, for the labels
 };
 
 struct DrawnPreparation {

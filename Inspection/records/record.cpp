@@ -6,6 +6,7 @@
 #include "Inspection/records/numbers.h"
 #include "Inspection/records/version.h"
 
+#include <algorithm>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -129,6 +130,21 @@ std::vector<std::string> misfitsOf(Json const& record, std::filesystem::path con
     return misfits;
 }
 
+/// Those that are three numbers.
+std::vector<Record::Move> movesIn(Json const& record) {
+    std::vector<Record::Move> moves;
+    Json const list = memberOf(record, "moves");
+    for (Json const& move : list) {
+        bool const isMove =
+            move.is_array() && move.size() == 3 &&
+            std::all_of(move.begin(), move.end(), [](Json const& n) { return n.is_number(); });
+        if (isMove) {
+            moves.push_back({move[0].get<double>(), move[1].get<double>(), move[2].get<double>()});
+        }
+    }
+    return moves;
+}
+
 Record::Input stateOf(std::filesystem::path const& file) {
     Record::Input input;
     input.file = file;
@@ -169,8 +185,48 @@ RecordValue::RecordValue(Vector const& vector)
     : value(std::vector{vector.getdX(), vector.getdY(), vector.getdZ()}) {}
 
 void Record::addInput(std::filesystem::path const& file) {
+    addCompanion(file);
+    inheritFrom(file);
+}
+
+void Record::addCompanion(std::filesystem::path const& file) {
     requireReadable(file);
     inputs.push_back(naming(file.string(), [&] { return stateOf(file); }));
+}
+
+void Record::inheritFrom(std::filesystem::path const& file) {
+    auto const json = readJson(recordFileOf(file));
+    auto const inherited = json ? movesIn(*json) : std::vector<Move>();
+    if (!inherited.empty()) {
+        require(
+            misfitsOf(*json, file, nullptr).empty(),
+            file.string() + ": was moved, by its record " + recordFileOf(file).filename().string() +
+                ", which does not fit it any more; make the file again, or remove the record if it is from "
+                "elsewhere");
+    }
+    require(!hasSource || inherited == moves,
+            file.string() + " and " + inputs.front().file.string() +
+                ": were moved by different vectors, so they do not lie in one space");
+    moves = inherited;
+    hasSource = true;
+    Json const length = json ? memberOf(memberOf(*json, "units"), "length") : Json();
+    if (length.is_string() && !unit) {
+        unit = length.get<std::string>();
+    }
+}
+
+void Record::setUnit(std::string const& name) {
+    if (!name.empty()) {
+        unit = name;
+    }
+}
+
+Vector Record::getMove() const {
+    Vector sum(0.0, 0.0, 0.0);
+    for (Move const& move : moves) {
+        sum += Vector(move[0], move[1], move[2]);
+    }
+    return sum;
 }
 
 void Record::setting(std::string const& name, RecordValue const& value) {
@@ -182,7 +238,7 @@ void Record::figure(std::string const& name, RecordValue const& value) {
 }
 
 void Record::addMove(Vector const& by) {
-    moves.emplace_back(by);
+    moves.push_back({by.getdX(), by.getdY(), by.getdZ()});
 }
 
 std::filesystem::path recordFileOf(std::filesystem::path const& result) {
@@ -215,8 +271,8 @@ std::string textOf(Record const& record, std::vector<RecordedFile> const& files,
     json["inputs"] = jsonOf(inputs);
     json["settings"] = jsonOf(record.getSettings());
     json["moves"] = Json::array();
-    for (RecordValue const& move : record.getMoves()) {
-        json["moves"].push_back(jsonOf(move));
+    for (Record::Move const& move : record.getMoves()) {
+        json["moves"].push_back(move);
     }
     json["units"]["length"] = record.getUnit() ? Json(*record.getUnit()) : Json();
     json["figures"] = jsonOf(record.getFigures());

@@ -3,6 +3,7 @@
 #include "Inspection/export.h"
 #include "Inspection/names.h"
 
+#include <array>
 #include <concepts>
 #include <cstdint>
 #include <filesystem>
@@ -60,6 +61,7 @@ private:
 class QELT_INSPECTION_EXPORT Record {
 public:
     using Values = std::vector<std::pair<std::string, RecordValue>>;
+    using Move = std::array<double, 3>;
 
     /// A file that is read, as it was when the run began to.
     struct Input {
@@ -71,8 +73,14 @@ public:
 
     explicit Record(std::string newCommand) : command(std::move(newCommand)) {}
 
-    /// Told before the file is read. Fails unless it can be.
+    /// Told before the file is read. Fails unless it can be. What the file's own record says of moves and of
+    /// the unit is taken over; fails if the file does not fit a record of moves, or if two files of a run
+    /// were moved differently.
     void addInput(std::filesystem::path const& file);
+
+    /// The same for a file that goes with others or tells of places in the part's own space, as a table of
+    /// beams does: of moves it says nothing.
+    void addCompanion(std::filesystem::path const& file);
 
     void setting(std::string const& name, RecordValue const& value);
 
@@ -86,11 +94,17 @@ public:
 
     void figure(std::string const& name, RecordValue const& value);
 
-    /// The part was moved by this before the work, and what goes out is moved back.
+    /// The part was moved by this.
     void addMove(Vector const& by);
 
-    /// The name of the unit of all lengths, where it is known.
-    void setUnit(std::string const& name) { unit = name; }
+    /// All moves together: what is told of places is moved back by it, and what is asked about them by it.
+    Vector getMove() const;
+
+    /// The name of the unit of all lengths; an empty one changes nothing.
+    void setUnit(std::string const& name);
+
+    /// The unit's name for texts and labels, "units" where it is not known.
+    std::string getUnitName() const { return unit.value_or("units"); }
 
     std::string const& getCommand() const { return command; }
 
@@ -100,7 +114,7 @@ public:
 
     Values const& getFigures() const { return figures; }
 
-    std::vector<RecordValue> const& getMoves() const { return moves; }
+    std::vector<Move> const& getMoves() const { return moves; }
 
     std::optional<std::string> const& getUnit() const { return unit; }
 
@@ -109,8 +123,11 @@ private:
     std::vector<Input> inputs;
     Values settings;
     Values figures;
-    std::vector<RecordValue> moves;
+    std::vector<Move> moves;
     std::optional<std::string> unit;
+    bool hasSource = false; ///< whether moves were taken over, if only none
+
+    void inheritFrom(std::filesystem::path const& file);
 };
 
 /// Where the record of a result lies: beside it, with ".json" behind its name.

@@ -79,9 +79,10 @@ void readTable(std::istream& input, std::string const& source, Columns const& co
     });
 }
 
-Beam beamOf(TextLine const& line, Row const& numbers) {
+Beam beamOf(TextLine const& line, Row const& numbers, Vector const& move) {
     requirePointInReach(line, numbers, 0, "origin");
-    Beam const beam{Point(numbers[0], numbers[1], numbers[2]), Vector(numbers[3], numbers[4], numbers[5])};
+    Beam const beam{Point(numbers[0] + move.getdX(), numbers[1] + move.getdY(), numbers[2] + move.getdZ()),
+                    Vector(numbers[3], numbers[4], numbers[5])};
     if (!(beam.direction.lSqr() > 0.0)) {
         line.fail("the direction has no length");
     }
@@ -94,14 +95,19 @@ PointPair pairOf(TextLine const& line, Row const& numbers) {
     return {Point(numbers[0], numbers[1], numbers[2]), Point(numbers[3], numbers[4], numbers[5])};
 }
 
-void writeHit(std::ostream& output, Hit const& hit) {
+/// A float as such where nothing was moved, which takes fewer digits.
+std::string placeText(float coordinate, double move) {
+    return move == 0.0 ? toExactText(coordinate) : toExactText(static_cast<double>(coordinate) - move);
+}
+
+void writeHit(std::ostream& output, Hit const& hit, Vector const& move) {
     if (!hit.isHit()) {
         output << ",,,,,,,0,miss\n";
         return;
     }
     output << std::to_string(hit.quad.getU()) << ',' << std::to_string(hit.quad.getV());
-    output << ',' << toExactText(hit.point.getX()) << ',' << toExactText(hit.point.getY()) << ','
-           << toExactText(hit.point.getZ());
+    output << ',' << placeText(hit.point.getX(), move.getdX()) << ','
+           << placeText(hit.point.getY(), move.getdY()) << ',' << placeText(hit.point.getZ(), move.getdZ());
     if (hit.isMeasured) {
         output << ',' << toExactText(hit.distance) << ',' << toExactText(hit.angleToNormal);
     } else {
@@ -112,10 +118,11 @@ void writeHit(std::ostream& output, Hit const& hit) {
 
 } // namespace
 
-std::vector<Beam> readBeams(std::istream& input, std::string const& source) {
+std::vector<Beam> readBeams(std::istream& input, std::string const& source, Vector const& move) {
     std::vector<Beam> beams;
-    readTable(input, source, beamColumns,
-              [&](TextLine const& line, Row const& numbers) { beams.push_back(beamOf(line, numbers)); });
+    readTable(input, source, beamColumns, [&](TextLine const& line, Row const& numbers) {
+        beams.push_back(beamOf(line, numbers, move));
+    });
     if (beams.empty()) {
         throw Failure(source + ": holds no beams");
     }
@@ -135,24 +142,26 @@ std::vector<PointPair> readPairFile(std::filesystem::path const& path) {
     return readPairs(input, path.string());
 }
 
-std::vector<Beam> readBeamFile(std::filesystem::path const& path) {
+std::vector<Beam> readBeamFile(std::filesystem::path const& path, Vector const& move) {
     requireReadable(path);
     std::ifstream input(path);
-    return readBeams(input, path.string());
+    return readBeams(input, path.string(), move);
 }
 
-void writeHits(std::ostream& output, std::vector<Hit> const& hits, ProgressListener* listener) {
+void writeHits(std::ostream& output, std::vector<Hit> const& hits, ProgressListener* listener,
+               Vector const& move) {
     output << hitHeading << '\n';
     StepProgress progress(listener, hits.size());
     for (Hit const& hit : hits) {
         progress.step();
-        writeHit(output, hit);
+        writeHit(output, hit, move);
     }
 }
 
-void writeHitFile(Destination const& to, std::vector<Hit> const& hits, ProgressListener* listener) {
+void writeHitFile(Destination const& to, std::vector<Hit> const& hits, ProgressListener* listener,
+                  Vector const& move) {
     std::ofstream output(to.file);
-    writeHits(output, hits, listener);
+    writeHits(output, hits, listener, move);
     output.close();
     if (!output) {
         throw Failure(to.name.string() + ": cannot be written");

@@ -15,9 +15,10 @@ namespace QELT::Inspection {
 
 namespace {
 
-std::vector<Beam> beamsOver(ScanOptions const& options, bool isEmpty, Point const& low, Point const& high) {
+std::vector<Beam> beamsOver(ScanOptions const& options, Vector const& move, bool isEmpty, Point const& low,
+                            Point const& high) {
     if (options.beams) {
-        return readBeamFile(*options.beams);
+        return readBeamFile(*options.beams, move);
     }
     if (isEmpty) {
         throw Failure(options.grids.front().file.string() +
@@ -63,12 +64,12 @@ void fire(Scan& scan, Target const& target, std::vector<Beam> const& beams, Scan
     scan.result = std::move(options.search == BeamSearch::Sure ? *sure : *walk);
 }
 
-Scan scanGrid(ScanOptions const& options, ProgressListener* listener) {
+Scan scanGrid(ScanOptions const& options, Vector const& move, ProgressListener* listener) {
     Grid grid;
     loadGrid(grid, options.grids.front().file);
     grid.setDoFlipNormals(options.doFlipNormals);
     GridSummary const summary = gridSummaryOf(grid);
-    auto const beams = beamsOver(options, summary.validNodeCount == 0, summary.low, summary.high);
+    auto const beams = beamsOver(options, move, summary.validNodeCount == 0, summary.low, summary.high);
     Scan scan{surfaceMapOf(grid)};
     Target const target{{&grid},
                         [&](std::vector<Beam> const& fired) { return fireBeams(grid, fired, listener); }};
@@ -76,9 +77,9 @@ Scan scanGrid(ScanOptions const& options, ProgressListener* listener) {
     return scan;
 }
 
-Scan scanOnPlane(ScanOptions const& options, ProgressListener* listener) {
+Scan scanOnPlane(ScanOptions const& options, Vector const& move, ProgressListener* listener) {
     ScanPlane plane = loadScanPlane(options.grids, options.position, options.doFlipNormals);
-    auto const beams = beamsOver(options, plane.isEmpty, plane.low, plane.high);
+    auto const beams = beamsOver(options, move, plane.isEmpty, plane.low, plane.high);
     Scan scan{std::move(plane.surface)};
     Target target{{}, [&](std::vector<Beam> const& fired) {
                       auto groups = loadGroups(options.grids, options.position, options.doFlipNormals);
@@ -139,17 +140,19 @@ void addScanFiles(ScanOptions const& options, Record& record, Outputs& outputs) 
         record.addInput(grid.file);
     }
     if (options.beams) {
-        record.addInput(*options.beams);
+        record.addCompanion(*options.beams);
     }
     addSettings(record, options);
     outputs.add(options.hits);
 }
 
 Scan scan(ScanOptions const& options, ProgressListener* listener, Record& record, Outputs& outputs) {
-    Scan const result = options.isOnPlane ? scanOnPlane(options, listener) : scanGrid(options, listener);
+    Vector const move = record.getMove();
+    Scan const result =
+        options.isOnPlane ? scanOnPlane(options, move, listener) : scanGrid(options, move, listener);
     addFigures(record, result);
     announce(listener, "Writing results...");
-    writeHitFile(outputs.at(options.hits), result.result.hits, listener);
+    writeHitFile(outputs.at(options.hits), result.result.hits, listener, move);
     return result;
 }
 

@@ -45,7 +45,8 @@ struct Scan {
     std::optional<WalkComparison> comparison{}; ///< if it was asked for
 };
 
-/// Fires the beams and writes the table of hits. Fails as above, and if there is no grid, neither beams nor a
+/// Fires the beams and writes the table of hits. Where the grids' records say that the part was moved, beams
+/// and hits are told in the part's own place. Fails as above, and if there is no grid, neither beams nor a
 /// raster, the beams cannot be read, a raster is to be laid over nothing or is too fine, the scan plane is
 /// too large, or there is no memory for the search.
 QELT_INSPECTION_EXPORT Scan scan(ScanOptions const& options, ProgressListener* listener);

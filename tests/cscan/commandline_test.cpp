@@ -52,7 +52,7 @@ TEST(CommandLine, prepareTriesBothModesUnlessToldOtherwise) {
     EXPECT_FALSE(options.mode.has_value());
     EXPECT_FALSE(options.flat.has_value());
     EXPECT_FALSE(options.isAccepted);
-    EXPECT_EQ(drawn.unit, "units");
+    EXPECT_EQ(options.unit, "");
     EXPECT_EQ(drawn.imagePrefix, "");
     auto const modeOf = [](char const* mode) {
         return optionsOf<DrawnPrepareOptions>({"prepare", "a.obj", "a.quads", "--mode", mode}).prepare.mode;
@@ -75,7 +75,7 @@ TEST(CommandLine, prepareTakesAPixelAWidthOrAnArea) {
         {"prepare", "a.obj", "a.quads", "--accept", "--unit", "mm", "--flat", "f.obj", "--image", "out/a"});
     EXPECT_FALSE(none.prepare.resolution.pixel || none.prepare.resolution.width);
     EXPECT_TRUE(none.prepare.isAccepted);
-    EXPECT_EQ(none.unit, "mm");
+    EXPECT_EQ(none.prepare.unit, "mm");
     EXPECT_EQ(none.prepare.flat, std::filesystem::path("f.obj"));
     EXPECT_EQ(none.imagePrefix, "out/a");
     EXPECT_FALSE(complaintOn({"prepare", "a.obj", "a.quads", "--pixel", "1", "--width", "5"}).empty());
@@ -90,7 +90,7 @@ TEST(CommandLine, scanTakesATableOfBeamsOrARaster) {
     EXPECT_EQ(table.beams, std::filesystem::path("b.csv"));
     EXPECT_FALSE(table.raster.has_value());
     EXPECT_TRUE(table.doFlipNormals);
-    EXPECT_EQ(tableOptions.unit, "units");
+    EXPECT_EQ(tableOptions.unit, "");
     auto const rasterOptions =
         optionsOf<DrawnScanOptions>({"scan", "g.quads", "--raster", "0.5", "--standoff", "10", "--direction",
                                      "-1, 0.5,-2e-1", "--csv", "h.csv", "--image", "p", "--unit", "mm"});

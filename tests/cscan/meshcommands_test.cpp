@@ -440,6 +440,40 @@ TEST(MeshCommands, prepareSaysInItsStatusWhetherTheGridIsFit) {
     EXPECT_TRUE(std::filesystem::exists(directory / "bottle.quads"));
 }
 
+/// A part a million from the origin keeps its shape, and beams and hits are told in its own place.
+TEST(MeshCommands, aPartThatLiesFarOutIsMovedAndItsHitsAreMovedBack) {
+    ScratchDirectory const directory;
+    std::string text;
+    for (int v = 0; v <= 20; ++v) {
+        for (int u = 0; u <= 30; ++u) {
+            text += "v " + std::to_string(1000000.0 + 0.1 * u) + " " + std::to_string(0.1 * v) + " " +
+                    std::to_string(0.02 * u * u / 100.0) + "\n";
+        }
+    }
+    for (int v = 0; v < 20; ++v) {
+        for (int u = 0; u < 30; ++u) {
+            int const a = 31 * v + u + 1;
+            text += "f " + std::to_string(a) + " " + std::to_string(a + 1) + " " + std::to_string(a + 32) +
+                    "\nf " + std::to_string(a) + " " + std::to_string(a + 32) + " " + std::to_string(a + 31) +
+                    "\n";
+        }
+    }
+    writeText(directory / "far.obj", text);
+    Outcome const prepared =
+        run(directory, {"prepare", "far.obj", "far.quads", "--pixel", "0.05", "--unit", "inch"});
+    ASSERT_EQ(prepared.status, 0) << prepared.output << prepared.errors;
+    EXPECT_FALSE(itemIn(prepared.output, "moved").empty());
+    writeText(directory / "beams.csv", "ox,oy,oz,dx,dy,dz\n1000001.234,0.777,5,0,0,-1\n");
+    Outcome const scanned =
+        run(directory, {"scan", "far.quads", "--beams", "beams.csv", "--csv", "h.csv", "--image", "far"});
+    ASSERT_EQ(scanned.status, 0) << scanned.output << scanned.errors;
+    auto const fields = fieldsOf(linesOf(readText(directory / "h.csv")).at(1));
+    EXPECT_NEAR(std::stod(fields.at(2)), 1000001.234, 1e-5);
+    EXPECT_NEAR(std::stod(fields.at(3)), 0.777, 1e-5);
+    std::string const record = run(directory, {"info", "h.csv"}).output;
+    EXPECT_EQ(itemIn(record, "  unit"), "length inch") << record;
+}
+
 TEST(MeshCommands, prepareDrawsItsMapAndPixels) {
     ScratchDirectory const directory;
     writeText(directory / "c.xyz", patchText());

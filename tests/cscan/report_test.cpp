@@ -20,15 +20,23 @@ TEST(Report, tellsOfNodesThatAreNoNumber) {
               "NaN nodes           2 valid nodes are no number, from 1 triangle without flat area\n");
 }
 
+/// Of conjugate gradients.
+FlatteningReport reportOf(std::optional<SolveReport> const& boundary,
+                          std::optional<SolveReport> const& inside) {
+    FlatteningReport report;
+    report.solves = {boundary, inside};
+    return report;
+}
+
 TEST(Flattening, saysHowEachSolveEnded) {
     double const noNumber = std::nan("");
-    EXPECT_EQ(linesOf({{std::nullopt, SolveReport{8193, 9e-21, true}}, 0.0}),
+    EXPECT_EQ(linesOf(reportOf(std::nullopt, SolveReport{8193, 9e-21, true})),
               (std::vector<std::string>{"map: 8193 iterations, residual 9e-21, converged"}));
-    EXPECT_EQ(linesOf({{SolveReport{48077, 1e-20, true}, SolveReport{0, noNumber, false}}, 0.0}),
+    EXPECT_EQ(linesOf(reportOf(SolveReport{48077, 1e-20, true}, SolveReport{0, noNumber, false})),
               (std::vector<std::string>{"boundary: 48077 iterations, residual 1e-20, converged",
                                         "inside: 0 iterations, not converged: the last iterate is used"}));
     EXPECT_EQ(
-        linesOf({{SolveReport{262144, 3e-5, false}, std::nullopt}, 0.0}),
+        linesOf(reportOf(SolveReport{262144, 3e-5, false}, std::nullopt)),
         (std::vector<std::string>{"boundary: 262144 iterations, residual 3e-05, not converged: the last "
                                   "iterate is used"}));
 }

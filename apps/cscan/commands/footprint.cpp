@@ -71,10 +71,11 @@ Command addFootprint(CLI::App& app) {
     footprint->add_option("GRID", options->grid, "Grid of the part, a .quads file")->required();
     addBeamOptions(*footprint, options->beam);
     footprint->add_option("--image", options->image, "Picture to write")->type_name("PNG")->required();
-    options->unit = "units";
-    footprint->add_option("--unit", options->unit, "The part's unit of length, for the labels")
-        ->type_name("NAME")
-        ->capture_default_str();
+    footprint
+        ->add_option(
+            "--unit", options->unit,
+            "The part's unit of length, for the labels; if not given, the one that the grid's record names")
+        ->type_name("NAME");
     auto const read = [options, footprint] {
         if (!(std::abs(options->beam.axisA.dot(options->beam.axisB)) < rightAngleTolerance)) {
             throw UsageError("--axis-b: '" + footprint->get_option("--axis-b")->results().at(0) +

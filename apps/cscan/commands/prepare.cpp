@@ -59,11 +59,11 @@ void printFlattened(std::ostream& output, PrepareResult const& result) {
     }
 }
 
-void printResampled(std::ostream& output, DrawnPrepareOptions const& options, PrepareResult const& result) {
+void printResampled(std::ostream& output, PrepareResult const& result) {
     output << "\nGrid\n";
     printItem(output, "resample time", secondsText(result.resampleSeconds));
     printItem(output, "pixel",
-              toShortText(std::sqrt(result.sizes.mean), 4) + " " + options.unit + ", asked for " +
+              toShortText(std::sqrt(result.sizes.mean), 4) + " " + result.unit + ", asked for " +
                   toShortText(std::sqrt(result.spacing.quadArea), 4));
     printGrid(output, result.grid);
     printQuadSizes(output, result.sizes);
@@ -80,7 +80,7 @@ void printStage(std::ostream& output, PrepareStage stage, DrawnPrepareOptions co
     case PrepareStage::FlatSaved:
         return printItem(output, "flat map", options.prepare.flat->string());
     case PrepareStage::Resampled:
-        return printResampled(output, options, result);
+        return printResampled(output, result);
     case PrepareStage::Saved:
         return printItem(output, "written to", options.prepare.grid.string());
     }
@@ -119,8 +119,8 @@ ExitStatus run(DrawnPrepareOptions const& options, Console& console) {
     return printVerdict(console.output, drawn);
 }
 
-void addResolutionOptions(CLI::App& prepare, DrawnPrepareOptions& options) {
-    GridResolution& resolution = options.prepare.resolution;
+void addResolutionOptions(CLI::App& prepare, PrepareOptions& options) {
+    GridResolution& resolution = options.resolution;
     CLI::Option* const pixel = prepare.add_option(
         "--pixel", "Side of a pixel: the root of the quads' mean area, in the part's unit; without it, "
                    "--width or --quad-area, a round number that suits the part");
@@ -130,10 +130,12 @@ void addResolutionOptions(CLI::App& prepare, DrawnPrepareOptions& options) {
     pixel->check(reading(resolution.pixel, positiveNumberIn))->type_name("P");
     width->check(reading(resolution.width, wholeNumberFrom(1, maxWidth)))->type_name("N");
     area->check(reading(resolution.quadArea, positiveNumberIn))->type_name("A");
-    options.unit = "units";
-    prepare.add_option("--unit", options.unit, "The part's unit of length, for texts and labels")
-        ->type_name("NAME")
-        ->capture_default_str();
+    prepare
+        .add_option(
+            "--unit", options.unit,
+            "The part's unit of length, for texts, labels and the record; if not given, the one that the "
+            "part's file or its record names")
+        ->type_name("NAME");
 }
 
 void addModeOptions(CLI::App& prepare, RawPrepare& raw) {
@@ -208,7 +210,7 @@ Command addPrepare(CLI::App& app) {
             "OFF, OBJ)")
         ->required();
     prepare->add_option("GRID", options.grid, "Grid to write, a .quads file")->required();
-    addResolutionOptions(*prepare, raw->options);
+    addResolutionOptions(*prepare, options);
     addModeOptions(*prepare, *raw);
     auto const repairs = addRepairOptions(*prepare, options.repair);
     addExtensionOptions(*prepare, options);

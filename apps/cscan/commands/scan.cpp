@@ -143,10 +143,10 @@ void addOutputOptions(CLI::App& scan, DrawnScanOptions& options) {
                     "Images to write: PREFIX_distance.png, PREFIX_angle.png, PREFIX_coverage.png")
         ->type_name("PREFIX")
         ->required();
-    options.unit = "units";
-    scan.add_option("--unit", options.unit, "The part's unit of length, for the labels")
-        ->type_name("NAME")
-        ->capture_default_str();
+    scan.add_option(
+            "--unit", options.unit,
+            "The part's unit of length, for the labels; if not given, the one that the grid's record names")
+        ->type_name("NAME");
 }
 
 /// Nothing was found where beams should meet the part: the probe was somewhere else, or the grid is.

@@ -188,5 +188,57 @@ TEST(Record, namesInputsThatAreNoFilesWithoutADigest) {
     EXPECT_TRUE(json["inputs"][0]["sha256"].is_null());
 }
 
+/// A result `name` whose record tells of a move and a unit.
+void writeMoved(ScratchDirectory const& directory, std::string const& name, Vector const& move) {
+    Record record("import");
+    record.addMove(move);
+    record.setUnit("inch");
+    Outputs outputs(record);
+    outputs.add(directory / name);
+    writeText(outputs.at(directory / name).file, name);
+    outputs.commit(nullptr);
+}
+
+TEST(Record, takesMovesAndUnitOverFromItsInputs) {
+    ScratchDirectory const directory;
+    writeMoved(directory, "a.obj", Vector(1.0, 2.0, -4.0));
+    writeMoved(directory, "b.obj", Vector(1.0, 2.0, -4.0));
+    Record record("prepare");
+    EXPECT_EQ(record.getUnitName(), "units");
+    record.addInput(directory / "a.obj");
+    record.addInput(directory / "b.obj");
+    record.addMove(Vector(0.5, 0.0, 0.0));
+    record.setUnit("");
+    EXPECT_EQ(record.getUnitName(), "inch");
+    EXPECT_EQ(record.getMoves().size(), 2U);
+    EXPECT_EQ(record.getMove().getdX(), 1.5);
+    EXPECT_EQ(record.getMove().getdY(), 2.0);
+    EXPECT_EQ(record.getMove().getdZ(), -4.0);
+    record.setUnit("mm");
+    EXPECT_EQ(record.getUnitName(), "mm");
+}
+
+TEST(Record, refusesInputsThatWereMovedDifferently) {
+    ScratchDirectory const directory;
+    writeMoved(directory, "a.obj", Vector(1.0, 2.0, -4.0));
+    writeMoved(directory, "b.obj", Vector(1.0, 2.0, -5.0));
+    writeText(directory / "c.obj", "c");
+    for (char const* const other : {"b.obj", "c.obj"}) {
+        Record record("scan");
+        record.addInput(directory / "a.obj");
+        EXPECT_TRUE(
+            messageOf([&] { record.addInput(directory / other); }).ends_with("do not lie in one space"));
+    }
+}
+
+TEST(Record, refusesAnInputThatDoesNotFitItsRecordOfMoves) {
+    ScratchDirectory const directory;
+    writeMoved(directory, "a.obj", Vector(1.0, 2.0, -4.0));
+    writeText(directory / "a.obj", "other");
+    Record record("scan");
+    EXPECT_NE(messageOf([&] { record.addInput(directory / "a.obj"); }).find("does not fit it any more"),
+              std::string::npos);
+}
+
 } // namespace
 } // namespace QELT::Inspection

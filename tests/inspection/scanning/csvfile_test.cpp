@@ -127,5 +127,24 @@ TEST(WriteHitFile, reportsAFileThatCannotBeWritten) {
     EXPECT_EQ(messageOf([&] { writeHitFile(path, {}); }), path.string() + ": cannot be written");
 }
 
+/// A place of which single precision keeps no more than steps of a sixteenth.
+TEST(CsvFile, movesBeamsAndHitsInDoublePrecision) {
+    Vector const move(-1e6, 0.0, 2e6);
+    std::istringstream input("ox,oy,oz,dx,dy,dz\n1000000.001,2,-1999999.998,0,0,-1\n");
+    auto const beams = readBeams(input, "beams.csv", move);
+    ASSERT_EQ(beams.size(), 1U);
+    EXPECT_NEAR(beams[0].origin.getX(), 0.001, 1e-9);
+    EXPECT_EQ(beams[0].origin.getY(), 2.0F);
+    EXPECT_NEAR(beams[0].origin.getZ(), 0.002, 1e-9);
+    Hit hit;
+    hit.state = Hit::Inside;
+    hit.quad = GridIndex(3, 4);
+    hit.point = Point(0.25, 2.5, 0.125);
+    std::ostringstream output;
+    writeHits(output, {hit}, nullptr, move);
+    EXPECT_NE(output.str().find("\n3,4,1000000.25,2.5,-1999999.875,,,1,hit\n"), std::string::npos)
+        << output.str();
+}
+
 } // namespace
 } // namespace QELT::Inspection
