@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <new>
 
-/// A checker of memory that puts its own operators into a running program leaves weak ones alone, so that these
-/// count and fail there, too. They win over the standard library's either way. Clang links its checker's, weak
-/// as well, in front of ours.
+/// A checker of memory that puts its own operators into a running program leaves weak ones alone, so that
+/// these count and fail there, too. They win over the standard library's either way. Clang links its
+/// checker's, weak as well, in front of ours.
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #define QELT_WATCHED
