@@ -40,6 +40,7 @@ std::vector<std::filesystem::path> imagePaths(std::string const& prefix,
     bool const isDirectory = prefix.empty() || prefix.back() == '/';
     std::string const stem = isDirectory ? prefix : prefix + "_";
     std::vector<std::filesystem::path> paths;
+    paths.reserve(names.size());
     for (std::string const& name : names) {
         paths.emplace_back(stem + name + ".png");
     }
