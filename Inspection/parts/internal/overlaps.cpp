@@ -105,6 +105,7 @@ std::vector<Facet> facetsOf(FaceMesh const& mesh) {
 /// For each triangle the others that it overlaps with.
 std::vector<std::vector<std::size_t>> overlapsAmong(std::vector<Facet> const& facets, double reach) {
     std::vector<Point> centres;
+    centres.reserve(facets.size());
     for (Facet const& facet : facets) {
         centres.emplace_back(facet.centre.x(), facet.centre.y(), facet.centre.z());
     }
