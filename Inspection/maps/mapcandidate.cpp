@@ -32,7 +32,9 @@ MapCandidate candidateOf(Mesh& mesh, FlatteningOptions const& options, ProgressL
         candidate.flat = flatSummaryOf(mesh, trianglesOf(mesh));
         candidate.quality = mapQualityOf(mesh);
         if (!(candidate.quality.areaRatio > 0.0)) {
-            candidate.refusal = "the flat map has no triangle with an area that is not turned over";
+            candidate.refusal = candidate.flattening.isTrustworthy()
+                                    ? "the flat map has no triangle with an area that is not turned over"
+                                    : candidate.flattening.doubt;
         }
     } catch (std::runtime_error const& error) {
         candidate.refusal = error.what();

@@ -2,6 +2,7 @@
 
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/parts/partanalysis.h"
+#include "Inspection/records/failure.h"
 #include "tests/inspection/sampleparts.h"
 #include "tests/support/capturedoutput.h"
 #include "tests/support/recordinglistener.h"
@@ -260,6 +261,35 @@ TEST(Prepare, writesAGridThatIsNotFitOnlyIfThatIsAccepted) {
     loadGrid(grid, options.grid);
     EXPECT_TRUE(haveSameSurface(grid, *accepted.surface));
     EXPECT_TRUE(haveSameSurface(grid, *refused.surface));
+}
+
+/// One triangle of the patch is flat: its weights are infinite, and there is no solve to trust.
+TEST(Prepare, stopsWithTheRemedyWhereTheSolveFails) {
+    ScratchDirectory const directory;
+    PrepareOptions options = patchOptions(directory);
+    writeText(directory / "flat.obj",
+              "v 0 0 0\nv 2 0 0\nv 4 0 0\nv 0 2 0\nv 2 2 0\nv 4 2 0\nv 1 1 0\nv 3 1 0\nv 2 1 0\n"
+              "f 1 2 7\nf 2 3 8\nf 4 1 7\nf 5 4 7\nf 6 5 8\nf 3 6 8\nf 7 2 9\nf 2 8 9\nf 8 5 9\nf 5 7 9\n");
+    options.part = directory / "flat.obj";
+    options.resolution = {std::nullopt, 0.1, std::nullopt};
+    EXPECT_TRUE(prepare(options, nullptr).isWritten)
+        << "the part is sound as long as its middle has an extent";
+    std::filesystem::remove(options.grid);
+    std::string text = readText(options.part);
+    text.replace(text.find("v 2 1 0"), 7, "v 2 2 0");
+    writeText(options.part, text);
+    std::string complaint;
+    try {
+        PrepareResult const result = prepare(options, nullptr);
+        ASSERT_FALSE(result.shortcomings.empty());
+        complaint = result.shortcomings.front().what;
+        EXPECT_FALSE(result.isWritten);
+        EXPECT_EQ(result.surface, nullptr);
+    } catch (Failure const& failure) {
+        complaint = failure.what();
+    }
+    EXPECT_NE(complaint.find("repair"), std::string::npos) << complaint;
+    EXPECT_FALSE(std::filesystem::exists(options.grid));
 }
 
 } // namespace
