@@ -66,7 +66,7 @@ private:
     PartAsLoaded source;
     std::optional<Reconstruction> reconstruction; ///< of a cloud
     std::shared_ptr<Mesh> loaded;
-    std::string remedy; ///< where the core refused the last map
+    std::string remedy; ///< where the core refused the chosen map
     PrepareResult result;
 
     std::shared_ptr<Mesh> makeMesh() const;
@@ -155,11 +155,11 @@ void Preparation::addCandidate(std::shared_ptr<Mesh> const& mesh, FlatteningMode
         candidate.isMade() ? std::nullopt : faultBehind(candidate.refusal, faceMeshOf(*mesh), options.part);
     if (fault) {
         candidate.refusal = fault->causeAndPlace();
-        remedy = "; remedy: " + fault->remedy;
     }
     if (bestOf(result.maps) + 1 == result.maps.size()) {
         result.chosen = result.maps.size() - 1;
         result.mesh = mesh;
+        remedy = fault ? "; remedy: " + fault->remedy : "";
     }
 }
 

@@ -71,7 +71,9 @@ std::string doubtOf(Subject const& subject, DirectSolve const& solve) {
     case DirectSolveState::SolvedByLu:
         break;
     case DirectSolveState::NotFinite:
-        return "the " + subject.name + " has triangles without area or edges without length: repair the part";
+        return "the " + subject.name +
+               " has triangles without area or edges without length: repair the part "
+               "(cscan import --repair)";
     case DirectSolveState::Undetermined:
         return subject.undetermined;
     case DirectSolveState::Inaccurate:

@@ -39,8 +39,9 @@ std::vector<Shortcoming> shortcomingsOf(std::vector<MapCandidate> const& maps, s
 std::vector<Shortcoming> shortcomingsOf(QuadSizes const& sizes, NanNodes const& nodes) {
     std::vector<Shortcoming> shortcomings;
     if (!nodes.places.empty()) {
-        shortcomings.push_back({std::to_string(nodes.places.size()) + " nodes are no number, from " +
-                                    std::to_string(nodes.triangleCount) + " triangles without flat area",
+        shortcomings.push_back({"there are nodes without a place (" + std::to_string(nodes.places.size()) +
+                                    "), from triangles without flat area (" +
+                                    std::to_string(nodes.triangleCount) + ")",
                                 "take triangles without area out with 'cscan import --repair'"});
     }
     if (sizes.alikeShare() < alikeNeeded) {

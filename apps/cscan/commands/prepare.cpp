@@ -36,7 +36,6 @@ void printLoaded(std::ostream& output, DrawnPrepareOptions const& options, Prepa
     if (result.repair) {
         printRepair(output, *result.repair);
     }
-    printLoad(output, result.load);
     printMesh(output, result.part);
 }
 
