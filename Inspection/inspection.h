@@ -46,6 +46,7 @@
 #include "Inspection/records/record.h"
 #include "Inspection/records/stopwatch.h"
 #include "Inspection/records/version.h"
+#include "Inspection/results/result.h"
 #include "Inspection/scanning/beam.h"
 #include "Inspection/scanning/csvfile.h"
 #include "Inspection/scanning/footprint.h"

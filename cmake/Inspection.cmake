@@ -7,9 +7,12 @@ find_package(Eigen3 3.4 REQUIRED NO_MODULE)
 find_package(embree 3 REQUIRED)
 find_package(nlohmann_json REQUIRED)
 find_package(ZLIB REQUIRED)
+# CMake's own module for it wants a compiler of C.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(HDF5 REQUIRED IMPORTED_TARGET hdf5)
 
 # None of them shows in a public header. Two are headers only, which nobody needs who links what was built.
-set(qelt_inspection_libraries PNG::PNG ZLIB::ZLIB embree $<BUILD_INTERFACE:Eigen3::Eigen>
+set(qelt_inspection_libraries PNG::PNG ZLIB::ZLIB PkgConfig::HDF5 embree $<BUILD_INTERFACE:Eigen3::Eigen>
                               $<BUILD_INTERFACE:nlohmann_json::nlohmann_json>)
 if(QELT_WITH_ASSIMP)
     find_package(assimp REQUIRED)

@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 build_packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libcli11-dev libpng-dev locales
-    libeigen3-dev libembree-dev libassimp-dev nlohmann-json3-dev zlib1g-dev)
+    libeigen3-dev libembree-dev libassimp-dev nlohmann-json3-dev zlib1g-dev libhdf5-dev)
 check_packages=(clang clang-format clang-tidy libclang-rt-14-dev)
 build_jobs=${QELT_JOBS:-$(nproc)}
 
