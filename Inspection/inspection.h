@@ -15,6 +15,8 @@
 #include "Inspection/import/part.h"
 #include "Inspection/import/partfile.h"
 #include "Inspection/import/xyzfile.h"
+#include "Inspection/indications/findindications.h"
+#include "Inspection/indications/indication.h"
 #include "Inspection/maps/directsolver.h"
 #include "Inspection/maps/flattening.h"
 #include "Inspection/maps/mapcandidate.h"
