@@ -49,6 +49,7 @@
 #include "Inspection/records/stopwatch.h"
 #include "Inspection/records/version.h"
 #include "Inspection/results/result.h"
+#include "Inspection/results/resultfile.h"
 #include "Inspection/scanning/beam.h"
 #include "Inspection/scanning/csvfile.h"
 #include "Inspection/scanning/footprint.h"
