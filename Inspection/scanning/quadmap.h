@@ -11,7 +11,8 @@ namespace QELT::Inspection {
 
 /// What is known of one quad.
 struct Cell {
-    enum Kind : int { NoSurface, NoValue, Measured };
+    /// In the order in which they prevail where cells are taken together.
+    enum Kind : int { NoSurface, NoValue, Refused, NoEcho, Measured };
 
     Kind kind = NoSurface;
     double value = 0.0; ///< only where measured
