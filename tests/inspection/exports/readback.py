@@ -211,7 +211,7 @@ def read_vts(folder):
     probe = vtkProbeFilter()
     probe.SetInputData(probes)
     probe.SetSourceData(averaged.GetOutput())
-    probe.SetTolerance(0.01)
+    probe.SetTolerance(0.25)
     probe.SetComputeTolerance(False)
     probe.Update()
     found = vtk_to_numpy(probe.GetOutput().GetPointData().GetArray("amplitude:max [%FSH]"))
