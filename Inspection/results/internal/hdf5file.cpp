@@ -223,6 +223,17 @@ std::size_t Hdf5File::countFor(std::string const& path, Hdf5Shape const& shape) 
     return count;
 }
 
+std::size_t Hdf5File::countIn(std::string const& path) const {
+    constexpr hssize_t most = hssize_t{1} << 33U;
+    check(has(path), path);
+    Hdf5Handle const set(H5Dopen2(file.get(), path.c_str(), H5P_DEFAULT), H5Dclose);
+    check(set.isOpen(), path);
+    Hdf5Handle const space(H5Dget_space(set.get()), H5Sclose);
+    hssize_t const count = H5Sget_simple_extent_npoints(space.get());
+    check(H5Sget_simple_extent_ndims(space.get()) == 1 && count >= 0 && count <= most, path);
+    return static_cast<std::size_t>(count);
+}
+
 void Hdf5File::readNumbers(std::string const& path, void* numbers, hid_t inMemory) const {
     Hdf5Handle const set(H5Dopen2(file.get(), path.c_str(), H5P_DEFAULT), H5Dclose);
     Hdf5Handle const type(H5Dget_type(set.get()), H5Tclose);
