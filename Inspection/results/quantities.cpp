@@ -2,7 +2,8 @@
 
 #include "Inspection/records/failure.h"
 #include "Inspection/records/numbers.h"
-#include "Inspection/results/units.h"
+#include "Inspection/results/amplitudeunits.h"
+#include "Inspection/tables/units.h"
 
 #include <algorithm>
 #include <array>

@@ -9,19 +9,19 @@
 
 namespace QELT::Inspection {
 
-/// A column of measured values.
+/// One of the numbers that come with each shot.
 struct Quantity {
     std::string name; ///< such as "tof"
     std::string unit; ///< such as "us"; empty if none is told
 };
 
-/// Shots in their order, an entry each.
+/// Some shots, one after the other. All lists but `values` have one entry a shot.
 struct ShotBlock {
-    std::vector<Beam> beams;
-    std::vector<bool> hasDirection;   ///< else the probe looked at the surface nearest to the beam's origin
-    std::vector<double> values;       ///< a row of all quantities for each; NaN where a field was empty
-    std::vector<std::uint64_t> lines; ///< of the file, counted from 1
-    std::vector<bool> isBad;          ///< the pose was read, but not all of what was measured
+    std::vector<Beam> beams;          ///< in the part's coordinates, moved
+    std::vector<bool> hasDirection;   ///< not where a position alone is told: the direction is then zero
+    std::vector<double> values;       ///< shot by shot, each all quantities; NaN where the field was empty
+    std::vector<std::uint64_t> lines; ///< of the table of shots, from 1
+    std::vector<bool> isBad;          ///< a value is no number, which is allowed where bad lines are skipped
 
     std::size_t size() const { return beams.size(); }
 
