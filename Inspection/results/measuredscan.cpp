@@ -22,8 +22,22 @@ constexpr int digits = 4;
 /// The grids at hand, and the search over them.
 struct Target {
     ScanPlane plane;
-    Result pixels;
+    std::vector<std::string> names;
     std::unique_ptr<SureSearch> search;
+
+    void flip(bool doFlip) {
+        for (auto const& grid : plane.grids) {
+            grid->setDoFlipNormals(doFlip);
+        }
+    }
+
+    Result pixels(bool doFlip) const {
+        std::vector<NamedGrid> named;
+        for (std::size_t i = 0; i < plane.grids.size(); ++i) {
+            named.push_back({names[i], plane.grids[i].get(), doFlip});
+        }
+        return pixelsOf(named);
+    }
 };
 
 /// The names of the active grids, in the order of the scan plane.
@@ -39,19 +53,29 @@ std::vector<std::string> activeNames(MeasuredScanOptions const& options) {
 
 Target targetOf(MeasuredScanOptions const& options) {
     Target target;
-    target.plane = loadScanPlane(options.grids, options.position, options.doFlipNormals);
+    target.plane = loadScanPlane(options.grids, options.position, options.doFlipNormals.value_or(false));
+    target.names = activeNames(options);
     require(!target.plane.grids.empty(), "no grid is active at position " + std::to_string(options.position));
     require(!target.plane.isEmpty, options.grids.front().file.string() + ": holds no valid node");
-    auto const names = activeNames(options);
-    std::vector<NamedGrid> named;
     std::vector<Grid const*> grids;
-    for (std::size_t i = 0; i < target.plane.grids.size(); ++i) {
-        named.push_back({names[i], target.plane.grids[i].get(), options.doFlipNormals});
-        grids.push_back(named.back().grid);
+    for (auto const& grid : target.plane.grids) {
+        grids.push_back(grid.get());
     }
-    target.pixels = pixelsOf(named);
     target.search = std::make_unique<SureSearch>(grids);
     return target;
+}
+
+/// Whether more of the shots come from behind than from the front.
+bool doComeFromBehind(ShotBlock const& block, SureSearch const& search) {
+    std::ptrdiff_t behind = 0;
+    for (std::size_t shot = 0; shot < block.size(); ++shot) {
+        Beam const& beam = block.beams[shot];
+        Hit const hit = block.hasDirection[shot] ? search.find(beam) : search.findNearest(beam.origin);
+        if (hit.isHit() && hit.isMeasured) {
+            behind += hit.isFromBehind() ? 1 : -1;
+        }
+    }
+    return behind > 0;
 }
 
 std::string percentText(std::uint64_t part, std::uint64_t whole) {
@@ -73,9 +97,15 @@ void noteOnShots(MeasuredScanOptions const& options, MeasuredScan& scan) {
             percentText(figures.missedCount, figures.shotCount) +
             " of the shots miss the surface: check --pose, --pose-unit, --beam-axis and --frame");
     }
-    if (figures.angleCount > 0 && figures.angleCount + figures.missedCount == figures.shotCount) {
-        scan.notes.emplace_back("every shot meets the surface from behind or at too large an angle: check "
-                                "--beam-axis, or take the other side for the outside by --flip-normals");
+    if (2 * figures.angleCount > figures.shotCount) {
+        scan.notes.push_back(percentText(figures.angleCount, figures.shotCount) +
+                             " of the shots meet the surface from behind or at more than " +
+                             toShortText(options.acceptance.maxAngle, digits) +
+                             " degrees: check --pose, --beam-axis and --frame");
+    }
+    if (!options.doFlipNormals && scan.hasFlippedNormals) {
+        scan.notes.emplace_back(
+            "the probe stood on the other side of the grid, which is taken for the outside");
     }
     bool const hasGate = !options.quantities.gates.empty() || !options.quantities.conditions.empty();
     if (figures.echoCount == 0 && figures.noEchoCount > 0 && hasGate) {
@@ -152,6 +182,7 @@ void addFigures(Record& record, MeasuredScan const& scan) {
         record.figure("lag", scan.lag->lag);
         record.figure("lagUncertainty", scan.lag->uncertainty);
     }
+    record.figure("hasFlippedNormals", scan.hasFlippedNormals);
     record.figure("shots", scan.figures.shotCount);
     record.figure("missed", scan.figures.missedCount);
     record.figure("refusedByAngle", scan.figures.angleCount);
@@ -171,12 +202,12 @@ void addFigures(Record& record, MeasuredScan const& scan) {
     record.figure("unreachedPatches", scan.coverage.patchCount);
 }
 
-void placeShots(MeasuredScan& scan, ShotReader& reader, ShotAccumulator& accumulator) {
+/// Beginning with a block that has been read.
+void placeShots(MeasuredScan& scan, ShotReader& reader, ShotBlock& block, ShotAccumulator& accumulator) {
     Stopwatch const watch;
-    ShotBlock block;
-    while (reader.read(block, shotsAtATime)) {
+    do {
         accumulator.add(block);
-    }
+    } while (reader.read(block, shotsAtATime));
     scan.seconds = watch.seconds();
     scan.figures = accumulator.getFigures();
     scan.counts = reader.getCounts();
@@ -214,19 +245,25 @@ MeasuredScan measuredScan(MeasuredScanOptions const& options, ProgressListener* 
     announce(listener, "Setting up the search...");
     Target target = targetOf(options);
     Vector const move = record.getMove();
-    target.pixels.move = {move.getdX(), move.getdY(), move.getdZ()};
-    target.pixels.unit = record.getUnit().value_or("");
+    std::string const unit = record.getUnit().value_or("");
     ShotOptions shots = options.shots;
     shots.move = move;
-    shots.pose.partUnit = shots.pose.partUnit.empty() ? target.pixels.unit : shots.pose.partUnit;
+    shots.pose.partUnit = unit;
     ShotReader reader(shots, listener);
-    ShotQuantities quantities(options.quantities, reader.getQuantities(), target.pixels.unit);
-    ResultWriter writer(outputs.at(options.result));
+    ShotBlock block;
+    reader.read(block, shotsAtATime);
     MeasuredScan scan;
-    ShotAccumulator accumulator(std::move(target.pixels), *target.search, std::move(quantities),
+    scan.hasFlippedNormals = options.doFlipNormals.value_or(doComeFromBehind(block, *target.search));
+    target.flip(scan.hasFlippedNormals);
+    Result pixels = target.pixels(scan.hasFlippedNormals);
+    pixels.move = {move.getdX(), move.getdY(), move.getdZ()};
+    pixels.unit = unit;
+    ResultWriter writer(outputs.at(options.result));
+    ShotAccumulator accumulator(std::move(pixels), *target.search,
+                                ShotQuantities(options.quantities, reader.getQuantities(), unit),
                                 options.acceptance, options.doKeepShots ? &writer : nullptr);
     announce(listener, "Placing shots...");
-    placeShots(scan, reader, accumulator);
+    placeShots(scan, reader, block, accumulator);
     announce(listener, "Looking for gaps...");
     scan.result = accumulator.finish();
     if (options.fill) {

@@ -23,8 +23,10 @@ namespace QELT::Inspection {
 struct MeasuredScanOptions {
     std::vector<PlacedGrid> grids; ///< at least one
     unsigned long position = 0;    ///< of the inspection, 0 to 31; which grids are active depends on it
-    bool doFlipNormals = false;    ///< take the grids' other side for the outside
-    ShotOptions shots;             ///< their move is that of the grids' records
+    /// Whether the grids' other side is the outside. If it is not told, the side that most of the first shots
+    /// come from is: a probe stands outside.
+    std::optional<bool> doFlipNormals;
+    ShotOptions shots; ///< their move is that of the grids' records
     QuantityOptions quantities;
     ShotAcceptance acceptance;
     std::string unit;                       ///< of lengths; if empty, what the grids' records name
@@ -45,9 +47,19 @@ struct MeasuredScan {
     std::vector<std::string> unusedColumns;
     std::vector<std::string> notes; ///< sentences on what the inspector should know
     double seconds = 0.0;           ///< the time to read and place the shots
+    bool hasFlippedNormals = false; ///< whether the grids' other side was the outside
     bool isGapKept = true;          ///< whether what was required holds
     bool isCoverageReached = true;
+
+    /// The share of shots that met the surface and were not refused, 0 to 1.
+    double countedShare() const {
+        auto const counted = static_cast<double>(figures.echoCount + figures.noEchoCount);
+        return figures.shotCount == 0 ? 0.0 : counted / static_cast<double>(figures.shotCount);
+    }
 };
+
+/// With a smaller share of shots that count something is wrong with the poses, or with the grid.
+constexpr double leastCountedShare = 0.1;
 
 /// Tells what is read, how, and that the result is written, before the scan.
 QELT_INSPECTION_EXPORT void addMeasuredScanFiles(MeasuredScanOptions const& options, Record& record,

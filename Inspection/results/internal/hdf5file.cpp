@@ -35,6 +35,8 @@ Hdf5Handle accessProperties() {
     Hdf5Handle access = propertiesOf(H5P_FILE_ACCESS);
     H5Pset_libver_bounds(access.get(), H5F_LIBVER_EARLIEST, H5F_LIBVER_V18);
     H5Pset_fclose_degree(access.get(), H5F_CLOSE_STRONG);
+    // What is being written has a lock already, by which other runs see that it is.
+    H5Pset_file_locking(access.get(), false, true);
     return access;
 }
 
