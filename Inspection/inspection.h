@@ -57,6 +57,7 @@
 #include "Inspection/results/quantities.h"
 #include "Inspection/results/result.h"
 #include "Inspection/results/resultfile.h"
+#include "Inspection/results/resultinfo.h"
 #include "Inspection/results/shotaccumulator.h"
 #include "Inspection/scanning/beam.h"
 #include "Inspection/scanning/csvfile.h"

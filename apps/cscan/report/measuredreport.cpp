@@ -87,10 +87,11 @@ void printShots(std::ostream& output, MeasuredScan const& scan) {
     printItem(output, "placing", secondsText(scan.seconds) + ", " + toFixedText(rate, 0) + " shots a second");
 }
 
-void printCoverage(std::ostream& output, MeasuredScan const& scan) {
-    Coverage const& coverage = scan.coverage;
-    std::string const unit = scan.result.unit.empty() ? "" : " " + scan.result.unit;
-    std::string const square = scan.result.unit.empty() ? "" : unit + "^2";
+} // namespace
+
+void printCoverage(std::ostream& output, Result const& result, Coverage const& coverage) {
+    std::string const unit = result.unit.empty() ? "" : " " + result.unit;
+    std::string const square = result.unit.empty() ? "" : unit + "^2";
     printItem(output, "reached",
               percentText(coverage.reachedShare()) + " of " + shortText(coverage.surfaceArea) + square +
                   ", by true area");
@@ -118,6 +119,7 @@ void printCoverage(std::ostream& output, MeasuredScan const& scan) {
 }
 
 void printValues(std::ostream& output, Result const& result) {
+    output << "values\n";
     for (ValueMap const& map : result.values) {
         std::size_t count = 0;
         double low = INFINITY;
@@ -130,19 +132,17 @@ void printValues(std::ostream& output, Result const& result) {
             }
         }
         std::string const unit = map.unit.empty() ? "" : " " + map.unit;
-        printItem(output, "value " + map.name,
+        printItem(output, "  " + map.name,
                   count == 0 ? "on no pixel"
                              : shortText(low) + " to " + shortText(high) + unit + " on " +
                                    std::to_string(count) + " pixels");
     }
 }
 
-} // namespace
-
 void printMeasuredScan(std::ostream& output, MeasuredScan const& scan) {
     printLines(output, scan);
     printShots(output, scan);
-    printCoverage(output, scan);
+    printCoverage(output, scan.result, scan.coverage);
     printValues(output, scan.result);
     for (std::string const& note : scan.notes) {
         printItem(output, "note", note);

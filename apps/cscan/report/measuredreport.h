@@ -11,4 +11,9 @@ namespace cscan {
 /// them.
 void printMeasuredScan(std::ostream& output, MeasuredScan const& scan);
 
+void printCoverage(std::ostream& output, Result const& result, Coverage const& coverage);
+
+/// A line for each value, with its range.
+void printValues(std::ostream& output, Result const& result);
+
 } // namespace cscan
