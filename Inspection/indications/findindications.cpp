@@ -24,6 +24,7 @@
 #include "Inspection/indications/internal/unrolling.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/numbers.h"
+#include "Inspection/results/amplitudeunits.h"
 
 #include <algorithm>
 #include <array>
@@ -42,7 +43,7 @@ constexpr double widthOfSlot = 1.25;
 constexpr int digitsInTexts = 6;
 
 bool isInDecibels(ValueMap const& map) {
-    return map.unit == "dB";
+    return isDecibel(map.unit);
 }
 
 double decibelsOf(double share) {

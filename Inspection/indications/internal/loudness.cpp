@@ -1,5 +1,6 @@
 #include "Inspection/indications/internal/loudness.h"
 
+#include <cmath>
 #include <limits>
 
 namespace QELT::Inspection {
@@ -18,10 +19,11 @@ std::vector<double> loudnessOf(Result const& result, ValueMap const& map, Indica
             continue;
         }
         std::size_t const source = sourceOf(result, pixel, options.doUseFilled);
-        if (result.states[source] == PixelState::NoEcho) {
+        double const value = map.values[source];
+        if (result.states[source] == PixelState::NoEcho && std::isnan(value)) {
             loudness[pixel] = -sign * std::numeric_limits<double>::infinity();
         } else if (result.isReached(source)) {
-            loudness[pixel] = sign * map.values[source];
+            loudness[pixel] = sign * value;
         }
     }
     return loudness;

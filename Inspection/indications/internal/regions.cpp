@@ -14,8 +14,8 @@
 // Steps: the pixels are taken from the loudest down and joined to neighbours taken before (union-find; the
 // trees of components of A. Meijster and M. Wilkinson, 2002). Where two components meet at a pixel of
 // loudness x, the fainter peak p stands if x < level(p). Pixels that are equally loud are taken in their
-// order; a plateau has one maximum. What meets nothing louder in the end stands. Then each standing peak is
-// flooded down to its level.
+// order; a plateau has one maximum. What meets nothing louder in the end stands; below the level of the least
+// peak nothing can happen any more. Then each standing peak is flooded down to its level.
 //
 // Cost: the sorting of the pixels above the least level, and time linear in them but for the union-find's
 // factor.
@@ -90,10 +90,11 @@ private:
     std::vector<std::uint32_t> parents;
 };
 
-std::vector<std::uint32_t> fromTheLoudestDown(std::vector<double> const& loudness) {
+/// Those of at least `least`.
+std::vector<std::uint32_t> fromTheLoudestDown(std::vector<double> const& loudness, double least) {
     std::vector<std::uint32_t> order;
     for (std::size_t pixel = 0; pixel < loudness.size(); ++pixel) {
-        if (std::isfinite(loudness[pixel])) {
+        if (std::isfinite(loudness[pixel]) && loudness[pixel] >= least) {
             order.push_back(static_cast<std::uint32_t>(pixel));
         }
     }
@@ -118,7 +119,7 @@ Regions regionsOfPeaks(ResultSurface const& surface, std::vector<double> const& 
                        std::function<double(double)> const& levelOf, double minPeak) {
     Regions regions{{}, std::vector<std::uint32_t>(loudness.size(), Regions::none)};
     Components components(loudness.size());
-    std::vector<std::uint32_t> const order = fromTheLoudestDown(loudness);
+    std::vector<std::uint32_t> const order = fromTheLoudestDown(loudness, levelOf(minPeak));
     std::vector<std::uint32_t> rank(loudness.size(), Regions::none);
     std::vector<std::uint32_t> standing;
     std::vector<std::uint32_t> onFlanks;

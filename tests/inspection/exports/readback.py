@@ -232,7 +232,32 @@ def read_vts(folder):
         expect(values.tolist() == [3.0 * i, 3.0 * i + 1.0, 3.0 * i + 2.0] * 2, f"values of block {i}")
 
 
-READERS = {"npz": read_npz, "tiff": read_tiff, "ply": read_ply, "vts": read_vts}
+def read_h5(folder):
+    try:
+        import h5py
+    except ImportError:
+        print("skipped: python3-h5py is not installed")
+        sys.exit(SKIPPED)
+    with h5py.File(folder + "/one.h5", "r") as file:
+        expect_same(file["pixels/state"], STATES, "state")
+        names = h5py.check_enum_dtype(file["pixels/state"].dtype)
+        expect(names is not None and names["no echo"] == NO_ECHO, "names of states")
+        values = file["values"]
+        expect(sorted(values) == ["amplitude:max", "depth:mean"], "names of values")
+        expect_same(values["amplitude:max"], AMPLITUDES, "amplitude")
+        expect_same(values["depth:mean"], DEPTHS, "depth")
+
+        def text(name, attribute):
+            found = values[name].attrs[attribute]
+            return found.decode() if isinstance(found, bytes) else found
+
+        expect(text("amplitude:max", "unit") == "%FSH" and text("depth:mean", "statistic") == "mean", "attributes")
+        move = numpy.array([1000.0, -50.0, 7.0])
+        expect_same(file["pixels/point"][()] - move, CENTRES, "centres")
+        expect_same(file["patches/0/nodes"][()] - move, NODES, "nodes")
+
+
+READERS = {"h5": read_h5, "npz": read_npz, "tiff": read_tiff, "ply": read_ply, "vts": read_vts}
 
 if __name__ == "__main__":
     READERS[sys.argv[1]](sys.argv[2])

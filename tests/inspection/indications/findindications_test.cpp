@@ -249,9 +249,11 @@ TEST(FindIndications, PeaksAreThoseOfTheDefinition) {
             setEcho(result, pixel, number * number * number / 2000.0);
         }
         for (double const share : {0.25, 0.5, 0.8}) {
-            IndicationOptions options = atLeastShare(share);
-            options.minPeak = 1.0;
-            EXPECT_EQ(plainPeaks(result, share, 1.0), pixelsOf(findIndications(result, options)));
+            for (double const minPeak : {1.0, 20.0}) {
+                IndicationOptions options = atLeastShare(share);
+                options.minPeak = minPeak;
+                EXPECT_EQ(plainPeaks(result, share, minPeak), pixelsOf(findIndications(result, options)));
+            }
         }
     }
 }
@@ -299,6 +301,22 @@ TEST(FindIndications, WithoutAnEchoAPixelIsBelowEveryLevel) {
     EXPECT_FALSE(found[0].doesTouchUnmeasured);
     // Above, it is no hole in a measured surface either.
     EXPECT_EQ(132u + 9u, findIndications(result, atLeast(40.0))[0].pixels.size());
+}
+
+TEST(FindIndications, AValueThatNeedsNoEchoCountsWithoutOne) {
+    Result result = level(12, 12, 80.0);
+    setState(result, result.indexOf(5, 5), PixelState::NoEcho);
+    result.values[0].values[result.indexOf(5, 5)] = 82.0;
+    setState(result, result.indexOf(8, 8), PixelState::NoEcho);
+    result.values[0].values[result.indexOf(8, 8)] = 15.0;
+    IndicationOptions options = atLeast(40.0);
+    options.isBelow = true;
+
+    auto const found = findIndications(result, options);
+
+    ASSERT_EQ(1u, found.size());
+    EXPECT_EQ(15.0, found[0].peak);
+    EXPECT_EQ(std::vector<std::uint32_t>{8 * 12 + 8}, found[0].pixels);
 }
 
 TEST(FindIndications, AFadedEchoTellsItsLeastValue) {
