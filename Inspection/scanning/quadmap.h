@@ -11,8 +11,7 @@ namespace QELT::Inspection {
 
 /// What is known of one quad.
 struct Cell {
-    /// In the order in which they prevail where cells are taken together.
-    enum Kind : int { NoSurface, NoValue, Refused, NoEcho, Measured };
+    enum Kind : int { NoSurface, NoValue, Measured };
 
     Kind kind = NoSurface;
     double value = 0.0; ///< only where measured

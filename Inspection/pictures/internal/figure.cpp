@@ -40,10 +40,6 @@ Colour colourOf(Cell const& cell, Scale const& scale) {
         return noSurfaceColour;
     case Cell::NoValue:
         return noValueColour;
-    case Cell::Refused:
-        return refusedColour;
-    case Cell::NoEcho:
-        return noEchoColour;
     case Cell::Measured:
         break;
     }
@@ -75,23 +71,6 @@ void drawOutlines(Image& map, std::vector<std::vector<FlatPoint>> const& outline
             FlatPoint const& to = outline[(i + 1) % outline.size()];
             map.drawLine(x(from), y(from), x(to), y(to), outlineThickness, black);
         }
-    }
-}
-
-/// Texts on the map, in black with a white rim; their lower left corner is at their place.
-void drawLabels(Image& map, std::vector<FigureLabel> const& labels, double pixelsPerQuad) {
-    for (FigureLabel const& label : labels) {
-        int const height = 7 * labelScale;
-        int const x = std::clamp(static_cast<int>(label.at.getU() * pixelsPerQuad), labelScale,
-                                 std::max(labelScale, map.getWidth() - labelWidth(label.text) - labelScale));
-        int const y = std::clamp(map.getHeight() - static_cast<int>(label.at.getV() * pixelsPerQuad) - height,
-                                 labelScale, std::max(labelScale, map.getHeight() - height - labelScale));
-        for (int const dy : {-labelScale, 0, labelScale}) {
-            for (int const dx : {-labelScale, 0, labelScale}) {
-                map.drawText(x + dx, y + dy, label.text, labelScale, white);
-            }
-        }
-        map.drawText(x, y, label.text, labelScale, black);
     }
 }
 
@@ -130,8 +109,6 @@ bool hasKind(QuadMap const& quads, Cell::Kind kind) {
 /// What the colours mean that are not on the bar.
 std::string legendOf(QuadMap const& quads) {
     std::string legend = hasKind(quads, Cell::NoSurface) ? "grey: no surface  " : "";
-    legend += hasKind(quads, Cell::NoEcho) ? "red: no echo  " : "";
-    legend += hasKind(quads, Cell::Refused) ? "orange: refused  " : "";
     return legend + (hasKind(quads, Cell::NoValue) ? "white: no value" : "");
 }
 
@@ -191,9 +168,8 @@ Image figureOf(QuadMap const& quads, FigureStyle const& style) {
     std::size_t const reduction = reductionOf(quads);
     QuadMap const shown = quads.averaged(reduction);
     Image map = pixelsOf(shown, style.scale);
-    double const pixelsPerQuad = static_cast<double>(magnificationOf(shown)) / static_cast<double>(reduction);
-    drawOutlines(map, style.outlines, pixelsPerQuad);
-    drawLabels(map, style.labels, pixelsPerQuad);
+    drawOutlines(map, style.outlines,
+                 static_cast<double>(magnificationOf(shown)) / static_cast<double>(reduction));
     Layout const layout = layoutOf(map, quads, style);
     Image image(layout.width, layout.height);
     image.drawText(margin, margin, style.title, titleScale, black);

@@ -9,19 +9,12 @@
 
 namespace QELT::Inspection {
 
-/// A text on a map, beside a place in quads.
-struct FigureLabel {
-    FlatPoint at;
-    std::string text;
-};
-
 /// How a map is to be shown.
 struct FigureStyle {
     std::string title; ///< with the unit
     Scale scale;
     std::string note;                               ///< a line below the map
     std::vector<std::vector<FlatPoint>> outlines{}; ///< closed lines drawn over the map, in quads
-    std::vector<FigureLabel> labels{};              ///< drawn over these
 };
 
 /// The picture of a map: title, map with the v axis upwards, colour bar with labels, a line of figures.
@@ -33,10 +26,6 @@ constexpr Colour noSurfaceColour{190, 190, 190};
 
 /// Surface that holds no value.
 constexpr Colour noValueColour = white;
-
-/// Surface whose shots had no echo in the gate, and none but refused ones: no colours of values.
-constexpr Colour noEchoColour{214, 72, 72};
-constexpr Colour refusedColour{247, 190, 129};
 
 /// The longest side of a map in pixels beyond which quads are averaged.
 constexpr std::size_t longestSide = 1600;
