@@ -60,6 +60,7 @@
 #include "Inspection/results/resultfile.h"
 #include "Inspection/results/resultinfo.h"
 #include "Inspection/results/shotaccumulator.h"
+#include "Inspection/results/surfacefit.h"
 #include "Inspection/scanning/beam.h"
 #include "Inspection/scanning/csvfile.h"
 #include "Inspection/scanning/footprint.h"

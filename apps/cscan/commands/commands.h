@@ -21,5 +21,6 @@ Command addCut(CLI::App& app);
 Command addSelftest(CLI::App& app);
 Command addDerive(CLI::App& app);
 Command addFootprint(CLI::App& app);
+Command addFitFrame(CLI::App& app);
 
 } // namespace cscan
