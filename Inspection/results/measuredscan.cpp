@@ -131,6 +131,9 @@ void addSettings(Record& record, MeasuredScanOptions const& options) {
                        std::vector<double>{static_cast<double>(grid.offset.getdU()),
                                            static_cast<double>(grid.offset.getdV())});
     }
+    if (options.shots.frame) {
+        record.setting("frame", options.shots.frame->filename().string());
+    }
     record.setting("position", options.position);
     record.setting("doFlipNormals", options.doFlipNormals);
     record.setting("maxAngle", options.acceptance.maxAngle);

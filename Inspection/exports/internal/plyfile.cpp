@@ -4,7 +4,7 @@
 #include "Inspection/exports/internal/deflating.h"
 #include "Inspection/exports/internal/writers.h"
 #include "Inspection/pictures/internal/colourmap.h"
-#include "Inspection/pictures/internal/figure.h"
+#include "Inspection/pictures/internal/statecolours.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/numbers.h"
 
@@ -77,17 +77,15 @@ private:
     }
 };
 
+/// As pictures show it: states that no value tells of in their own colours.
 Colour colourOf(Result const& result, ValueMap const& map, ColourLimits const& limits, std::size_t pixel) {
-    if (result.states[pixel] == PixelState::NoEcho) {
-        return noEchoColour;
-    }
-    if (result.states[pixel] == PixelState::Refused) {
-        return refusedColour;
-    }
+    PixelState const state = result.states[pixel];
     double const value = map.values[pixel];
-    return result.isReached(pixel) && std::isfinite(value)
-               ? colourOfShare((value - limits.low) / (limits.high - limits.low))
-               : noValueColour;
+    bool const isSaturated = state == PixelState::Saturated && map.ceiling.has_value();
+    if (isSaturated || !std::isfinite(value)) {
+        return stateColour(state == PixelState::Echo ? PixelState::NoEcho : state);
+    }
+    return colourOfShare((value - limits.low) / (limits.high - limits.low));
 }
 
 std::string colourText(Colour const& colour) {
@@ -108,15 +106,16 @@ std::string headOf(Result const& result, ValueMap const& map, ColourLimits const
     std::string const unit = map.unit.empty() ? "" : " " + map.unit;
     std::string states;
     for (std::size_t i = 0; i < pixelStateCount; ++i) {
-        states += (i > 0 ? ", " : "") + std::to_string(i) + " " + nameOf(static_cast<PixelState>(i));
+        auto const state = static_cast<PixelState>(i);
+        states += (i > 0 ? ", " : "") + std::to_string(i) + " " + nameOf(state) + " (" +
+                  colourText(stateColour(state)) + ")";
     }
     return "ply\nformat binary_little_endian 1.0\ncomment " + inOneLine("value " + labelOf(map)) +
            "\ncomment " +
            inOneLine("colours from " + toExactText(limits.low) + unit + " (" +
                      colourText(colourOfShare(0.0)) + ") to " + toExactText(limits.high) + unit + " (" +
                      colourText(colourOfShare(1.0)) + ")") +
-           "\ncomment no echo " + colourText(noEchoColour) + ", refused " + colourText(refusedColour) +
-           ", no value " + colourText(noValueColour) + "\ncomment states " + states + "\ncomment " +
+           "\ncomment states " + states + "\ncomment " +
            inOneLine("unit of lengths " + (result.unit.empty() ? "not known" : result.unit)) +
            "\nelement vertex " + std::to_string(surface.places.size() / 3) +
            "\nproperty double x\nproperty double y\nproperty double z\nelement face " +

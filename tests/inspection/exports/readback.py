@@ -136,6 +136,8 @@ def read_ply(folder):
     colours = {one[:2]: one[2] for one in seen}
     expect(colours[(2, 0)] == (255, 255, 255), "what was not reached is white")
     expect(len({colours[(0, 0)], colours[(1, 0)], colours[(2, 0)], colours[(4, 4)]}) == 4, "colours of states")
+    expect(colours[(0, 0)] == (15, 15, 15) and colours[(1, 0)] == (240, 150, 60), "colours of states")
+    expect(any("2 no echo (15 15 15)" in one for one in comments), "their colours are told")
     brightness = [sum(colours[(u, 4)]) for u in range(WIDTH)]
     expect(brightness == sorted(brightness), "more is brighter")
 
