@@ -342,6 +342,7 @@ private:
     std::vector<std::string> quantities;
     std::deque<TimedValues> window; ///< shots that lines to come may need
     bool areShotsLeft = true;
+    double lastShot = -std::numeric_limits<double>::infinity(); ///< its time
     std::optional<SeenLine> previous;
     std::map<std::size_t, Channel> channels;
     std::size_t pairCount = 0; ///< found
@@ -353,7 +354,7 @@ private:
 
     void take(ScanLine line) {
         checkpoint(listener);
-        readShots(line.end() + maxLag);
+        readShots(line.begin() - maxLag, line.end() + maxLag);
         dropBefore(line.begin() - maxLag);
         if (!(line.length() > 0.0)) {
             return;
@@ -371,14 +372,17 @@ private:
         previous = std::move(seen);
     }
 
-    void readShots(double until) {
-        while (areShotsLeft && (window.empty() || window.back().time <= until)) {
+    void readShots(double from, double until) {
+        while (areShotsLeft && lastShot <= until) {
             areShotsLeft = shots.next();
             auto const& values = shots.getValues();
             bool const isGood = areShotsLeft && shots.getFaults().empty() && !std::isnan(values[0]);
             if (isGood) {
-                window.push_back({toSeconds * values[0], {values.begin() + 1, values.end()}});
-            } else if (areShotsLeft) {
+                lastShot = toSeconds * values[0];
+            }
+            if (isGood && lastShot >= from) {
+                window.push_back({lastShot, {values.begin() + 1, values.end()}});
+            } else if (areShotsLeft && !isGood) {
                 bad.add(shots,
                         shots.getFaults().empty() ? "the shot has no time" : causesOf(shots.getFaults()));
             }

@@ -13,6 +13,21 @@ namespace {
 
 constexpr int residualDigits = 4;
 
+/// What CLI11 fills in.
+struct RawRegister {
+    RegisterOptions options;
+    bool isRigid = false;
+    bool isAffine = false;
+};
+
+RegisterOptions optionsOf(RawRegister const& raw) {
+    RegisterOptions options = raw.options;
+    options.map = raw.isRigid    ? RegisterMap::Rigid
+                  : raw.isAffine ? RegisterMap::Affine
+                                 : RegisterMap::ByCount;
+    return options;
+}
+
 std::string rowText(LinearMap const& map, unsigned long row) {
     return vectorText(Vector(map.get(row, 0), map.get(row, 1), map.get(row, 2)));
 }
@@ -24,8 +39,8 @@ std::string pairText(RegisterResult const& result, std::size_t pair) {
 void printFit(std::ostream& output, RegisterResult const& result) {
     FrameFit const& fit = *result.fit;
     printItem(output, "pairs", std::to_string(result.pairs.size()));
-    printItem(output, "residual, root mean square", toShortText(fit.rms, residualDigits));
-    printItem(output, "residual, worst",
+    printItem(output, "residual rms", toShortText(fit.rms, residualDigits));
+    printItem(output, "worst residual",
               toShortText(fit.residuals[fit.worst], residualDigits) + ", " + pairText(result, fit.worst));
     for (std::size_t const pair : fit.getOutliers()) {
         printItem(output, "outlier",
@@ -59,39 +74,30 @@ void print(std::ostream& output, RegisterOptions const& options, RegisterResult 
 } // namespace
 
 Command addRegister(CLI::App& app) {
-    auto const options = std::make_shared<RegisterOptions>();
+    auto const raw = std::make_shared<RawRegister>();
     CLI::App* const registration =
         app.add_subcommand("register", "Find the map that takes points to their places");
     registration
-        ->add_option(
-            "PAIRS", options->pairs,
-            "A table with the columns sx,sy,sz,tx,ty,tz: 3 to 1000 pairs for a rigid motion, which takes "
-            "the first three, in the cell, to the others, on the part")
+        ->add_option("PAIRS", raw->options.pairs,
+                     "A table with the columns sx,sy,sz,tx,ty,tz: 3 to 1000 pairs for a rigid motion, which "
+                     "takes the first three, in the cell, to the others, on the part")
         ->required();
     CLI::Option* const frame = registration->add_option(
-        "--out", options->frame,
+        "--out", raw->options.frame,
         "Frame to write, for --frame of other commands: the rigid motion of least squares");
     frame->type_name("FRAME.json");
-    registration->add_option("--unit", options->unit, "The unit of the pairs, to go with the frame")
+    registration->add_option("--unit", raw->options.unit, "The unit of the pairs, to go with the frame")
         ->type_name("NAME")
         ->needs(frame);
-    CLI::Option* const rigid =
-        registration->add_flag("--rigid", "Find the rigid motion of least squares for any number of pairs");
+    CLI::Option* const rigid = registration->add_flag(
+        "--rigid", raw->isRigid, "Find the rigid motion of least squares for any number of pairs");
     registration
-        ->add_flag("--affine",
+        ->add_flag("--affine", raw->isAffine,
                    "Find the affine map through four pairs, as without any option; a frame is rigid")
         ->excludes(frame)
         ->excludes(rigid);
     return commandOf(
-        registration,
-        [options, registration] {
-            RegisterOptions result = *options;
-            result.map = registration->count("--rigid") > 0    ? RegisterMap::Rigid
-                         : registration->count("--affine") > 0 ? RegisterMap::Affine
-                                                               : RegisterMap::ByCount;
-            return result;
-        },
-        registerPoints, print);
+        registration, [raw] { return optionsOf(*raw); }, registerPoints, print);
 }
 
 } // namespace cscan
