@@ -11,6 +11,7 @@ Command addCheck(CLI::App& app);
 Command addCrop(CLI::App& app);
 Command addPrepare(CLI::App& app);
 Command addScan(CLI::App& app);
+Command addPicture(CLI::App& app);
 Command addInfo(CLI::App& app);
 Command addFit(CLI::App& app);
 Command addRegister(CLI::App& app);
@@ -20,5 +21,6 @@ Command addCut(CLI::App& app);
 Command addSelftest(CLI::App& app);
 Command addDerive(CLI::App& app);
 Command addFootprint(CLI::App& app);
+Command addFitFrame(CLI::App& app);
 
 } // namespace cscan
