@@ -20,8 +20,8 @@ constexpr double widestJitter = 0.45;
 
 /// Discs on the unrolled cylinder: five equal ones that echo, one that only takes the back wall's echo away,
 /// and one below the beam's width.
-Setup cylinderCase() {
-    Setup setup;
+Case cylinderCase() {
+    Case setup;
     setup.shape = makeCylinder({});
     setup.flaws = {{"disc 1", {-200.0, -20.0}, 4.0, 4.0, 0.0, 4.0},
                    {"disc 2", {-100.0, 10.0}, 4.0, 4.0, 0.0, 4.0},
@@ -34,8 +34,8 @@ Setup cylinderCase() {
 }
 
 /// Discs of equal area at growing distances from the pole, where a flat map stretches them differently.
-Setup capCase() {
-    Setup setup;
+Case capCase() {
+    Case setup;
     setup.shape = makeCap({});
     double const degree = 50.0 * std::acos(-1.0) / 180.0; // in mm from the pole
     setup.flaws = {{"disc at the pole", {0.0, 0.0}, 4.0, 4.0, 0.0, 4.0},
@@ -46,8 +46,8 @@ Setup capCase() {
 }
 
 /// Three hidden flaws in four millimetres of blade.
-Setup bladeCase() {
-    Setup setup;
+Case bladeCase() {
+    Case setup;
     setup.shape = makeBlade();
     setup.instrument.thickness = 4.0;
     setup.instrument.beamDiameter = 1.5;
@@ -62,7 +62,7 @@ Setup bladeCase() {
 /// Whether a shot at this pose gets lost. Draws one number whatever the pose.
 class Losses {
 public:
-    explicit Losses(Setup const& newSetup) : setup(newSetup), chance(newSetup.seed + lossSeed) {
+    explicit Losses(Case const& newCase) : setup(newCase), chance(newCase.seed + lossSeed) {
         if (setup.dropouts.patch) {
             centre = setup.shape->at(setup.dropouts.patch->centre);
         }
@@ -76,7 +76,7 @@ public:
     }
 
 private:
-    Setup const& setup;
+    Case const& setup;
     RandomNoise chance;
     SurfacePoint centre;
 
@@ -117,10 +117,10 @@ std::vector<std::string> caseNames() {
     return {"cylinder", "cap", "blade"};
 }
 
-Setup caseOf(std::string const& name) {
+Case caseOf(std::string const& name) {
     Inspection::require(name == "cylinder" || name == "cap" || name == "blade",
                         "there is no simulated case '" + name + "'; there are cylinder, cap and blade");
-    Setup setup = name == "cylinder" ? cylinderCase() : (name == "cap" ? capCase() : bladeCase());
+    Case setup = name == "cylinder" ? cylinderCase() : (name == "cap" ? capCase() : bladeCase());
     setup.name = name;
     return setup;
 }
@@ -130,7 +130,7 @@ Inspection::Beam beamOf(Shot const& shot) {
     return {Point(origin.getdX(), origin.getdY(), origin.getdZ()), shot.pose.beam()};
 }
 
-Measurement measureAt(Setup const& setup, std::vector<Pose> const& poses) {
+Measurement measureAt(Case const& setup, std::vector<Pose> const& poses) {
     Measurement measurement;
     for (Flaw const& flaw : setup.flaws) {
         measurement.flaws.push_back(placedOn(*setup.shape, flaw));
@@ -151,7 +151,7 @@ Measurement measureAt(Setup const& setup, std::vector<Pose> const& poses) {
     return measurement;
 }
 
-Measurement measure(Setup const& setup) {
+Measurement measure(Case const& setup) {
     ProbeMotion const motion(*setup.shape, setup.sweep);
     if (!setup.clocks) {
         return measureAt(setup, motion.lattice());

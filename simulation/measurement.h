@@ -36,7 +36,7 @@ struct Clocks {
 };
 
 /// All there is to know about a simulated measurement.
-struct Setup {
+struct Case {
     std::string name; ///< of the part
     std::shared_ptr<Shape const> shape;
     double meshSide = 1.0; ///< of the part's triangles, mm
@@ -49,7 +49,7 @@ struct Setup {
 };
 
 /// The built-in cases: "cylinder", "cap" and "blade". Fails for another name.
-Setup caseOf(std::string const& name);
+Case caseOf(std::string const& name);
 std::vector<std::string> caseNames();
 
 /// A shot: the pose that the probe really had and what the instrument read.
@@ -71,9 +71,9 @@ struct Measurement {
 };
 
 /// Sweeps the part. The same setup gives the same measurement, and what got lost changes no other reading.
-Measurement measure(Setup const& setup);
+Measurement measure(Case const& setup);
 
 /// Fires at given poses instead of a sweep.
-Measurement measureAt(Setup const& setup, std::vector<Pose> const& poses);
+Measurement measureAt(Case const& setup, std::vector<Pose> const& poses);
 
 } // namespace QELT::Simulation

@@ -71,17 +71,57 @@ private:
     std::vector<std::filesystem::path> files;
 };
 
-void addSettings(Record& record, SimulateOptions const& options) {
-    Setup const& setup = options.setup;
-    record.setUnit("mm");
-    record.setting("simulated", true);
-    record.setting("case", setup.name);
-    record.setting("seed", setup.seed);
-    record.setting("dialect", nameOf(options.cell.dialect));
-    record.setting("beamDiameter", setup.instrument.beamDiameter);
+void addInstrument(Record& record, Instrument const& instrument) {
+    record.setting("beamDiameter", instrument.beamDiameter);
+    record.setting("backWall", instrument.backWall);
+    record.setting("reflector", instrument.reflector);
+    record.setting("tiltLoss", instrument.tiltLoss);
+    record.setting("noise", instrument.noise);
+    record.setting("frontNoise", instrument.frontNoise);
+    record.setting("ceiling", instrument.ceiling);
+    record.setting("noEchoBelow", instrument.noEchoBelow);
+    record.setting("thickness", instrument.thickness);
+    record.setting("gateFrom", instrument.gateFrom);
+    record.setting("gateTo", instrument.gateTo);
+    record.setting("speed", instrument.speed);
+    record.setting("couplantSpeed", instrument.couplantSpeed);
+}
+
+void addSweep(Record& record, Case const& setup) {
     record.setting("step", setup.sweep.step);
     record.setting("lineSpacing", setup.sweep.lineSpacing);
     record.setting("standoff", setup.sweep.standoff);
+    record.setting("overrun", setup.sweep.overrun);
+    record.setting("sweepSpeed", setup.sweep.speed);
+    record.setting("wobble", setup.sweep.wobble);
+    record.setting("lossShare", setup.dropouts.share);
+    record.setting("lostLines",
+                   std::vector<double>(setup.dropouts.lines.begin(), setup.dropouts.lines.end()));
+    if (setup.clocks) {
+        record.setting("poseRate", setup.clocks->poseRate);
+        record.setting("shotRate", setup.clocks->shotRate);
+        record.setting("lag", setup.clocks->lag);
+        record.setting("jitter", setup.clocks->jitter);
+    }
+}
+
+std::vector<double> numbersOf(RigidMotion const& motion) {
+    auto const angles = anglesZyxOf(motion.rotation);
+    return {
+        motion.shift.getdX(), motion.shift.getdY(), motion.shift.getdZ(), angles[0], angles[1], angles[2]};
+}
+
+void addSettings(Record& record, SimulateOptions const& options) {
+    record.setUnit("mm");
+    record.setting("simulated", true);
+    record.setting("case", options.setup.name);
+    record.setting("seed", options.setup.seed);
+    addInstrument(record, options.setup.instrument);
+    addSweep(record, options.setup);
+    record.setting("dialect", nameOf(options.cell.dialect));
+    record.setting("hasDecimalCommas", options.cell.hasDecimalCommas);
+    record.setting("frame", numbersOf(options.cell.frame));
+    record.setting("tool", numbersOf(options.cell.tool));
 }
 
 void addFigures(Record& record, SimulateResult const& result) {

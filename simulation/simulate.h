@@ -10,7 +10,7 @@ namespace QELT::Simulation {
 
 /// What to simulate and where to write it.
 struct SimulateOptions {
-    Setup setup;
+    Case setup;
     Cell cell;
     std::vector<Pose> path;                    ///< fires at these poses, if there are any, instead of a sweep
     std::vector<std::filesystem::path> inputs; ///< the files that the path came from, for the records

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <cmath>
 
 namespace QELT::Simulation {
@@ -10,18 +11,34 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+/// To a millionth of a micrometre: the last bit of a sine changes no byte, and no zero has a sign.
+double rounded(double value) {
+    constexpr double steps = 1e9;
+    return std::round(value * steps) / steps + 0.0;
+}
+
+template <class Numbers>
+Json jsonOf(Numbers const& numbers) {
+    Json array = Json::array();
+    for (double const number : numbers) {
+        array.push_back(rounded(number));
+    }
+    return array;
+}
+
 Json jsonOf(Vector const& vector) {
-    return Json::array({vector.getdX(), vector.getdY(), vector.getdZ()});
+    return jsonOf(std::array{vector.getdX(), vector.getdY(), vector.getdZ()});
 }
 
 Json jsonOf(RigidMotion const& motion) {
     Rotation const rows = motion.rotation.inverse();
     Json matrix = Json::array();
-    matrix.push_back({rows.x.getdX(), rows.x.getdY(), rows.x.getdZ(), motion.shift.getdX()});
-    matrix.push_back({rows.y.getdX(), rows.y.getdY(), rows.y.getdZ(), motion.shift.getdY()});
-    matrix.push_back({rows.z.getdX(), rows.z.getdY(), rows.z.getdZ(), motion.shift.getdZ()});
+    for (unsigned long axis = 0; axis < 3; ++axis) {
+        Vector const& row = axis == 0 ? rows.x : (axis == 1 ? rows.y : rows.z);
+        matrix.push_back(jsonOf(std::array{row.getdX(), row.getdY(), row.getdZ(), motion.shift.get(axis)}));
+    }
     return {{"translation", jsonOf(motion.shift)},
-            {"quaternionWxyz", quaternionOf(motion.rotation)},
+            {"quaternionWxyz", jsonOf(quaternionOf(motion.rotation))},
             {"matrix", matrix}};
 }
 
@@ -33,7 +50,7 @@ Json jsonOf(PlacedFlaw const& placed) {
             {"longAxis", jsonOf(placed.longAxis)},
             {"halfLength", flaw.halfLength},
             {"halfWidth", flaw.halfWidth},
-            {"area", placed.area},
+            {"area", rounded(placed.area)},
             {"depth", flaw.depth},
             {"echo", flaw.echo},
             {"shadow", flaw.shadow}};
@@ -56,7 +73,7 @@ Json jsonOf(Instrument const& instrument) {
             {"tofFrom", instrument.zero == TimeZero::Firing ? "firing" : "front wall"}};
 }
 
-Json sweepOf(Setup const& setup, Measurement const& measurement) {
+Json sweepOf(Case const& setup, Measurement const& measurement) {
     return {
         {"lines", measurement.lineCount},   {"shots", measurement.shots.size() + measurement.droppedCount},
         {"step", setup.sweep.step},         {"lineSpacing", setup.sweep.lineSpacing},
@@ -64,7 +81,7 @@ Json sweepOf(Setup const& setup, Measurement const& measurement) {
         {"speed[mm/s]", setup.sweep.speed}, {"wobble[deg]", setup.sweep.wobble}};
 }
 
-Json droppedOf(Setup const& setup, Measurement const& measurement) {
+Json droppedOf(Case const& setup, Measurement const& measurement) {
     ProbeMotion const motion(*setup.shape, setup.sweep);
     Json lines = Json::array();
     for (std::size_t const line : setup.dropouts.lines) {
@@ -84,7 +101,7 @@ Json droppedOf(Setup const& setup, Measurement const& measurement) {
 
 } // namespace
 
-std::string truthOf(Setup const& setup, Measurement const& measurement, Cell const& cell) {
+std::string truthOf(Case const& setup, Measurement const& measurement, Cell const& cell) {
     constexpr int indentation = 2;
     Json flaws = Json::array();
     for (PlacedFlaw const& flaw : measurement.flaws) {

@@ -16,9 +16,9 @@ namespace cscan {
 
 namespace {
 
+using QELT::Simulation::Case;
 using QELT::Simulation::Clocks;
 using QELT::Simulation::RigidMotion;
-using QELT::Simulation::Setup;
 using QELT::Simulation::SimulateOptions;
 using QELT::Simulation::SimulateResult;
 
@@ -26,7 +26,7 @@ using QELT::Simulation::SimulateResult;
 struct RawSimulation {
     std::string caseName;
     SimulateOptions options;
-    std::vector<std::function<void(Setup&)>> changes;
+    std::vector<std::function<void(Case&)>> changes;
 };
 
 RigidMotion motionIn(std::string_view text) {
@@ -49,7 +49,7 @@ void addChange(CLI::App& command, RawSimulation& raw, std::string const& name, s
     auto const keep = [&raw, read, change](std::string& text) -> std::string {
         try {
             auto const value = read(text);
-            raw.changes.push_back([change, value](Setup& setup) { change(setup, value); });
+            raw.changes.push_back([change, value](Case& setup) { change(setup, value); });
         } catch (UsageError const& error) {
             return error.what();
         }
@@ -65,31 +65,31 @@ void addChange(CLI::App& command, RawSimulation& raw, std::string const& name, s
 void addInstrumentOptions(CLI::App& command, RawSimulation& raw) {
     addChange(
         command, raw, "--beam", "D", positiveNumberIn,
-        [](Setup& setup, double d) { setup.instrument.beamDiameter = d; },
+        [](Case& setup, double d) { setup.instrument.beamDiameter = d; },
         "Diameter of the beam at half of its response (-6 dB), mm");
     addChange(
         command, raw, "--tilt-loss", "DB", nonNegativeNumberIn,
-        [](Setup& setup, double loss) { setup.instrument.tiltLoss = loss; },
+        [](Case& setup, double loss) { setup.instrument.tiltLoss = loss; },
         "Loss in dB for each square degree off head-on");
     addChange(
         command, raw, "--noise", "DB", nonNegativeNumberIn,
-        [](Setup& setup, double noise) { setup.instrument.noise = noise; },
+        [](Case& setup, double noise) { setup.instrument.noise = noise; },
         "Standard deviation of amplitudes, dB");
     addChange(
         command, raw, "--front-noise", "MM", nonNegativeNumberIn,
-        [](Setup& setup, double noise) { setup.instrument.frontNoise = noise; },
+        [](Case& setup, double noise) { setup.instrument.frontNoise = noise; },
         "Standard deviation of the measured way to the front wall, mm");
     addChange(
         command, raw, "--ceiling", "FSH", positiveNumberIn,
-        [](Setup& setup, double ceiling) { setup.instrument.ceiling = ceiling; },
+        [](Case& setup, double ceiling) { setup.instrument.ceiling = ceiling; },
         "What louder echoes read as, percent of the full screen");
     addChange(
         command, raw, "--no-echo-below", "FSH", nonNegativeNumberIn,
-        [](Setup& setup, double level) { setup.instrument.noEchoBelow = level; },
+        [](Case& setup, double level) { setup.instrument.noEchoBelow = level; },
         "Quieter echoes are not reported, percent of the full screen");
     addChange(
         command, raw, "--gate", "FROM,TO", [](std::string_view text) { return numbersIn(text, "FROM,TO"); },
-        [](Setup& setup, std::vector<double> const& gate) {
+        [](Case& setup, std::vector<double> const& gate) {
             setup.instrument.gateFrom = gate[0];
             setup.instrument.gateTo = gate[1];
         },
@@ -99,22 +99,22 @@ void addInstrumentOptions(CLI::App& command, RawSimulation& raw) {
 void addSweepOptions(CLI::App& command, RawSimulation& raw) {
     addChange(
         command, raw, "--step", "S", positiveNumberIn,
-        [](Setup& setup, double step) { setup.sweep.step = step; }, "Between shots along a line, mm");
+        [](Case& setup, double step) { setup.sweep.step = step; }, "Between shots along a line, mm");
     addChange(
         command, raw, "--lines", "S", positiveNumberIn,
-        [](Setup& setup, double spacing) { setup.sweep.lineSpacing = spacing; }, "Between lines, mm");
+        [](Case& setup, double spacing) { setup.sweep.lineSpacing = spacing; }, "Between lines, mm");
     addChange(
         command, raw, "--standoff", "D", positiveNumberIn,
-        [](Setup& setup, double standoff) { setup.sweep.standoff = standoff; },
+        [](Case& setup, double standoff) { setup.sweep.standoff = standoff; },
         "From the probe to the part, mm");
     addChange(
         command, raw, "--wobble", "DEG", nonNegativeNumberIn,
-        [](Setup& setup, double wobble) { setup.sweep.wobble = wobble; },
+        [](Case& setup, double wobble) { setup.sweep.wobble = wobble; },
         "The greatest angle by which the probe swings off the normal");
     addChange(
         command, raw, "--window", "U0,V0,U1,V1",
         [](std::string_view text) { return numbersIn(text, "U0,V0,U1,V1"); },
-        [](Setup& setup, std::vector<double> const& box) {
+        [](Case& setup, std::vector<double> const& box) {
             setup.sweep.from = {box[0], box[1]};
             setup.sweep.to = {box[2], box[3]};
         },
@@ -124,21 +124,21 @@ void addSweepOptions(CLI::App& command, RawSimulation& raw) {
 void addLossOptions(CLI::App& command, RawSimulation& raw) {
     addChange(
         command, raw, "--drop-line", "N", wholeNumberFrom(0),
-        [](Setup& setup, unsigned long line) { setup.dropouts.lines.push_back(line); },
+        [](Case& setup, unsigned long line) { setup.dropouts.lines.push_back(line); },
         "Lose a line of the sweep, counted from 0; may be given several times");
     addChange(
         command, raw, "--drop-patch", "U,V,R", [](std::string_view text) { return numbersIn(text, "U,V,R"); },
-        [](Setup& setup, std::vector<double> const& patch) {
+        [](Case& setup, std::vector<double> const& patch) {
             setup.dropouts.patch = {{patch[0], patch[1]}, patch[2]};
         },
         "Lose the shots within a radius of a place in the part's own coordinates, mm");
     addChange(
         command, raw, "--drop", "PERCENT", percentIn,
-        [](Setup& setup, double percent) { setup.dropouts.share = percent / 100.0; },
+        [](Case& setup, double percent) { setup.dropouts.share = percent / 100.0; },
         "Lose so many shots at random");
 }
 
-Clocks& clocksOf(Setup& setup) {
+Clocks& clocksOf(Case& setup) {
     if (!setup.clocks) {
         setup.clocks = Clocks{};
     }
@@ -147,12 +147,12 @@ Clocks& clocksOf(Setup& setup) {
 
 void addClockOptions(CLI::App& command, RawSimulation& raw) {
     addChange(
-        command, raw, "--lag", "MS", numberIn, [](Setup& setup, double lag) { clocksOf(setup).lag = lag; },
+        command, raw, "--lag", "MS", numberIn, [](Case& setup, double lag) { clocksOf(setup).lag = lag; },
         "Poses and readings in tables of their own; the instrument stamps a shot so much later than the "
         "robot");
     addChange(
         command, raw, "--jitter", "MS", nonNegativeNumberIn,
-        [](Setup& setup, double jitter) { clocksOf(setup).jitter = jitter; },
+        [](Case& setup, double jitter) { clocksOf(setup).jitter = jitter; },
         "The same two tables; standard deviation of the robot's stamps");
 }
 
@@ -181,7 +181,7 @@ void addCellOptions(CLI::App& command, RawSimulation& raw) {
                      "Write 1,5 for 1.5, and semicolons between fields");
     addChange(
         command, raw, "--seed", "N", wholeNumberFrom(0),
-        [](Setup& setup, unsigned long seed) { setup.seed = static_cast<std::uint32_t>(seed); },
+        [](Case& setup, unsigned long seed) { setup.seed = static_cast<std::uint32_t>(seed); },
         "Of noise and losses");
 }
 
