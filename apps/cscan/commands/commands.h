@@ -20,6 +20,7 @@ Command addCut(CLI::App& app);
 Command addSelftest(CLI::App& app);
 Command addDerive(CLI::App& app);
 Command addFootprint(CLI::App& app);
+Command addPath(CLI::App& app);
 Command addSimulate(CLI::App& app);
 
 } // namespace cscan
