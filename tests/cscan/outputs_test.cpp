@@ -2,7 +2,7 @@
 
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/parts/facemesh.h"
-#include "apps/cscan/demo/bladepart.h"
+#include "simulation/bladepart.h"
 #include "tests/cscan/spawn.h"
 
 #include <gtest/gtest.h>
@@ -57,7 +57,7 @@ struct Writing {
 };
 
 void makeInputs(ScratchDirectory const& directory) {
-    writeFaces(measuredBlade({60, 8, 0.003, 7}), directory / "part.obj");
+    writeFaces(QELT::Simulation::measuredBlade({60, 8, 0.003, 7}), directory / "part.obj");
     writeFaces(tube(), directory / "tube.obj");
     writeText(directory / "cloud.xyz", cloud());
     writeText(directory / "part.off", "OFF\n4 1 0\n0 0 0\n1 0 0\n1 1 0\n0 1 0\n4 0 1 2 3\n");
@@ -277,7 +277,7 @@ TEST(Outputs, ofAKilledRunLeaveTheEarlierFile) {
 
 TEST(Outputs, ofAnInterruptedRunLeaveWhatWasThereAndNothingElse) {
     ScratchDirectory const directory;
-    writeFaces(measuredBlade({500, 60, 0.003, 7}), directory / "part.obj");
+    writeFaces(QELT::Simulation::measuredBlade({500, 60, 0.003, 7}), directory / "part.obj");
     writeText(directory / "out.quads", "the earlier file");
     writeText(directory / "flat.obj", "the earlier map");
     Contents const before = contentsOf(directory);
