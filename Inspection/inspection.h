@@ -2,6 +2,7 @@
 
 /// Everything public of the inspection library.
 
+#include "Inspection/exports/exportresult.h"
 #include "Inspection/fits/registration.h"
 #include "Inspection/fits/surfacefits.h"
 #include "Inspection/grids/derive.h"
@@ -15,6 +16,10 @@
 #include "Inspection/import/part.h"
 #include "Inspection/import/partfile.h"
 #include "Inspection/import/xyzfile.h"
+#include "Inspection/indications/findindications.h"
+#include "Inspection/indications/indication.h"
+#include "Inspection/indications/indications.h"
+#include "Inspection/indications/indicationtable.h"
 #include "Inspection/maps/directsolver.h"
 #include "Inspection/maps/flattening.h"
 #include "Inspection/maps/mapcandidate.h"
@@ -37,6 +42,7 @@
 #include "Inspection/pictures/flatpicture.h"
 #include "Inspection/pictures/footprintpicture.h"
 #include "Inspection/pictures/image.h"
+#include "Inspection/pictures/indicationpicture.h"
 #include "Inspection/pictures/pngfile.h"
 #include "Inspection/pictures/preparedgrid.h"
 #include "Inspection/pictures/valuepicture.h"

@@ -10,9 +10,10 @@ find_package(ZLIB REQUIRED)
 # CMake's own module for it wants a compiler of C.
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(HDF5 REQUIRED IMPORTED_TARGET hdf5)
+pkg_check_modules(TIFF REQUIRED IMPORTED_TARGET libtiff-4>=4.5)
 
 # None of them shows in a public header. Two are headers only, which nobody needs who links what was built.
-set(qelt_inspection_libraries PNG::PNG ZLIB::ZLIB PkgConfig::HDF5 embree $<BUILD_INTERFACE:Eigen3::Eigen>
+set(qelt_inspection_libraries PNG::PNG ZLIB::ZLIB PkgConfig::HDF5 PkgConfig::TIFF embree $<BUILD_INTERFACE:Eigen3::Eigen>
                               $<BUILD_INTERFACE:nlohmann_json::nlohmann_json>)
 if(QELT_WITH_ASSIMP)
     find_package(assimp REQUIRED)

@@ -2,8 +2,10 @@
 
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/parts/facemesh.h"
+#include "Inspection/results/resultfile.h"
 #include "simulation/bladepart.h"
 #include "tests/cscan/spawn.h"
+#include "tests/inspection/sampleresults.h"
 
 #include <gtest/gtest.h>
 
@@ -64,6 +66,9 @@ void makeInputs(ScratchDirectory const& directory) {
     Grid grid;
     ASSERT_TRUE(grid.setAsPlane({20.0, 20.0}, 0.5, false, 10));
     saveGrid(grid, directory / "in.quads");
+    Result result = resultOn(40, 30, flat(0.5));
+    measure(result, [](Vector const& point) { return point.getdX() > 9.0 ? 60.0 : point.getdY(); });
+    writeResult(directory / "in.h5", result);
 }
 
 std::vector<Writing> const& writings() {
@@ -82,6 +87,13 @@ std::vector<Writing> const& writings() {
         {{"footprint", "in.quads", "--origin", "10.1,10.2,5", "--axis-a", "1,0,0", "--axis-b", "0,-1,0",
           "--cotangent", "5", "--aperture", "1", "--image", "foot.png"},
          {"foot.png"}},
+        {{"indications", "in.h5", "found.csv", "--value", "amplitude", "--threshold", "50", "--image",
+          "found.png", "--poses", "poses.csv", "--standoff", "20"},
+         {"found.csv", "found.png", "poses.csv"}},
+        {{"export", "in.h5", "out.vtm"}, {"out.vtm", "out_0.vts"}},
+        {{"export", "in.h5", "out.ply"}, {"out.ply"}},
+        {{"export", "in.h5", "out.npz"}, {"out.npz"}},
+        {{"export", "in.h5", "out.tif"}, {"out.tif"}},
     };
     return all;
 }

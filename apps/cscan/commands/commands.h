@@ -13,6 +13,8 @@ Command addPrepare(CLI::App& app);
 Command addPath(CLI::App& app);
 Command addScan(CLI::App& app);
 Command addPicture(CLI::App& app);
+Command addIndications(CLI::App& app);
+Command addExport(CLI::App& app);
 Command addInfo(CLI::App& app);
 Command addFit(CLI::App& app);
 Command addRegister(CLI::App& app);
