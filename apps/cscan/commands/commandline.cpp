@@ -25,7 +25,7 @@ std::vector<Command> addCommands(CLI::App& app) {
     std::vector<Command> commands;
     for (auto const add :
          {addDemo, addImport, addCheck, addCrop, addPrepare, addScan, addInfo, addFit, addRegister,
-          addNeighbours, addReconstruct, addCut, addSelftest, addDerive, addFootprint}) {
+          addNeighbours, addReconstruct, addCut, addSelftest, addDerive, addFootprint, addView}) {
         commands.push_back(add(app));
     }
     return commands;

@@ -20,5 +20,6 @@ Command addCut(CLI::App& app);
 Command addSelftest(CLI::App& app);
 Command addDerive(CLI::App& app);
 Command addFootprint(CLI::App& app);
+Command addView(CLI::App& app);
 
 } // namespace cscan
