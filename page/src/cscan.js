@@ -198,7 +198,7 @@ export class CScanView {
             (marks.footprints ?? []).forEach((circle) => this.drawWay(context, circle, '#ffffff', 1));
             (marks.indications ?? []).forEach((indication) => this.drawIndication(context, indication));
             this.drawWay(context, marks.way, '#ffffff', 2, true);
-            this.drawWay(context, marks.line, '#ff9f1c', 2, true);
+            this.drawWay(context, marks.line, '#ff9f1c', 1, true);
             (marks.ends ?? []).forEach((place) => this.drawEnd(context, place));
             if (marks.beam && marks.pixel >= 0) {
                 const circle = circleOn(this.scan, marks.pixel, marks.beam);
@@ -341,7 +341,7 @@ export function stroke(context, colour, width, hasHalo) {
     context.lineJoin = 'round';
     if (hasHalo) {
         context.strokeStyle = 'rgba(0,0,0,.75)';
-        context.lineWidth = width + 2;
+        context.lineWidth = width + (width > 1 ? 2 : 1);
         context.stroke();
     }
     context.strokeStyle = colour;

@@ -24,6 +24,19 @@ function indicationOf(scan, row, index) {
     };
 }
 
+/** Whether a pixel's centre lies in the outline, by the number of times a line from it crosses that. */
+export function isIn(indication, [u, v]) {
+    let isInside = false;
+    for (const way of indication.outline) {
+        for (let i = 1; i < way.length; ++i) {
+            const [[fromU, fromV], [toU, toV]] = [way[i - 1], way[i]];
+            const isCrossed = fromV > v !== toV > v && u < fromU + ((v - fromV) / (toV - fromV)) * (toU - fromU);
+            isInside = isInside !== isCrossed;
+        }
+    }
+    return isInside;
+}
+
 const isNumber = (value) => typeof value === 'number' && Number.isFinite(value);
 const firstOf = (...values) => values.find((value) => isNumber(value) && value > 0) ?? 0;
 

@@ -50,8 +50,8 @@ function spaceViewOf(surface, listener) {
     byId('space-overlay').hidden = true;
     byId('no-webgl').hidden = false;
     byId('views').classList.add('no-space');
-    for (const id of ['look', 'space-fit', 'shading']) {
-        byId(id).disabled = true;
+    for (const control of document.querySelectorAll('#space-pane label, #space-pane button')) {
+        control.hidden = true;
     }
     return null;
 }

@@ -1,7 +1,7 @@
 // The values along a line of the C-scan, over the length along the surface. Values are those of pixels, none between
 // them; gaps stay gaps. The strip below shows the states.
 
-import { ECHO, NO_ECHO, SATURATED, cssOf, stateColours, stateNames } from './colours.js';
+import { ECHO, NO_ECHO, cssOf, stateColours, stateNames } from './colours.js';
 import { plain, text, ticksBetween } from './ticks.js';
 
 const margin = { left: 62, right: 14, top: 10, bottom: 44 };
@@ -108,24 +108,31 @@ export class ProfileView {
         context.textBaseline = 'bottom';
         context.fillText(`length along the surface [${this.unit}]`, margin.left + width / 2, margin.top + height + margin.bottom);
         context.save();
-        context.translate(10, margin.top + height / 2);
+        context.translate(10, this.canvas.clientHeight / 2);
         context.rotate(-Math.PI / 2);
         context.textBaseline = 'middle';
-        context.fillText(this.title, 0, 0);
+        context.fillText(this.title, 0, 0, this.canvas.clientHeight - 6);
         context.restore();
     }
 
+    /** One rectangle for each run of pixels of the same state. */
     drawStates(context, height) {
-        this.profile.samples.forEach((sample, i) => {
-            const end = this.profile.samples[i + 1]?.length ?? this.profile.length;
-            const hasValue = sample.state === ECHO || (sample.state === SATURATED);
-            context.fillStyle = sample.state === ECHO ? '#7d8b99' : cssOf((stateColours[sample.state] ?? stateColours[NO_ECHO])[0]);
-            context.fillRect(this.x(sample.length), margin.top + height + 1, Math.max(1, this.x(end) - this.x(sample.length)), stripHeight);
-            if (!hasValue && sample.state === NO_ECHO) {
-                context.strokeStyle = '#4b535d';
-                line(context, this.x(sample.length), margin.top + height + stripHeight + 1, this.x(end), margin.top + height + stripHeight + 1);
+        const { samples, length } = this.profile;
+        const top = margin.top + height + 1;
+        for (let begin = 0, end = 0; begin < samples.length; begin = end) {
+            const { state } = samples[begin];
+            while (end < samples.length && samples[end].state === state) {
+                ++end;
             }
-        });
+            const left = this.x(samples[begin].length);
+            const width = Math.max(1, this.x(samples[end]?.length ?? length) - left);
+            context.fillStyle = state === ECHO ? '#7d8b99' : cssOf(stateColours[state][0]);
+            context.fillRect(left, top, width, stripHeight);
+            if (state === NO_ECHO) { // white on white
+                context.strokeStyle = '#4b535d';
+                context.strokeRect(left + 0.5, top + 0.5, width - 1, stripHeight - 1);
+            }
+        }
     }
 
     drawValues(context) {

@@ -5,7 +5,7 @@ import {
     ECHO, NO_ECHO, NOT_REACHED, NO_SURFACE, REFUSED, SATURATED, Scale, bandsIn, cssOf, mapNames, paint, stateColours, stateNames,
 } from './colours.js';
 import { CScanView } from './cscan.js';
-import { indicationsOf } from './indications.js';
+import { indicationsOf, isIn } from './indications.js';
 import { drawLegend } from './legend.js';
 import { circleOn, lengthOf, profileOf, shortestWay } from './measure.js';
 import { ProfileView } from './profile.js';
@@ -15,6 +15,9 @@ import { histogramOf, statisticsOf } from './statistics.js';
 import { count, plain, text, withUnit } from './ticks.js';
 
 const mostFootprints = 5000;
+
+/** Of the full range: where 98 % of the values take less of it, the rest are outliers. */
+const outlierShare = 0.25;
 
 export class ScanPage {
     constructor(model, scan, surface, makeSpace) {
@@ -107,7 +110,10 @@ export class ScanPage {
             { name: 'Error of holding it', cells: [this.value === null ? '–' : this.value.error === 0 ? 'none' : `± ${withUnit(this.value.error, unit, 2)}`] },
             ...(this.value?.ceiling === undefined ? [] : [{ name: 'Saturated from', cells: [withUnit(this.value.ceiling, unit)] }]),
         ]);
-        this.setLimits(low, high);
+        const [first, last] = [this.statistics.at(0.01), this.statistics.at(0.99)];
+        // A few degenerate quads would take all the colours of a grid; of what was measured nothing is left out unasked.
+        const isStretched = this.isGrid && last - first < outlierShare * (high - low);
+        this.setLimits(...(isStretched ? [first, last] : [low, high]));
     }
 
     setLimits(low, high) {
@@ -274,11 +280,13 @@ export class ScanPage {
         if (Number.isNaN(value.reals[pixel]) && source >= 0 && !Number.isNaN(value.reals[source])) {
             return `(${withUnit(value.reals[source], value.unit)})`;
         }
-        return withUnit(value.reals[pixel], value.unit);
+        return value.statistic === 'count' && !Number.isNaN(value.reals[pixel]) ? count(value.reals[pixel])
+            : withUnit(value.reals[pixel], value.unit);
     }
 
     indicationText(pixel) {
-        const found = this.indications.filter((indication) => indication.pixel === pixel);
+        const found = pixel < 0 ? [] : this.indications.filter(
+            (indication) => indication.pixel === pixel || isIn(indication, centreIn(this.scan, pixel)));
         return found.length === 0 ? '–' : found.map((indication) => indication.number).join(', ');
     }
 
@@ -302,7 +310,8 @@ export class ScanPage {
             line: placesOf(thinned(line)), ends: placesOf(ends),
             beam: beam && this.marked >= 0 ? placesOf(closed(circleOn(this.scan, this.marked, beam))) : null,
             indications: indications.filter((indication) => indication.pixel >= 0).map((indication) => ({
-                ...indication, place: this.scan.centreOf(indication.pixel), normal: this.scan.normalOf(indication.pixel),
+                ...indication, place: this.scan.centreOf(indication.pixel),
+                around: placesOf(indication.outline.flat()), normal: this.scan.normalOf(indication.pixel),
             })),
         });
     }

@@ -61,7 +61,7 @@ export class Browser {
 
     /** Opens an address in a new tab and waits until the page says that it is ready. */
     async open(address) {
-        const { targetId } = await this.send('Target.createTarget', { url: 'about:blank', ...this.size });
+        const { targetId } = await this.send('Target.createTarget', { url: 'about:blank' });
         const { sessionId } = await this.send('Target.attachToTarget', { targetId, flatten: true });
         const tab = new Tab(this, sessionId);
         await tab.begin(address);
@@ -115,7 +115,7 @@ class Tab {
         const { width, height } = this.browser.size;
         await this.send('Emulation.setDeviceMetricsOverride', { width, height, deviceScaleFactor: 1, mobile: false });
         await this.send('Page.navigate', { url: address });
-        await this.until("document.documentElement.dataset.state !== undefined");
+        await this.until("document.documentElement?.dataset.state");
     }
 
     async evaluate(expression) {
