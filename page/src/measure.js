@@ -3,10 +3,11 @@
 // A way over the surface is a list of places in pixels, (u, v), each on a quad. `lineBetween` is the straight line in
 // the C-scan, cut at every half pixel; its length is along the surface, and no shortest way. `shortestWay` is: it
 // begins with that line, or, where the line leaves the surface, with the shortest way over a coarse copy of the grid
-// (Dijkstra 1959) without the places that lines on the surface can skip, and then pulls it tight: each inner place moves to where it lies between its neighbours in space, by
-// the metric of its quad, which lessens the sum of the squared steps and ends at a geodesic. Places are doubled
-// again and again, so that far ones settle first. A place never leaves the surface: at holes the way hugs their rim.
-// Cost: some hundred thousand quads looked up, 20 ms.
+// (Dijkstra 1959), in steps of 32 directions, so that no direction is favoured by more than a hundredth; of it only the
+// places stay that no line on the surface can skip. Then it is pulled tight: each inner place moves to where it lies
+// between its neighbours in space, by the metric of its quad, which lessens the sum of the squared steps and ends at a
+// geodesic. Places are doubled again and again, so that far ones settle first. A place never leaves the surface: at
+// holes the way hugs their rim. Cost: 20 ms, some tenths of a second around holes.
 
 import { distance, dot, minus } from './scan.js';
 
@@ -129,14 +130,14 @@ function isLineOn(scan, from, to) {
     return true;
 }
 
-const routeCells = 160;
+const routeCells = 100;
 
 /** A way over cells of a coarse copy, of which each must have surface in its middle. */
 function routeAround(scan, from, to) {
     const cell = Math.max(1, Math.ceil(Math.max(scan.width, scan.height) / routeCells));
     for (let size = cell; size >= 1; size = size === 1 ? 0 : Math.floor(size / 2)) {
         const route = routeOver(scan, from, to, size);
-        if (route !== null || size * size * 40000 < scan.size) {
+        if (route !== null || size * size * 4 * routeCells * routeCells < scan.size) {
             return route;
         }
     }
@@ -146,17 +147,13 @@ function routeAround(scan, from, to) {
 function routeOver(scan, from, to, cell) {
     const columns = Math.ceil(scan.width / cell);
     const rows = Math.ceil(scan.height / cell);
-    const placeOf = (index) => [
-        Math.min((index % columns) * cell + cell / 2, scan.width - 0.5),
-        Math.min(Math.floor(index / columns) * cell + cell / 2, scan.height - 0.5)];
     const cellOf = (place) => Math.min(Math.floor(place[1] / cell), rows - 1) * columns +
         Math.min(Math.floor(place[0] / cell), columns - 1);
-    const ways = dijkstra(scan, placeOf, columns, rows, cellOf(from), cellOf(to));
-    if (ways === null) {
-        return null;
-    }
-    const inner = ways.slice(1, -1).map(placeOf);
-    return [from, ...(inner.length === 0 ? [mixed(from, to, 0.5)] : inner), to];
+    const [start, goal] = [cellOf(from), cellOf(to)];
+    const placeOf = (index) => (index === start ? from : index === goal ? to : [
+        Math.min((index % columns) * cell + cell / 2, scan.width - 0.5),
+        Math.min(Math.floor(index / columns) * cell + cell / 2, scan.height - 0.5)]);
+    return start === goal ? null : dijkstra(scan, placeOf, columns, rows, start, goal)?.map(placeOf) ?? null;
 }
 
 function dijkstra(scan, placeOf, columns, rows, start, goal) {
@@ -164,7 +161,6 @@ function dijkstra(scan, placeOf, columns, rows, start, goal) {
     const lengths = new Float64Array(count).fill(Infinity);
     const before = new Int32Array(count).fill(-1);
     const places = Array.from({ length: count }, (_, i) => scan.placeAt(...placeOf(i)));
-    places[start] ??= places.find((place) => place !== null);
     const heap = new Heap();
     lengths[start] = 0;
     heap.push(0, start);
@@ -177,11 +173,8 @@ function dijkstra(scan, placeOf, columns, rows, start, goal) {
             continue;
         }
         for (const other of neighboursOf(index, columns, rows)) {
-            if (places[other] === null && other !== goal) {
-                continue;
-            }
-            const longer = length + (places[other] === null ? 0 : distance(places[index], places[other]));
-            if (longer < lengths[other]) {
+            const longer = length + (places[other] === null ? Infinity : distance(places[index], places[other]));
+            if (longer < lengths[other] && isLineOn(scan, placeOf(index), placeOf(other))) {
                 lengths[other] = longer;
                 before[other] = index;
                 heap.push(longer, other);
@@ -199,17 +192,19 @@ function backFrom(goal, before) {
     return way.reverse();
 }
 
+/** Steps of up to three cells in all directions, each direction once. */
+const steps = [-3, -2, -1, 0, 1, 2, 3].flatMap((x) => [-3, -2, -1, 0, 1, 2, 3].map((y) => [x, y]))
+    .filter(([x, y]) => greatestDivisor(Math.abs(x), Math.abs(y)) === 1);
+
+function greatestDivisor(a, b) {
+    return b === 0 ? a : greatestDivisor(b, a % b);
+}
+
 function neighboursOf(index, columns, rows) {
     const [column, row] = [index % columns, Math.floor(index / columns)];
-    const found = [];
-    for (let y = Math.max(0, row - 1); y <= Math.min(rows - 1, row + 1); ++y) {
-        for (let x = Math.max(0, column - 1); x <= Math.min(columns - 1, column + 1); ++x) {
-            if (x !== column || y !== row) {
-                found.push(y * columns + x);
-            }
-        }
-    }
-    return found;
+    return steps.map(([x, y]) => [column + x, row + y])
+        .filter(([x, y]) => x >= 0 && y >= 0 && x < columns && y < rows)
+        .map(([x, y]) => y * columns + x);
 }
 
 /** A binary heap of numbers with their keys, the least key first. */

@@ -187,7 +187,7 @@ TEST(CommandLine, helpIsShownForTheProgramAndForEachCommand) {
     CommandLine const all = parsed({"--help"});
     EXPECT_FALSE(all.options.has_value());
     for (char const* command : {"demo", "import", "prepare", "scan", "info", "fit", "register", "neighbours",
-                                "selftest", "reconstruct", "cut", "derive", "footprint"}) {
+                                "selftest", "reconstruct", "cut", "derive", "footprint", "view"}) {
         EXPECT_NE(all.help.find(command), std::string::npos) << command;
     }
     CommandLine const one = parsed({"prepare", "--help"});

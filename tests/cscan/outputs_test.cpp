@@ -1,6 +1,7 @@
 // What is left of a run that fails, is interrupted or is killed, and what is told of one that succeeds.
 
 #include "Inspection/grids/gridfile.h"
+#include "Inspection/pages/view.h"
 #include "Inspection/parts/facemesh.h"
 #include "apps/cscan/demo/bladepart.h"
 #include "tests/cscan/spawn.h"
@@ -66,8 +67,8 @@ void makeInputs(ScratchDirectory const& directory) {
     saveGrid(grid, directory / "in.quads");
 }
 
-std::vector<Writing> const& writings() {
-    static std::vector<Writing> const all{
+std::vector<Writing> makeWritings() {
+    std::vector<Writing> all{
         {{"prepare", "part.obj", "out.quads", "--quad-area", "4", "--mode", "pinned", "--flat", "flat.obj"},
          {"out.quads", "flat.obj"}},
         {{"cut", "tube.obj", "slit.obj", "--metric", "max", "--axis", "z", "--across", "x"},
@@ -83,6 +84,14 @@ std::vector<Writing> const& writings() {
           "--cotangent", "5", "--aperture", "1", "--image", "foot.png"},
          {"foot.png"}},
     };
+    if (hasPage()) {
+        all.push_back({{"view", "in.quads", "page.html"}, {"page.html"}});
+    }
+    return all;
+}
+
+std::vector<Writing> const& writings() {
+    static std::vector<Writing> const all = makeWritings();
     return all;
 }
 

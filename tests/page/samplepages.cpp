@@ -1,4 +1,5 @@
-// Writes pages for the test in a browser: samplepages DIRECTORY [QUADS]. With a number of quads, one large page instead.
+// Writes pages for the test in a browser: samplepages DIRECTORY [QUADS]. With a number of quads, one large
+// page instead.
 
 #include "Inspection/pages/internal/overlays.h"
 #include "Inspection/pages/internal/pagebundle.h"

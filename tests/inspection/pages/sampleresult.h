@@ -45,7 +45,8 @@ inline void setShape(Result& result, std::size_t u, std::size_t v) {
     std::size_t const pixel = result.indexOf(u, v);
     auto const a = minus(patch.nodeAt(u + 1, v + 1), patch.nodeAt(u, v));
     auto const b = minus(patch.nodeAt(u, v + 1), patch.nodeAt(u + 1, v));
-    std::vector<double> const normal{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+    std::vector<double> const normal{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2],
+                                     a[0] * b[1] - a[1] * b[0]};
     double const length = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
     Point const low = patch.nodeAt(u, v);
     for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -56,7 +57,8 @@ inline void setShape(Result& result, std::size_t u, std::size_t v) {
     result.areas[pixel] = 0.5 * length;
 }
 
-inline ValueMap valueMap(std::string const& quantity, Statistic statistic, std::string const& unit, std::size_t size) {
+inline ValueMap valueMap(std::string const& quantity, Statistic statistic, std::string const& unit,
+                         std::size_t size) {
     ValueMap map;
     map.quantity = quantity;
     map.name = quantity + ":" + nameOf(statistic);
@@ -113,7 +115,8 @@ inline void addSmoothValues(Result& result) {
 }
 
 inline bool isInDisc(std::size_t u, std::size_t v, double centreU, double centreV, double radius) {
-    return std::hypot(static_cast<double>(u) + 0.5 - centreU, static_cast<double>(v) + 0.5 - centreV) < radius;
+    return std::hypot(static_cast<double>(u) + 0.5 - centreU, static_cast<double>(v) + 0.5 - centreV) <
+           radius;
 }
 
 inline void setState(Result& result, std::size_t pixel, PixelState state) {
@@ -145,8 +148,9 @@ inline void clearUnusedNodes(Result& result) {
     }
 }
 
-/// A sheet of 240 by 160 pixels of half a millimetre with every state: a hole and a cut corner, flaws that lower the echo,
-/// one without an echo, a patch that no shot met and is filled in part, saturated and refused pixels.
+/// A sheet of 240 by 160 pixels of half a millimetre with every state: a hole and a cut corner, flaws that
+/// lower the echo, one without an echo, a patch that no shot met and is filled in part, saturated and refused
+/// pixels.
 inline Result measuredSheet() {
     Result result = sheet(240, 160, 0.5);
     addSmoothValues(result);
