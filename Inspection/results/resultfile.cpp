@@ -5,6 +5,7 @@
 #include "Inspection/results/internal/hdf5file.h"
 
 #include <algorithm>
+#include <array>
 
 namespace QELT::Inspection {
 
@@ -170,31 +171,148 @@ void readPatches(Hdf5File const& file, Result& result, std::string const& compla
     }
 }
 
-} // namespace
-
-void writeResult(Destination const& to, Result const& result) {
-    Hdf5File file = Hdf5File::create(to.file, to.name.string());
-    file.setText("/", "format", formatName);
-    file.setNumbers("/", "version", {formatVersion});
-    file.setNumbers("/", "size", {static_cast<double>(result.width), static_cast<double>(result.height)});
-    file.setText("/", "unit", result.unit);
-    file.setNumbers("/", "move", {result.move[0], result.move[1], result.move[2]});
-    file.writeText("/record", result.record);
-    writePixels(file, result);
-    writeValues(file, result);
-    writePatches(file, result);
-    file.finish();
-}
-
-Result readResult(std::filesystem::path const& path) {
+Hdf5File openResult(std::filesystem::path const& path) {
     requireReadable(path);
     std::string const name = path.string();
-    std::string const damaged = name + ": is damaged";
-    Hdf5File const file =
+    Hdf5File file =
         Hdf5File::open(path, name, name + ": is no result of a scan; 'cscan scan --data' writes one");
     require(file.getText("/", "format") == formatName, name + ": is an HDF5 file, but no result of a scan");
     require(file.getNumbers("/", "version") == std::vector{formatVersion},
             name + ": was written by a later version of this program");
+    return file;
+}
+
+constexpr std::array<char const*, 7> outcomeNames{
+    "missed", "refused: angle", "refused: standoff", "refused: bad line", "no echo", "echo", "saturated"};
+
+/// The numbers of one quantity.
+std::vector<double> columnOf(ShotRows const& shots, std::size_t quantity) {
+    std::vector<double> column(shots.size());
+    for (std::size_t i = 0; i < column.size(); ++i) {
+        column[i] = shots.values[i * shots.quantities.size() + quantity];
+    }
+    return column;
+}
+
+/// Columns go by their numbers: their names may be anything.
+std::string placeOfColumn(std::size_t quantity) {
+    return "/shots/values/" + std::to_string(quantity);
+}
+
+void appendShots(Hdf5File& file, ShotRows const& shots) {
+    std::vector<std::uint8_t> outcomes(shots.size());
+    std::transform(shots.outcomes.begin(), shots.outcomes.end(), outcomes.begin(),
+                   [](ShotRows::Outcome outcome) { return static_cast<std::uint8_t>(outcome); });
+    file.append("/shots/line", shots.lines.data(), shots.size());
+    file.append("/shots/outcome", outcomes.data(), shots.size());
+    file.append("/shots/pixel", shots.pixels.data(), shots.size());
+    file.append("/shots/origin", shots.origins.data(), shots.origins.size());
+    file.append("/shots/direction", shots.directions.data(), shots.directions.size());
+    file.append("/shots/point", shots.points.data(), shots.points.size());
+    file.append("/shots/standoff", shots.standoffs.data(), shots.size());
+    file.append("/shots/incidence", shots.incidences.data(), shots.size());
+    for (std::size_t i = 0; i < shots.quantities.size(); ++i) {
+        file.append(placeOfColumn(i), columnOf(shots, i).data(), shots.size());
+    }
+}
+
+void nameQuantities(Hdf5File& file, std::vector<Quantity> const& quantities) {
+    std::string names;
+    for (char const* const name : outcomeNames) {
+        names += (names.empty() ? "" : ", ") + std::string(name);
+    }
+    file.setText("/shots/outcome", "meaning", names);
+    for (std::size_t i = 0; i < quantities.size(); ++i) {
+        file.setText(placeOfColumn(i), "name", quantities[i].name);
+        file.setText(placeOfColumn(i), "unit", quantities[i].unit);
+    }
+}
+
+void readShotValues(Hdf5File const& file, std::size_t count, ShotRows& shots) {
+    std::size_t const columns = file.namesIn("/shots/values").size();
+    shots.values.resize(count * columns);
+    for (std::size_t i = 0; i < columns; ++i) {
+        std::string const place = placeOfColumn(i);
+        shots.quantities.push_back({file.getText(place, "name"), file.getText(place, "unit")});
+        auto const column = file.read<double>(place, {count});
+        for (std::size_t shot = 0; shot < count; ++shot) {
+            shots.values[shot * columns + i] = column[shot];
+        }
+    }
+}
+
+} // namespace
+
+void ShotRows::clear() {
+    auto const names = quantities;
+    *this = ShotRows();
+    quantities = names;
+}
+
+class ResultWriter::File : public Hdf5File {
+public:
+    explicit File(Destination const& to) : Hdf5File(create(to.file, to.name.string())) {}
+
+    bool hasShots = false;
+};
+
+ResultWriter::ResultWriter(Destination const& to) : file(std::make_unique<File>(to)) {}
+
+ResultWriter::~ResultWriter() = default;
+
+void ResultWriter::append(ShotRows const& shots) {
+    if (!file->hasShots) {
+        file->makeGroup("/shots");
+        file->makeGroup("/shots/values");
+    }
+    appendShots(*file, shots);
+    if (!file->hasShots) {
+        nameQuantities(*file, shots.quantities);
+    }
+    file->hasShots = true;
+}
+
+void ResultWriter::finish(Result const& result) {
+    file->setText("/", "format", formatName);
+    file->setNumbers("/", "version", {formatVersion});
+    file->setNumbers("/", "size", {static_cast<double>(result.width), static_cast<double>(result.height)});
+    file->setText("/", "unit", result.unit);
+    file->setNumbers("/", "move", {result.move[0], result.move[1], result.move[2]});
+    file->writeText("/record", result.record);
+    writePixels(*file, result);
+    writeValues(*file, result);
+    writePatches(*file, result);
+    file->finish();
+}
+
+void writeResult(Destination const& to, Result const& result) {
+    ResultWriter(to).finish(result);
+}
+
+ShotRows readShots(std::filesystem::path const& path) {
+    Hdf5File const file = openResult(path);
+    std::string const name = path.string();
+    require(file.has("/shots/line"), name + ": does not hold its shots; write it with --keep-shots");
+    std::size_t const count = file.countIn("/shots/line");
+    ShotRows shots;
+    shots.lines = file.read<std::uint64_t>("/shots/line", {count});
+    for (std::uint8_t const outcome : file.read<std::uint8_t>("/shots/outcome", {count})) {
+        require(outcome < outcomeNames.size(), name + ": is damaged");
+        shots.outcomes.push_back(static_cast<ShotRows::Outcome>(outcome));
+    }
+    shots.pixels = file.read<std::uint32_t>("/shots/pixel", {count});
+    shots.origins = file.read<double>("/shots/origin", {3 * count});
+    shots.directions = file.read<double>("/shots/direction", {3 * count});
+    shots.points = file.read<double>("/shots/point", {3 * count});
+    shots.standoffs = file.read<double>("/shots/standoff", {count});
+    shots.incidences = file.read<double>("/shots/incidence", {count});
+    readShotValues(file, count, shots);
+    return shots;
+}
+
+Result readResult(std::filesystem::path const& path) {
+    Hdf5File const file = openResult(path);
+    std::string const damaged = path.string() + ": is damaged";
     Result result;
     auto const [width, height] = sizeIn(file, "/", "size", damaged);
     result.width = width;

@@ -35,6 +35,8 @@ Hdf5Handle accessProperties() {
     Hdf5Handle access = propertiesOf(H5P_FILE_ACCESS);
     H5Pset_libver_bounds(access.get(), H5F_LIBVER_EARLIEST, H5F_LIBVER_V18);
     H5Pset_fclose_degree(access.get(), H5F_CLOSE_STRONG);
+    // What is being written has a lock already, by which other runs see that it is.
+    H5Pset_file_locking(access.get(), false, true);
     return access;
 }
 
@@ -221,6 +223,17 @@ std::size_t Hdf5File::countFor(std::string const& path, Hdf5Shape const& shape) 
         count *= extent;
     }
     return count;
+}
+
+std::size_t Hdf5File::countIn(std::string const& path) const {
+    constexpr hssize_t most = hssize_t{1} << 33U;
+    check(has(path), path);
+    Hdf5Handle const set(H5Dopen2(file.get(), path.c_str(), H5P_DEFAULT), H5Dclose);
+    check(set.isOpen(), path);
+    Hdf5Handle const space(H5Dget_space(set.get()), H5Sclose);
+    hssize_t const count = H5Sget_simple_extent_npoints(space.get());
+    check(H5Sget_simple_extent_ndims(space.get()) == 1 && count >= 0 && count <= most, path);
+    return static_cast<std::size_t>(count);
 }
 
 void Hdf5File::readNumbers(std::string const& path, void* numbers, hid_t inMemory) const {

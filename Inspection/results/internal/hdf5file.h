@@ -133,6 +133,9 @@ public:
         return numbers;
     }
 
+    /// How many numbers a data set of one dimension has.
+    std::size_t countIn(std::string const& path) const;
+
     std::string readText(std::string const& path) const;
 
     /// Empty if there is no such attribute.
