@@ -36,7 +36,7 @@ export const REFUSED = 5;
 /** Two colours a state, striped where they differ. An echo has the colour of its value. */
 export const stateColours = {
     [NO_SURFACE]: [[38, 42, 48], [38, 42, 48]],
-    [NOT_REACHED]: [[120, 126, 134], [150, 156, 164]],
+    [NOT_REACHED]: [[66, 72, 80], [150, 156, 164]],
     [NO_ECHO]: [[255, 255, 255], [255, 255, 255]],
     [SATURATED]: [[255, 46, 220], [255, 46, 220]],
     [REFUSED]: [[196, 106, 20], [140, 68, 6]],

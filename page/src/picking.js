@@ -17,16 +17,20 @@ export class Picker {
     }
 
     measure(block) {
-        const box = [Infinity, Infinity, Infinity, -Infinity, -Infinity, -Infinity];
+        const { scan, boxes } = this;
+        boxes.set([Infinity, Infinity, Infinity, -Infinity, -Infinity, -Infinity], 6 * block);
         this.forEachPixel(block, (pixel) => {
-            for (const corner of this.scan.cornersOf(pixel)) {
+            const patch = scan.patchOf(pixel);
+            const low = scan.lowNodeOf(patch, pixel);
+            for (const node of [low, low + 1, low + patch.width + 1, low + patch.width + 2]) {
                 for (let axis = 0; axis < 3; ++axis) {
-                    box[axis] = Math.min(box[axis], corner[axis]);
-                    box[axis + 3] = Math.max(box[axis + 3], corner[axis]);
+                    const coordinate = patch.nodes[axis][node];
+                    const place = 6 * block + axis;
+                    boxes[place] = coordinate < boxes[place] ? coordinate : boxes[place];
+                    boxes[place + 3] = coordinate > boxes[place + 3] ? coordinate : boxes[place + 3];
                 }
             }
         });
-        this.boxes.set(box, 6 * block);
     }
 
     forEachPixel(block, visit) {

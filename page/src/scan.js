@@ -35,12 +35,17 @@ export class Scan {
         return this.patches[this.patchNumbers === null ? 0 : this.patchNumbers[pixel]];
     }
 
+    /** The number of the node at the low corner of a pixel's quad. */
+    lowNodeOf(patch, pixel) {
+        const u = (pixel % this.width) - patch.left;
+        const v = Math.floor(pixel / this.width) - patch.bottom;
+        return v * (patch.width + 1) + u;
+    }
+
     /** The four corners of a pixel's quad: low, along u, opposite, along v. */
     cornersOf(pixel) {
         const patch = this.patchOf(pixel);
-        const u = (pixel % this.width) - patch.left;
-        const v = Math.floor(pixel / this.width) - patch.bottom;
-        const low = v * (patch.width + 1) + u;
+        const low = this.lowNodeOf(patch, pixel);
         return [low, low + 1, low + patch.width + 2, low + patch.width + 1].map((node) => nodeOf(patch, node));
     }
 

@@ -83,7 +83,7 @@ export class ScanPage {
             ['indications', this.indications.length > 0, ''],
             ['shots', Boolean(this.shots), this.shots && thinnedText(this.model.shots, 'places of shots')],
             ['path', Boolean(this.model.path), this.model.path && thinnedText(this.model.path, 'poses of the path')],
-            ['beam', Boolean(this.model.beam), `Beam of ${withUnit(this.model.beam ?? 0, this.model.unit)} at the marked pixel`],
+            ['beam', Boolean(this.model.beam), `Beam of ${plain(this.model.beam ?? 0)} ${this.model.unit} at the marked pixel`],
             ['footprints', Boolean(this.model.beam && this.shots), 'Footprints of shots'],
         ];
         for (const [name, isThere, title] of layers) {

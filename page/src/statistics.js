@@ -1,7 +1,7 @@
 // Figures of the pixels that hold a value; always of all of them.
 
 export function statisticsOf(values) {
-    const sorted = Float64Array.from(values.filter((value) => !Number.isNaN(value))).sort();
+    const sorted = values.filter((value) => !Number.isNaN(value)).sort(); // a typed array sorts by number
     let sum = 0;
     for (const value of sorted) {
         sum += value;

@@ -96,35 +96,47 @@ export function cornersOfBox(low, high) {
 /** The quads to draw of a patch: their low nodes and sides in pixels. */
 function planOf(scan, patch, index, stride, isRough) {
     const quads = [];
-    const has = (u, v) => scan.hasSurfaceAt(patch.left + u, patch.bottom + v) &&
-        (scan.patchNumbers === null || scan.patchNumbers[(patch.bottom + v) * scan.width + patch.left + u] === index);
+    const rowLength = patch.width + 1;
     for (let v = 0; v < patch.height; v += stride) {
         for (let u = 0; u < patch.width; u += stride) {
-            const inside = pixelsIn(u, v, stride, patch).filter(([x, y]) => has(x, y));
-            if (inside.length === stride * stride || (isRough && inside.length > 0 && hasNodes(patch, u, v, stride))) {
-                quads.push({ node: v * (patch.width + 1) + u, side: stride });
-            } else if (!isRough) {
-                inside.forEach(([x, y]) => quads.push({ node: y * (patch.width + 1) + x, side: 1 }));
+            const inside = pixelsWithSurface(scan, patch, index, u, v, stride);
+            if (inside === stride * stride || (isRough && inside > 0 && hasNodes(patch, u, v, stride))) {
+                quads.push({ node: v * rowLength + u, side: stride });
+            } else if (!isRough && inside > 0) {
+                forEachPixel(patch, u, v, stride, (x, y) => {
+                    if (isOf(scan, patch, index, x, y)) {
+                        quads.push({ node: y * rowLength + x, side: 1 });
+                    }
+                });
             }
         }
     }
     return quads;
 }
 
+function isOf(scan, patch, index, u, v) {
+    const pixel = (patch.bottom + v) * scan.width + patch.left + u;
+    return scan.hasSurface(pixel) && (scan.patchNumbers === null || scan.patchNumbers[pixel] === index);
+}
+
+function pixelsWithSurface(scan, patch, index, left, bottom, stride) {
+    let number = 0;
+    forEachPixel(patch, left, bottom, stride, (u, v) => (number += isOf(scan, patch, index, u, v) ? 1 : 0));
+    return number;
+}
+
+function forEachPixel(patch, left, bottom, stride, visit) {
+    for (let v = bottom; v < Math.min(bottom + stride, patch.height); ++v) {
+        for (let u = left; u < Math.min(left + stride, patch.width); ++u) {
+            visit(u, v);
+        }
+    }
+}
+
 function hasNodes(patch, u, v, stride) {
     return u + stride <= patch.width && v + stride <= patch.height &&
         [[0, 0], [stride, 0], [stride, stride], [0, stride]].every(
             ([x, y]) => !Number.isNaN(patch.nodes[0][(v + y) * (patch.width + 1) + u + x]));
-}
-
-function pixelsIn(left, bottom, stride, patch) {
-    const pixels = [];
-    for (let v = bottom; v < Math.min(bottom + stride, patch.height); ++v) {
-        for (let u = left; u < Math.min(left + stride, patch.width); ++u) {
-            pixels.push([u, v]);
-        }
-    }
-    return pixels;
 }
 
 /** Across the lines to the neighbours that there are; of no length where there are none. */
