@@ -194,7 +194,7 @@ export class CScanView {
         const { marks } = this;
         this.inPlot(context, () => {
             this.drawDots(context, marks.shots, '#ffffff');
-            this.drawWay(context, marks.path, '#ff9f1c', 1.25);
+            this.drawWay(context, marks.path, '#d8b4fe', 1.25);
             (marks.footprints ?? []).forEach((circle) => this.drawWay(context, circle, '#ffffff', 1));
             (marks.indications ?? []).forEach((indication) => this.drawIndication(context, indication));
             this.drawWay(context, marks.way, '#ffffff', 2, true);

@@ -2,7 +2,6 @@
 
 import { numbersOf, realsOf } from './decode.js';
 import { distanceToTriangle } from './picking.js';
-import { cornersOfBox } from './surface.js';
 import { cross, minus } from './scan.js';
 
 const runLength = 64;
@@ -53,10 +52,6 @@ export class PartSurface {
 
     partPlace(place) {
         return place.map((coordinate, axis) => coordinate - this.json.move[axis]);
-    }
-
-    boxCorners() {
-        return cornersOfBox(this.localOf(this.low), this.localOf(this.high));
     }
 
     /** Boxes of runs of triangles, which in most files lie near each other. */

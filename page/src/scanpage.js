@@ -437,9 +437,9 @@ export class ScanPage {
             lines.push({ kind: 'dots', places: this.shotPlaces, colour: 0xffffff });
         }
         if (isShown('path') && this.pathPlaces) {
-            lines.push({ kind: 'line', places: this.pathPlaces, colour: 0xff9f1c });
+            lines.push({ kind: 'line', places: this.pathPlaces, colour: 0xd8b4fe });
             const feet = this.path.flatMap((place, i) => (place === null ? [] : [this.pathPlaces[i], this.scan.placeAt(...place)]));
-            lines.push({ kind: 'segments', places: everyPair(feet, 500), colour: 0xb9752a });
+            lines.push({ kind: 'segments', places: everyPair(feet, 60), colour: 0x9a7bc0 });
         }
         if (isShown('footprints')) {
             const placesOf = (circle) => circle.map((place) => this.scan.placeAt(...place));

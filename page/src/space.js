@@ -163,21 +163,22 @@ export class SpaceView {
         this.draw();
     }
 
+    /** All that is drawn, by some thousand of its points. */
     fit() {
-        this.centre.set(0, 0, 0);
         const toEye = this.turn.clone().invert();
-        let [wide, high] = [0, 0];
         const low = new Vector3(Infinity, Infinity, Infinity);
         const top = new Vector3(-Infinity, -Infinity, -Infinity);
-        for (const corner of this.surface.boxCorners()) {
-            const seen = new Vector3(...corner).applyQuaternion(toEye);
-            low.min(seen);
-            top.max(seen);
+        for (const { geometry } of this.drawn) {
+            const { array, count } = geometry.attributes.position;
+            const stride = Math.max(1, Math.floor(count / 5000));
+            for (let i = 0; i < count; i += stride) {
+                const seen = new Vector3().fromArray(array, 3 * i).applyQuaternion(toEye);
+                low.min(seen);
+                top.max(seen);
+            }
         }
         this.centre.addVectors(low, top).multiplyScalar(0.5).applyQuaternion(this.turn);
-        wide = (top.x - low.x) / 2;
-        high = (top.y - low.y) / 2;
-        this.span = 1.08 * Math.max(high, wide / this.aspect, 1e-9);
+        this.span = 0.55 * Math.max(top.y - low.y, (top.x - low.x) / this.aspect, 1e-9);
         this.draw();
     }
 

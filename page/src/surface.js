@@ -26,10 +26,6 @@ export class ScanSurface {
         return place.map((coordinate, axis) => coordinate + this.middle[axis]);
     }
 
-    boxCorners() {
-        return cornersOfBox(this.localOf(this.low), this.localOf(this.high));
-    }
-
     pick(origin, direction) {
         return this.picker.pick(origin, direction);
     }
@@ -88,10 +84,6 @@ export class ScanSurface {
 }
 
 const countOf = (plans) => plans.reduce((sum, plan) => sum + plan.length, 0);
-
-export function cornersOfBox(low, high) {
-    return Array.from({ length: 8 }, (_, i) => [0, 1, 2].map((axis) => ((i >> axis) & 1 ? high[axis] : low[axis])));
-}
 
 /** The quads to draw of a patch: their low nodes and sides in pixels. */
 function planOf(scan, patch, index, stride, isRough) {
