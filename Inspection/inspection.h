@@ -40,6 +40,7 @@
 #include "Inspection/pictures/image.h"
 #include "Inspection/pictures/pngfile.h"
 #include "Inspection/pictures/preparedgrid.h"
+#include "Inspection/pictures/valuepicture.h"
 #include "Inspection/poses/frame.h"
 #include "Inspection/poses/pose.h"
 #include "Inspection/poses/turn.h"

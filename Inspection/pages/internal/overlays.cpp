@@ -4,6 +4,7 @@
 #include "Inspection/records/files.h"
 #include "Inspection/records/internal/textline.h"
 #include "Inspection/records/numbers.h"
+#include "Inspection/tables/columnnames.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,8 +19,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using Names = std::vector<std::string>;
-
-constexpr double noNumber = std::numeric_limits<double>::quiet_NaN();
 
 /// The fields of a line, without quotation marks around them.
 Names fieldsOf(std::string_view line, char separator) {
@@ -41,35 +40,27 @@ std::string bareName(std::string const& name) {
     return std::string(trimmed(std::string_view(name).substr(0, name.find('['))));
 }
 
-/// A line of a table with named columns.
-class TableRow {
+/// A line of a table with named columns, of which some hold texts.
+class TextRow {
 public:
-    TableRow(TextLine const& newLine, Names const& newColumns, Names newFields)
+    TextRow(TextLine const& newLine, Names const& newColumns, Names newFields)
         : line(newLine), columns(newColumns), fields(std::move(newFields)) {}
 
     bool hasColumn(std::string const& name) const {
         return std::find(columns.begin(), columns.end(), name) != columns.end();
     }
 
-    /// NaN where there is no such column, or nothing in it. Fails at what is no number.
-    double numberIn(std::string const& name) const {
-        auto const place =
-            static_cast<std::size_t>(std::find(columns.begin(), columns.end(), name) - columns.begin());
-        if (place >= fields.size() || fields[place].empty()) {
-            return noNumber;
+    /// Fails unless the column is there and holds a number or nothing.
+    void requireNumber(std::string const& name) const {
+        auto const found = std::find(columns.begin(), columns.end(), name);
+        auto const place = static_cast<std::size_t>(found - columns.begin());
+        if (found == columns.end()) {
+            line.fail("the table has no column '" + name + "'");
         }
-        auto const number = parseNumber(fields[place]);
-        if (!number && fields[place] != "nan" && fields[place] != "-") {
+        bool const isEmpty = place >= fields.size() || fields[place].empty();
+        if (!isEmpty && !parseNumber(fields[place])) {
             line.fail("'" + fields[place] + "' is no number for " + name);
         }
-        return number.value_or(noNumber);
-    }
-
-    std::vector<double> numbersIn(Names const& names) const {
-        std::vector<double> numbers;
-        std::transform(names.begin(), names.end(), std::back_inserter(numbers),
-                       [&](std::string const& name) { return numberIn(name); });
-        return numbers;
     }
 
     TextLine const& line;
@@ -77,7 +68,7 @@ public:
     Names fields;
 };
 
-void forEachRow(std::filesystem::path const& table, std::function<void(TableRow const&)> const& visit) {
+void forEachRow(std::filesystem::path const& table, std::function<void(TextRow const&)> const& visit) {
     requireReadable(table);
     std::ifstream input(table, std::ios::binary);
     Names columns;
@@ -92,16 +83,8 @@ void forEachRow(std::filesystem::path const& table, std::function<void(TableRow 
             std::transform(columns.begin(), columns.end(), columns.begin(), bareName);
             return;
         }
-        visit(TableRow(line, columns, fieldsOf(line.text, separator)));
+        visit(TextRow(line, columns, fieldsOf(line.text, separator)));
     });
-}
-
-void requireColumns(TableRow const& row, Names const& names) {
-    for (std::string const& name : names) {
-        if (!row.hasColumn(name)) {
-            row.line.fail("the table has no column '" + name + "'");
-        }
-    }
 }
 
 /// A number where the whole field is one, else the text.
@@ -110,8 +93,38 @@ Json fieldAsJson(std::string const& field) {
     return number ? Json(*number) : Json(field);
 }
 
-bool areFinite(std::vector<double> const& numbers) {
-    return std::all_of(numbers.begin(), numbers.end(), [](double number) { return std::isfinite(number); });
+using ColumnNames = std::vector<std::string_view>;
+
+/// The numbers of the columns that go by the first of these names that there is, a list for each line in
+/// which all are given; lines that a column "valid" calls none are left out.
+std::vector<std::vector<double>> placesIn(std::filesystem::path const& file,
+                                          std::vector<ColumnNames> const& wanted) {
+    Table table(file);
+    NamedColumns const named = nameColumns(table, {});
+    std::vector<std::size_t> chosen;
+    for (ColumnNames const& names : wanted) {
+        auto const column = findColumn(named.columns, names);
+        require(column.has_value(), file.string() + ": has no column '" + std::string(names.back()) + "'");
+        chosen.push_back(named.columns[*column].index);
+    }
+    if (auto const valid = findColumn(named.columns, {"valid"})) {
+        chosen.push_back(named.columns[*valid].index);
+    }
+    table.choose(chosen);
+    std::vector<std::vector<double>> places;
+    while (table.next()) {
+        if (!table.getFaults().empty()) {
+            table.fail(table.getFaults().front().cause);
+        }
+        std::vector<double> const& values = table.getValues();
+        bool const isTold =
+            std::all_of(values.begin(), values.end(), [](double value) { return std::isfinite(value); });
+        bool const isValid = values.size() == wanted.size() || values.back() != 0.0;
+        if (isTold && isValid) {
+            places.emplace_back(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(wanted.size()));
+        }
+    }
+    return places;
 }
 
 /// Every so many of the places, and how many there are.
@@ -129,10 +142,14 @@ Json thinnedOut(std::vector<std::vector<double>> const& places) {
 
 void addIndications(PageModel& model, std::filesystem::path const& table) {
     Json list = Json::array();
-    forEachRow(table, [&](TableRow const& row) {
+    forEachRow(table, [&](TextRow const& row) {
         bool const isOnPixels = row.hasColumn("u") && row.hasColumn("v");
-        requireColumns(row, isOnPixels ? Names{} : Names{"x", "y", "z"});
-        row.numbersIn({"u", "v", "x", "y", "z"});
+        for (char const* const name : {"u", "v", "x", "y", "z"}) {
+            bool const isNeeded = isOnPixels == (name[0] < 'x');
+            if (isNeeded || row.hasColumn(name)) {
+                row.requireNumber(name);
+            }
+        }
         Json indication;
         for (std::size_t i = 0; i < std::min(row.columns.size(), row.fields.size()); ++i) {
             indication[row.columns[i]] = fieldAsJson(row.fields[i]);
@@ -144,30 +161,12 @@ void addIndications(PageModel& model, std::filesystem::path const& table) {
 }
 
 void addShots(PageModel& model, std::filesystem::path const& table) {
-    std::vector<std::vector<double>> places;
-    forEachRow(table, [&](TableRow const& row) {
-        requireColumns(row, {"x", "y", "z"});
-        bool const isHit = !row.hasColumn("valid") || row.numberIn("valid") != 0.0;
-        auto const place = row.numbersIn({"x", "y", "z"});
-        if (isHit && areFinite(place)) {
-            places.push_back(place);
-        }
-    });
-    model.json["shots"] = thinnedOut(places);
+    model.json["shots"] = thinnedOut(placesIn(table, {{"x"}, {"y"}, {"z"}}));
 }
 
 void addPath(PageModel& model, std::filesystem::path const& table) {
-    std::vector<std::vector<double>> poses;
-    forEachRow(table, [&](TableRow const& row) {
-        Names columns = row.hasColumn("ox") ? Names{"ox", "oy", "oz"} : Names{"x", "y", "z"};
-        columns.insert(columns.end(), {"dx", "dy", "dz"});
-        requireColumns(row, columns);
-        auto const pose = row.numbersIn(columns);
-        if (areFinite(pose)) {
-            poses.push_back(pose);
-        }
-    });
-    model.json["path"] = thinnedOut(poses);
+    model.json["path"] =
+        thinnedOut(placesIn(table, {{"ox", "x"}, {"oy", "y"}, {"oz", "z"}, {"dx"}, {"dy"}, {"dz"}}));
 }
 
 } // namespace QELT::Inspection

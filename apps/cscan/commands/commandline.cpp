@@ -24,8 +24,8 @@ std::string oneLine(std::string text) {
 std::vector<Command> addCommands(CLI::App& app) {
     std::vector<Command> commands;
     for (auto const add :
-         {addDemo, addImport, addCheck, addCrop, addPrepare, addScan, addInfo, addFit, addRegister,
-          addNeighbours, addReconstruct, addCut, addSelftest, addDerive, addFootprint, addView}) {
+         {addDemo, addImport, addCheck, addCrop, addPrepare, addScan, addPicture, addView, addInfo, addFit,
+          addRegister, addNeighbours, addReconstruct, addCut, addSelftest, addDerive, addFootprint}) {
         commands.push_back(add(app));
     }
     return commands;

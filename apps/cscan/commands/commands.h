@@ -11,6 +11,7 @@ Command addCheck(CLI::App& app);
 Command addCrop(CLI::App& app);
 Command addPrepare(CLI::App& app);
 Command addScan(CLI::App& app);
+Command addPicture(CLI::App& app);
 Command addInfo(CLI::App& app);
 Command addFit(CLI::App& app);
 Command addRegister(CLI::App& app);

@@ -1,4 +1,5 @@
 #include "Inspection/pictures/cscanimages.h"
+#include "Inspection/pictures/valuepicture.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commandline/measuringoptions.h"
@@ -151,7 +152,8 @@ void addOutputOptions(CLI::App& scan, DrawnScanOptions& options) {
                     "surface's normal is in radians, pi is head-on; the state is hit, edge or miss")
         ->type_name("HITS.csv");
     scan.add_option("--image", options.imagePrefix,
-                    "Images to write: PREFIX_distance.png, PREFIX_angle.png, PREFIX_coverage.png")
+                    "Images to write: PREFIX_distance.png, PREFIX_angle.png, PREFIX_coverage.png; of "
+                    "measured shots PREFIX_VALUE.png for each value and PREFIX_states.png")
         ->type_name("PREFIX");
     scan.add_option(
             "--unit", options.unit,
@@ -190,8 +192,9 @@ void print(std::ostream& output, DrawnScanOptions const& options, DrawnScan cons
     }
 }
 
-MeasuredScanOptions measuredOptionsOf(RawScan const& raw, CLI::App const& command) {
-    MeasuredScanOptions options = measuringOptionsOf(raw.measuring, command);
+DrawnMeasuredScanOptions measuredOptionsOf(RawScan const& raw, CLI::App const& command) {
+    DrawnMeasuredScanOptions drawn{measuringOptionsOf(raw.measuring, command), raw.options.imagePrefix};
+    MeasuredScanOptions& options = drawn.scan;
     options.grids = placedGrids(raw.grids);
     options.position = raw.options.scan.position;
     if (raw.options.scan.doFlipNormals) {
@@ -201,12 +204,17 @@ MeasuredScanOptions measuredOptionsOf(RawScan const& raw, CLI::App const& comman
     if (command.count("--standoff") > 0) {
         options.acceptance.standoff = raw.raster.standoff;
     }
-    return options;
+    return drawn;
 }
 
-ExitStatus printMeasured(std::ostream& output, MeasuredScanOptions const& options, MeasuredScan const& scan) {
+ExitStatus printMeasured(std::ostream& output, DrawnMeasuredScanOptions const& options,
+                         DrawnMeasuredScan const& drawn) {
+    MeasuredScan const& scan = drawn.scan;
     printMeasuredScan(output, scan);
-    printItem(output, "result", options.result.string());
+    printItem(output, "result", options.scan.result.string());
+    for (auto const& image : drawn.images) {
+        printItem(output, "image", image.string());
+    }
     std::string complaint;
     if (scan.countedShare() < leastCountedShare) {
         complaint = "only " + toShortText(100.0 * scan.countedShare(), 3) + " % of the shots count";
@@ -244,11 +252,7 @@ Command addScan(CLI::App& app) {
             return verdictOn(output, drawn.scan.result, raw->minHitRate);
         });
     Command const measuring = commandOf(
-        scan, [raw, scan] { return measuredOptionsOf(*raw, *scan); },
-        [](MeasuredScanOptions const& options, ProgressListener* listener) {
-            return measuredScan(options, listener);
-        },
-        printMeasured);
+        scan, [raw, scan] { return measuredOptionsOf(*raw, *scan); }, drawMeasuredScan, printMeasured);
     return {scan, [scan, firing, measuring] {
                 return isMeasuring(*scan) ? measuring.request() : firing.request();
             }};
