@@ -1,6 +1,7 @@
 // What is left of a run that fails, is interrupted or is killed, and what is told of one that succeeds.
 
 #include "Inspection/grids/gridfile.h"
+#include "Inspection/pages/view.h"
 #include "Inspection/parts/facemesh.h"
 #include "Inspection/results/resultfile.h"
 #include "simulation/bladepart.h"
@@ -71,8 +72,8 @@ void makeInputs(ScratchDirectory const& directory) {
     writeResult(directory / "in.h5", result);
 }
 
-std::vector<Writing> const& writings() {
-    static std::vector<Writing> const all{
+std::vector<Writing> makeWritings() {
+    std::vector<Writing> all{
         {{"prepare", "part.obj", "out.quads", "--quad-area", "4", "--mode", "pinned", "--flat", "flat.obj"},
          {"out.quads", "flat.obj"}},
         {{"cut", "tube.obj", "slit.obj", "--metric", "max", "--axis", "z", "--across", "x"},
@@ -95,6 +96,14 @@ std::vector<Writing> const& writings() {
         {{"export", "in.h5", "out.npz"}, {"out.npz"}},
         {{"export", "in.h5", "out.tif"}, {"out.tif"}},
     };
+    if (hasPage()) {
+        all.push_back({{"view", "in.quads", "page.html"}, {"page.html"}});
+    }
+    return all;
+}
+
+std::vector<Writing> const& writings() {
+    static std::vector<Writing> const all = makeWritings();
     return all;
 }
 

@@ -24,9 +24,7 @@ std::string oneLine(std::string text) {
 std::vector<Command> addCommands(CLI::App& app) {
     std::vector<Command> commands;
     for (auto const add :
-         {addDemo,       addImport,      addCheck,  addCrop,     addPrepare, addPath,      addScan,
-          addPicture,    addIndications, addExport, addInfo,     addFit,     addRegister,  addFitFrame,
-          addNeighbours, addReconstruct, addCut,    addSelftest, addDerive,  addFootprint, addSimulate}) {
+    for (auto const add : {addDemo, addImport, addCheck, addCrop, addPrepare, addPath, addScan, addPicture, addIndications, addExport, addView, addInfo, addFit, addRegister, addFitFrame, addNeighbours, addReconstruct, addCut, addSelftest, addDerive, addFootprint, addSimulate}) {
         commands.push_back(add(app));
     }
     return commands;

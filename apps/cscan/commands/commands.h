@@ -15,6 +15,7 @@ Command addScan(CLI::App& app);
 Command addPicture(CLI::App& app);
 Command addIndications(CLI::App& app);
 Command addExport(CLI::App& app);
+Command addView(CLI::App& app);
 Command addInfo(CLI::App& app);
 Command addFit(CLI::App& app);
 Command addRegister(CLI::App& app);
