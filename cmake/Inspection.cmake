@@ -27,8 +27,10 @@ list(FILTER qelt_inspection_headers EXCLUDE REGEX "/internal/")
 set_source_files_properties(${PROJECT_SOURCE_DIR}/Inspection/records/version.cpp
                             PROPERTIES COMPILE_DEFINITIONS QELT_INSPECTION_VERSION="${PROJECT_VERSION}")
 
+include(cmake/Page.cmake)
+
 # Compiled once, for the library and for its tests: these reach internal functions, which the library hides.
-add_library(qelt_inspection_objects OBJECT ${qelt_inspection_sources})
+add_library(qelt_inspection_objects OBJECT ${qelt_inspection_sources} ${qelt_page_source})
 set_target_properties(
     qelt_inspection_objects
     PROPERTIES CXX_VISIBILITY_PRESET hidden
