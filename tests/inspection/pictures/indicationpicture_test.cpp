@@ -18,7 +18,7 @@ std::size_t countColour(Image const& image, Colour const& colour) {
     std::size_t count = 0;
     for (int y = 0; y < image.getHeight(); ++y) {
         for (int x = 0; x < image.getWidth(); ++x) {
-            count += image.getPixel(x, y) == colour ? 1 : 0;
+            count += image.getPixel(x, y) == colour ? 1U : 0U;
         }
     }
     return count;
