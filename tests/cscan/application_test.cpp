@@ -278,7 +278,7 @@ TEST(Cscan, saysInOneLineWhatIsWrongWithTheScan) {
           "none/hits.csv", "--image", "scan"},
          "none/hits.csv: cannot be written (No such file or directory)"},
         {{"scan", "part.quads", "--csv", "hits.csv", "--image", "scan"},
-         "scan: --beams or --raster is required"},
+         "scan: --beams, --raster or --data is required"},
     };
     for (Mistake const& mistake : mistakes) {
         expectComplaint(directory, mistake);
