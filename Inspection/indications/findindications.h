@@ -17,9 +17,10 @@ struct IndicationSearch {
 };
 
 /// Finds the indications. A pixel that no shot met, or whose shots were refused, never shows anything and
-/// bounds as unmeasured; one without an echo is below every level. Pixels hang together over sides and
-/// corners. Fails if there is no such value, if the threshold cannot apply to it (a level beyond its ceiling,
-/// a share that is none, a share of the own peak with `isBelow`), or if a size is negative.
+/// bounds as unmeasured; one that was shot and holds no value has lost its echo and is below every level.
+/// Pixels hang together over sides and corners. Fails if there is no such value, if the threshold cannot
+/// apply to it (a level beyond its ceiling, a share that is none, a share of the own peak with `isBelow`), or
+/// if a size is negative.
 QELT_INSPECTION_EXPORT IndicationSearch searchIndications(Result const& result,
                                                           IndicationOptions const& options);
 

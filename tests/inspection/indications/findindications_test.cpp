@@ -303,6 +303,21 @@ TEST(FindIndications, WithoutAnEchoAPixelIsBelowEveryLevel) {
     EXPECT_EQ(132u + 9u, findIndications(result, atLeast(40.0))[0].pixels.size());
 }
 
+TEST(FindIndications, AnEchoIsLostWhereAnotherOneCameBack) {
+    // The flaw's echo is there, and that of the back wall is not.
+    Result result = level(12, 12, 80.0);
+    setBlock(result, 4, 4, 4, 4, std::numeric_limits<double>::quiet_NaN());
+    IndicationOptions options = atLeast(40.0);
+    options.isBelow = true;
+
+    auto const found = findIndications(result, options);
+
+    ASSERT_EQ(1u, found.size());
+    EXPECT_EQ(PixelState::NoEcho, found[0].state);
+    EXPECT_EQ(16u, found[0].pixels.size());
+    EXPECT_FALSE(found[0].doesTouchUnmeasured);
+}
+
 TEST(FindIndications, AValueThatNeedsNoEchoCountsWithoutOne) {
     Result result = level(12, 12, 80.0);
     setState(result, result.indexOf(5, 5), PixelState::NoEcho);
