@@ -414,8 +414,12 @@ void drawMarks(Image& image, Result const& result, ValuePictureOptions const& op
         }
     }
     for (auto const& [place, text] : options.labels) {
-        int const left = static_cast<int>(x(place)) + gap / 2;
-        int const top = static_cast<int>(y(place)) - lineHeight;
+        // Within the map, also where the place is at its rim.
+        constexpr int border = 4;
+        int const right = image.getWidth() - labelWidth(text) - border;
+        int const bottom = image.getHeight() - 7 * labelScale - border;
+        int const left = std::max(std::min(static_cast<int>(x(place)) + gap / 2, right), border);
+        int const top = std::max(std::min(static_cast<int>(y(place)) - lineHeight, bottom), border);
         image.fillRectangle(left - 3, top - 3, labelWidth(text) + 6, 7 * labelScale + 6, white);
         image.drawFrame(left - 3, top - 3, labelWidth(text) + 6, 7 * labelScale + 6, inkColour);
         image.drawText(left, top, text, labelScale, black);
