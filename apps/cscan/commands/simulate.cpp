@@ -191,6 +191,9 @@ SimulateOptions optionsOf(RawSimulation const& raw) {
     for (auto const& change : raw.changes) {
         change(options.setup);
     }
+    if (options.path && options.setup.clocks) {
+        throw UsageError("--path: a planned path is measured on one clock, without --lag and --jitter");
+    }
     return options;
 }
 
@@ -229,6 +232,10 @@ Command addSimulate(CLI::App& app) {
         ->required();
     addSweepOptions(*command, *raw);
     addInstrumentOptions(*command, *raw);
+    command
+        ->add_option("--path", raw->options.path,
+                     "Fire at the poses of a path that cscan path planned for the part")
+        ->type_name("PATH.csv");
     addLossOptions(*command, *raw);
     addClockOptions(*command, *raw);
     addCellOptions(*command, *raw);
