@@ -35,10 +35,10 @@ struct FrameFit {
     bool isMirrored = false;       ///< a reflection would fit, and no rotation does
 
     /// So nearly on a line that the turn about it is hardly known.
-    bool isNearLine() const;
+    QELT_INSPECTION_EXPORT bool isNearLine() const;
 
     /// The pairs whose residual is more than three times the root mean square.
-    std::vector<std::size_t> getOutliers() const;
+    QELT_INSPECTION_EXPORT std::vector<std::size_t> getOutliers() const;
 };
 
 /// Of three pairs or more; a `std::runtime_error` if there are fewer, or if the sources or the targets lie on
