@@ -8,6 +8,7 @@
 #include "Inspection/results/resultfile.h"
 #include "Inspection/scanning/suresearch.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
@@ -106,6 +107,15 @@ void noteOnShots(MeasuredScanOptions const& options, MeasuredScan& scan) {
     if (!options.doFlipNormals && scan.hasFlippedNormals) {
         scan.notes.emplace_back(
             "the probe stood on the other side of the grid, which is taken for the outside");
+    }
+    for (ValueMap const& map : scan.result.values) {
+        bool const isBelow = map.quantity == "depth" && std::any_of(map.values.begin(), map.values.end(),
+                                                                    [](double depth) { return depth < 0.0; });
+        if (isBelow) {
+            scan.notes.emplace_back(
+                "some depths are below 0: times may count from the surface already, or --zero and "
+                "--front do not fit");
+        }
     }
     bool const hasGate = !options.quantities.gates.empty() || !options.quantities.conditions.empty();
     if (figures.echoCount == 0 && figures.noEchoCount > 0 && hasGate) {

@@ -20,10 +20,9 @@ std::vector<double> loudnessOf(Result const& result, ValueMap const& map, Indica
         }
         std::size_t const source = sourceOf(result, pixel, options.doUseFilled);
         double const value = map.values[source];
-        if (result.states[source] == PixelState::NoEcho && std::isnan(value)) {
-            loudness[pixel] = -sign * std::numeric_limits<double>::infinity();
-        } else if (result.isReached(source)) {
-            loudness[pixel] = sign * value;
+        if (result.isReached(source)) {
+            double const lost = -sign * std::numeric_limits<double>::infinity();
+            loudness[pixel] = std::isnan(value) ? lost : sign * value;
         }
     }
     return loudness;

@@ -12,8 +12,8 @@ namespace QELT::Inspection {
 std::size_t sourceOf(Result const& result, std::size_t pixel, bool doUseFilled);
 
 /// Values such that more of it shows more: the value, or its negative where what lies below shows something.
-/// Of a pixel without an echo and a value, the infinity that is below every value of the map (standoffs, for
-/// one, need no echo). NaN where nothing is known.
+/// Of a pixel whose shots found no such value, because this echo was lost though others may be there, the
+/// infinity that is below every value of the map. NaN where nothing is known.
 std::vector<double> loudnessOf(Result const& result, ValueMap const& map, IndicationOptions const& options);
 
 } // namespace QELT::Inspection
