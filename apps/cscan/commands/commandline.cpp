@@ -24,7 +24,7 @@ std::string oneLine(std::string text) {
 std::vector<Command> addCommands(CLI::App& app) {
     std::vector<Command> commands;
     for (auto const add :
-         {addDemo, addImport, addCheck, addCrop, addPrepare, addScan, addPicture, addInfo, addFit,
+         {addDemo, addImport, addCheck, addCrop, addPrepare, addScan, addPicture, addReport, addInfo, addFit,
           addRegister, addNeighbours, addReconstruct, addCut, addSelftest, addDerive, addFootprint}) {
         commands.push_back(add(app));
     }

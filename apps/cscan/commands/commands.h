@@ -12,6 +12,7 @@ Command addCrop(CLI::App& app);
 Command addPrepare(CLI::App& app);
 Command addScan(CLI::App& app);
 Command addPicture(CLI::App& app);
+Command addReport(CLI::App& app);
 Command addInfo(CLI::App& app);
 Command addFit(CLI::App& app);
 Command addRegister(CLI::App& app);
