@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 
 namespace QELT::Inspection {
@@ -134,6 +135,61 @@ void addFilesOf(ShotOptions const& shots, Record& record) {
     }
 }
 
+std::vector<double> listOf(Triple const& triple) {
+    return {triple[0], triple[1], triple[2]};
+}
+
+/// The rotation's matrix row by row.
+void addMotion(Record& record, std::string const& name, Frame const& motion) {
+    auto const rows = matrixOf(motion.turn);
+    record.setting(name + "Row1", listOf(rows[0]));
+    record.setting(name + "Row2", listOf(rows[1]));
+    record.setting(name + "Row3", listOf(rows[2]));
+    record.setting(name + "Translation", listOf(motion.translation));
+    if (!motion.unit.empty()) {
+        record.setting(name + "Unit", motion.unit);
+    }
+}
+
+void addPoseSettings(Record& record, ShotOptions const& shots) {
+    if (shots.pose.dialect) {
+        record.setting("pose", nameOf(*shots.pose.dialect));
+    }
+    record.setting("poseUnit", shots.pose.unit);
+    if (shots.pose.beamAxis) {
+        record.setting("beamAxis", listOf(*shots.pose.beamAxis));
+    }
+    if (shots.pose.tool) {
+        addMotion(record, "tool", *shots.pose.tool);
+    }
+    if (shots.frame) {
+        record.setting("frame", shots.frame->filename().string());
+        addMotion(record, "frame", readFrame(*shots.frame));
+    }
+    if (shots.poses) {
+        record.setting("poses", shots.poses->filename().string());
+        record.setting("maxGapOfPoses", shots.maxGap);
+        if (!shots.doFindLag) {
+            record.setting("lag", shots.lag);
+        }
+    }
+}
+
+std::string joined(std::vector<std::string> const& parts, char const* between) {
+    std::string text;
+    for (std::string const& part : parts) {
+        text += (text.empty() ? "" : between) + part;
+    }
+    return text;
+}
+
+std::vector<std::string> textsOf(std::vector<Condition> const& conditions) {
+    std::vector<std::string> texts;
+    std::transform(conditions.begin(), conditions.end(), std::back_inserter(texts),
+                   [](Condition const& condition) { return condition.text; });
+    return texts;
+}
+
 void addSettings(Record& record, MeasuredScanOptions const& options) {
     for (std::size_t i = 0; i < options.grids.size() && options.grids.size() > 1; ++i) {
         PlacedGrid const& grid = options.grids[i];
@@ -154,8 +210,8 @@ void addSettings(Record& record, MeasuredScanOptions const& options) {
     for (Gate const& gate : options.quantities.gates) {
         record.setting("gate " + gate.quantity, std::vector{gate.from, gate.to});
     }
-    for (Condition const& condition : options.quantities.conditions) {
-        record.setting("where", condition.text);
+    if (!options.quantities.conditions.empty()) {
+        record.setting("where", joined(textsOf(options.quantities.conditions), " and "));
     }
     if (options.quantities.depth) {
         record.setting("depthOf", options.quantities.depth->time);
@@ -174,6 +230,7 @@ void addSettings(Record& record, MeasuredScanOptions const& options) {
     record.setting("requiredGap", options.requiredGap);
     record.setting("requiredCoverage", options.requiredCoverage);
     record.setting("doSkipBad", options.shots.doSkipBad);
+    addPoseSettings(record, options.shots);
 }
 
 void addDistribution(Record& record, std::string const& name, Distribution const& distribution) {
@@ -183,6 +240,25 @@ void addDistribution(Record& record, std::string const& name, Distribution const
         record.figure(name + "95Percent", distribution.quantile(mostly));
         record.figure(name + "Least", distribution.least());
         record.figure(name + "Greatest", distribution.greatest());
+    }
+}
+
+/// What was made of the table's headings.
+void addReading(Record& record, ShotReader const& reader) {
+    record.figure("poseRead", nameOf(reader.getDialect()));
+    record.figure("poseScale", reader.getPoseScale());
+    for (Quantity const& column : reader.getQuantities()) {
+        record.figure("unit of " + column.name, column.unit);
+    }
+    std::string const unused = joined(reader.getUnusedColumns(), ", ");
+    if (!unused.empty()) {
+        record.figure("columnsNotRead", unused);
+    }
+}
+
+void addNotes(Record& record, std::vector<std::string> const& notes) {
+    for (std::size_t i = 0; i < notes.size(); ++i) {
+        record.figure("note" + std::to_string(i + 1), notes[i]);
     }
 }
 
@@ -213,6 +289,7 @@ void addFigures(Record& record, MeasuredScan const& scan) {
     record.figure("typicalGap", scan.coverage.typicalGap);
     record.figure("longestGap", scan.coverage.longestGap);
     record.figure("unreachedPatches", scan.coverage.patchCount);
+    addNotes(record, scan.notes);
 }
 
 /// Beginning with a block that has been read.
@@ -283,6 +360,7 @@ MeasuredScan measuredScan(MeasuredScanOptions const& options, ProgressListener* 
         fill(scan.result, *options.fill);
     }
     judge(scan, options);
+    addReading(record, reader);
     addFigures(record, scan);
     announce(listener, "Writing results...");
     scan.result.record = innerRecordOf(record, listener);
