@@ -206,6 +206,9 @@ void Story::scan() {
     options.scan.shots.shots = folder / "cell" / "shots.csv";
     options.scan.shots.frame = file("frame.json");
     options.scan.shots.pose.tool = toolIn(toolText);
+    for (char const* const value : {"backwall:max", "amplitude:max", "depth:min"}) {
+        options.scan.quantities.values.push_back(valueRequestIn(value));
+    }
     options.scan.quantities.depth = DepthOptions{"tof", soundSpeed, {}, {}};
     options.scan.fill = pixel;
     options.scan.doKeepShots = true;
@@ -271,7 +274,6 @@ void Story::look() {
     options.input = file("result.h5");
     options.output = file("result.html");
     options.indications = file("indications.csv");
-    options.path = file("path.csv");
     options.beam = beamWidth;
     View const page = view(options, listener);
     addFile("result.html");
