@@ -99,7 +99,7 @@ void printFile(std::ostream& output, InfoOptions const& options, CloudFileInfo c
     printItem(output, "normals", info.hasNormals ? "yes" : "no");
 }
 
-void print(std::ostream& output, InfoOptions const& options, FileInfo const& info) {
+void printInfo(std::ostream& output, InfoOptions const& options, FileInfo const& info) {
     std::visit(
         [&](auto const& kind) {
             printFile(output, options, kind);
@@ -116,7 +116,7 @@ Command addInfo(CLI::App& app) {
         app.add_subcommand("info", "Tell what a part, a .quads or a .csv file holds, and how it was made");
     info->add_option("FILE", options->file, "The file")->required();
     return commandOf(
-        info, [options] { return *options; }, fileInfoOf, print);
+        info, [options] { return *options; }, fileInfoOf, printInfo);
 }
 
 } // namespace cscan

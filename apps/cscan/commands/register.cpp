@@ -15,7 +15,7 @@ std::string rowText(LinearMap const& map, unsigned long row) {
     return vectorText(Vector(map.get(row, 0), map.get(row, 1), map.get(row, 2)));
 }
 
-void print(std::ostream& output, RegisterOptions const&, RegisterResult const& result) {
+void printRegister(std::ostream& output, RegisterOptions const&, RegisterResult const& result) {
     LinearMap const& map = result.registration.map;
     printItem(output, "map", result.isRigid ? "rigid" : "affine");
     printItem(output, "matrix row 1", rowText(map, 0));
@@ -40,7 +40,7 @@ Command addRegister(CLI::App& app) {
                      "an affine map")
         ->required();
     return commandOf(
-        registration, [options] { return *options; }, registerPoints, print);
+        registration, [options] { return *options; }, registerPoints, printRegister);
 }
 
 } // namespace cscan
