@@ -281,6 +281,10 @@ std::string textOf(Record const& record, std::vector<RecordedFile> const& files,
     return json.dump(indentation, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
+std::string innerRecordOf(Record const& record, ProgressListener* listener) {
+    return textOf(record, {}, recordedInputsOf(record, listener));
+}
+
 bool isRecordFile(std::filesystem::path const& file) {
     return readJson(file).has_value();
 }

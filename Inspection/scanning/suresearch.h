@@ -38,6 +38,12 @@ public:
     /// numbers that are none, misses. Several threads may ask at a time.
     Hit find(Beam const& beam) const;
 
+    /// What a probe meets at `place` that looks at the nearest surface: the quad there, at its distance, and
+    /// the angle at which it is looked at, head-on but for a place inside the part, which looks from behind.
+    /// A miss if the place lies beside the surface's rim, by more than half a quad and more than a third of
+    /// its distance.
+    Hit findNearest(Point const& place) const;
+
     /// Bytes held beside the grids.
     std::size_t getMemory() const;
 

@@ -186,7 +186,8 @@ TEST(CommandLine, deriveTakesOneDerivation) {
 TEST(CommandLine, helpIsShownForTheProgramAndForEachCommand) {
     CommandLine const all = parsed({"--help"});
     EXPECT_FALSE(all.options.has_value());
-    for (char const* command : {"demo", "import", "prepare", "scan", "info", "fit", "register", "neighbours",
+    for (char const* command : {"demo", "import", "prepare", "path", "scan", "picture", "indications",
+                                "export", "view", "info", "fit", "register", "fit-frame", "neighbours",
                                 "selftest", "reconstruct", "cut", "derive", "footprint"}) {
         EXPECT_NE(all.help.find(command), std::string::npos) << command;
     }

@@ -75,15 +75,6 @@ void SourceLines::requireEnd(char comment) {
     }
 }
 
-std::string quoteOf(std::string_view word) {
-    constexpr std::size_t maxLength = 40;
-    std::string text(word.substr(0, maxLength));
-    for (char& character : text) {
-        character = character < ' ' || character > '~' ? '?' : character;
-    }
-    return "'" + text + (word.size() > maxLength ? "..." : "") + "'";
-}
-
 std::vector<std::string_view> wordsOf(std::string_view text) {
     std::vector<std::string_view> words;
     for (auto begin = text.find_first_not_of(blanks); begin != std::string_view::npos;

@@ -53,9 +53,6 @@ private:
     std::size_t number;
 };
 
-/// A word as failures show it: short, and printable.
-std::string quoteOf(std::string_view word);
-
 /// What stands between blanks.
 std::vector<std::string_view> wordsOf(std::string_view text);
 

@@ -21,6 +21,15 @@ void TextLine::fail(std::string const& complaint) const {
     throw Failure(source + ", line " + std::to_string(number) + ": " + complaint);
 }
 
+std::string quoteOf(std::string_view word) {
+    constexpr std::size_t maxLength = 40;
+    std::string text(word.substr(0, maxLength));
+    for (char& character : text) {
+        character = character < ' ' || character > '~' ? '?' : character;
+    }
+    return "'" + text + (word.size() > maxLength ? "..." : "") + "'";
+}
+
 void forEachLine(std::istream& input, std::string const& source,
                  std::function<void(TextLine const&)> const& visit) {
     std::string text;

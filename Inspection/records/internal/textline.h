@@ -19,6 +19,9 @@ struct TextLine {
     [[noreturn]] void fail(std::string const& complaint) const;
 };
 
+/// A word as failures show it: short, and printable.
+std::string quoteOf(std::string_view word);
+
 /// Hands each line to `visit`, without a byte order mark on the first one. A read error is a failure that
 /// names `source`.
 void forEachLine(std::istream& input, std::string const& source,

@@ -24,8 +24,7 @@ std::string oneLine(std::string text) {
 std::vector<Command> addCommands(CLI::App& app) {
     std::vector<Command> commands;
     for (auto const add :
-         {addDemo, addImport, addCheck, addCrop, addPrepare, addScan, addInfo, addFit, addRegister,
-          addNeighbours, addReconstruct, addCut, addSelftest, addDerive, addFootprint}) {
+    for (auto const add : {addDemo, addImport, addCheck, addCrop, addPrepare, addPath, addScan, addPicture, addIndications, addExport, addView, addInfo, addFit, addRegister, addFitFrame, addNeighbours, addReconstruct, addCut, addSelftest, addDerive, addFootprint, addSimulate}) {
         commands.push_back(add(app));
     }
     return commands;

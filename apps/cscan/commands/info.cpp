@@ -1,15 +1,19 @@
 #include "Inspection/grids/fileinfo.h"
 #include "Inspection/parts/partanalysis.h"
 #include "Inspection/records/numbers.h"
+#include "Inspection/results/resultfile.h"
+#include "Inspection/results/resultinfo.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/loadreport.h"
+#include "apps/cscan/report/measuredreport.h"
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
 #include <cmath>
 #include <memory>
 #include <ostream>
+#include <variant>
 
 namespace cscan {
 
@@ -99,7 +103,32 @@ void printFile(std::ostream& output, InfoOptions const& options, CloudFileInfo c
     printItem(output, "normals", info.hasNormals ? "yes" : "no");
 }
 
-void printInfo(std::ostream& output, InfoOptions const& options, FileInfo const& info) {
+void printFile(std::ostream& output, InfoOptions const& options, ResultFileInfo const& info) {
+    Result const& result = info.result;
+    output << options.file.string() << ": C-scan of measured data\n";
+    printItem(output, "size", std::to_string(info.byteCount) + " bytes");
+    printItem(output, "pixels", std::to_string(result.width) + " x " + std::to_string(result.height));
+    for (Patch const& patch : result.patches) {
+        printItem(output, "grid",
+                  printable(patch.name) + ", " + std::to_string(patch.width) + " x " +
+                      std::to_string(patch.height) + " quads");
+    }
+    printItem(output, "unit of lengths", result.unit.empty() ? "not known" : printable(result.unit));
+    printCoverage(output, result, info.coverage);
+    printValues(output, result);
+}
+
+/// A file of any kind.
+using Described = std::variant<FileInfo, ResultFileInfo>;
+
+Described describe(InfoOptions const& options, ProgressListener* listener) {
+    if (isResultFile(options.file)) {
+        return resultInfoOf(options.file, listener);
+    }
+    return fileInfoOf(options, listener);
+}
+
+void print(std::ostream& output, InfoOptions const& options, FileInfo const& info) {
     std::visit(
         [&](auto const& kind) {
             printFile(output, options, kind);
@@ -108,15 +137,23 @@ void printInfo(std::ostream& output, InfoOptions const& options, FileInfo const&
         info);
 }
 
+void print(std::ostream& output, InfoOptions const& options, ResultFileInfo const& info) {
+    printFile(output, options, info);
+    printRecord(output, options.file, info.record);
+}
+
 } // namespace
 
 Command addInfo(CLI::App& app) {
     auto const options = std::make_shared<InfoOptions>();
-    CLI::App* const info =
-        app.add_subcommand("info", "Tell what a part, a .quads or a .csv file holds, and how it was made");
+    CLI::App* const info = app.add_subcommand(
+        "info", "Tell what a part, a grid, a result or a table holds, and how it was made");
     info->add_option("FILE", options->file, "The file")->required();
     return commandOf(
-        info, [options] { return *options; }, fileInfoOf, printInfo);
+        info, [options] { return *options; }, describe,
+        [](std::ostream& output, InfoOptions const& asked, Described const& found) {
+            std::visit([&](auto const& kind) { print(output, asked, kind); }, found);
+        });
 }
 
 } // namespace cscan

@@ -1,7 +1,10 @@
 #include "Inspection/pictures/cscanimages.h"
+#include "Inspection/pictures/valuepicture.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/measuringoptions.h"
 #include "apps/cscan/commands/commands.h"
+#include "apps/cscan/report/measuredreport.h"
 #include "apps/cscan/report/report.h"
 
 #include <algorithm>
@@ -29,6 +32,7 @@ struct RawScan {
     double minHitRate = 0.0; ///< percent
     GridLists grids;
     Raster raster;
+    RawMeasuring measuring;
 };
 
 GridOffset offsetIn(std::string_view text) {
@@ -63,7 +67,15 @@ std::vector<PlacedGrid> placedGrids(GridLists const& lists) {
     return grids;
 }
 
-DrawnScanOptions optionsOf(RawScan const& raw, CLI::App const& command) {
+DrawnScanOptions firingOptionsOf(RawScan const& raw, CLI::App const& command) {
+    for (char const* const output : {"--csv", "--image"}) {
+        if (command.count(output) == 0) {
+            throw UsageError(std::string(output) + " is required");
+        }
+    }
+    if (command.count("--standoff") > command.count("--raster")) {
+        throw UsageError("scan: --standoff goes with --raster or a table of shots");
+    }
     DrawnScanOptions options = raw.options;
     options.scan.grids = placedGrids(raw.grids);
     options.scan.isOnPlane = raw.grids.files.size() > 1 || command.count("--offset") > 0 ||
@@ -72,7 +84,7 @@ DrawnScanOptions optionsOf(RawScan const& raw, CLI::App const& command) {
     if (command.count("--raster") > 0) {
         options.scan.raster = raw.raster;
     } else if (!options.scan.beams) {
-        throw UsageError("scan: --beams or --raster is required");
+        throw UsageError("scan: --beams, --raster or --data is required");
     }
     return options;
 }
@@ -83,14 +95,15 @@ void addBeamOptions(CLI::App& scan, RawScan& raw) {
                         "Beams to fire: a table with the heading ox,oy,oz,dx,dy,dz and a beam a line");
     CLI::Option* const raster =
         scan.add_option("--raster", "Fire a raster of parallel beams of this spacing");
-    CLI::Option* const standoff =
-        scan.add_option("--standoff", "Distance of the raster from the part's bounding box");
+    CLI::Option* const standoff = scan.add_option(
+        "--standoff", "Distance of the raster from the part's bounding box, or with measured shots that "
+                      "of the probe from the part");
     CLI::Option* const direction =
         scan.add_option("--direction", "Direction of the raster's beams, for example 0,0,-1");
     beams->type_name("BEAMS.csv")->excludes(raster);
     raster->type_name("STEP")->needs(standoff)->needs(direction);
     raster->check(reading(raw.raster.step, positiveNumberIn));
-    standoff->type_name("D")->needs(raster);
+    standoff->type_name("D");
     standoff->check(reading(raw.raster.standoff, nonNegativeNumberIn));
     direction->type_name("X,Y,Z")->needs(raster);
     direction->check(reading(raw.raster.direction, directionIn));
@@ -137,12 +150,11 @@ void addOutputOptions(CLI::App& scan, DrawnScanOptions& options) {
     scan.add_option("--csv", options.scan.hits,
                     "Table of hits to write: u,v,x,y,z,distance,angle,valid,state; the angle to the "
                     "surface's normal is in radians, pi is head-on; the state is hit, edge or miss")
-        ->type_name("HITS.csv")
-        ->required();
+        ->type_name("HITS.csv");
     scan.add_option("--image", options.imagePrefix,
-                    "Images to write: PREFIX_distance.png, PREFIX_angle.png, PREFIX_coverage.png")
-        ->type_name("PREFIX")
-        ->required();
+                    "Images to write: PREFIX_distance.png, PREFIX_angle.png, PREFIX_coverage.png; of "
+                    "measured shots PREFIX_VALUE.png for each value and PREFIX_states.png")
+        ->type_name("PREFIX");
     scan.add_option(
             "--unit", options.unit,
             "The part's unit of length, for the labels; if not given, the one that the grid's record names")
@@ -180,11 +192,49 @@ void print(std::ostream& output, DrawnScanOptions const& options, DrawnScan cons
     }
 }
 
+DrawnMeasuredScanOptions measuredOptionsOf(RawScan const& raw, CLI::App const& command) {
+    DrawnMeasuredScanOptions drawn{measuringOptionsOf(raw.measuring, command), raw.options.imagePrefix};
+    MeasuredScanOptions& options = drawn.scan;
+    options.grids = placedGrids(raw.grids);
+    options.position = raw.options.scan.position;
+    if (raw.options.scan.doFlipNormals) {
+        options.doFlipNormals = true;
+    }
+    options.unit = raw.options.unit;
+    if (command.count("--standoff") > 0) {
+        options.acceptance.standoff = raw.raster.standoff;
+    }
+    return drawn;
+}
+
+ExitStatus printMeasured(std::ostream& output, DrawnMeasuredScanOptions const& options,
+                         DrawnMeasuredScan const& drawn) {
+    MeasuredScan const& scan = drawn.scan;
+    printMeasuredScan(output, scan);
+    printItem(output, "result", options.scan.result.string());
+    for (auto const& image : drawn.images) {
+        printItem(output, "image", image.string());
+    }
+    std::string complaint;
+    if (scan.countedShare() < leastCountedShare) {
+        complaint = "only " + toShortText(100.0 * scan.countedShare(), 3) + " % of the shots count";
+    } else if (!scan.isCoverageReached) {
+        complaint = "less of the surface was reached than is required";
+    } else if (!scan.isGapKept) {
+        complaint = "a gap is longer than is allowed";
+    }
+    if (!complaint.empty()) {
+        printItem(output, "verdict", "NOT fit: " + complaint);
+    }
+    return complaint.empty() ? Success : NotFit;
+}
+
 } // namespace
 
 Command addScan(CLI::App& app) {
     auto const raw = std::make_shared<RawScan>();
-    CLI::App* const scan = app.add_subcommand("scan", "Fire beams at a grid and draw the C-scans");
+    CLI::App* const scan = app.add_subcommand(
+        "scan", "Fire beams at a grid and draw the C-scans, or place measured shots on it");
     scan->add_option("GRID", raw->grids.files, "Grid of the part, a .quads file; several share a scan plane")
         ->required();
     addPlaneOptions(*scan, *raw);
@@ -194,12 +244,18 @@ Command addScan(CLI::App& app) {
     scan->add_option("--min-hit-rate", "End with status 3 if fewer percent of the beams hit")
         ->check(reading(raw->minHitRate, nonNegativeNumberIn))
         ->type_name("PERCENT");
-    return commandOf(
-        scan, [raw, scan] { return optionsOf(*raw, *scan); }, drawScan,
+    addMeasuringOptions(*scan, raw->measuring);
+    Command const firing = commandOf(
+        scan, [raw, scan] { return firingOptionsOf(*raw, *scan); }, drawScan,
         [raw](std::ostream& output, DrawnScanOptions const& options, DrawnScan const& drawn) {
             print(output, options, drawn);
             return verdictOn(output, drawn.scan.result, raw->minHitRate);
         });
+    Command const measuring = commandOf(
+        scan, [raw, scan] { return measuredOptionsOf(*raw, *scan); }, drawMeasuredScan, printMeasured);
+    return {scan, [scan, firing, measuring] {
+                return isMeasuring(*scan) ? measuring.request() : firing.request();
+            }};
 }
 
 } // namespace cscan

@@ -13,7 +13,7 @@
 #include "Inspection/records/record.h"
 #include "Inspection/records/stopwatch.h"
 #include "Inspection/scanning/scanplane.h"
-#include "apps/cscan/demo/bladepart.h"
+#include "simulation/bladepart.h"
 #include "apps/cscan/demo/probepath.h"
 #include "apps/cscan/report/report.h"
 
@@ -25,6 +25,8 @@ namespace cscan {
 namespace {
 
 using QELT::Geometry::ThreeDimensional::Utility;
+using QELT::Simulation::measuredBlade;
+using QELT::Simulation::PartMesh;
 
 constexpr double quadArea = 0.16; ///< square millimetres
 

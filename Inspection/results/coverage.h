@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Inspection/export.h"
+#include "Inspection/names.h"
+#include "Inspection/results/result.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+namespace QELT::Inspection {
+
+/// A connected piece of surface that no shot reached where its neighbourhood was.
+struct UnreachedPatch {
+    double area = 0.0; ///< true, in the square of the part's unit
+    double gap = 0.0;  ///< the longest within it
+    std::size_t pixelCount = 0;
+    std::size_t u = 0; ///< the pixel in it that lies nearest to its middle
+    std::size_t v = 0;
+    std::array<double, 3> place{}; ///< of that pixel's centre, in the part's own place
+};
+
+/// How much of the surface was reached, in true areas of quads.
+struct Coverage {
+    double surfaceArea = 0.0;
+    std::array<double, pixelStateCount> areas{}; ///< by the pixels' states
+    std::array<std::size_t, pixelStateCount> pixels{};
+    double reachedArea = 0.0;
+    double typicalGap =
+        0.0; ///< the median distance between pixels that were reached, around those that were not
+    double longestGap = 0.0;
+    std::size_t gapU = 0; ///< a pixel in the middle of the longest gap
+    std::size_t gapV = 0;
+    std::array<double, 3> gapPlace{};
+    double patchGap = 0.0;               ///< from which gap on a pixel belongs to a patch that is told
+    std::vector<UnreachedPatch> patches; ///< the largest first, at most `mostPatches`
+    std::size_t patchCount = 0;          ///< of all
+
+    double reachedShare() const { return surfaceArea > 0.0 ? reachedArea / surfaceArea : 0.0; }
+};
+
+constexpr std::size_t mostPatches = 10;
+
+/// The gap at a pixel that was not reached is the shorter of two ways along the surface, along u and along v,
+/// from the last pixel reached to the next, centre to centre, or to the rim. A raster that is coarser than
+/// the pixels leaves gaps everywhere: what is told as a patch are gaps of more than one and a half times the
+/// typical one, or than `requiredGap` if that is given.
+QELT_INSPECTION_EXPORT Coverage coverageOf(Result const& result, std::optional<double> requiredGap = {});
+
+/// Lets pixels that no shot met show the values of the nearest that one did, along the surface within
+/// `distance`. They stay what they are.
+QELT_INSPECTION_EXPORT void fill(Result& result, double distance);
+
+} // namespace QELT::Inspection
