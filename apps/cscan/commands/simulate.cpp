@@ -197,7 +197,7 @@ SimulateOptions optionsOf(RawSimulation const& raw) {
     return options;
 }
 
-void print(std::ostream& output, SimulateOptions const& options, SimulateResult const& result) {
+void printSimulated(std::ostream& output, SimulateOptions const& options, SimulateResult const& result) {
     auto const& measurement = result.measurement;
     printItem(output, "simulated", options.setup.name + ": computed from formulas, nothing was measured");
     printItem(output, "part", counted(result.triangleCount, "triangle", "triangles"));
@@ -240,7 +240,7 @@ Command addSimulate(CLI::App& app) {
     addClockOptions(*command, *raw);
     addCellOptions(*command, *raw);
     return commandOf(
-        command, [raw] { return optionsOf(*raw); }, QELT::Simulation::simulate, print);
+        command, [raw] { return optionsOf(*raw); }, QELT::Simulation::simulate, printSimulated);
 }
 
 } // namespace cscan
