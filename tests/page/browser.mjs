@@ -19,7 +19,7 @@ const commonArguments = [
 ];
 const softwareWebGl = ['--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
 const noWebGl = ['--disable-gpu', '--disable-3d-apis'];
-const callLimit = 60000;
+const callLimit = 180000;
 
 export class Browser {
     constructor(program, { isWithWebGl = true, width = 1366, height = 768 } = {}) {
@@ -155,7 +155,7 @@ class Tab {
         return result.value;
     }
 
-    async until(expression, limit = 60000) {
+    async until(expression, limit = 180000) {
         const end = Date.now() + limit;
         while (Date.now() < end) {
             if (await this.evaluate(`Boolean(${expression})`)) {
