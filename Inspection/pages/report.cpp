@@ -5,6 +5,7 @@
 #include "Inspection/pages/internal/reportpage.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/internal/announce.h"
+#include "Inspection/records/internal/sha256.h"
 #include "Inspection/records/outputs.h"
 #include "Inspection/results/resultfile.h"
 
@@ -46,6 +47,7 @@ std::vector<ValueMap const*> valuesToShow(Result const& result, std::vector<std:
 void fillContent(ReportContent& content, ReportRecord const& record, ReportOptions const& options,
                  ProgressListener* listener) {
     content.resultName = options.result.filename().string();
+    content.resultDigest = digestOf(options.result, listener).sha256;
     content.coverage = coverageOf(content.result, record);
     content.scale = pixelScaleOf(content.result);
     content.values = valuesToShow(content.result, options.values);

@@ -1,5 +1,6 @@
 #include "Inspection/pages/internal/html.h"
 
+#include <cctype>
 #include <nlohmann/json.hpp>
 
 namespace QELT::Inspection {
@@ -80,6 +81,23 @@ Html emptyElement(char const* name, Html::Attributes const& attributes) {
 Html writtenHtml(char const* markup) {
     Html html;
     html.text = markup;
+    return html;
+}
+
+Html styleText(std::string_view plain) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    Html html;
+    html.text = "\"";
+    for (char const letter : validText(plain)) {
+        auto const byte = static_cast<unsigned char>(letter);
+        constexpr unsigned char ascii = 0x80;
+        if (byte >= ascii || std::isalnum(byte) != 0 || letter == ' ') {
+            html.text += letter;
+        } else {
+            html.text += {'\\', digits[byte >> 4U], digits[byte & 15U], ' '};
+        }
+    }
+    html.text += "\"";
     return html;
 }
 

@@ -33,6 +33,7 @@ private:
     friend Html element(char const* name, Html const& inside, Attributes const& attributes);
     friend Html emptyElement(char const* name, Attributes const& attributes);
     friend Html writtenHtml(char const* markup);
+    friend Html styleText(std::string_view plain);
 };
 
 /// Shows the text as it is: nothing in it is taken for markup. What is no UTF-8, or cannot stand in a page,
@@ -47,6 +48,9 @@ Html emptyElement(char const* name, Html::Attributes const& attributes = {});
 
 /// Markup of the program's own, which is not escaped.
 Html writtenHtml(char const* markup);
+
+/// The text in quotation marks for a style, with nothing in it that could end it.
+Html styleText(std::string_view plain);
 
 /// The bytes in base 64, as a page holds pictures.
 std::string base64Of(std::span<std::uint8_t const> bytes);

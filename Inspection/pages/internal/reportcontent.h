@@ -52,6 +52,7 @@ PixelScale pixelScaleOf(Result const& result);
 /// Everything that a report shows.
 struct ReportContent {
     std::string resultName;
+    std::string resultDigest; ///< SHA-256 of the file as it is now
     Result result;
     Coverage coverage;
     PixelScale scale;

@@ -206,10 +206,11 @@ void addUntold(Sentences& sentences, ReportContent const& content) {
 
 std::string placeText(ReportContent const& content, std::size_t pixel) {
     Result const& result = content.result;
+    constexpr int decimals = 3;
     std::string text;
     for (std::size_t i = 0; i < result.move.size(); ++i) {
         double const place = static_cast<double>(result.points[3 * pixel + i]) - result.move[i];
-        text += (text.empty() ? "(" : ", ") + readableNumber(place);
+        text += (text.empty() ? "(" : ", ") + toFixedText(place, decimals);
     }
     return text + ")" + content.length() + ", pixel " + std::to_string(pixel % result.width) + ", " +
            std::to_string(pixel / result.width);

@@ -43,7 +43,7 @@ td.number { white-space: normal; }
 .tiles { display: grid; grid-template-columns: repeat(4, 1fr); gap: 4mm; margin-top: 5mm; }
 .tiles div { background: var(--pale); border-left: 2.5pt solid var(--mark); padding: 2.5mm 3mm; }
 .tiles strong, .tiles span { display: block; }
-.tiles strong { font-size: 15pt; line-height: 1.25; }
+.tiles strong { font-size: 13.5pt; line-height: 1.25; white-space: nowrap; }
 .tiles span { color: var(--soft); font-size: 8.5pt; }
 .warning { border: 1.5pt solid var(--alarm); padding: 1mm 4mm 2mm; margin: 4mm 0; }
 .warning h2 { border: 0; margin: 1mm 0; padding: 0; color: var(--alarm); }
@@ -55,16 +55,19 @@ li { margin: 0 0 1mm; }
 figure { margin: 3mm 0 6mm; }
 figure img { display: block; max-width: 100%; height: auto; border: 0.5pt solid var(--rule); }
 figcaption { font-size: 9pt; margin-top: 1.2mm; }
-code, pre { font-family: "DejaVu Sans Mono", "Liberation Mono", Menlo, Consolas, monospace; font-size: 7.5pt; }
+code { white-space: nowrap; }
+code, pre { font-family: "DejaVu Sans Mono", "Liberation Mono", Menlo, Consolas, monospace; font-size: 7pt; }
 pre { white-space: pre-wrap; overflow-wrap: anywhere; background: var(--pale); padding: 3mm; margin: 0; line-height: 1.35; }
-@page { size: A4; margin: 15mm 15mm 17mm; @bottom-right { content: counter(page) " / " counter(pages); font: 8pt sans-serif; color: #4a4f57; } }
+@page { size: A4; margin: 15mm 15mm 17mm; @bottom-right { content: counter(page) " / " counter(pages); font: 7.5pt sans-serif; color: #4a4f57; } }
 @media print {
   html, body { background: #fff; }
   body { max-width: none; padding: 0; print-color-adjust: exact; -webkit-print-color-adjust: exact; }
   h2, h3 { break-after: avoid; }
   figure, table, tr, .block, .tiles, .warning, li { break-inside: avoid; }
   table.long, .block:has(table.long) { break-inside: auto; }
-  figure img { max-height: 215mm; }
+  .tall img { max-height: 215mm; }
+  .wide img { max-height: 105mm; }
+  figure { margin: 2mm 0 4mm; }
   thead { display: table-header-group; }
   p { orphans: 3; widows: 3; }
   .sheet { break-before: page; }
@@ -77,11 +80,27 @@ std::string titleOf(ReportContent const& content) {
     return part == content.fields.end() ? "C-scan report" : "C-scan report: " + *part->second;
 }
 
-Html head(std::string const& title) {
+/// What each sheet of paper says at its foot, so that none can be taken for another's.
+Html footStyle(ReportContent const& content, std::string const& title) {
+    auto const serial = std::find_if(content.fields.begin(), content.fields.end(), [](auto const& field) {
+        return field.first == "serial" && field.second;
+    });
+    constexpr std::size_t firstDigits = 16;
+    std::string const dot = " \xC2\xB7 ";
+    Html html = writtenHtml("@page { @bottom-left { content: ");
+    html += styleText(title + (serial == content.fields.end() ? "" : dot + *serial->second) + dot +
+                      content.resultName + ", SHA-256 " + content.resultDigest.substr(0, firstDigits));
+    html += writtenHtml("; font: 7.5pt sans-serif; color: #4a4f57; width: 90%; } }\n");
+    return html;
+}
+
+Html head(ReportContent const& content, std::string const& title) {
     Html html = emptyElement("meta", {{"charset", "utf-8"}});
     html += emptyElement("meta", {{"name", "viewport"}, {"content", "width=device-width, initial-scale=1"}});
     html += element("title", textHtml(title));
-    html += element("style", writtenHtml(style));
+    Html styles = writtenHtml(style);
+    styles += footStyle(content, title);
+    html += element("style", styles);
     return element("head", html);
 }
 
@@ -114,7 +133,7 @@ std::string reportPage(ReportContent const& content, ReportRecord& record, Progr
     body += restSection(record);
     body += inputsSection(content, record);
     body += recordSection(record);
-    Html page = head(title);
+    Html page = head(content, title);
     page += element("body", element("main", body));
     return "<!DOCTYPE html>\n" + element("html", page, {{"lang", "en"}}).getText() + "\n";
 }

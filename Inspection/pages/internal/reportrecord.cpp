@@ -157,7 +157,8 @@ double factorOf(Measure measure) {
     return measure == Measure::Share ? percent : 1.0;
 }
 
-std::string plainText(Json const& value, double factor) {
+/// What was found is rounded, what was told is not.
+std::string plainText(Json const& value, double factor, bool isExact) {
     if (value.is_boolean()) {
         return value.get<bool>() ? "yes" : "no";
     }
@@ -165,15 +166,16 @@ std::string plainText(Json const& value, double factor) {
         return value.dump();
     }
     if (value.is_number()) {
-        return readableNumber(factor * value.get<double>());
+        double const number = factor * value.get<double>();
+        return isExact ? toExactText(number) : readableNumber(number);
     }
     return value.is_string() ? value.get<std::string>() : "not a finite number";
 }
 
-std::string listText(Json const& list, char const* between) {
+std::string listText(Json const& list, char const* between, bool isExact) {
     std::string all;
     for (Json const& value : list) {
-        all += (all.empty() ? "" : between) + plainText(value, 1.0);
+        all += (all.empty() ? "" : between) + plainText(value, 1.0, isExact);
     }
     return all;
 }
@@ -181,8 +183,8 @@ std::string listText(Json const& list, char const* between) {
 } // namespace
 
 std::string readableNumber(double number) {
-    constexpr int digits = 6;
-    constexpr double large = 1e5;
+    constexpr int digits = 5;
+    constexpr double large = 1e4;
     constexpr double huge = 1e7;
     double const size = std::abs(number);
     return size >= large && size < huge ? toFixedText(number, 0) : toShortText(number, digits);
@@ -325,10 +327,11 @@ Html ReportRecord::told(std::string const& group, std::string const& name) {
     auto const meaning = meaningOf(name);
     double const factor = meaning ? factorOf(meaning->measure) : 1.0;
     bool const isGate = name.starts_with(gateBegin);
-    std::string const shown = value->is_array() ? listText(*value, isGate ? " to " : ", ")
+    bool const isExact = group == "settings";
+    std::string const shown = value->is_array() ? listText(*value, isGate ? " to " : ", ", isExact)
                               : value->is_string() && value->get<std::string>().empty()
                                   ? std::string("not told")
-                                  : plainText(*value, factor);
+                                  : plainText(*value, factor, isExact);
     bool const isNumber = value->is_number() || value->is_array();
     Html html =
         element("data", textHtml(shown), {{"value", value->dump()}, {"data-name", group + "." + name}});

@@ -15,7 +15,7 @@
 
 namespace QELT::Inspection {
 
-/// A number as people read it: six digits, and all of those before the point up to seven.
+/// A number as people read it: five digits, and all of those before the point up to seven.
 std::string readableNumber(double number);
 
 /// The record of a result as a report tells it: every setting and figure under the name that an inspector

@@ -18,6 +18,7 @@ namespace QELT::Inspection {
 namespace {
 
 constexpr char const* dash = "\xE2\x80\x93";
+constexpr char const* untold = "not told in the record";
 constexpr double percent = 100.0;
 
 std::string capitalised(std::string text) {
@@ -151,15 +152,17 @@ Html settingsSection(ReportRecord& record) {
     });
     html += block("Shots and values", pairTable(toldPairs(record, "settings", measured)));
     ReportPairs pairs = toldPairs(record, "settings", placing);
+    bool const isTold = record.has("figures", "poseRead");
     if (!record.has("settings", "frame")) {
-        pairs.emplace_back("Frame", textHtml("none: positions are those of the table"));
+        pairs.emplace_back("Frame", textHtml(isTold ? "none: positions are those of the table" : untold));
     }
     bool const isLagFound = record.has("figures", "lag");
     if (isLagFound || record.has("settings", "lag")) {
         pairs.emplace_back(isLagFound ? "Lag of the clocks, found" : "Lag of the clocks, as told",
                            record.told(isLagFound ? "figures" : "settings", "lag"));
     } else {
-        pairs.emplace_back("Lag of the clocks", textHtml("none: there is one table, with one clock"));
+        pairs.emplace_back("Lag of the clocks",
+                           textHtml(isTold ? "none: there is one table, with one clock" : untold));
     }
     auto const found = toldPairs(record, "figures", {"lagUncertainty", "poseRead", "poseScale"});
     pairs.insert(pairs.end(), found.begin(), found.end());
@@ -306,7 +309,26 @@ Html figureHtml(Image const& image, std::string const& name, Html const& caption
                                        {"width", std::to_string(image.getWidth())},
                                        {"height", std::to_string(image.getHeight())}});
     figure += element("figcaption", caption);
-    return element("figure", figure);
+    bool const isTall = image.getHeight() > image.getWidth();
+    return element("figure", figure, {{"class", isTall ? "tall" : "wide"}});
+}
+
+char const* wordOf(Statistic statistic) {
+    switch (statistic) {
+    case Statistic::Min:
+        return "least";
+    case Statistic::Max:
+        return "greatest";
+    case Statistic::Mean:
+        return "mean";
+    case Statistic::Median:
+        return "median";
+    case Statistic::Last:
+        return "last";
+    case Statistic::Count:
+        break;
+    }
+    return "number of shots with";
 }
 
 Html captionOf(ValueMap const& map) {
@@ -314,7 +336,7 @@ Html captionOf(ValueMap const& map) {
     std::copy_if(map.values.begin(), map.values.end(), std::back_inserter(values),
                  [](double value) { return std::isfinite(value); });
     Html caption = element("strong", textHtml(map.name));
-    std::string text = ": " + std::string(nameOf(map.statistic)) + " of " + map.quantity + " in each pixel";
+    std::string text = ": " + std::string(wordOf(map.statistic)) + " " + map.quantity + " in each pixel";
     std::string const unit = map.unit.empty() ? "" : " " + map.unit;
     if (values.empty()) {
         text += "; no pixel holds a value";
@@ -495,15 +517,15 @@ Html inputsSection(ReportContent const& content, ReportRecord const& record) {
     std::vector<std::vector<Html>> lines;
     for (CheckedInput const& input : content.inputs) {
         Html digest = element("code", textHtml(input.sha256.empty() ? dash : input.sha256));
-        std::string const bytes = input.byteCount ? std::to_string(*input.byteCount) + " bytes" : dash;
+        std::string const bytes = input.byteCount ? std::to_string(*input.byteCount) : dash;
         lines.push_back({textHtml(input.name), textHtml(bytes),
                          element("span", textHtml(textOf(input.state)),
                                  {{"class", input.state == InputState::Changed ? "changed" : "state"}}),
                          digest});
     }
-    Html html = lineTable({"File", "Size", "Now", "SHA-256 when scanned"}, lines, false);
+    Html html = lineTable({"File", "Bytes", "Now", "SHA-256 when scanned"}, lines, false);
     html += paragraph("Result " + content.resultName + ", made by cscan " + record.command() + ", version " +
-                          record.version() + ".",
+                          record.version() + "; SHA-256 now " + content.resultDigest + ".",
                       "small");
     return section("Inputs", html);
 }

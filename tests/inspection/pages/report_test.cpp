@@ -157,7 +157,7 @@ TEST_F(ReportTest, everyNumberOfTheRecordIsToldAndEqualsIt) {
         auto const exact = numbersOf(value);
         ASSERT_EQ(shown.size(), exact.size()) << told.name;
         for (std::size_t i = 0; i < exact.size(); ++i) {
-            EXPECT_NEAR(shown[i], factor * exact[i], 5e-6 * std::abs(factor * exact[i])) << told.name;
+            EXPECT_NEAR(shown[i], factor * exact[i], 5e-5 * std::abs(factor * exact[i])) << told.name;
         }
     }
     for (char const* const group : {"settings", "figures"}) {
@@ -184,7 +184,7 @@ TEST_F(ReportTest, theAreasOfStatesAreThoseOfTheQuads) {
     EXPECT_NE(html.find("<td>saturated</td><td class=\"number\">5 mm\xC2\xB2</td>"), std::string::npos);
     EXPECT_NE(html.find("<td>all</td><td class=\"number\">75 mm\xC2\xB2</td>"), std::string::npos);
     EXPECT_NE(html.find("<td>greatest</td><td class=\"number\">2.5 mm\xC2\xB2</td><td class=\"number\">"
-                        "1.58114 mm</td><td class=\"number\">2.5</td>"),
+                        "1.5811 mm</td><td class=\"number\">2.5</td>"),
               std::string::npos)
         << "a median of 1 or of 1.25 is told elsewhere";
 }
@@ -335,7 +335,7 @@ TEST_F(ReportTest, indicationsAreShownWithAllTheirColumns) {
     EXPECT_EQ(outcome.indicationCount, 2U);
     for (char const* const part :
          {"peak [dB]", "x [mm]", "u [pixels]", "area [mm^2]", "under beam", "odd &lt;one&gt;", "a&amp;b",
-          "no echo", "<data value=\"-5.91234567891\">-5.91235</data>"}) {
+          "no echo", "<data value=\"-5.91234567891\">-5.9123</data>"}) {
         EXPECT_NE(html.find(part), std::string::npos) << part;
     }
     EXPECT_NE(html.find("From i.csv: 2 indications."), std::string::npos);
@@ -435,6 +435,10 @@ TEST(ReportText, nothingIsTakenForMarkup) {
                                                                   "b\xEF\xBF\xBD\xEF\xBF\xBD");
     EXPECT_EQ(element("td", textHtml("x"), {{"title", "\"><script>"}}).getText(),
               "<td title=\"&quot;&gt;&lt;script&gt;\">x</td>");
+}
+
+TEST(ReportText, aTextInAStyleCannotEndIt) {
+    EXPECT_EQ(styleText("A 7\"</style>;").getText(), R"("A 7\22 \3c \2f style\3e \3b ")");
 }
 
 TEST(ReportText, base64IsThatOfEveryone) {
