@@ -24,6 +24,7 @@
 #include "Inspection/maps/flattening.h"
 #include "Inspection/maps/mapcandidate.h"
 #include "Inspection/maps/mapquality.h"
+#include "Inspection/pages/report.h"
 #include "Inspection/pages/view.h"
 #include "Inspection/parts/cloudspacing.h"
 #include "Inspection/parts/cloudthinning.h"

@@ -45,6 +45,7 @@ if(QELT_WITH_ASSIMP)
         PROPERTY COMPILE_DEFINITIONS QELT_WITH_ASSIMP)
 endif()
 qelt_configure_own_target(qelt_inspection_objects)
+qelt_unite(qelt_inspection_objects library)
 # Of Eigen, only what is under the Mozilla Public License.
 target_compile_definitions(qelt_inspection_objects PRIVATE EIGEN_MPL2_ONLY)
 
@@ -62,7 +63,7 @@ set_target_properties(
                SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
                EXPORT_NAME Inspection
                LINKER_LANGUAGE CXX
-               VERIFY_INTERFACE_HEADER_SETS ON)
+               VERIFY_INTERFACE_HEADER_SETS ${QELT_VERIFY_HEADERS})
 if(BUILD_SHARED_LIBS)
     target_compile_definitions(qelt_inspection_objects PRIVATE QELT_BUILDING_INSPECTION)
 else()

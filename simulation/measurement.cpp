@@ -70,9 +70,12 @@ public:
 
     bool doesLose(Pose const& pose) {
         bool const isUnlucky = chance.even() + 0.5 < setup.dropouts.share;
+        return isUnlucky || isOnLostLine(pose) || isInPatch(pose);
+    }
+
+    bool isOnLostLine(Pose const& pose) const {
         auto const& lines = setup.dropouts.lines;
-        return isUnlucky || std::find(lines.begin(), lines.end(), pose.line) != lines.end() ||
-               isInPatch(pose);
+        return std::find(lines.begin(), lines.end(), pose.line) != lines.end();
     }
 
 private:
@@ -89,6 +92,14 @@ private:
         return contact && setup.shape->way(centre, contact->point).lSqr() <= radius * radius;
     }
 };
+
+/// The shots of a line come one after the other.
+void addLost(std::vector<LostLine>& lines, Pose const& pose) {
+    if (lines.empty() || lines.back().line != pose.line) {
+        lines.push_back({pose.line, pose, pose});
+    }
+    lines.back().last = pose;
+}
 
 std::vector<Pose> posesAtRate(ProbeMotion const& motion, double rate) {
     auto const count = static_cast<std::size_t>(motion.duration() * rate) + 1;
@@ -144,6 +155,9 @@ Measurement measureAt(Case const& setup, std::vector<Pose> const& poses) {
         measurement.lineCount = std::max(measurement.lineCount, pose.line + 1);
         if (losses.doesLose(pose)) {
             ++measurement.droppedCount;
+            if (losses.isOnLostLine(pose)) {
+                addLost(measurement.lostLines, pose);
+            }
         } else {
             measurement.shots.push_back({pose.time + lag, pose, reading});
         }

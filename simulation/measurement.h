@@ -62,12 +62,20 @@ struct Shot {
 /// As the scanning functions take it.
 Inspection::Beam beamOf(Shot const& shot);
 
+/// A line of shots that all got lost: its first and its last pose.
+struct LostLine {
+    std::size_t line = 0;
+    Pose first;
+    Pose last;
+};
+
 struct Measurement {
     std::vector<PlacedFlaw> flaws;
     std::vector<Shot> shots; ///< those that did not get lost
     std::vector<Pose> poses; ///< as the robot stamps them; empty with one clock
     std::size_t lineCount = 0;
     std::size_t droppedCount = 0; ///< shots that got lost
+    std::vector<LostLine> lostLines;
 };
 
 /// Sweeps the part. The same setup gives the same measurement, and what got lost changes no other reading.

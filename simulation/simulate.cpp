@@ -1,5 +1,6 @@
 #include "simulation/simulate.h"
 
+#include "Inspection/planning/pathfile.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/numbers.h"
 #include "Inspection/records/outputs.h"
@@ -7,6 +8,7 @@
 
 #include <array>
 #include <bit>
+#include <cmath>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -131,6 +133,16 @@ void addFigures(Record& record, SimulateResult const& result) {
     record.figure("dropped", result.measurement.droppedCount);
 }
 
+std::vector<Pose> posesOf(std::filesystem::path const& path) {
+    std::vector<Pose> poses;
+    for (Inspection::PlannedShot const& shot : Inspection::readPathFile(path)) {
+        Vector const anyAxis =
+            std::abs(shot.direction.getdX()) < 0.5 ? Vector(1.0, 0.0, 0.0) : Vector(0.0, 1.0, 0.0);
+        poses.push_back({shot.time, shot.line, {rotationTo(shot.direction, anyAxis), shot.position}});
+    }
+    return poses;
+}
+
 void writeTables(Writer& writer, Measurement const& measurement, SimulateOptions const& options) {
     if (!options.setup.clocks) {
         writer.write("shots.csv",
@@ -177,8 +189,10 @@ void writeObj(std::ostream& output, FaceMesh const& mesh) {
 
 SimulateResult simulate(SimulateOptions const& options, ProgressListener* listener) {
     Record record("simulate");
-    for (auto const& input : options.inputs) {
-        record.addCompanion(input);
+    Inspection::require(!options.path || !options.setup.clocks,
+                        "a planned path is measured on one clock: leave out lag and jitter");
+    if (options.path) {
+        record.addCompanion(*options.path);
     }
     addSettings(record, options);
     Outputs outputs(record);
@@ -187,7 +201,7 @@ SimulateResult simulate(SimulateOptions const& options, ProgressListener* listen
     FaceMesh const mesh = options.setup.shape->mesh(options.setup.meshSide);
     result.triangleCount = mesh.faces.size();
     result.measurement =
-        options.path.empty() ? measure(options.setup) : measureAt(options.setup, options.path);
+        options.path ? measureAt(options.setup, posesOf(*options.path)) : measure(options.setup);
     addFigures(record, result);
     writer.write("part.stl", [&](std::ostream& output) { writeBinaryStl(output, mesh); });
     writer.write("part.obj", [&](std::ostream& output) { writeObj(output, mesh); });

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <iosfwd>
+#include <optional>
 #include <vector>
 
 namespace QELT::Simulation {
@@ -12,8 +13,7 @@ namespace QELT::Simulation {
 struct SimulateOptions {
     Case setup;
     Cell cell;
-    std::vector<Pose> path;                    ///< fires at these poses, if there are any, instead of a sweep
-    std::vector<std::filesystem::path> inputs; ///< the files that the path came from, for the records
+    std::optional<std::filesystem::path> path; ///< fires at the poses of this planned path, not on a sweep
     std::filesystem::path folder;              ///< made if it is not there
 };
 
@@ -25,6 +25,7 @@ struct SimulateResult {
 
 /// Writes the part as part.stl and part.obj, what the cell tells as shots.csv, with two clocks poses.csv too,
 /// and the truth as truth.json. All or nothing.
+/// Fails if a path is to be measured on two clocks: its poses are apart in space, not in time.
 SimulateResult simulate(SimulateOptions const& options, ProgressListener* listener);
 
 /// The parts' formats; each says in its own way that it is simulated.

@@ -82,12 +82,12 @@ Json sweepOf(Case const& setup, Measurement const& measurement) {
 }
 
 Json droppedOf(Case const& setup, Measurement const& measurement) {
-    ProbeMotion const motion(*setup.shape, setup.sweep);
+    auto const footOf = [&](Pose const& pose) {
+        return jsonOf(pose.probe.shift + pose.beam() * setup.sweep.standoff);
+    };
     Json lines = Json::array();
-    for (std::size_t const line : setup.dropouts.lines) {
-        lines.push_back({{"line", line},
-                         {"from", jsonOf(setup.shape->at(motion.startOf(line)).point)},
-                         {"to", jsonOf(setup.shape->at(motion.endOf(line)).point)}});
+    for (LostLine const& lost : measurement.lostLines) {
+        lines.push_back({{"line", lost.line}, {"from", footOf(lost.first)}, {"to", footOf(lost.last)}});
     }
     Json dropped{{"shots", measurement.droppedCount}, {"share", setup.dropouts.share}, {"lines", lines}};
     if (setup.dropouts.patch) {

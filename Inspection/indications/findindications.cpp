@@ -263,9 +263,9 @@ private:
                 return result.states[sourceOf(result, pixel, options.doUseFilled)] == state;
             });
         };
-        bool const isEchoLost = std::any_of(indication.pixels.begin(), indication.pixels.end(),
-                                            [&](std::uint32_t pixel) { return std::isinf(loudness[pixel]); });
-        if (isEchoLost) {
+        bool const isLost = std::any_of(indication.pixels.begin(), indication.pixels.end(),
+                                        [&](std::uint32_t pixel) { return std::isinf(loudness[pixel]); });
+        if (isLost) {
             return PixelState::NoEcho;
         }
         return !options.isBelow && has(PixelState::Saturated) ? PixelState::Saturated : PixelState::Echo;

@@ -92,7 +92,7 @@ void writePath(std::ostream& output, Path const& path, std::optional<double> spe
     output << '\n';
     for (PathPose const& pose : path.poses) {
         output << std::to_string(pose.line) << ',' << std::to_string(pose.run) << ','
-               << kindNames.at(pose.kind);
+               << kindNames.at(static_cast<std::size_t>(pose.kind));
         writeVector(output, pose.position - move, placeDecimals);
         writeVector(output, pose.direction, directionDecimals);
         output << ',' << toFixedText(pose.turn.w, directionDecimals);

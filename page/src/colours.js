@@ -35,11 +35,26 @@ export const REFUSED = 5;
 
 /** Two colours a state, striped where they differ. An echo has the colour of its value. */
 export const stateColours = {
-    [NO_SURFACE]: [[38, 42, 48], [38, 42, 48]],
-    [NOT_REACHED]: [[66, 72, 80], [150, 156, 164]],
-    [NO_ECHO]: [[255, 255, 255], [255, 255, 255]],
-    [SATURATED]: [[255, 46, 220], [255, 46, 220]],
-    [REFUSED]: [[196, 106, 20], [140, 68, 6]],
+    [NO_SURFACE]: [
+        [38, 42, 48],
+        [38, 42, 48],
+    ],
+    [NOT_REACHED]: [
+        [66, 72, 80],
+        [150, 156, 164],
+    ],
+    [NO_ECHO]: [
+        [255, 255, 255],
+        [255, 255, 255],
+    ],
+    [SATURATED]: [
+        [255, 46, 220],
+        [255, 46, 220],
+    ],
+    [REFUSED]: [
+        [196, 106, 20],
+        [140, 68, 6],
+    ],
 };
 const filledColour = [120, 126, 134];
 
@@ -64,8 +79,14 @@ export function bandsIn(text) {
     if (text.trim() === '') {
         return null;
     }
-    const numbers = text.split(/[,;\s]+/).filter((field) => field !== '').map(Number);
-    if (numbers.length < 2 || numbers.some((number, i) => !Number.isFinite(number) || (i > 0 && number <= numbers[i - 1]))) {
+    const numbers = text
+        .split(/[,;\s]+/)
+        .filter((field) => field !== '')
+        .map(Number);
+    if (
+        numbers.length < 2 ||
+        numbers.some((number, i) => !Number.isFinite(number) || (i > 0 && number <= numbers[i - 1]))
+    ) {
         throw new Error('bands are two or more rising numbers, such as 0,1,2,4');
     }
     return numbers;
@@ -94,7 +115,9 @@ export class Scale {
         if (this.bands !== null) {
             return this.levelOfBand(this.bandOf(value));
         }
-        return this.high > this.low ? Math.min(255, Math.floor((256 * (value - this.low)) / (this.high - this.low))) : 128;
+        return this.high > this.low
+            ? Math.min(255, Math.floor((256 * (value - this.low)) / (this.high - this.low)))
+            : 128;
     }
 
     bandOf(value) {

@@ -85,13 +85,17 @@ export class CScanView {
     }
 
     screenOf([u, v]) {
-        return [margin.left + (u - this.left) * this.zoom,
-            margin.top + this.plot.height - (v - this.bottom) * this.zoom];
+        return [
+            margin.left + (u - this.left) * this.zoom,
+            margin.top + this.plot.height - (v - this.bottom) * this.zoom,
+        ];
     }
 
     placeAt(x, y) {
-        return [this.left + (x - margin.left) / this.zoom,
-            this.bottom + (margin.top + this.plot.height - y) / this.zoom];
+        return [
+            this.left + (x - margin.left) / this.zoom,
+            this.bottom + (margin.top + this.plot.height - y) / this.zoom,
+        ];
     }
 
     /** The pixel at a place of the screen that has surface, or -1. */
@@ -114,7 +118,10 @@ export class CScanView {
         if (clientWidth === 0 || clientHeight === 0) {
             return;
         }
-        if (this.canvas.width !== Math.round(clientWidth * ratio) || this.canvas.height !== Math.round(clientHeight * ratio)) {
+        if (
+            this.canvas.width !== Math.round(clientWidth * ratio) ||
+            this.canvas.height !== Math.round(clientHeight * ratio)
+        ) {
             this.canvas.width = Math.round(clientWidth * ratio);
             this.canvas.height = Math.round(clientHeight * ratio);
             if (this.isFitted) {
@@ -236,7 +243,9 @@ export class CScanView {
 
     drawIndication(context, { outline, place, number, isChosen, isDashed }) {
         context.setLineDash(isDashed ? [4, 3] : []);
-        outline.forEach((way) => this.drawWay(context, way, isChosen ? '#ffdd00' : '#ffffff', isChosen ? 2.5 : 1.5, true));
+        outline.forEach((way) =>
+            this.drawWay(context, way, isChosen ? '#ffdd00' : '#ffffff', isChosen ? 2.5 : 1.5, true),
+        );
         context.setLineDash([]);
         const top = outline.flat().reduce((best, other) => (other[1] > best[1] ? other : best), place);
         const [x, y] = this.screenOf(top);
@@ -259,7 +268,12 @@ export class CScanView {
         const [x, y] = this.screenOf([u + 0.5, v + 0.5]);
         const gap = Math.max(6, this.zoom / 2 + 2);
         context.beginPath();
-        for (const [a, b] of [[1, 0], [-1, 0], [0, 1], [0, -1]]) {
+        for (const [a, b] of [
+            [1, 0],
+            [-1, 0],
+            [0, 1],
+            [0, -1],
+        ]) {
             context.moveTo(x + a * gap, y + b * gap);
             context.lineTo(x + a * (gap + 12), y + b * (gap + 12));
         }
@@ -300,10 +314,14 @@ export class CScanView {
         });
         this.canvas.addEventListener('pointercancel', () => (pressed = null));
         this.canvas.addEventListener('pointerleave', () => this.listener.left());
-        this.canvas.addEventListener('wheel', (event) => {
-            event.preventDefault();
-            this.zoomBy(Math.exp(-0.0015 * event.deltaY), ...at(event));
-        }, { passive: false });
+        this.canvas.addEventListener(
+            'wheel',
+            (event) => {
+                event.preventDefault();
+                this.zoomBy(Math.exp(-0.0015 * event.deltaY), ...at(event));
+            },
+            { passive: false },
+        );
         this.canvas.addEventListener('keydown', (event) => this.pressed(event));
         new ResizeObserver(() => this.draw()).observe(this.canvas);
     }

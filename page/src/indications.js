@@ -16,11 +16,18 @@ function indicationOf(scan, row, index) {
     const circle = pixel >= 0 && diameter > 0 ? circleOn(scan, pixel, diameter) : [];
     const unit = scan.json.unit;
     return {
-        number: String(row.number ?? index + 1), pixel, place,
-        outline: given ?? (circle.length > 0 ? [[...circle, circle[0]]] : []), isDashed: given === null,
+        number: String(row.number ?? index + 1),
+        pixel,
+        place,
+        outline: given ?? (circle.length > 0 ? [[...circle, circle[0]]] : []),
+        isDashed: given === null,
         words: [row.state, isNumber(row.peak) ? `peak ${text(row.peak, 4)}` : null].filter(Boolean).join(', '),
-        size: isNumber(row.length) && isNumber(row.width) ? `${text(row.length, 3)} × ${text(row.width, 3)} ${unit}`
-            : isNumber(row.area) ? `${text(row.area, 3)} ${unit}²` : '',
+        size:
+            isNumber(row.length) && isNumber(row.width)
+                ? `${text(row.length, 3)} × ${text(row.width, 3)} ${unit}`
+                : isNumber(row.area)
+                  ? `${text(row.area, 3)} ${unit}²`
+                  : '',
     };
 }
 

@@ -17,7 +17,10 @@ export function drawLegend(canvas, scale, { bins, below, above }, title) {
     const plot = width - 2 * left;
     drawHistogram(context, bins, left, plot);
     drawBar(context, scale, left, plot);
-    for (const [colour, x, number] of [[scale.below, 0, below], [scale.above, width - 13, above]]) {
+    for (const [colour, x, number] of [
+        [scale.below, 0, below],
+        [scale.above, width - 13, above],
+    ]) {
         context.fillStyle = number > 0 ? cssOf(colour) : '#eef1f4';
         context.fillRect(x, barTop, 13, barHeight);
         context.strokeStyle = '#5c6670';

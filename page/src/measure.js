@@ -29,7 +29,7 @@ export function lengthOf(scan, way) {
 }
 
 /** Places on the straight line in the C-scan, half a pixel apart at most. */
-export function lineBetween(from, to) {
+function lineBetween(from, to) {
     const steps = Math.max(1, Math.ceil(2 * Math.max(Math.abs(to[0] - from[0]), Math.abs(to[1] - from[1]))));
     return Array.from({ length: steps + 1 }, (_, i) => mixed(from, to, i / steps));
 }
@@ -147,13 +147,19 @@ function routeAround(scan, from, to) {
 function routeOver(scan, from, to, cell) {
     const columns = Math.ceil(scan.width / cell);
     const rows = Math.ceil(scan.height / cell);
-    const cellOf = (place) => Math.min(Math.floor(place[1] / cell), rows - 1) * columns +
-        Math.min(Math.floor(place[0] / cell), columns - 1);
+    const cellOf = (place) =>
+        Math.min(Math.floor(place[1] / cell), rows - 1) * columns + Math.min(Math.floor(place[0] / cell), columns - 1);
     const [start, goal] = [cellOf(from), cellOf(to)];
-    const placeOf = (index) => (index === start ? from : index === goal ? to : [
-        Math.min((index % columns) * cell + cell / 2, scan.width - 0.5),
-        Math.min(Math.floor(index / columns) * cell + cell / 2, scan.height - 0.5)]);
-    return start === goal ? null : dijkstra(scan, placeOf, columns, rows, start, goal)?.map(placeOf) ?? null;
+    const placeOf = (index) =>
+        index === start
+            ? from
+            : index === goal
+              ? to
+              : [
+                    Math.min((index % columns) * cell + cell / 2, scan.width - 0.5),
+                    Math.min(Math.floor(index / columns) * cell + cell / 2, scan.height - 0.5),
+                ];
+    return start === goal ? null : (dijkstra(scan, placeOf, columns, rows, start, goal)?.map(placeOf) ?? null);
 }
 
 function dijkstra(scan, placeOf, columns, rows, start, goal) {
@@ -193,7 +199,8 @@ function backFrom(goal, before) {
 }
 
 /** Steps of up to three cells in all directions, each direction once. */
-const steps = [-3, -2, -1, 0, 1, 2, 3].flatMap((x) => [-3, -2, -1, 0, 1, 2, 3].map((y) => [x, y]))
+const steps = [-3, -2, -1, 0, 1, 2, 3]
+    .flatMap((x) => [-3, -2, -1, 0, 1, 2, 3].map((y) => [x, y]))
     .filter(([x, y]) => greatestDivisor(Math.abs(x), Math.abs(y)) === 1);
 
 function greatestDivisor(a, b) {
@@ -202,7 +209,8 @@ function greatestDivisor(a, b) {
 
 function neighboursOf(index, columns, rows) {
     const [column, row] = [index % columns, Math.floor(index / columns)];
-    return steps.map(([x, y]) => [column + x, row + y])
+    return steps
+        .map(([x, y]) => [column + x, row + y])
         .filter(([x, y]) => x >= 0 && y >= 0 && x < columns && y < rows)
         .map(([x, y]) => y * columns + x);
 }
@@ -284,7 +292,10 @@ export function circleOn(scan, pixel, diameter, points = 48) {
     const alongU = [0, 1, 2].map((axis) => 0.5 * (b[axis] - a[axis] + c[axis] - d[axis]));
     const alongV = [0, 1, 2].map((axis) => 0.5 * (d[axis] - a[axis] + c[axis] - b[axis]));
     const uu = dot(alongU, alongU);
-    const across = minus(alongV, alongU.map((component) => (component * dot(alongU, alongV)) / uu));
+    const across = minus(
+        alongV,
+        alongU.map((component) => (component * dot(alongU, alongV)) / uu),
+    );
     const [lengthU, lengthAcross] = [Math.sqrt(uu), Math.hypot(...across)];
     const [u, v] = [(pixel % scan.width) + 0.5, Math.floor(pixel / scan.width) + 0.5];
     return Array.from({ length: points }, (_, i) => {

@@ -84,7 +84,8 @@ export class PartSurface {
                 }
             }
         });
-        return best === null ? null
+        return best === null
+            ? null
             : { ...best, place: origin.map((coordinate, axis) => coordinate + best.distance * direction[axis]) };
     }
 
@@ -98,7 +99,11 @@ export class PartSurface {
     /** Two triangles count as a quad. Points that share a cell of a lattice become one where there are too many. */
     meshesOf(mostQuads) {
         let plain = { places: this.places, corners: this.corners };
-        for (let cells = Math.round(Math.sqrt(mostQuads)); plain.corners.length > 6 * mostQuads && cells > 4; cells *= 0.8) {
+        for (
+            let cells = Math.round(Math.sqrt(mostQuads));
+            plain.corners.length > 6 * mostQuads && cells > 4;
+            cells *= 0.8
+        ) {
             plain = this.clustered(Math.round(cells));
         }
         return [this.meshOf(plain)];
@@ -110,7 +115,9 @@ export class PartSurface {
         const places = [[], [], []];
         const numberOf = (point) => {
             const key = [0, 1, 2].reduce(
-                (sum, axis) => sum * 4096 + Math.floor((this.places[axis][point] - this.low[axis]) / side), 0);
+                (sum, axis) => sum * 4096 + Math.floor((this.places[axis][point] - this.low[axis]) / side),
+                0,
+            );
             if (!numbers.has(key)) {
                 numbers.set(key, places[0].length);
                 places.forEach((coordinates, axis) => coordinates.push(this.places[axis][point]));
@@ -144,7 +151,13 @@ export class PartSurface {
                 normal.forEach((component, axis) => (normals[3 * corners[i + corner] + axis] += component));
             }
         }
-        return { positions, normals, texels: new Float32Array(2 * count), corners: Uint32Array.from(corners), isTurned: false };
+        return {
+            positions,
+            normals,
+            texels: new Float32Array(2 * count),
+            corners: Uint32Array.from(corners),
+            isTurned: false,
+        };
     }
 }
 

@@ -16,7 +16,9 @@ export class PartPage {
         byId('views').classList.add('only-part');
         byId('subtitle').textContent = `${count(part.triangleCount)} triangles; a C-scan needs a grid`;
         this.space = makeSpace({
-            pointed: (hit) => this.show(hit), chosen: (hit) => this.choose(hit), left: () => this.show(this.kept),
+            pointed: (hit) => this.show(hit),
+            chosen: (hit) => this.choose(hit),
+            left: () => this.show(this.kept),
         });
         if (this.space !== null) {
             listenToLook(this.space, part, () => null);
@@ -39,7 +41,10 @@ export class PartPage {
                 name: `${name} from, to`,
                 cells: [`${text(low[axis] - json.move[axis])}, ${text(high[axis] - json.move[axis])}`],
             })),
-            { name: 'Drawn', cells: [this.space === null ? 'nothing' : `${count(Math.round(2 * this.space.drawnQuads))} triangles`] },
+            {
+                name: 'Drawn',
+                cells: [this.space === null ? 'nothing' : `${count(Math.round(2 * this.space.drawnQuads))} triangles`],
+            },
         ]);
         byId('pixel-title').textContent = 'Place';
     }
@@ -55,7 +60,8 @@ export class PartPage {
             { name: 'Normal', cells: [normal === null ? '–' : normal.map((c) => text(c, 4)).join(', ')] },
         ]);
         this.space?.setMarks({
-            marker: hit === null ? null : { place: hit.place, normal }, ends: this.ends,
+            marker: hit === null ? null : { place: hit.place, normal },
+            ends: this.ends,
             straight: this.ends.length === 2 ? this.ends : null,
         });
     }
@@ -89,7 +95,9 @@ export class PartPage {
             return;
         }
         const actions = {
-            '?': () => byId('help').showModal(), m: () => chooseTool('mark'), r: () => chooseTool('ruler'),
+            '?': () => byId('help').showModal(),
+            m: () => chooseTool('mark'),
+            r: () => chooseTool('ruler'),
             Escape: () => this.clear(),
         };
         actions[event.key]?.();

@@ -59,7 +59,8 @@ export class Picker {
                 });
             }
         }
-        return best === null ? null
+        return best === null
+            ? null
             : { ...best, place: origin.map((coordinate, axis) => coordinate + best.distance * direction[axis]) };
     }
 

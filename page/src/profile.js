@@ -106,7 +106,11 @@ export class ProfileView {
         context.strokeStyle = '#4b535d';
         context.strokeRect(margin.left + 0.5, margin.top + 0.5, width, height);
         context.textBaseline = 'bottom';
-        context.fillText(`length along the surface [${this.unit}]`, margin.left + width / 2, margin.top + height + margin.bottom);
+        context.fillText(
+            `length along the surface [${this.unit}]`,
+            margin.left + width / 2,
+            margin.top + height + margin.bottom,
+        );
         context.save();
         context.translate(10, this.canvas.clientHeight / 2);
         context.rotate(-Math.PI / 2);
@@ -128,7 +132,8 @@ export class ProfileView {
             const width = Math.max(1, this.x(samples[end]?.length ?? length) - left);
             context.fillStyle = state === ECHO ? '#7d8b99' : cssOf(stateColours[state][0]);
             context.fillRect(left, top, width, stripHeight);
-            if (state === NO_ECHO) { // white on white
+            if (state === NO_ECHO) {
+                // white on white
                 context.strokeStyle = '#4b535d';
                 context.strokeRect(left + 0.5, top + 0.5, width - 1, stripHeight - 1);
             }

@@ -53,7 +53,8 @@ export class Scan {
     placeIn(pixel, s, t) {
         const [a, b, c, d] = this.cornersOf(pixel);
         return [0, 1, 2].map(
-            (axis) => (1 - t) * ((1 - s) * a[axis] + s * b[axis]) + t * ((1 - s) * d[axis] + s * c[axis]));
+            (axis) => (1 - t) * ((1 - s) * a[axis] + s * b[axis]) + t * ((1 - s) * d[axis] + s * c[axis]),
+        );
     }
 
     centreOf(pixel) {
@@ -93,6 +94,9 @@ function patchOf(json, sections) {
 function nodeOf(patch, node) {
     return [patch.nodes[0][node], patch.nodes[1][node], patch.nodes[2][node]];
 }
+
+/** The place of a pixel's centre on the C-scan. */
+export const centreIn = (scan, pixel) => [(pixel % scan.width) + 0.5, Math.floor(pixel / scan.width) + 0.5];
 
 export const minus = (a, b) => [a[0] - b[0], a[1] - b[1], a[2] - b[2]];
 export const cross = (a, b) => [a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]];

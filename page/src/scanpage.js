@@ -2,19 +2,30 @@
 // keeps it marked when the pointer leaves.
 
 import {
-    ECHO, NO_ECHO, NOT_REACHED, NO_SURFACE, REFUSED, SATURATED, Scale, bandsIn, cssOf, mapNames, paint, stateColours, stateNames,
+    ECHO,
+    NO_ECHO,
+    NOT_REACHED,
+    NO_SURFACE,
+    REFUSED,
+    SATURATED,
+    Scale,
+    bandsIn,
+    cssOf,
+    mapNames,
+    paint,
+    stateColours,
+    stateNames,
 } from './colours.js';
 import { CScanView } from './cscan.js';
 import { indicationsOf, isIn } from './indications.js';
+import { Layers, closed, isShown, layerNames } from './layers.js';
 import { drawLegend } from './legend.js';
 import { circleOn, lengthOf, profileOf, shortestWay } from './measure.js';
 import { ProfileView } from './profile.js';
-import { distance } from './scan.js';
+import { centreIn, distance } from './scan.js';
 import { byId, chooseTool, fillTable, isTyping, listenToLook, tool } from './shell.js';
 import { histogramOf, statisticsOf } from './statistics.js';
 import { count, plain, text, withUnit } from './ticks.js';
-
-const mostFootprints = 5000;
 
 /** Of the full range: where 98 % of the values take less of it, the rest are outliers. */
 const outlierShare = 0.25;
@@ -31,16 +42,21 @@ export class ScanPage {
         this.chosen = -1;
         const pointing = { chosen: (pixel) => this.choose(pixel), left: () => this.mark(this.kept) };
         this.cscan = new CScanView(byId('cscan'), scan, {
-            ...pointing, pointed: (pixel) => this.mark(pixel >= 0 ? pixel : this.kept), moved: (u, v) => this.moveBy(u, v),
+            ...pointing,
+            pointed: (pixel) => this.mark(pixel >= 0 ? pixel : this.kept),
+            moved: (u, v) => this.moveBy(u, v),
         });
         this.profile = new ProfileView(byId('profile'), {
-            ...pointing, pointed: (pixel) => this.mark(pixel), chosen: (pixel) => this.keep(pixel),
+            ...pointing,
+            pointed: (pixel) => this.mark(pixel),
+            chosen: (pixel) => this.keep(pixel),
         });
         this.space = makeSpace({
-            pointed: (hit) => this.mark(hit?.pixel ?? this.kept), chosen: (hit) => this.choose(hit?.pixel ?? -1),
+            pointed: (hit) => this.mark(hit?.pixel ?? this.kept),
+            chosen: (hit) => this.choose(hit?.pixel ?? -1),
             left: pointing.left,
         });
-        this.locateTables();
+        this.layers = new Layers(model, scan, surface, this.indications);
         this.fillChoices();
         this.listen();
         this.chooseValue();
@@ -74,26 +90,16 @@ export class ScanPage {
     // The panel.
 
     fillChoices() {
-        byId('value').replaceChildren(...this.scan.values.map((value, i) => new Option(value.unit ? `${value.name} [${value.unit}]` : value.name, i)));
+        byId('value').replaceChildren(
+            ...this.scan.values.map(
+                (value, i) => new Option(value.unit ? `${value.name} [${value.unit}]` : value.name, i),
+            ),
+        );
         byId('map').replaceChildren(...Object.entries(mapNames).map(([name, label]) => new Option(label, name)));
         byId('states-title').textContent = this.isGrid ? 'Pixels' : 'States of pixels';
         document.querySelectorAll('.of-result').forEach((element) => (element.hidden = this.isGrid));
         byId('filling-label').hidden = this.scan.filling === null;
-        const layers = [
-            ['indications', this.indications.length > 0, ''],
-            ['shots', Boolean(this.shots), this.shots && thinnedText(this.model.shots, 'places of shots')],
-            ['path', Boolean(this.model.path), this.model.path && thinnedText(this.model.path, 'poses of the path')],
-            ['beam', Boolean(this.model.beam), `Beam of ${plain(this.model.beam ?? 0)} ${this.model.unit} at the marked pixel`],
-            ['footprints', Boolean(this.model.beam && this.shots), 'Footprints of shots'],
-        ];
-        for (const [name, isThere, title] of layers) {
-            byId(`show-${name}-label`).hidden = !isThere;
-            const span = byId(`show-${name}-label`).querySelector('span');
-            if (span !== null) {
-                span.textContent = title;
-            }
-        }
-        byId('layer-section').hidden = layers.every(([, isThere]) => !isThere);
+        this.layers.fillPanel();
     }
 
     chooseValue() {
@@ -107,8 +113,19 @@ export class ScanPage {
             { name: 'Lowest, highest', cells: [`${text(low)}, ${withUnit(high, unit)}`] },
             { name: 'Median, mean', cells: [`${text(median)}, ${withUnit(mean, unit)}`] },
             { name: 'Standard deviation', cells: [withUnit(deviation, unit)] },
-            { name: 'Error of holding it', cells: [this.value === null ? '–' : this.value.error === 0 ? 'none' : `± ${withUnit(this.value.error, unit, 2)}`] },
-            ...(this.value?.ceiling === undefined ? [] : [{ name: 'Saturated from', cells: [withUnit(this.value.ceiling, unit)] }]),
+            {
+                name: 'Error of holding it',
+                cells: [
+                    this.value === null
+                        ? '–'
+                        : this.value.error === 0
+                          ? 'none'
+                          : `± ${withUnit(this.value.error, unit, 2)}`,
+                ],
+            },
+            ...(this.value?.ceiling === undefined
+                ? []
+                : [{ name: 'Saturated from', cells: [withUnit(this.value.ceiling, unit)] }]),
         ]);
         const [first, last] = [this.statistics.at(0.01), this.statistics.at(0.99)];
         // A few degenerate quads would take all the colours of a grid; of what was measured nothing is left out unasked.
@@ -129,7 +146,9 @@ export class ScanPage {
         if (this.exact.texts === texts && Number.isFinite(this.exact.low)) {
             return [this.exact.low, this.exact.high];
         }
-        const [low, high] = [byId('low'), byId('high')].map((input) => Number(input.value.trim().replace(',', '.') || NaN));
+        const [low, high] = [byId('low'), byId('high')].map((input) =>
+            Number(input.value.trim().replace(',', '.') || NaN),
+        );
         if (!Number.isFinite(low) || !Number.isFinite(high) || low > high) {
             throw new Error('limits are two numbers, the lower one first');
         }
@@ -144,7 +163,10 @@ export class ScanPage {
             byId('complaint').textContent = error.message;
             return;
         }
-        const shown = { isSaturationMarked: !this.isGrid && byId('mark-saturated').checked, isFillingShown: byId('show-filling').checked };
+        const shown = {
+            isSaturationMarked: !this.isGrid && byId('mark-saturated').checked,
+            isFillingShown: byId('show-filling').checked,
+        };
         const image = paint(this.scan, this.value?.reals ?? null, this.scale, shown);
         this.cscan.setImage(image);
         this.space?.setImage(image, this.scan.width, this.scan.height);
@@ -156,7 +178,8 @@ export class ScanPage {
     }
 
     fillClipping({ below, above }) {
-        const share = (number) => `${count(number)} px (${((100 * number) / Math.max(1, this.statistics.count)).toFixed(2)} %)`;
+        const share = (number) =>
+            `${count(number)} px (${((100 * number) / Math.max(1, this.statistics.count)).toFixed(2)} %)`;
         fillTable(byId('clipping'), [
             { name: 'Below the limits', cells: [share(below)], colour: cssOf(this.scale.below) },
             { name: 'Above the limits', cells: [share(above)], colour: cssOf(this.scale.above) },
@@ -171,7 +194,12 @@ export class ScanPage {
             const colours = stateColours[state] ?? [scaleMiddle(this.scale), scaleMiddle(this.scale)];
             const name = this.isGrid && state === ECHO ? 'surface' : stateNames[state];
             const area = state === NO_SURFACE ? '' : withUnit(states[state].area, unit, 4);
-            return { name, cells: [count(states[state].count), area], colour: cssOf(colours[0]), stripe: cssOf(colours[1]) };
+            return {
+                name,
+                cells: [count(states[state].count), area],
+                colour: cssOf(colours[0]),
+                stripe: cssOf(colours[1]),
+            };
         });
         if (this.scan.filling !== null) {
             const filled = this.scan.filling.mask.reduce((sum, one) => sum + one, 0);
@@ -182,7 +210,12 @@ export class ScanPage {
 
     fillFigures() {
         const { states, unit, placeError, normalError } = this.model;
-        const surface = states.slice(1).reduce((sum, state) => ({ count: sum.count + state.count, area: sum.area + state.area }), { count: 0, area: 0 });
+        const surface = states
+            .slice(1)
+            .reduce((sum, state) => ({ count: sum.count + state.count, area: sum.area + state.area }), {
+                count: 0,
+                area: 0,
+            });
         const reached = [ECHO, SATURATED, NO_ECHO].reduce((sum, state) => sum + states[state].area, 0);
         const side = Math.sqrt(surface.area / surface.count);
         const { low, high } = this.surface;
@@ -191,14 +224,17 @@ export class ScanPage {
             { name: 'Pixels with surface', cells: [count(surface.count)] },
             { name: 'Area', cells: [withUnit(surface.area, unit ? `${unit}²` : '', 6)] },
             { name: 'Mean side of a pixel', cells: [withUnit(side, unit, 4)] },
-            ...(this.isGrid ? [] : [{ name: 'True area reached', cells: [`${((100 * reached) / surface.area).toFixed(2)} %`] }]),
+            ...(this.isGrid
+                ? []
+                : [{ name: 'True area reached', cells: [`${((100 * reached) / surface.area).toFixed(2)} %`] }]),
             { name: 'Box', cells: [[0, 1, 2].map((axis) => text(high[axis] - low[axis], 4)).join(' × ')] },
             { name: 'Places held within', cells: [`± ${withUnit(placeError, unit, 2)}`] },
             { name: 'Normals held within', cells: [`${text(normalError, 2)}°`] },
             { name: 'Quads drawn', cells: [this.space === null ? 'none' : count(this.space.drawnQuads)] },
         ];
         fillTable(byId('figures'), rows);
-        byId('subtitle').textContent = `${this.isGrid ? 'grid' : 'measured C-scan'}, ${this.scan.width} × ${this.scan.height} pixels of ${withUnit(side, unit, 3)}`;
+        byId('subtitle').textContent =
+            `${this.isGrid ? 'grid' : 'measured C-scan'}, ${this.scan.width} × ${this.scan.height} pixels of ${withUnit(side, unit, 3)}`;
     }
 
     // Marking.
@@ -227,10 +263,17 @@ export class ScanPage {
     moveBy(u, v) {
         const start = this.marked >= 0 ? this.marked : this.firstPixel();
         let [column, row] = [start % this.scan.width, Math.floor(start / this.scan.width)];
-        do { // over holes to the next surface
+        do {
+            // over holes to the next surface
             column += u;
             row += v;
-        } while (column >= 0 && row >= 0 && column < this.scan.width && row < this.scan.height && !this.scan.hasSurfaceAt(column, row));
+        } while (
+            column >= 0 &&
+            row >= 0 &&
+            column < this.scan.width &&
+            row < this.scan.height &&
+            !this.scan.hasSurfaceAt(column, row)
+        );
         if (this.scan.hasSurfaceAt(column, row)) {
             this.keep(row * this.scan.width + column);
         }
@@ -259,18 +302,32 @@ export class ScanPage {
         const state = isThere ? this.scan.states[pixel] : -1;
         const source = isThere ? this.scan.sourceOf(pixel) : -1;
         const patch = isThere && this.scan.patches.length > 1 ? ` of ${this.scan.patchOf(pixel).name}` : '';
-        const stateText = !isThere ? '–' : this.isGrid ? 'surface' : stateNames[state] + (source >= 0 ? ', filled in' : '');
+        const stateText = !isThere
+            ? '–'
+            : this.isGrid
+              ? 'surface'
+              : stateNames[state] + (source >= 0 ? ', filled in' : '');
         const chosen = Number(byId('value').value);
-        fillTable(byId('pixel'), [
-            { name: 'u, v', cells: [isThere ? `${pixel % this.scan.width}, ${Math.floor(pixel / this.scan.width)}${patch}` : '–'] },
-            { name: 'x, y, z', cells: [isThere ? `${place.map((c) => text(c, 6)).join(', ')} ${unit}` : '–'] },
-            { name: 'Normal', cells: [isThere ? normal.map((c) => text(c, 4)).join(', ') : '–'] },
-            { name: 'State', cells: [stateText] },
-            ...this.scan.values.map((value, i) => ({
-                name: value.name, isChosen: i === chosen, cells: [this.valueText(value, pixel, source)],
-            })),
-            { name: 'Indication', cells: [this.indicationText(pixel)] },
-        ].slice(0, this.indications.length > 0 ? undefined : -1));
+        fillTable(
+            byId('pixel'),
+            [
+                {
+                    name: 'u, v',
+                    cells: [
+                        isThere ? `${pixel % this.scan.width}, ${Math.floor(pixel / this.scan.width)}${patch}` : '–',
+                    ],
+                },
+                { name: 'x, y, z', cells: [isThere ? `${place.map((c) => text(c, 6)).join(', ')} ${unit}` : '–'] },
+                { name: 'Normal', cells: [isThere ? normal.map((c) => text(c, 4)).join(', ') : '–'] },
+                { name: 'State', cells: [stateText] },
+                ...this.scan.values.map((value, i) => ({
+                    name: value.name,
+                    isChosen: i === chosen,
+                    cells: [this.valueText(value, pixel, source)],
+                })),
+                { name: 'Indication', cells: [this.indicationText(pixel)] },
+            ].slice(0, this.indications.length > 0 ? undefined : -1),
+        );
     }
 
     valueText(value, pixel, source) {
@@ -280,39 +337,57 @@ export class ScanPage {
         if (Number.isNaN(value.reals[pixel]) && source >= 0 && !Number.isNaN(value.reals[source])) {
             return `(${withUnit(value.reals[source], value.unit)})`;
         }
-        return value.statistic === 'count' && !Number.isNaN(value.reals[pixel]) ? count(value.reals[pixel])
+        return value.statistic === 'count' && !Number.isNaN(value.reals[pixel])
+            ? count(value.reals[pixel])
             : withUnit(value.reals[pixel], value.unit);
     }
 
     indicationText(pixel) {
-        const found = pixel < 0 ? [] : this.indications.filter(
-            (indication) => indication.pixel === pixel || isIn(indication, centreIn(this.scan, pixel)));
+        const found =
+            pixel < 0
+                ? []
+                : this.indications.filter(
+                      (indication) => indication.pixel === pixel || isIn(indication, centreIn(this.scan, pixel)),
+                  );
         return found.length === 0 ? '–' : found.map((indication) => indication.number).join(', ');
     }
 
     showMarks() {
-        const isShown = (name) => byId(`show-${name}`).checked;
         const indications = isShown('indications')
-            ? this.indications.map((indication, i) => ({ ...indication, isChosen: i === this.chosen })) : [];
+            ? this.indications.map((indication, i) => ({ ...indication, isChosen: i === this.chosen }))
+            : [];
         const ends = [...this.ruler.ends, ...(this.profileEnds.length > 0 ? this.profileEnds : [])];
         const line = this.profileLine;
         const beam = isShown('beam') ? this.model.beam : null;
         this.cscan.setMarks({
-            pixel: this.marked, indications, ends, way: this.ruler.way, line,
-            shots: isShown('shots') ? this.shots : null, path: isShown('path') ? this.path : null, beam,
-            footprints: isShown('footprints') ? this.footprints() : null,
+            pixel: this.marked,
+            indications,
+            ends,
+            way: this.ruler.way,
+            line,
+            beam,
+            ...this.layers.marks(),
         });
         const inSpace = (place) => this.scan.placeAt(...place);
         const placesOf = (way) => way?.map(inSpace).filter((place) => place !== null);
         this.space?.setMarks({
-            marker: this.marked < 0 ? null : { place: this.scan.centreOf(this.marked), normal: this.scan.normalOf(this.marked) },
-            way: placesOf(this.ruler.way), straight: this.ruler.ends.length === 2 ? placesOf(this.ruler.ends) : null,
-            line: placesOf(thinned(line)), ends: placesOf(ends),
+            marker:
+                this.marked < 0
+                    ? null
+                    : { place: this.scan.centreOf(this.marked), normal: this.scan.normalOf(this.marked) },
+            way: placesOf(this.ruler.way),
+            straight: this.ruler.ends.length === 2 ? placesOf(this.ruler.ends) : null,
+            line: placesOf(thinned(line)),
+            ends: placesOf(ends),
             beam: beam && this.marked >= 0 ? placesOf(closed(circleOn(this.scan, this.marked, beam))) : null,
-            indications: indications.filter((indication) => indication.pixel >= 0).map((indication) => ({
-                ...indication, place: this.scan.centreOf(indication.pixel),
-                around: placesOf(indication.outline.flat()), normal: this.scan.normalOf(indication.pixel),
-            })),
+            indications: indications
+                .filter((indication) => indication.pixel >= 0)
+                .map((indication) => ({
+                    ...indication,
+                    place: this.scan.centreOf(indication.pixel),
+                    around: placesOf(indication.outline.flat()),
+                    normal: this.scan.normalOf(indication.pixel),
+                })),
         });
     }
 
@@ -323,8 +398,12 @@ export class ScanPage {
         this.ruler.way = ends.length === 2 ? shortestWay(this.scan, ...ends) : null;
         const unit = this.model.unit;
         const places = ends.map((place) => this.scan.placeAt(...place));
-        const along = ends.length < 2 ? '–'
-            : this.ruler.way === null ? 'not connected' : withUnit(lengthOf(this.scan, this.ruler.way), unit, 6);
+        const along =
+            ends.length < 2
+                ? '–'
+                : this.ruler.way === null
+                  ? 'not connected'
+                  : withUnit(lengthOf(this.scan, this.ruler.way), unit, 6);
         fillTable(byId('ruler'), [
             { name: 'Along the surface', cells: [along] },
             { name: 'Straight', cells: [ends.length < 2 ? '–' : withUnit(distance(...places), unit, 6)] },
@@ -340,7 +419,15 @@ export class ScanPage {
             return null;
         }
         const [u, v] = centreIn(this.scan, this.kept);
-        return byId('profile-kind').value === 'row' ? [[0.5, v], [this.scan.width - 0.5, v]] : [[u, 0.5], [u, this.scan.height - 0.5]];
+        return byId('profile-kind').value === 'row'
+            ? [
+                  [0.5, v],
+                  [this.scan.width - 0.5, v],
+              ]
+            : [
+                  [u, 0.5],
+                  [u, this.scan.height - 0.5],
+              ];
     }
 
     showProfile() {
@@ -349,15 +436,21 @@ export class ScanPage {
         const isPoints = byId('profile-kind').value === 'points';
         if (ends === null) {
             this.profile.set(null);
-            byId('profile-note').textContent = isPoints ? 'Set two points: choose “sets the ends of a profile”, then click or press Enter at each.' : '';
+            byId('profile-note').textContent = isPoints
+                ? 'Set two points: choose “sets the ends of a profile”, then click or press Enter at each.'
+                : '';
             this.profileLine = null;
         } else {
             const profile = trimmed(profileOf(this.scan, this.value?.reals ?? null, ...ends));
             this.profile.set(profile, this.valueTitle, this.scale, this.scan.unit);
             const [u, v] = ends[0].map(Math.floor);
             const [toU, toV] = ends[1].map(Math.floor);
-            byId('profile-note').textContent = byId('profile-kind').value === 'row' ? `v = ${v}`
-                : byId('profile-kind').value === 'column' ? `u = ${u}` : `(${u}, ${v}) to (${toU}, ${toV}), ${withUnit(profile.length, this.model.unit)}`;
+            byId('profile-note').textContent =
+                byId('profile-kind').value === 'row'
+                    ? `v = ${v}`
+                    : byId('profile-kind').value === 'column'
+                      ? `u = ${u}`
+                      : `(${u}, ${v}) to (${toU}, ${toV}), ${withUnit(profile.length, this.model.unit)}`;
         }
         this.profile.setPixel(this.marked);
         this.showMarks();
@@ -370,8 +463,14 @@ export class ScanPage {
         const heading = `u,v,"length along the surface [${this.scan.unit}]",x,y,z,state,"${this.valueTitle.replaceAll('"', '""')}"`;
         const rows = this.profile.profile.samples.map(({ pixel, length, value, state }) => {
             const place = this.scan.hasSurface(pixel) ? this.scan.partPlace(this.scan.centreOf(pixel)) : ['', '', ''];
-            return [pixel % this.scan.width, Math.floor(pixel / this.scan.width), length, ...place,
-                stateNames[state], Number.isNaN(value) ? '' : value].join(',');
+            return [
+                pixel % this.scan.width,
+                Math.floor(pixel / this.scan.width),
+                length,
+                ...place,
+                stateNames[state],
+                Number.isNaN(value) ? '' : value,
+            ].join(',');
         });
         const link = document.createElement('a');
         link.href = URL.createObjectURL(new Blob([`${[heading, ...rows].join('\n')}\n`], { type: 'text/csv' }));
@@ -391,66 +490,8 @@ export class ScanPage {
 
     // What else is shown.
 
-    /** Places of shots and path on the C-scan; what lies in space goes to the other view at once. */
-    locateTables() {
-        const toFile = (place) => place.slice(0, 3).map((coordinate, axis) => coordinate + this.model.move[axis]);
-        const near = 0.02 * this.surface.radius;
-        if (this.model.shots) {
-            this.shotPlaces = this.model.shots.places.map(toFile);
-            this.shotPixels = this.shotPlaces.map((place) => this.pixelNear(place, near));
-            this.shots = this.shotPixels.filter((pixel) => pixel >= 0).map((pixel) => centreIn(this.scan, pixel));
-        }
-        if (this.model.path) {
-            this.pathPlaces = this.model.path.places.map(toFile);
-            this.path = this.model.path.places.map((pose, i) => {
-                const hit = this.surface.pick(this.pathPlaces[i], pose.slice(3, 6));
-                return hit === null ? null : centreIn(this.scan, hit.pixel);
-            });
-        }
-    }
-
-    /** The pixel of a place on the surface, by rays along the axes through it; -1 if it is farther than `near`. */
-    pixelNear(place, near) {
-        for (const axis of [2, 1, 0]) {
-            for (const sign of [-1, 1]) {
-                const direction = [0, 0, 0];
-                direction[axis] = sign;
-                const hit = this.surface.pick(place.map((c, i) => c - near * direction[i]), direction);
-                if (hit !== null && hit.distance < 2 * near) {
-                    return hit.pixel;
-                }
-            }
-        }
-        return -1;
-    }
-
-    footprints() {
-        const pixels = [...new Set((this.shotPixels ?? []).filter((pixel) => pixel >= 0))];
-        const stride = Math.ceil(pixels.length / mostFootprints);
-        return pixels.filter((_, i) => i % stride === 0).map((pixel) => closed(circleOn(this.scan, pixel, this.model.beam, 24)));
-    }
-
     showLines() {
-        const lines = [];
-        const isShown = (name) => byId(`show-${name}`).checked;
-        if (isShown('shots') && this.shotPlaces) {
-            lines.push({ kind: 'dots', places: this.shotPlaces, colour: 0xffffff });
-        }
-        if (isShown('path') && this.pathPlaces) {
-            lines.push({ kind: 'line', places: this.pathPlaces, colour: 0xd8b4fe });
-            const feet = this.path.flatMap((place, i) => (place === null ? [] : [this.pathPlaces[i], this.scan.placeAt(...place)]));
-            lines.push({ kind: 'segments', places: everyPair(feet, 60), colour: 0x9a7bc0 });
-        }
-        if (isShown('footprints')) {
-            const placesOf = (circle) => circle.map((place) => this.scan.placeAt(...place));
-            lines.push({ kind: 'segments', places: this.footprints().map(placesOf).flatMap(segmentsOf), colour: 0xffffff });
-        }
-        if (isShown('indications')) {
-            const outlines = this.indications.flatMap((indication) => indication.outline);
-            const places = outlines.map((way) => way.map((place) => this.scan.placeAt(...inside(this.scan, place)))).flatMap(segmentsOf);
-            lines.push({ kind: 'segments', places, colour: 0xffffff });
-        }
-        this.space?.setLines(lines.filter((line) => line.places.length > 0));
+        this.space?.setLines(this.layers.lines());
         this.showMarks();
     }
 
@@ -459,17 +500,19 @@ export class ScanPage {
         if (this.indications.length === 0) {
             byId('indications').textContent = 'none';
         } else {
-            byId('indications').replaceChildren(...this.indications.map((indication, i) => {
-                const button = document.createElement('button');
-                button.type = 'button';
-                const [number, words, size] = ['b', 'span', 'span'].map((name) => document.createElement(name));
-                number.textContent = indication.number;
-                words.textContent = indication.words;
-                size.textContent = indication.size;
-                button.append(number, words, size);
-                button.addEventListener('click', () => this.goTo(i));
-                return button;
-            }));
+            byId('indications').replaceChildren(
+                ...this.indications.map((indication, i) => {
+                    const button = document.createElement('button');
+                    button.type = 'button';
+                    const [number, words, size] = ['b', 'span', 'span'].map((name) => document.createElement(name));
+                    number.textContent = indication.number;
+                    words.textContent = indication.words;
+                    size.textContent = indication.size;
+                    button.append(number, words, size);
+                    button.addEventListener('click', () => this.goTo(i));
+                    return button;
+                }),
+            );
         }
         this.pressIndications();
         this.showLines();
@@ -516,7 +559,7 @@ export class ScanPage {
         on('profile-kind', 'change', () => this.showProfile());
         on('profile-save', 'click', () => this.saveProfile());
         on('profile-hide', 'click', () => this.toggleProfile());
-        for (const name of ['indications', 'shots', 'path', 'beam', 'footprints']) {
+        for (const name of layerNames) {
             on(`show-${name}`, 'change', () => this.showLines());
         }
         if (this.space !== null) {
@@ -527,7 +570,9 @@ export class ScanPage {
     }
 
     goToPlace() {
-        const [u, v] = byId('place').value.split(/[,;\s]+/).map(Number);
+        const [u, v] = byId('place')
+            .value.split(/[,;\s]+/)
+            .map((field) => Math.floor(Number(field)));
         if (this.scan.hasSurfaceAt(u, v)) {
             byId('complaint').textContent = '';
             this.keep(v * this.scan.width + u);
@@ -547,27 +592,25 @@ export class ScanPage {
             return;
         }
         const actions = {
-            '?': () => byId('help').showModal(), m: () => chooseTool('mark'), r: () => chooseTool('ruler'),
-            p: () => chooseTool('profile'), n: () => this.goTo(this.chosen + 1), b: () => this.goTo(Math.max(this.chosen, 0) - 1),
+            '?': () => byId('help').showModal(),
+            m: () => chooseTool('mark'),
+            r: () => chooseTool('ruler'),
+            p: () => chooseTool('profile'),
+            n: () => this.goTo(this.chosen + 1),
+            b: () => this.goTo(Math.max(this.chosen, 0) - 1),
             Escape: () => this.clear(),
         };
         actions[event.key]?.();
     }
 }
 
-const centreIn = (scan, pixel) => [(pixel % scan.width) + 0.5, Math.floor(pixel / scan.width) + 0.5];
-
-const closed = (way) => [...way, way[0]];
-
 const scaleMiddle = (scale) => scale.table.subarray(3 * 180, 3 * 180 + 3);
-
-const thinnedText = (places, words) => `${count(places.count)} ${words}` +
-    (places.stride > 1 ? ` (${count(places.places.length)} drawn)` : '');
 
 /** A line of the C-scan as enough places for the other view. */
 function thinned(line) {
-    return line === null || line === undefined ? null : Array.from({ length: 257 }, (_, i) =>
-        line[0].map((from, axis) => from + (i / 256) * (line[1][axis] - from)));
+    return line === null || line === undefined
+        ? null
+        : Array.from({ length: 257 }, (_, i) => line[0].map((from, axis) => from + (i / 256) * (line[1][axis] - from)));
 }
 
 /** Without pixels off the surface at both ends. */
@@ -575,30 +618,4 @@ function trimmed(profile) {
     const isOn = profile.samples.map((sample) => sample.state !== NO_SURFACE);
     const first = isOn.indexOf(true);
     return first < 0 ? profile : { ...profile, samples: profile.samples.slice(first, isOn.lastIndexOf(true) + 1) };
-}
-
-/** A corner of pixels moved a little towards what is inside the raster. */
-function inside(scan, [u, v]) {
-    for (const [x, y] of [[0, 0], [-1e-6, 0], [0, -1e-6], [-1e-6, -1e-6]]) {
-        if (scan.placeAt(u + x, v + y) !== null && u + x < scan.width && v + y < scan.height) {
-            return [u + x, v + y];
-        }
-    }
-    return [u, v];
-}
-
-/** Ends of the pieces of a way; pieces without surface at an end are left out. */
-function segmentsOf(places) {
-    const ends = [];
-    for (let i = 1; i < places.length; ++i) {
-        if (places[i - 1] !== null && places[i] !== null) {
-            ends.push(places[i - 1], places[i]);
-        }
-    }
-    return ends;
-}
-
-function everyPair(ends, most) {
-    const stride = Math.ceil(ends.length / 2 / most);
-    return ends.filter((_, i) => Math.floor(i / 2) % stride === 0);
 }

@@ -6,37 +6,50 @@ export const byId = (id) => document.getElementById(id);
 
 /** Fills a table with rows of texts; a row may bring a colour for a swatch. Texts are never taken for HTML. */
 export function fillTable(table, rows) {
-    table.replaceChildren(...rows.map(({ name, cells, colour, stripe, isChosen, title }) => {
-        const row = document.createElement('tr');
-        row.classList.toggle('chosen', Boolean(isChosen));
-        const head = document.createElement('th');
-        head.scope = 'row';
-        if (colour) {
-            const swatch = document.createElement('span');
-            swatch.className = 'swatch';
-            swatch.style.background = stripe && stripe !== colour
-                ? `repeating-linear-gradient(45deg, ${colour} 0 3px, ${stripe} 3px 6px)` : colour;
-            head.append(swatch);
-        }
-        head.append(name);
-        row.append(head, ...cells.map((cell) => {
-            const element = document.createElement('td');
-            element.className = 'value';
-            element.textContent = cell;
-            return element;
-        }));
-        if (title) {
-            row.title = title;
-        }
-        return row;
-    }));
+    table.replaceChildren(
+        ...rows.map(({ name, cells, colour, stripe, isChosen, title }) => {
+            const row = document.createElement('tr');
+            row.classList.toggle('chosen', Boolean(isChosen));
+            const head = document.createElement('th');
+            head.scope = 'row';
+            if (colour) {
+                const swatch = document.createElement('span');
+                swatch.className = 'swatch';
+                swatch.style.background =
+                    stripe && stripe !== colour
+                        ? `repeating-linear-gradient(45deg, ${colour} 0 3px, ${stripe} 3px 6px)`
+                        : colour;
+                head.append(swatch);
+            }
+            head.append(name);
+            row.append(
+                head,
+                ...cells.map((cell) => {
+                    const element = document.createElement('td');
+                    element.className = 'value';
+                    element.textContent = cell;
+                    return element;
+                }),
+            );
+            if (title) {
+                row.title = title;
+            }
+            return row;
+        }),
+    );
 }
 
 export function fillAbout(model) {
-    byId('about-text').textContent = `Made by ${model.program} of ${model.title}. Numbers in it are held in ${model.precision}: ` +
+    byId('about-text').textContent =
+        `Made by ${model.program} of ${model.title}. Numbers in it are held in ${model.precision}: ` +
         `places within ${text(model.placeError, 2)} ${model.unit || 'units'}` +
         (model.values ? `, normals within ${text(model.normalError, 2)}°` : '') +
-        (model.values ?? []).map((value) => `, ${value.name} within ${value.error === 0 ? '0 (exact)' : `${text(value.error, 2)} ${value.unit}`}`).join('') +
+        (model.values ?? [])
+            .map(
+                (value) =>
+                    `, ${value.name} within ${value.error === 0 ? '0 (exact)' : `${text(value.error, 2)} ${value.unit}`}`,
+            )
+            .join('') +
         ' of the input.';
 }
 
@@ -46,18 +59,22 @@ export function fillOrigin(model) {
         lines.push(...linesOf(model.record));
     }
     byId('origin-section').hidden = lines.length === 0;
-    byId('origin').replaceChildren(...lines.flatMap(([name, value]) => {
-        const [term, definition] = [document.createElement('dt'), document.createElement('dd')];
-        term.textContent = name;
-        definition.textContent = value;
-        return [term, definition];
-    }));
+    byId('origin').replaceChildren(
+        ...lines.flatMap(([name, value]) => {
+            const [term, definition] = [document.createElement('dt'), document.createElement('dd')];
+            term.textContent = name;
+            definition.textContent = value;
+            return [term, definition];
+        }),
+    );
 }
 
 function linesOf(record) {
     try {
-        return Object.entries(JSON.parse(record))
-            .map(([name, value]) => [name, typeof value === 'string' ? value : JSON.stringify(value, null, 1)]);
+        return Object.entries(JSON.parse(record)).map(([name, value]) => [
+            name,
+            typeof value === 'string' ? value : JSON.stringify(value, null, 1),
+        ]);
     } catch {
         return [['record', record]];
     }
@@ -95,8 +112,8 @@ export function listenToSplit() {
 }
 
 /** Whether a key press is meant for a field and not for the page. */
-export const isTyping = (event) => event.target.matches('input:not([type]), select, textarea') ||
-    event.ctrlKey || event.metaKey || event.altKey;
+export const isTyping = (event) =>
+    event.target.matches('input:not([type]), select, textarea') || event.ctrlKey || event.metaKey || event.altKey;
 
 /** The tool that a click uses: mark, ruler or profile. */
 export const tool = () => document.querySelector('input[name="tool"]:checked').value;
@@ -112,7 +129,8 @@ export function chooseTool(name) {
 export function listenToLook(space, surface, markedNormal) {
     byId('look').addEventListener('change', (event) => {
         const { value } = event.target;
-        const direction = value === 'facing' ? surface.facing : value === 'marked' ? markedNormal() : value.split(',').map(Number);
+        const direction =
+            value === 'facing' ? surface.facing : value === 'marked' ? markedNormal() : value.split(',').map(Number);
         if (direction !== null) {
             space.lookAlong(direction);
             if (value !== 'marked') {

@@ -3,12 +3,31 @@
 // pointer are drawn on a canvas above, so that the surface is drawn again only when the view or the colours change.
 
 import {
-    BufferAttribute, BufferGeometry, Color, DataTexture, DoubleSide, Float32BufferAttribute, Line, LineBasicMaterial,
-    LineSegments, LinearMipmapLinearFilter, Mesh, NearestFilter, OrthographicCamera, Points, PointsMaterial, Quaternion,
-    RGBAFormat, Scene, ShaderMaterial, UnsignedByteType, Vector3, WebGLRenderer,
+    BufferAttribute,
+    BufferGeometry,
+    Color,
+    DataTexture,
+    DoubleSide,
+    Float32BufferAttribute,
+    Line,
+    LineBasicMaterial,
+    LineSegments,
+    LinearMipmapLinearFilter,
+    Mesh,
+    NearestFilter,
+    OrthographicCamera,
+    Points,
+    PointsMaterial,
+    Quaternion,
+    RGBAFormat,
+    Scene,
+    ShaderMaterial,
+    UnsignedByteType,
+    Vector3,
+    WebGLRenderer,
 } from 'three';
 import { label, stroke } from './cscan.js';
-import { cross, dot } from './scan.js';
+import { dot } from './scan.js';
 import { ticksBetween, withUnit } from './ticks.js';
 
 export const mostQuads = 250000;
@@ -61,7 +80,9 @@ export class SpaceView {
         this.scene = new Scene();
         this.camera = new OrthographicCamera();
         this.uniforms = {
-            colours: { value: null }, hasColours: { value: surface.hasColours }, shading: { value: 0.7 },
+            colours: { value: null },
+            hasColours: { value: surface.hasColours },
+            shading: { value: 0.7 },
         };
         this.drawn = surface.meshesOf(mostQuads).map((part) => this.meshOf(part));
         this.coarse = surface.meshesOf(mostQuadsWhileDragging).map((part) => this.meshOf(part));
@@ -86,8 +107,13 @@ export class SpaceView {
         geometry.setAttribute('uv', new BufferAttribute(texels, 2));
         geometry.setIndex(new BufferAttribute(corners, 1));
         const material = new ShaderMaterial({
-            uniforms: { ...this.uniforms, side: { value: isTurned ? -1 : 1 } }, vertexShader, fragmentShader,
-            side: DoubleSide, polygonOffset: true, polygonOffsetFactor: 1, polygonOffsetUnits: 1,
+            uniforms: { ...this.uniforms, side: { value: isTurned ? -1 : 1 } },
+            vertexShader,
+            fragmentShader,
+            side: DoubleSide,
+            polygonOffset: true,
+            polygonOffsetFactor: 1,
+            polygonOffsetUnits: 1,
         });
         const mesh = new Mesh(geometry, material);
         mesh.frustumCulled = false;
@@ -137,8 +163,10 @@ export class SpaceView {
             const geometry = new BufferGeometry();
             const flat = places.flatMap((place) => this.surface.localOf(place));
             geometry.setAttribute('position', new Float32BufferAttribute(flat, 3));
-            const object = kind === 'dots' ? new Points(geometry, new PointsMaterial({ color: colour, size: 2.5, sizeAttenuation: false }))
-                : new (kind === 'line' ? Line : LineSegments)(geometry, new LineBasicMaterial({ color: colour }));
+            const object =
+                kind === 'dots'
+                    ? new Points(geometry, new PointsMaterial({ color: colour, size: 2.5, sizeAttenuation: false }))
+                    : new (kind === 'line' ? Line : LineSegments)(geometry, new LineBasicMaterial({ color: colour }));
             object.frustumCulled = false;
             return object;
         });
@@ -198,7 +226,11 @@ export class SpaceView {
     /** From the middle of the view to a place on the screen, in the eye's axes. */
     offsetOf(x, y) {
         const perPixel = (2 * this.span) / Math.max(1, this.canvas.clientHeight);
-        return new Vector3((x - this.canvas.clientWidth / 2) * perPixel, (this.canvas.clientHeight / 2 - y) * perPixel, 0);
+        return new Vector3(
+            (x - this.canvas.clientWidth / 2) * perPixel,
+            (this.canvas.clientHeight / 2 - y) * perPixel,
+            0,
+        );
     }
 
     pan(x, y) {
@@ -209,7 +241,8 @@ export class SpaceView {
 
     rotate(x, y) {
         const speed = 0.008;
-        const turn = new Quaternion().setFromAxisAngle(new Vector3(0, 1, 0), -x * speed)
+        const turn = new Quaternion()
+            .setFromAxisAngle(new Vector3(0, 1, 0), -x * speed)
             .multiply(new Quaternion().setFromAxisAngle(new Vector3(1, 0, 0), -y * speed));
         this.turn.multiply(turn).normalize();
         this.draw();
@@ -218,7 +251,9 @@ export class SpaceView {
     /** The ray through a place on the screen, in the file's places. */
     rayAt(x, y) {
         const direction = new Vector3(0, 0, -1).applyQuaternion(this.turn);
-        const origin = this.offsetOf(x, y).applyQuaternion(this.turn).add(this.centre)
+        const origin = this.offsetOf(x, y)
+            .applyQuaternion(this.turn)
+            .add(this.centre)
             .addScaledVector(direction, -4 * this.surface.radius);
         return { origin: this.surface.fileOf(origin.toArray()), direction: direction.toArray() };
     }
@@ -230,7 +265,8 @@ export class SpaceView {
 
     /** Where a place of the file appears. */
     screenOf(place) {
-        const seen = new Vector3(...this.surface.localOf(place)).sub(this.centre)
+        const seen = new Vector3(...this.surface.localOf(place))
+            .sub(this.centre)
             .applyQuaternion(this.turn.clone().invert());
         const perPixel = (2 * this.span) / Math.max(1, this.canvas.clientHeight);
         return [this.canvas.clientWidth / 2 + seen.x / perPixel, this.canvas.clientHeight / 2 - seen.y / perPixel];
@@ -287,13 +323,20 @@ export class SpaceView {
         this.timeDragging();
         const ratio = (window.devicePixelRatio || 1) * (this.isDragged && this.isSlow ? 0.5 : 1);
         this.renderer.setPixelRatio(ratio);
-        if (this.canvas.width !== Math.floor(clientWidth * ratio) || this.canvas.height !== Math.floor(clientHeight * ratio)) {
+        if (
+            this.canvas.width !== Math.floor(clientWidth * ratio) ||
+            this.canvas.height !== Math.floor(clientHeight * ratio)
+        ) {
             this.renderer.setSize(clientWidth, clientHeight, false);
         }
         const radius = this.surface.radius;
         Object.assign(this.camera, {
-            left: -this.span * this.aspect, right: this.span * this.aspect, top: this.span, bottom: -this.span,
-            near: 0.01 * radius, far: 12 * radius,
+            left: -this.span * this.aspect,
+            right: this.span * this.aspect,
+            top: this.span,
+            bottom: -this.span,
+            near: 0.01 * radius,
+            far: 12 * radius,
         });
         this.camera.quaternion.copy(this.turn);
         this.camera.position.copy(new Vector3(0, 0, 6 * radius).applyQuaternion(this.turn).add(this.centre));
@@ -359,7 +402,12 @@ export class SpaceView {
         const tip = marker.place.map((coordinate, axis) => coordinate + 0.12 * this.span * marker.normal[axis]);
         context.setLineDash(this.isHidden(marker.place) ? [3, 3] : []);
         context.beginPath();
-        for (const [a, b] of [[1, 0], [-1, 0], [0, 1], [0, -1]]) {
+        for (const [a, b] of [
+            [1, 0],
+            [-1, 0],
+            [0, 1],
+            [0, -1],
+        ]) {
             context.moveTo(x + a * 6, y + b * 6);
             context.lineTo(x + a * 18, y + b * 18);
         }
@@ -450,10 +498,14 @@ export class SpaceView {
         target.addEventListener('pointercancel', release);
         target.addEventListener('contextmenu', (event) => event.preventDefault());
         target.addEventListener('pointerleave', () => this.listener.left());
-        target.addEventListener('wheel', (event) => {
-            event.preventDefault();
-            this.zoomBy(Math.exp(-0.0015 * event.deltaY), ...at(event));
-        }, { passive: false });
+        target.addEventListener(
+            'wheel',
+            (event) => {
+                event.preventDefault();
+                this.zoomBy(Math.exp(-0.0015 * event.deltaY), ...at(event));
+            },
+            { passive: false },
+        );
         target.addEventListener('keydown', (event) => this.pressed(event));
         new ResizeObserver(() => this.draw()).observe(target);
     }
@@ -461,7 +513,9 @@ export class SpaceView {
     pressed(event) {
         const arrows = { ArrowLeft: [-20, 0], ArrowRight: [20, 0], ArrowUp: [0, -20], ArrowDown: [0, 20] };
         if (arrows[event.key]) {
-            event.shiftKey ? this.pan(...arrows[event.key].map((step) => -2 * step)) : this.rotate(...arrows[event.key]);
+            event.shiftKey
+                ? this.pan(...arrows[event.key].map((step) => -2 * step))
+                : this.rotate(...arrows[event.key]);
         } else if (event.key === '+' || event.key === '=') {
             this.zoomBy(1.25);
         } else if (event.key === '-') {
@@ -479,5 +533,3 @@ export class SpaceView {
 }
 
 const quadsIn = (meshes) => meshes.reduce((sum, mesh) => sum + mesh.geometry.index.count / 6, 0);
-
-export const normalOfTriangle = (a, b, c) => cross([0, 1, 2].map((axis) => b[axis] - a[axis]), [0, 1, 2].map((axis) => c[axis] - a[axis]));

@@ -13,8 +13,13 @@ export function statisticsOf(values) {
         squares += (value - mean) ** 2;
     }
     return {
-        count: sorted.length, low: at(0), high: at(1), median: at(0.5), mean,
-        deviation: Math.sqrt(squares / sorted.length), at,
+        count: sorted.length,
+        low: at(0),
+        high: at(1),
+        median: at(0.5),
+        mean,
+        deviation: Math.sqrt(squares / sorted.length),
+        at,
     };
 }
 

@@ -126,9 +126,16 @@ function forEachPixel(patch, left, bottom, stride, visit) {
 }
 
 function hasNodes(patch, u, v, stride) {
-    return u + stride <= patch.width && v + stride <= patch.height &&
-        [[0, 0], [stride, 0], [stride, stride], [0, stride]].every(
-            ([x, y]) => !Number.isNaN(patch.nodes[0][(v + y) * (patch.width + 1) + u + x]));
+    return (
+        u + stride <= patch.width &&
+        v + stride <= patch.height &&
+        [
+            [0, 0],
+            [stride, 0],
+            [stride, stride],
+            [0, stride],
+        ].every(([x, y]) => !Number.isNaN(patch.nodes[0][(v + y) * (patch.width + 1) + u + x]))
+    );
 }
 
 /** Across the lines to the neighbours that there are; of no length where there are none. */

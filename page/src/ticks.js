@@ -31,7 +31,8 @@ export function text(value, digits = 5) {
 /** A number that a control takes and shows again. */
 export const plain = (value, digits = 6) => String(Number(value.toPrecision(digits)));
 
-export const withUnit = (value, unit, digits) => (unit && Number.isFinite(value) ? `${text(value, digits)} ${unit}` : text(value, digits));
+export const withUnit = (value, unit, digits) =>
+    unit && Number.isFinite(value) ? `${text(value, digits)} ${unit}` : text(value, digits);
 
 /** 12345 as 12 345. */
 export const count = (number) => String(number).replace(/\B(?=(\d{3})+$)/g, '\u202f');

@@ -6,13 +6,20 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 
 const commonArguments = [
-    '--headless=new', '--remote-debugging-pipe', '--no-first-run', '--disable-extensions', '--mute-audio',
-    '--disable-background-networking', '--disable-component-update', '--disable-dev-shm-usage', '--hide-scrollbars',
+    '--headless=new',
+    '--remote-debugging-pipe',
+    '--no-first-run',
+    '--disable-extensions',
+    '--mute-audio',
+    '--disable-background-networking',
+    '--disable-component-update',
+    '--disable-dev-shm-usage',
+    '--hide-scrollbars',
     '--force-device-scale-factor=1',
 ];
 const softwareWebGl = ['--use-gl=angle', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
 const noWebGl = ['--disable-gpu', '--disable-3d-apis'];
-const callLimit = 60000;
+const callLimit = 180000;
 
 export class Browser {
     constructor(program, { isWithWebGl = true, width = 1366, height = 768 } = {}) {
@@ -20,8 +27,17 @@ export class Browser {
         const isRoot = process.getuid?.() === 0; // Chromium's sandbox refuses root
         const size = [`--window-size=${width},${height}`, `--user-data-dir=${this.profile}`];
         this.size = { width, height };
-        this.process = spawn(program, [...commonArguments, ...(isWithWebGl ? softwareWebGl : noWebGl), ...size,
-            ...(isRoot ? ['--no-sandbox'] : []), 'about:blank'], { stdio: ['ignore', 'ignore', 'ignore', 'pipe', 'pipe'] });
+        this.process = spawn(
+            program,
+            [
+                ...commonArguments,
+                ...(isWithWebGl ? softwareWebGl : noWebGl),
+                ...size,
+                ...(isRoot ? ['--no-sandbox'] : []),
+                'about:blank',
+            ],
+            { stdio: ['ignore', 'ignore', 'ignore', 'pipe', 'pipe'] },
+        );
         this.waiting = new Map();
         this.listeners = [];
         this.last = 0;
@@ -78,7 +94,16 @@ export class Browser {
 }
 
 const keyCodes = {
-    Tab: 9, Enter: 13, Escape: 27, ' ': 32, End: 35, Home: 36, ArrowLeft: 37, ArrowUp: 38, ArrowRight: 39, ArrowDown: 40,
+    Tab: 9,
+    Enter: 13,
+    Escape: 27,
+    ' ': 32,
+    End: 35,
+    Home: 36,
+    ArrowLeft: 37,
+    ArrowUp: 38,
+    ArrowRight: 39,
+    ArrowDown: 40,
 };
 
 class Tab {
@@ -115,19 +140,22 @@ class Tab {
         const { width, height } = this.browser.size;
         await this.send('Emulation.setDeviceMetricsOverride', { width, height, deviceScaleFactor: 1, mobile: false });
         await this.send('Page.navigate', { url: address });
-        await this.until("document.documentElement?.dataset.state");
+        await this.until('document.documentElement?.dataset.state');
     }
 
     async evaluate(expression) {
-        const { result, exceptionDetails } = await this.send('Runtime.evaluate',
-            { expression, returnByValue: true, awaitPromise: true });
+        const { result, exceptionDetails } = await this.send('Runtime.evaluate', {
+            expression,
+            returnByValue: true,
+            awaitPromise: true,
+        });
         if (exceptionDetails) {
             throw new Error(exceptionDetails.exception?.description ?? exceptionDetails.text);
         }
         return result.value;
     }
 
-    async until(expression, limit = 60000) {
+    async until(expression, limit = 180000) {
         const end = Date.now() + limit;
         while (Date.now() < end) {
             if (await this.evaluate(`Boolean(${expression})`)) {
@@ -140,11 +168,20 @@ class Tab {
 
     /** Waits for two frames, so that what is due has been drawn. */
     settle() {
-        return this.evaluate('new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(() => done(true))))');
+        return this.evaluate(
+            'new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(() => done(true))))',
+        );
     }
 
     async mouse(type, x, y, buttons = 0) {
-        await this.send('Input.dispatchMouseEvent', { type, x, y, button: buttons || type === 'mouseReleased' ? 'left' : 'none', buttons, clickCount: 1 });
+        await this.send('Input.dispatchMouseEvent', {
+            type,
+            x,
+            y,
+            button: buttons || type === 'mouseReleased' ? 'left' : 'none',
+            buttons,
+            clickCount: 1,
+        });
     }
 
     async point(x, y) {
@@ -174,7 +211,13 @@ class Tab {
     async key(key, modifiers = 0) {
         const text = key === 'Enter' ? '\r' : key.length === 1 && modifiers % 8 === 0 ? key : undefined;
         const code = keyCodes[key] ?? key.toUpperCase().charCodeAt(0);
-        await this.send('Input.dispatchKeyEvent', { type: text ? 'keyDown' : 'rawKeyDown', key, text, modifiers, windowsVirtualKeyCode: code });
+        await this.send('Input.dispatchKeyEvent', {
+            type: text ? 'keyDown' : 'rawKeyDown',
+            key,
+            text,
+            modifiers,
+            windowsVirtualKeyCode: code,
+        });
         await this.send('Input.dispatchKeyEvent', { type: 'keyUp', key, modifiers, windowsVirtualKeyCode: code });
         await this.settle();
     }

@@ -43,9 +43,17 @@ const plainAmplitude = (u, v) => 55 + 12 * Math.sin(0.004 * u) + 3 * smoothNoise
 const isInDisc = (u, v, toU, toV, radius) => Math.hypot(u + 0.5 - toU, v + 0.5 - toV) < radius;
 
 function stateOf(u, v) {
-    return isInDisc(u, v, 170, 110, 18) || u + v < 40 ? 0 : isInDisc(u, v, 60, 50, 8) ? 2
-        : u >= 100 && u < 130 && v >= 20 && v < 30 ? 1 : u >= 200 && u < 225 && v >= 30 && v < 36 ? 5
-            : isInDisc(u, v, 120, 110, 6) ? 4 : 3;
+    return isInDisc(u, v, 170, 110, 18) || u + v < 40
+        ? 0
+        : isInDisc(u, v, 60, 50, 8)
+          ? 2
+          : u >= 100 && u < 130 && v >= 20 && v < 30
+            ? 1
+            : u >= 200 && u < 225 && v >= 30 && v < 36
+              ? 5
+              : isInDisc(u, v, 120, 110, 6)
+                ? 4
+                : 3;
 }
 
 function amplitudeOf(u, v) {
@@ -58,18 +66,21 @@ const allPixels = Array.from({ length: width * height }, (_, i) => [i % width, M
 const distance = (a, b) => Math.hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]);
 
 /** What the panel says of something, by the name in its row. */
-const panel = (tab, table, name) => tab.evaluate(`[...document.querySelectorAll('#${table} tr')]
+const panel = (tab, table, name) =>
+    tab.evaluate(`[...document.querySelectorAll('#${table} tr')]
     .find((row) => row.firstChild.textContent === '${name}')?.lastChild.textContent`);
 
 /** Where a canvas's own place is in the window. */
-const onScreen = (tab, canvas, place) => tab.evaluate(`(() => {
+const onScreen = (tab, canvas, place) =>
+    tab.evaluate(`(() => {
     const box = document.getElementById('${canvas}').getBoundingClientRect();
     const [x, y] = ${place};
     return [box.left + x, box.top + y];
 })()`);
 
 /** How many of the picture's pixels are not of the background, and how many colours there are. */
-const drawnIn3D = (tab) => tab.evaluate(`(() => {
+const drawnIn3D = (tab) =>
+    tab.evaluate(`(() => {
     const { space } = window.page;
     space.drawNow();
     const gl = space.renderer.getContext();
@@ -124,12 +135,17 @@ describe('a page with WebGL', () => {
             return { states: [...scan.states], error: scan.values[0].error,
                 reals: [...scan.values[0].reals].map((value) => (Number.isNaN(value) ? null : value)) };
         })()`);
-        const worst = allPixels.map(([u, v], i) => {
-            assert.equal(states[i], stateOf(u, v));
-            assert.equal(reals[i] === null, Number.isNaN(amplitudeOf(u, v)), `${u}, ${v}`);
-            return reals[i] === null ? 0 : Math.abs(reals[i] - amplitudeOf(u, v));
-        }).reduce((a, b) => Math.max(a, b));
-        assert.ok(error > 0 && error < 1e-3 && worst <= error * 1.0000001 && worst > 0.9 * error, `${worst} of ${error}`);
+        const worst = allPixels
+            .map(([u, v], i) => {
+                assert.equal(states[i], stateOf(u, v));
+                assert.equal(reals[i] === null, Number.isNaN(amplitudeOf(u, v)), `${u}, ${v}`);
+                return reals[i] === null ? 0 : Math.abs(reals[i] - amplitudeOf(u, v));
+            })
+            .reduce((a, b) => Math.max(a, b));
+        assert.ok(
+            error > 0 && error < 1e-3 && worst <= error * 1.0000001 && worst > 0.9 * error,
+            `${worst} of ${error}`,
+        );
     });
 
     test('holds places and normals within the errors that it states', async () => {
@@ -138,8 +154,17 @@ describe('a page with WebGL', () => {
             const pixels = [${pixelOf(45, 10)}, ${pixelOf(239, 159)}, ${pixelOf(120, 80)}];
             return { places: pixels.map((pixel) => scan.cornersOf(pixel)), error: model.placeError };
         })()`);
-        [[45, 10], [239, 159], [120, 80]].forEach(([u, v], i) => {
-            [[0, 0], [1, 0], [1, 1], [0, 1]].forEach(([du, dv], corner) => {
+        [
+            [45, 10],
+            [239, 159],
+            [120, 80],
+        ].forEach(([u, v], i) => {
+            [
+                [0, 0],
+                [1, 0],
+                [1, 1],
+                [0, 1],
+            ].forEach(([du, dv], corner) => {
                 const apart = distance(places[i][corner], nodeOf(u + du, v + dv));
                 assert.ok(apart < error + 1e-5, `${apart} of ${error}`); // and the rounding of the file's floats
             });
@@ -154,34 +179,54 @@ describe('a page with WebGL', () => {
 
     test('marks in space what is pointed at in the C-scan, with its numbers', async () => {
         const [u, v] = [180, 40];
-        await tab.point(...await onScreen(tab, 'cscan', `window.page.cscan.screenOf([${u} + 0.5, ${v} + 0.5])`));
+        await tab.point(...(await onScreen(tab, 'cscan', `window.page.cscan.screenOf([${u} + 0.5, ${v} + 0.5])`)));
         assert.equal(await panel(tab, 'pixel', 'u, v'), `${u}, ${v}`);
         assert.equal(await panel(tab, 'pixel', 'State'), 'echo');
         const amplitude = Number((await panel(tab, 'pixel', 'amplitude:max')).replace(' %FSH', ''));
         assert.ok(Math.abs(amplitude - amplitudeOf(u, v)) < 2e-3);
         const marker = await tab.evaluate('window.page.space.marks.marker.place');
         assert.ok(distance(marker, nodeOf(u + 0.5, v + 0.5)) < 0.01);
-        const told = (await panel(tab, 'pixel', 'x, y, z')).replace(' mm', '').replaceAll('−', '-').split(', ').map(Number);
+        const told = (await panel(tab, 'pixel', 'x, y, z'))
+            .replace(' mm', '')
+            .replaceAll('−', '-')
+            .split(', ')
+            .map(Number);
         assert.ok(distance(told, marker) < 1e-3);
     });
 
     test('marks in the C-scan what is pointed at in space', async () => {
-        for (const [u, v] of [[30, 100], [140, 20], [220, 140]]) {
-            await tab.point(...await onScreen(tab, 'space', `window.page.space.screenOf(window.page.scan.centreOf(${pixelOf(u, v)}))`));
+        for (const [u, v] of [
+            [30, 100],
+            [140, 20],
+            [220, 140],
+        ]) {
+            await tab.point(
+                ...(await onScreen(
+                    tab,
+                    'space',
+                    `window.page.space.screenOf(window.page.scan.centreOf(${pixelOf(u, v)}))`,
+                )),
+            );
             assert.equal(await tab.evaluate('window.page.cscan.marks.pixel'), pixelOf(u, v));
             assert.equal(await panel(tab, 'pixel', 'u, v'), `${u}, ${v}`);
         }
     });
 
     test('tells the state of every kind of pixel', async () => {
-        const kinds = [[60, 50, 'no echo'], [115, 25, 'not reached'], [102, 25, 'not reached, filled in'],
-            [210, 33, 'refused'], [120, 110, 'saturated'], [60, 120, 'echo']];
+        const kinds = [
+            [60, 50, 'no echo'],
+            [115, 25, 'not reached'],
+            [102, 25, 'not reached, filled in'],
+            [210, 33, 'refused'],
+            [120, 110, 'saturated'],
+            [60, 120, 'echo'],
+        ];
         for (const [u, v, state] of kinds) {
-            await tab.point(...await onScreen(tab, 'cscan', `window.page.cscan.screenOf([${u} + 0.5, ${v} + 0.5])`));
+            await tab.point(...(await onScreen(tab, 'cscan', `window.page.cscan.screenOf([${u} + 0.5, ${v} + 0.5])`)));
             assert.equal(await panel(tab, 'pixel', 'State'), state);
         }
         const before = await tab.evaluate('window.page.marked');
-        await tab.point(...await onScreen(tab, 'cscan', 'window.page.cscan.screenOf([170, 110])'));
+        await tab.point(...(await onScreen(tab, 'cscan', 'window.page.cscan.screenOf([170, 110])')));
         const kept = await tab.evaluate('window.page.kept');
         assert.equal(await tab.evaluate('window.page.marked'), kept, 'a hole shows what was kept');
         assert.notEqual(before, kept);
@@ -189,8 +234,8 @@ describe('a page with WebGL', () => {
 
     test('does not draw the surface again for a pointer that moves', async () => {
         const frames = await tab.evaluate('window.page.space.frames');
-        await tab.point(...await onScreen(tab, 'cscan', 'window.page.cscan.screenOf([20.5, 90.5])'));
-        await tab.point(...await onScreen(tab, 'cscan', 'window.page.cscan.screenOf([220.5, 90.5])'));
+        await tab.point(...(await onScreen(tab, 'cscan', 'window.page.cscan.screenOf([20.5, 90.5])')));
+        await tab.point(...(await onScreen(tab, 'cscan', 'window.page.cscan.screenOf([220.5, 90.5])')));
         assert.equal(await tab.evaluate('window.page.space.frames'), frames);
     });
 
@@ -217,7 +262,10 @@ describe('a page with WebGL', () => {
             await tab.key('Tab');
             reached.add(await tab.evaluate('document.activeElement.id'));
         }
-        assert.deepEqual(wanted.filter((id) => !reached.has(id)), []);
+        assert.deepEqual(
+            wanted.filter((id) => !reached.has(id)),
+            [],
+        );
     });
 
     test('the C-scan is worked with keys', async () => {
@@ -228,9 +276,9 @@ describe('a page with WebGL', () => {
         assert.equal(await panel(tab, 'pixel', 'u, v'), '151, 40');
         const zoom = await tab.evaluate('window.page.cscan.zoom');
         await tab.key('+');
-        assert.ok(await tab.evaluate('window.page.cscan.zoom') > zoom);
+        assert.ok((await tab.evaluate('window.page.cscan.zoom')) > zoom);
         await tab.key('Home');
-        assert.ok(Math.abs(await tab.evaluate('window.page.cscan.zoom') - zoom) < 1e-9);
+        assert.ok(Math.abs((await tab.evaluate('window.page.cscan.zoom')) - zoom) < 1e-9);
     });
 
     test('a ruler set with keys measures along the surface', async () => {
@@ -240,12 +288,18 @@ describe('a page with WebGL', () => {
         await tab.key('Enter');
         await tab.evaluate(`window.page.keep(${pixelOf(230, 80)})`);
         await tab.key('Enter');
-        const [along, straight] = await Promise.all([panel(tab, 'ruler', 'Along the surface'), panel(tab, 'ruler', 'Straight')]);
+        const [along, straight] = await Promise.all([
+            panel(tab, 'ruler', 'Along the surface'),
+            panel(tab, 'ruler', 'Straight'),
+        ]);
         const ends = [nodeOf(20.5, 140.5), nodeOf(230.5, 80.5)];
         assert.ok(Math.abs(Number.parseFloat(straight) - distance(...ends)) < 2e-3, straight);
         // The sheet is a cylinder of radius 100 and a little more: its bulge of 2 adds that much at most.
         const unrolled = Math.hypot(210 * 0.5 * 1.02, 60 * 0.5);
-        assert.ok(Number.parseFloat(along) > 0.985 * unrolled && Number.parseFloat(along) < 1.002 * unrolled, `${along} of ${unrolled}`);
+        assert.ok(
+            Number.parseFloat(along) > 0.985 * unrolled && Number.parseFloat(along) < 1.002 * unrolled,
+            `${along} of ${unrolled}`,
+        );
         await tab.key('Escape');
         assert.equal(await panel(tab, 'ruler', 'Straight'), '–');
         await tab.key('m');
@@ -258,7 +312,7 @@ describe('a page with WebGL', () => {
         await tab.key('ArrowLeft');
         await tab.key('+');
         assert.notDeepEqual(await tab.evaluate('window.page.space.turn.toArray()'), turn);
-        assert.ok(await tab.evaluate('window.page.space.span') < span);
+        assert.ok((await tab.evaluate('window.page.space.span')) < span);
         await tab.key('Home');
         await focus(tab, 'profile');
         const marked = await tab.evaluate('window.page.marked');
@@ -269,7 +323,10 @@ describe('a page with WebGL', () => {
     test('values, maps and indications are chosen with keys', async () => {
         await focus(tab, 'value');
         await tab.key('ArrowDown');
-        assert.equal(await tab.evaluate("document.getElementById('value').selectedOptions[0].textContent"), 'tof:min [us]');
+        assert.equal(
+            await tab.evaluate("document.getElementById('value').selectedOptions[0].textContent"),
+            'tof:min [us]',
+        );
         assert.equal(await tab.evaluate('window.page.profile.title'), 'tof:min [us]');
         await tab.key('ArrowUp');
         await focus(tab, 'cscan');
@@ -277,7 +334,10 @@ describe('a page with WebGL', () => {
         await tab.key('n');
         assert.equal(await panel(tab, 'pixel', 'u, v'), '60, 120');
         assert.equal(await panel(tab, 'pixel', 'Indication'), '2');
-        assert.equal(await tab.evaluate("document.querySelector('#indications [aria-pressed=true] b').textContent"), '2');
+        assert.equal(
+            await tab.evaluate("document.querySelector('#indications [aria-pressed=true] b').textContent"),
+            '2',
+        );
         await tab.key('?');
         assert.equal(await tab.evaluate("document.getElementById('help').open"), true);
         await tab.key('Escape');
@@ -310,7 +370,8 @@ describe('a page with WebGL', () => {
         await large.mouse('mousePressed', x, y, 1);
         await large.mouse('mouseMoved', x + 30, y + 10, 1);
         await large.settle();
-        const visible = () => large.evaluate('[window.page.space.drawn[0].visible, window.page.space.coarse[0].visible]');
+        const visible = () =>
+            large.evaluate('[window.page.space.drawn[0].visible, window.page.space.coarse[0].visible]');
         assert.deepEqual(await visible(), [false, true]);
         await large.mouse('mouseReleased', x + 30, y + 10);
         assert.deepEqual(await visible(), [true, false]);

@@ -43,7 +43,8 @@ void writeMeasured(std::filesystem::path const& folder) {
     for (std::size_t pixel = 0; pixel < result.size(); pixel += 97) {
         if (result.isReached(pixel)) {
             float const* const point = &result.points[3 * pixel];
-            shotLines << "0,0," << point[0] << ',' << point[1] << ',' << point[2] << ",20,3.1,1,hit\n";
+            shotLines << pixel % result.width << ',' << pixel / result.width << ',' << point[0] << ','
+                      << point[1] << ',' << point[2] << ",20,3.1,1,hit\n";
         }
     }
     shotLines.close();

@@ -7,14 +7,17 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <sstream>
 #include <string>
 
 namespace QELT::Simulation {
 namespace {
 
+using Inspection::Testing::messageOf;
 using Inspection::Testing::readText;
 using Inspection::Testing::ScratchDirectory;
+using Inspection::Testing::writeText;
 
 SimulateOptions smallOptions(std::filesystem::path const& folder) {
     SimulateOptions options;
@@ -82,7 +85,11 @@ TEST(Simulate, TellsTheTruth) {
     EXPECT_EQ(17, truth.at("sweep").at("lines"));
     EXPECT_EQ(17 * 17, truth.at("sweep").at("shots"));
     EXPECT_EQ(17, truth.at("dropped").at("shots"));
-    EXPECT_EQ(2, truth.at("dropped").at("lines")[0].at("line"));
+    auto const& lost = truth.at("dropped").at("lines")[0];
+    EXPECT_EQ(2, lost.at("line"));
+    // From (-8, -6) to (8, -6): ten millimetres from the pole along the sphere.
+    EXPECT_NEAR(50.0 * std::cos(0.2), lost.at("from")[2].get<double>(), 1e-8);
+    EXPECT_NEAR(0.8 * 50.0 * std::sin(0.2), lost.at("to")[0].get<double>(), 1e-8);
     auto const& matrix = truth.at("frameFromCellToPart").at("matrix");
     EXPECT_EQ((nlohmann::json{{0.0, -1.0, 0.0, 1.0}, {1.0, 0.0, 0.0, 2.0}, {0.0, 0.0, 1.0, 3.0}}), matrix);
     EXPECT_FALSE(truth.contains("clocks"));
@@ -97,6 +104,28 @@ TEST(Simulate, RecordsWhatItDid) {
     EXPECT_EQ(0.5, record.at("settings").at("noise"));
     EXPECT_EQ("mm", record.at("units").at("length"));
     EXPECT_EQ(16 * 17, record.at("figures").at("shots"));
+}
+
+TEST(Simulate, FiresAtThePosesOfAPlannedPath) {
+    ScratchDirectory const directory;
+    writeText(directory / "path.csv", "line,run,kind,ox,oy,oz,dx,dy,dz,qw,qx,qy,qz,s\n"
+                                      "0,0,scan,0,0,65,0,0,-1,0,1,0,0,0\n"
+                                      "0,0,lift,0,0,95,0,0,-1,0,1,0,0,30\n"
+                                      "1,1,scan,65,0,5,-1,0,0,0,1,0,0,60\n");
+    auto options = smallOptions(directory / "out");
+    options.setup.dropouts.lines.clear();
+    options.setup.instrument.noise = 0.0;
+    options.path = directory / "path.csv";
+    auto const measurement = simulate(options, nullptr).measurement;
+    ASSERT_EQ(2U, measurement.shots.size());
+    EXPECT_NEAR(2.0 * 15.0 / 1.48, measurement.shots[0].reading.front.value(), 1e-9);
+    EXPECT_NEAR(2.0 * 4.0 / 2.9, measurement.shots[0].reading.tof.value(), 1e-9); // the disc at the pole
+    EXPECT_FALSE(measurement.shots[1].reading.front);                             // beside the cap
+    EXPECT_EQ(1U, measurement.shots[1].pose.line);
+
+    options.setup.clocks = Clocks{};
+    EXPECT_EQ("a planned path is measured on one clock: leave out lag and jitter",
+              messageOf([&] { simulate(options, nullptr); }));
 }
 
 TEST(BinaryStl, IsLittleEndianWithNormals) {

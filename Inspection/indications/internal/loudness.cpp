@@ -19,9 +19,10 @@ std::vector<double> loudnessOf(Result const& result, ValueMap const& map, Indica
             continue;
         }
         std::size_t const source = sourceOf(result, pixel, options.doUseFilled);
+        double const value = map.values[source];
         if (result.isReached(source)) {
-            double const value = map.values[source];
-            loudness[pixel] = sign * (std::isnan(value) ? -std::numeric_limits<double>::infinity() : value);
+            double const lost = -sign * std::numeric_limits<double>::infinity();
+            loudness[pixel] = std::isnan(value) ? lost : sign * value;
         }
     }
     return loudness;

@@ -12,8 +12,8 @@ namespace QELT::Inspection {
 std::size_t sourceOf(Result const& result, std::size_t pixel, bool doUseFilled);
 
 /// Values such that more of it shows more: the value, or its negative where what lies below shows something.
-/// Of a pixel that a shot met and that has no value, the infinity that is below every value of the map: its
-/// echo is lost, be it that another one, such as the flaw's, came back. NaN where nothing is known.
+/// Of a pixel whose shots found no such value, because this echo was lost though others may be there, the
+/// infinity that is below every value of the map. NaN where nothing is known.
 std::vector<double> loudnessOf(Result const& result, ValueMap const& map, IndicationOptions const& options);
 
 } // namespace QELT::Inspection

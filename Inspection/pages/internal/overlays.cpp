@@ -95,22 +95,54 @@ Json fieldAsJson(std::string const& field) {
 
 using ColumnNames = std::vector<std::string_view>;
 
-/// The numbers of the columns that go by the first of these names that there is, a list for each line in
-/// which all are given; lines that a column "valid" calls none are left out.
-std::vector<std::vector<double>> placesIn(std::filesystem::path const& file,
-                                          std::vector<ColumnNames> const& wanted) {
-    Table table(file);
-    NamedColumns const named = nameColumns(table, {});
-    std::vector<std::size_t> chosen;
-    for (ColumnNames const& names : wanted) {
+/// The columns of a table that go by the first of each names that there is.
+class ChosenColumns {
+public:
+    explicit ChosenColumns(Table const& newTable) : table(newTable), named(nameColumns(newTable, {})) {}
+
+    void require(ColumnNames const& names) {
         auto const column = findColumn(named.columns, names);
-        require(column.has_value(), file.string() + ": has no column '" + std::string(names.back()) + "'");
-        chosen.push_back(named.columns[*column].index);
+        QELT::Inspection::require(column.has_value(),
+                                  table.getName() + ": has no column '" + std::string(names.back()) + "'");
+        indices.push_back(named.columns[*column].index);
     }
-    if (auto const valid = findColumn(named.columns, {"valid"})) {
-        chosen.push_back(named.columns[*valid].index);
+
+    /// Adds them if there are all of them.
+    bool addIfThere(ColumnNames const& names) {
+        std::vector<std::size_t> found;
+        for (std::string_view const name : names) {
+            if (auto const column = findColumn(named.columns, {name})) {
+                found.push_back(named.columns[*column].index);
+            }
+        }
+        if (found.size() == names.size()) {
+            indices.insert(indices.end(), found.begin(), found.end());
+        }
+        return found.size() == names.size();
     }
-    table.choose(chosen);
+
+    std::vector<std::size_t> const& getIndices() const { return indices; }
+
+private:
+    Table const& table;
+    NamedColumns named;
+    std::vector<std::size_t> indices;
+};
+
+/// The numbers of the wanted columns, and of `besides` where there are all of these: a list for each line in
+/// which all are given. Lines that a column "valid" calls none are left out.
+std::vector<std::vector<double>> placesIn(std::filesystem::path const& file,
+                                          std::vector<ColumnNames> const& wanted,
+                                          ColumnNames const& besides) {
+    Table table(file);
+    ChosenColumns columns(table);
+    for (ColumnNames const& names : wanted) {
+        columns.require(names);
+    }
+    columns.addIfThere(besides);
+    auto const told = static_cast<std::ptrdiff_t>(columns.getIndices().size());
+    bool const hasValidity = columns.addIfThere({"valid"});
+    table.choose(columns.getIndices());
     std::vector<std::vector<double>> places;
     while (table.next()) {
         if (!table.getFaults().empty()) {
@@ -119,9 +151,8 @@ std::vector<std::vector<double>> placesIn(std::filesystem::path const& file,
         std::vector<double> const& values = table.getValues();
         bool const isTold =
             std::all_of(values.begin(), values.end(), [](double value) { return std::isfinite(value); });
-        bool const isValid = values.size() == wanted.size() || values.back() != 0.0;
-        if (isTold && isValid) {
-            places.emplace_back(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(wanted.size()));
+        if (isTold && (!hasValidity || values.back() != 0.0)) {
+            places.emplace_back(values.begin(), values.begin() + told);
         }
     }
     return places;
@@ -161,12 +192,12 @@ void addIndications(PageModel& model, std::filesystem::path const& table) {
 }
 
 void addShots(PageModel& model, std::filesystem::path const& table) {
-    model.json["shots"] = thinnedOut(placesIn(table, {{"x"}, {"y"}, {"z"}}));
+    model.json["shots"] = thinnedOut(placesIn(table, {{"x"}, {"y"}, {"z"}}, {"u", "v"}));
 }
 
 void addPath(PageModel& model, std::filesystem::path const& table) {
     model.json["path"] =
-        thinnedOut(placesIn(table, {{"ox", "x"}, {"oy", "y"}, {"oz", "z"}, {"dx"}, {"dy"}, {"dz"}}));
+        thinnedOut(placesIn(table, {{"ox", "x"}, {"oy", "y"}, {"oz", "z"}, {"dx"}, {"dy"}, {"dz"}}, {}));
 }
 
 } // namespace QELT::Inspection

@@ -17,6 +17,6 @@ void addShots(PageModel& model, std::filesystem::path const& table);
 /// The same for the poses of a path, with the directions.
 void addPath(PageModel& model, std::filesystem::path const& table);
 
-inline constexpr std::size_t maxShownPlaces = 100000;
+inline constexpr std::size_t maxShownPlaces = 20000;
 
 } // namespace QELT::Inspection

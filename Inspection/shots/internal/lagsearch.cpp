@@ -42,7 +42,7 @@ constexpr std::size_t maxQuantities = 4;
 constexpr std::size_t groupCount = 20;
 constexpr std::size_t minPairs = 3;
 constexpr std::size_t pairsBeforeThinning = 200;
-constexpr std::size_t thinning = 8;
+constexpr std::size_t pairsBetweenThinnings = 50;
 
 /// How well lines must agree, as a correlation, and by how much better than at other lags.
 constexpr double minAgreement = 0.3;
@@ -422,7 +422,7 @@ private:
             return;
         }
         ++pairCount;
-        if (pairCount > pairsBeforeThinning && pairCount % thinning != 0) {
+        if (pairCount % pairStep() != 0) {
             return;
         }
         for (std::size_t channel = 0; channel < 2 * quantities.size(); ++channel) {
@@ -436,6 +436,13 @@ private:
         timeOfPairs += there.line.end() - there.line.begin();
         shotStep = (there.times.back() - there.times.front()) / static_cast<double>(there.times.size());
         periodOfPairs += back.line.begin() - there.line.begin();
+    }
+
+    /// Every pair at first, then every second, fourth and so on.
+    std::size_t pairStep() const {
+        return usedPairs < pairsBeforeThinning
+                   ? 1
+                   : std::size_t{2} << (usedPairs - pairsBeforeThinning) / pairsBetweenThinnings;
     }
 
     /// Whether the channel varies along the line, and does more than count.

@@ -2,16 +2,24 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+
+// A line ends where the way over the last few places and the way over those before them are at an angle:
+// single steps of a robot that tells its place a thousand times a second are as much noise as motion. The
+// next line begins there, so that both may hold a few places of the turn; these tell of the same points of
+// the part, and only the middle of a line counts in what is made of it. The places of a finished line are
+// averaged with their neighbours, together with their times, which takes noise away and leaves straight
+// motion at constant speed as it is.
 
 namespace QELT::Inspection {
 
 namespace {
 
-constexpr std::size_t minPlaces = 8;
+constexpr std::size_t minPlaces = 12;
 constexpr std::size_t maxPlaces = 200000; ///< a longer sweep is cut, so that memory stays bounded
 
-/// Over so many places the direction is taken, so that noise of a single one does not cut the line.
-constexpr std::size_t directionPlaces = 4;
+constexpr std::size_t directionPlaces = 4; ///< over which a direction is taken
+constexpr std::size_t smoothingPlaces = 2; ///< to each side
 constexpr double turnCosine = 0.5;
 
 /// Of the line's own speed; slower is standing still.
@@ -66,44 +74,61 @@ std::size_t descend(ScanLine const& line, std::size_t segment, Triple const& poi
     return segment;
 }
 
+/// Fewer to both sides near the ends.
+TimedPlace meanAround(std::vector<TimedPlace> const& places, std::size_t middle) {
+    std::size_t const reach = std::min({smoothingPlaces, middle, places.size() - 1 - middle});
+    auto const count = static_cast<double>(2 * reach + 1);
+    TimedPlace mean;
+    for (std::size_t i = middle - reach; i <= middle + reach; ++i) {
+        mean.time += places[i].time / count;
+        mean.place = mean.place + (1.0 / count) * places[i].place;
+    }
+    return mean;
+}
+
 } // namespace
 
-bool ScanLineFinder::doesGoOn(TimedPlace const& place) const {
-    if (places.size() < 2) {
+bool ScanLineFinder::doesGoOn() const {
+    std::size_t const last = places.size() - 1;
+    if (last < 2 * directionPlaces) {
         return true;
     }
-    Triple const step = place.place - places.back().place;
-    Triple const before =
-        places.back().place - places[places.size() - std::min(directionPlaces, places.size())].place;
-    double const speed = way / (places.back().time - places.front().time);
-    bool const isMoving = lengthOf(step) > slowShare * speed * (place.time - places.back().time);
+    TimedPlace const& middle = places[last - directionPlaces];
+    Triple const after = places[last].place - middle.place;
+    Triple const before = middle.place - places[last - 2 * directionPlaces].place;
+    double const speed = way / (places[last].time - places.front().time);
+    bool const isMoving = lengthOf(after) > slowShare * speed * (places[last].time - middle.time);
     return isMoving && places.size() < maxPlaces &&
-           dot(step, before) > turnCosine * lengthOf(step) * lengthOf(before);
+           dot(after, before) > turnCosine * lengthOf(after) * lengthOf(before);
 }
 
 std::optional<ScanLine> ScanLineFinder::add(TimedPlace const& place) {
-    std::optional<ScanLine> line;
-    if (!doesGoOn(place)) {
-        TimedPlace const turn = places.back();
-        line = finish();
-        places.push_back(turn); // where one line ends the next begins
-    }
     way += places.empty() ? 0.0 : lengthOf(place.place - places.back().place);
     places.push_back(place);
+    if (doesGoOn()) {
+        return std::nullopt;
+    }
+    std::vector<TimedPlace> const next(places.end() - directionPlaces - 1, places.end());
+    places.resize(places.size() - directionPlaces);
+    auto line = finish();
+    for (TimedPlace const& each : next) {
+        way += places.empty() ? 0.0 : lengthOf(each.place - places.back().place);
+        places.push_back(each);
+    }
     return line;
 }
 
 std::optional<ScanLine> ScanLineFinder::finish() {
-    ScanLine line;
-    line.places.swap(places);
+    std::vector<TimedPlace> const raw = std::exchange(places, {});
     way = 0.0;
-    if (line.places.size() < minPlaces) {
+    if (raw.size() < minPlaces) {
         return std::nullopt;
     }
+    ScanLine line;
     double sum = 0.0;
-    line.way.push_back(sum);
-    for (std::size_t i = 1; i < line.places.size(); ++i) {
-        sum += lengthOf(line.places[i].place - line.places[i - 1].place);
+    for (std::size_t i = 0; i < raw.size(); ++i) {
+        line.places.push_back(meanAround(raw, i));
+        sum += i == 0 ? 0.0 : lengthOf(line.places[i].place - line.places[i - 1].place);
         line.way.push_back(sum);
     }
     return line;

@@ -29,7 +29,7 @@ struct ScanLine {
 /// Cuts the way of a probe where it stands still or turns by more than 60 degrees.
 class ScanLineFinder {
 public:
-    /// The line that this place ends, if it does; lines of a few places are left out.
+    /// The line that ended a few places before this one, if it did; lines of a few places are left out.
     std::optional<ScanLine> add(TimedPlace const& place);
 
     /// The line that the last place ends.
@@ -39,7 +39,7 @@ private:
     std::vector<TimedPlace> places;
     double way = 0.0;
 
-    bool doesGoOn(TimedPlace const& place) const;
+    bool doesGoOn() const;
 };
 
 /// How far along `line` the places of another one are, where these come nearest to it.

@@ -16,6 +16,7 @@ Command addPicture(CLI::App& app);
 Command addIndications(CLI::App& app);
 Command addExport(CLI::App& app);
 Command addView(CLI::App& app);
+Command addReport(CLI::App& app);
 Command addInfo(CLI::App& app);
 Command addFit(CLI::App& app);
 Command addRegister(CLI::App& app);

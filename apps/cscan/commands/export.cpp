@@ -18,7 +18,7 @@ ColourLimits limitsIn(std::string_view text) {
     return {numbers[0], numbers[1]};
 }
 
-void print(std::ostream& output, ExportOptions const& /*options*/, Exported const& exported) {
+void printExported(std::ostream& output, ExportOptions const& /*options*/, Exported const& exported) {
     printItem(output, "quads", std::to_string(exported.quads));
     for (std::string const& value : exported.values) {
         printItem(output, "value", value);
@@ -43,7 +43,7 @@ Command addExport(CLI::App& app) {
         ->check(reading(options->limits, limitsIn))
         ->type_name("LOW,HIGH");
     return commandOf(
-        command, [options] { return *options; }, exportResult, print);
+        command, [options] { return *options; }, exportResult, printExported);
 }
 
 } // namespace cscan

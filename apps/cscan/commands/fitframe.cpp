@@ -25,7 +25,8 @@ void printFreeMotion(std::ostream& output, FreeMotion const& motion) {
                   ", effect " + toShortText(motion.effect, 2));
 }
 
-ExitStatus print(std::ostream& output, FrameCorrectionOptions const& options, FrameCorrection const& found) {
+ExitStatus printCorrectedFrame(std::ostream& output, FrameCorrectionOptions const& options,
+                               FrameCorrection const& found) {
     SurfaceFit const& fit = found.fit;
     std::string const unit = found.unit.empty() ? "" : " " + found.unit;
     printItem(output, "points",
@@ -71,7 +72,7 @@ Command addFitFrame(CLI::App& app) {
     fit->add_flag("--accept", options->isAccepted,
                   "Write it even if the shape leaves motions open; these stay as they are");
     return commandOf(
-        fit, [options] { return *options; }, correctFrame, print);
+        fit, [options] { return *options; }, correctFrame, printCorrectedFrame);
 }
 
 } // namespace cscan

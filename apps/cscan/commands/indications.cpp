@@ -128,7 +128,8 @@ void printFirst(std::ostream& output, std::vector<Indication> const& found) {
     }
 }
 
-void print(std::ostream& output, DrawnIndicationsOptions const& options, FoundIndications const& found) {
+void printFoundIndications(std::ostream& output, DrawnIndicationsOptions const& options,
+                           FoundIndications const& found) {
     IndicationSearch const& search = found.search;
     printItem(output, "indications", std::to_string(search.indications.size()));
     if (search.tooSmall > 0) {
@@ -167,7 +168,7 @@ Command addIndications(CLI::App& app) {
         requireFit(options->indications.search);
         return *options;
     };
-    return commandOf(command, read, drawIndications, print);
+    return commandOf(command, read, drawIndications, printFoundIndications);
 }
 
 } // namespace cscan

@@ -99,7 +99,7 @@ void printCheck(std::ostream& output, PlanOptions const& options, Plan const& pl
     }
 }
 
-ExitStatus print(std::ostream& output, PlanOptions const& options, Plan const& plan) {
+ExitStatus printPlanned(std::ostream& output, PlanOptions const& options, Plan const& plan) {
     printPath(output, options, plan);
     printSharpPlaces(output, plan);
     printCheck(output, options, plan);
@@ -194,7 +194,7 @@ Command addPath(CLI::App& app) {
     return commandOf(
         command, [options] { return *options; },
         [](PlanOptions const& asked, ProgressListener* listener) { return planPath(asked, listener); },
-        print);
+        printPlanned);
 }
 
 } // namespace cscan

@@ -49,7 +49,7 @@ void printFit(std::ostream& output, RegisterResult const& result) {
     }
 }
 
-void print(std::ostream& output, RegisterOptions const& options, RegisterResult const& result) {
+void printRegistered(std::ostream& output, RegisterOptions const& options, RegisterResult const& result) {
     LinearMap const& map = result.registration.map;
     printItem(output, "map", result.isRigid ? "rigid" : "affine");
     printItem(output, "matrix row 1", rowText(map, 0));
@@ -97,7 +97,7 @@ Command addRegister(CLI::App& app) {
         ->excludes(frame)
         ->excludes(rigid);
     return commandOf(
-        registration, [raw] { return optionsOf(*raw); }, registerPoints, print);
+        registration, [raw] { return optionsOf(*raw); }, registerPoints, printRegistered);
 }
 
 } // namespace cscan

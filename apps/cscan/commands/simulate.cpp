@@ -191,10 +191,13 @@ SimulateOptions optionsOf(RawSimulation const& raw) {
     for (auto const& change : raw.changes) {
         change(options.setup);
     }
+    if (options.path && options.setup.clocks) {
+        throw UsageError("--path: a planned path is measured on one clock, without --lag and --jitter");
+    }
     return options;
 }
 
-void print(std::ostream& output, SimulateOptions const& options, SimulateResult const& result) {
+void printSimulated(std::ostream& output, SimulateOptions const& options, SimulateResult const& result) {
     auto const& measurement = result.measurement;
     printItem(output, "simulated", options.setup.name + ": computed from formulas, nothing was measured");
     printItem(output, "part", counted(result.triangleCount, "triangle", "triangles"));
@@ -229,11 +232,15 @@ Command addSimulate(CLI::App& app) {
         ->required();
     addSweepOptions(*command, *raw);
     addInstrumentOptions(*command, *raw);
+    command
+        ->add_option("--path", raw->options.path,
+                     "Fire at the poses of a path that cscan path planned for the part")
+        ->type_name("PATH.csv");
     addLossOptions(*command, *raw);
     addClockOptions(*command, *raw);
     addCellOptions(*command, *raw);
     return commandOf(
-        command, [raw] { return optionsOf(*raw); }, QELT::Simulation::simulate, print);
+        command, [raw] { return optionsOf(*raw); }, QELT::Simulation::simulate, printSimulated);
 }
 
 } // namespace cscan

@@ -2,6 +2,7 @@
 
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/planning/planpath.h"
+#include "Inspection/shots/shotreader.h"
 #include "tests/inspection/planning/samplegrids.h"
 #include "tests/inspection/scratchdirectory.h"
 
@@ -74,6 +75,31 @@ TEST(PathFile, NamesTheLineThatIsWrong) {
     EXPECT_EQ("p.csv, line 2: '-1' is no number of a line",
               messageFor(heading + "-1,0,scan,1,2,3,0,0,1,0,1,0,0,0\n"));
     EXPECT_EQ("p.csv: holds no path", messageFor(heading));
+}
+
+TEST(PathFile, IsATableOfShotsOnceValuesAreAdded) {
+    ScratchDirectory const directory;
+    std::ostringstream output;
+    writePath(output, smallPath(), 10.0);
+    std::string text;
+    std::istringstream lines(output.str());
+    for (std::string line; std::getline(lines, line);) {
+        text += line + (text.empty() ? ",amplitude[%FSH]\n" : ",80\n");
+    }
+    writeText(directory / "shots.csv", text);
+    ShotOptions options;
+    options.shots = directory / "shots.csv";
+    ShotReader reader(options);
+    EXPECT_EQ(PoseDialect::OriginDirection, reader.getDialect());
+    ShotBlock block;
+    ASSERT_TRUE(reader.read(block, 100));
+    ASSERT_EQ(4U, block.size());
+    EXPECT_EQ(Point(7.5, 2.5, 20.0), block.beams[1].origin);
+    EXPECT_EQ(-1.0, block.beams[1].direction.getdZ());
+    auto const& quantities = reader.getQuantities();
+    ASSERT_FALSE(quantities.empty());
+    EXPECT_EQ("amplitude", quantities.back().name);
+    EXPECT_EQ(80.0, block.values[quantities.size() - 1]);
 }
 
 TEST(PlanPath, WritesThePathWithItsRecord) {

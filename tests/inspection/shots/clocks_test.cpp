@@ -133,6 +133,7 @@ struct Cell {
     double speed = 100.0;       ///< millimetres a second
     double pause = 0.0;         ///< seconds at each end
     double poseStep = 1.0 / 83; ///< seconds
+    double jitter = 0.001;      ///< of the poses' clock, seconds
     bool isLost = false;        ///< a flaw takes the echo away in place of weakening it
     bool isCurved = false;      ///< lines are circles about the z axis
     std::size_t lines = 21;
@@ -167,7 +168,7 @@ void writeCell(ScratchDirectory const& directory, Cell const& cell) {
     std::string poses = "time[s],x[mm],y[mm],z[mm]\n";
     for (double time = 0.0; time < end; time += cell.poseStep) {
         Triple const point = cell.pointAt(time);
-        double const stamp = time + 0.001 * std::clamp(noise(random), -3.0, 3.0);
+        double const stamp = time + cell.jitter * std::clamp(noise(random), -2.0, 2.0);
         poses += toFixedText(stamp, 5);
         for (double const coordinate : point) {
             poses += ',' + toFixedText(coordinate + 0.02 * noise(random), 3);
@@ -213,7 +214,7 @@ TEST(Lag, IsFoundByLinesThereAndBack) {
     EXPECT_GE(lag.linePairs, 18U);
 }
 
-TEST(Lag, IsFoundWithPausesOfEitherSignAndAtOtherSpeeds) {
+TEST(Lag, IsFoundWithPausesOfEitherSignAndAtOtherSpeedsAndRates) {
     ScratchDirectory const directory;
     Cell pausing;
     pausing.pause = 0.4;
@@ -221,6 +222,11 @@ TEST(Lag, IsFoundWithPausesOfEitherSignAndAtOtherSpeeds) {
     Cell early;
     early.lag = -0.12;
     expectLag(foundIn(directory, early), -120.0);
+    Cell often; // steps of 0.05 mm, noise of 0.02 mm
+    often.poseStep = 0.0005;
+    often.lines = 11;
+    often.jitter = 0.0001;
+    expectLag(foundIn(directory, often), 50.0);
     Cell slow;
     slow.speed = 40.0;
     slow.lag = 0.33;
