@@ -16,6 +16,8 @@ public:
     SharedText(std::string newText)
         : text(newText.empty() ? nullptr : std::make_shared<std::string const>(std::move(newText))) {}
 
+    SharedText(char const* newText) : SharedText(std::string(newText)) {}
+
     operator std::string const&() const { return get(); }
 
     /// Valid as long as some copy lives.

@@ -608,8 +608,8 @@ bool isSeenFromBehind(NearestPlace const& nearest) {
     Point const middle = corners[0] + ((corners[1] - corners[0]) + (corners[2] - corners[0])) / 3.0;
     double const side = vectorOf(nearest.place, nearest.point).dot(nearest.normal) < 0.0 ? -1.0 : 1.0;
     Vector const away = nearest.normal * (side * nearest.diagonal / std::sqrt(nearest.normal.lSqr()));
-    auto const met = meeting(grid, nearest.quad, Beam{middle + away, away * -1.0});
-    return met && met->hit.isFromBehind();
+    Met const met = meeting(grid, nearest.quad, Beam{middle + away, away * -1.0});
+    return met.isHit() && met.hit.isFromBehind();
 }
 
 Hit hitOn(NearestPlace const& nearest) {
