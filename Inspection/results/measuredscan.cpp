@@ -8,8 +8,10 @@
 #include "Inspection/results/resultfile.h"
 #include "Inspection/scanning/suresearch.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 
 namespace QELT::Inspection {
@@ -107,6 +109,15 @@ void noteOnShots(MeasuredScanOptions const& options, MeasuredScan& scan) {
         scan.notes.emplace_back(
             "the probe stood on the other side of the grid, which is taken for the outside");
     }
+    for (ValueMap const& map : scan.result.values) {
+        bool const isBelow = map.quantity == "depth" && std::any_of(map.values.begin(), map.values.end(),
+                                                                    [](double depth) { return depth < 0.0; });
+        if (isBelow) {
+            scan.notes.emplace_back(
+                "some depths are below 0: times may count from the surface already, or --zero and "
+                "--front do not fit");
+        }
+    }
     bool const hasGate = !options.quantities.gates.empty() || !options.quantities.conditions.empty();
     if (figures.echoCount == 0 && figures.noEchoCount > 0 && hasGate) {
         scan.notes.emplace_back(
@@ -124,12 +135,70 @@ void addFilesOf(ShotOptions const& shots, Record& record) {
     }
 }
 
+std::vector<double> listOf(Triple const& triple) {
+    return {triple[0], triple[1], triple[2]};
+}
+
+/// The rotation's matrix row by row.
+void addMotion(Record& record, std::string const& name, Frame const& motion) {
+    auto const rows = matrixOf(motion.turn);
+    record.setting(name + "Row1", listOf(rows[0]));
+    record.setting(name + "Row2", listOf(rows[1]));
+    record.setting(name + "Row3", listOf(rows[2]));
+    record.setting(name + "Translation", listOf(motion.translation));
+    if (!motion.unit.empty()) {
+        record.setting(name + "Unit", motion.unit);
+    }
+}
+
+void addPoseSettings(Record& record, ShotOptions const& shots) {
+    if (shots.pose.dialect) {
+        record.setting("pose", nameOf(*shots.pose.dialect));
+    }
+    record.setting("poseUnit", shots.pose.unit);
+    if (shots.pose.beamAxis) {
+        record.setting("beamAxis", listOf(*shots.pose.beamAxis));
+    }
+    if (shots.pose.tool) {
+        addMotion(record, "tool", *shots.pose.tool);
+    }
+    if (shots.frame) {
+        record.setting("frame", shots.frame->filename().string());
+        addMotion(record, "frame", readFrame(*shots.frame));
+    }
+    if (shots.poses) {
+        record.setting("poses", shots.poses->filename().string());
+        record.setting("maxGapOfPoses", shots.maxGap);
+        if (!shots.doFindLag) {
+            record.setting("lag", shots.lag);
+        }
+    }
+}
+
+std::string joined(std::vector<std::string> const& parts, char const* between) {
+    std::string text;
+    for (std::string const& part : parts) {
+        text += (text.empty() ? "" : between) + part;
+    }
+    return text;
+}
+
+std::vector<std::string> textsOf(std::vector<Condition> const& conditions) {
+    std::vector<std::string> texts;
+    std::transform(conditions.begin(), conditions.end(), std::back_inserter(texts),
+                   [](Condition const& condition) { return condition.text; });
+    return texts;
+}
+
 void addSettings(Record& record, MeasuredScanOptions const& options) {
     for (std::size_t i = 0; i < options.grids.size() && options.grids.size() > 1; ++i) {
         PlacedGrid const& grid = options.grids[i];
         record.setting("grid" + std::to_string(i + 1) + "Offset",
                        std::vector<double>{static_cast<double>(grid.offset.getdU()),
                                            static_cast<double>(grid.offset.getdV())});
+    }
+    if (options.shots.frame) {
+        record.setting("frame", options.shots.frame->filename().string());
     }
     record.setting("position", options.position);
     record.setting("doFlipNormals", options.doFlipNormals);
@@ -141,8 +210,8 @@ void addSettings(Record& record, MeasuredScanOptions const& options) {
     for (Gate const& gate : options.quantities.gates) {
         record.setting("gate " + gate.quantity, std::vector{gate.from, gate.to});
     }
-    for (Condition const& condition : options.quantities.conditions) {
-        record.setting("where", condition.text);
+    if (!options.quantities.conditions.empty()) {
+        record.setting("where", joined(textsOf(options.quantities.conditions), " and "));
     }
     if (options.quantities.depth) {
         record.setting("depthOf", options.quantities.depth->time);
@@ -161,6 +230,7 @@ void addSettings(Record& record, MeasuredScanOptions const& options) {
     record.setting("requiredGap", options.requiredGap);
     record.setting("requiredCoverage", options.requiredCoverage);
     record.setting("doSkipBad", options.shots.doSkipBad);
+    addPoseSettings(record, options.shots);
 }
 
 void addDistribution(Record& record, std::string const& name, Distribution const& distribution) {
@@ -170,6 +240,25 @@ void addDistribution(Record& record, std::string const& name, Distribution const
         record.figure(name + "95Percent", distribution.quantile(mostly));
         record.figure(name + "Least", distribution.least());
         record.figure(name + "Greatest", distribution.greatest());
+    }
+}
+
+/// What was made of the table's headings.
+void addReading(Record& record, ShotReader const& reader) {
+    record.figure("poseRead", nameOf(reader.getDialect()));
+    record.figure("poseScale", reader.getPoseScale());
+    for (Quantity const& column : reader.getQuantities()) {
+        record.figure("unit of " + column.name, column.unit);
+    }
+    std::string const unused = joined(reader.getUnusedColumns(), ", ");
+    if (!unused.empty()) {
+        record.figure("columnsNotRead", unused);
+    }
+}
+
+void addNotes(Record& record, std::vector<std::string> const& notes) {
+    for (std::size_t i = 0; i < notes.size(); ++i) {
+        record.figure("note" + std::to_string(i + 1), notes[i]);
     }
 }
 
@@ -200,6 +289,7 @@ void addFigures(Record& record, MeasuredScan const& scan) {
     record.figure("typicalGap", scan.coverage.typicalGap);
     record.figure("longestGap", scan.coverage.longestGap);
     record.figure("unreachedPatches", scan.coverage.patchCount);
+    addNotes(record, scan.notes);
 }
 
 /// Beginning with a block that has been read.
@@ -270,6 +360,7 @@ MeasuredScan measuredScan(MeasuredScanOptions const& options, ProgressListener* 
         fill(scan.result, *options.fill);
     }
     judge(scan, options);
+    addReading(record, reader);
     addFigures(record, scan);
     announce(listener, "Writing results...");
     scan.result.record = innerRecordOf(record, listener);

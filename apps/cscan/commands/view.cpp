@@ -14,10 +14,11 @@ namespace {
 constexpr int digits = 3;
 constexpr double percent = 100.0;
 
-void print(std::ostream& output, ViewOptions const& options, View const& view) {
+void printDrawnView(std::ostream& output, ViewOptions const& options, View const& view) {
     printItem(output, "page", options.output.string());
     printItem(output, "size", std::to_string(view.byteCount) + " bytes");
-    printItem(output, view.kind == ViewedKind::OfPart ? "triangles" : "quads", std::to_string(view.quadCount));
+    printItem(output, view.kind == ViewedKind::OfPart ? "triangles" : "quads",
+              std::to_string(view.quadCount));
     if (view.kind != ViewedKind::OfPart) {
         printItem(output, "values", std::to_string(view.valueCount));
     }
@@ -67,7 +68,7 @@ Command addView(CLI::App& app) {
         ->check(CLI::IsMember({"16", "float32"}))
         ->check(reading(options->precision, oneOf(precisions)));
     return commandOf(
-        view, [options] { return *options; }, QELT::Inspection::view, print);
+        view, [options] { return *options; }, QELT::Inspection::view, printDrawnView);
 }
 
 } // namespace cscan

@@ -1,11 +1,11 @@
-#include "apps/cscan/demo/bladepart.h"
+#include "simulation/bladepart.h"
 
-#include "apps/cscan/demo/randomnoise.h"
+#include "simulation/randomnoise.h"
 
 #include <cmath>
 #include <numbers>
 
-namespace cscan {
+namespace QELT::Simulation {
 
 namespace {
 
@@ -82,6 +82,12 @@ void addPatch(PartMesh& part, unsigned ring, unsigned ray, unsigned around) {
 
 } // namespace
 
+bool isOnBlade(BladePlace const& place) {
+    double const chord = (place.chord - BladeSurface::holeCentre.chord) / BladeSurface::holeHalfChord;
+    double const span = (place.span - BladeSurface::holeCentre.span) / BladeSurface::holeHalfSpan;
+    return outlineMeasure(place) <= 1.0 && chord * chord + span * span >= 1.0;
+}
+
 PartMesh measuredBlade(BladeResolution const& resolution) {
     RandomNoise noise(resolution.seed);
     BladeSurface const surface;
@@ -99,4 +105,4 @@ PartMesh measuredBlade(BladeResolution const& resolution) {
     return part;
 }
 
-} // namespace cscan
+} // namespace QELT::Simulation

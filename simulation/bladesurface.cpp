@@ -1,9 +1,9 @@
-#include "apps/cscan/demo/bladesurface.h"
+#include "simulation/bladesurface.h"
 
 #include <cmath>
 #include <numbers>
 
-namespace cscan {
+namespace QELT::Simulation {
 
 namespace {
 
@@ -39,7 +39,11 @@ Point BladeSurface::nominalPoint(BladePlace const& place) const {
 }
 
 Point BladeSurface::builtPoint(BladePlace const& place) const {
-    return toPoint(position(place, dentLift(place)));
+    return toPoint(builtPosition(place));
+}
+
+Vector BladeSurface::builtPosition(BladePlace const& place) const {
+    return position(place, dentLift(place));
 }
 
 Vector BladeSurface::normal(BladePlace const& place) const {
@@ -52,4 +56,4 @@ Vector BladeSurface::normal(BladePlace const& place) const {
     return normal / std::sqrt(normal.lSqr());
 }
 
-} // namespace cscan
+} // namespace QELT::Simulation

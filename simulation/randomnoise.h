@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <random>
 
-namespace cscan {
+namespace QELT::Simulation {
 
 /// Seeded noise that is the same with every standard library, whose own distributions are not.
 class RandomNoise {
@@ -26,4 +26,4 @@ private:
     std::mt19937 generator;
 };
 
-} // namespace cscan
+} // namespace QELT::Simulation

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "apps/cscan/names.h"
+#include "simulation/names.h"
 
-namespace cscan {
+namespace QELT::Simulation {
 
 /// A place on the blade, in millimetres along its chord and its span from the middle.
 struct BladePlace {
@@ -23,6 +23,7 @@ public:
 
     /// As built: with a shallow dent that no drawing shows.
     Point builtPoint(BladePlace const& place) const;
+    Vector builtPosition(BladePlace const& place) const;
 
     /// Outward unit normal of the designed surface.
     Vector normal(BladePlace const& place) const;
@@ -36,4 +37,4 @@ private:
     Vector position(BladePlace const& place, double lift) const;
 };
 
-} // namespace cscan
+} // namespace QELT::Simulation

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "Inspection/parts/facemesh.h"
-#include "apps/cscan/demo/bladesurface.h"
+#include "simulation/bladesurface.h"
 
 #include <cstdint>
 #include <vector>
 
-namespace cscan {
+namespace QELT::Simulation {
 
 /// How finely the blade is measured.
 struct BladeResolution {
@@ -15,6 +14,9 @@ struct BladeResolution {
     double noise = 0.003;           ///< standard deviation along the normal, millimetres
     std::uint32_t seed = 20250301U; ///< of the noise and the irregular spacing
 };
+
+/// Whether a place lies within the outline and beside the cut-out.
+bool isOnBlade(BladePlace const& place);
 
 /// Triangles as a measuring system would hand them over.
 struct PartMesh : FaceMesh {
@@ -25,4 +27,4 @@ struct PartMesh : FaceMesh {
 /// patch has one outer loop and one hole. 2 * around * rings triangles.
 PartMesh measuredBlade(BladeResolution const& resolution);
 
-} // namespace cscan
+} // namespace QELT::Simulation
