@@ -1,6 +1,9 @@
-// Indications as a table lists them, placed on the pixels. An outline is drawn where the table brings one; else a circle
-// as wide as the indication is long, dashed.
+// Indications as a table lists them, placed on the pixels. Outlined are the pixels around the peak that are beyond the
+// level of the table, in the value that has the peak there, or without an echo around a lost one; but only if their area
+// is about the table's. Else a dashed circle stands there, as wide as the indication is long. A column "outline" counts
+// before both.
 
+import { NO_ECHO } from './colours.js';
 import { circleOn } from './measure.js';
 import { text } from './ticks.js';
 
@@ -11,7 +14,7 @@ export function indicationsOf(scan, rows) {
 function indicationOf(scan, row, index) {
     const pixel = pixelOf(scan, row);
     const place = [(pixel % scan.width) + 0.5, Math.floor(pixel / scan.width) + 0.5];
-    const given = outlineIn(row.outline);
+    const given = outlineIn(row.outline) ?? outlineAround(scan, row, pixel);
     const diameter = firstOf(row.length, row.width, 2 * Math.sqrt((row.area ?? NaN) / Math.PI));
     const circle = pixel >= 0 && diameter > 0 ? circleOn(scan, pixel, diameter) : [];
     const unit = scan.json.unit;
@@ -21,7 +24,14 @@ function indicationOf(scan, row, index) {
         place,
         outline: given ?? (circle.length > 0 ? [[...circle, circle[0]]] : []),
         isDashed: given === null,
-        words: [row.state, isNumber(row.peak) ? `peak ${text(row.peak, 4)}` : null].filter(Boolean).join(', '),
+        words: [
+            row.state,
+            isNumber(row.peak) ? `peak ${text(row.peak, 4)}` : null,
+            row.touches ? `touches ${row.touches}` : null,
+            row.under_beam === 1 ? "under the beam's width" : null,
+        ]
+            .filter(Boolean)
+            .join(', '),
         size:
             isNumber(row.length) && isNumber(row.width)
                 ? `${text(row.length, 3)} × ${text(row.width, 3)} ${unit}`
@@ -87,4 +97,86 @@ function outlineIn(field) {
         }
         return [...places, places[0]];
     });
+}
+
+/** How far the outlined area may be from the table's, as a share of that. */
+const areaTolerance = 0.4;
+
+/** The outline of the pixels that belong to an indication; null where they do not have its area. */
+function outlineAround(scan, row, pixel) {
+    const peak = pixelOf(scan, { u: row.peak_u, v: row.peak_v });
+    const start = peak >= 0 ? peak : pixel;
+    const belongs = start < 0 ? null : belongingTo(scan, row, start);
+    if (belongs === null || !belongs(start) || !isNumber(row.area)) {
+        return null;
+    }
+    const pixels = connectedTo(scan, start, belongs);
+    const area = pixels.reduce((sum, one) => sum + scan.areaOf(one), 0);
+    return Math.abs(area - row.area) <= areaTolerance * row.area ? outlineOf(scan, new Set(pixels)) : null;
+}
+
+function belongingTo(scan, row, start) {
+    if (!isNumber(row.peak)) {
+        return (pixel) => scan.states[pixel] === NO_ECHO;
+    }
+    const { reals } = scan.values.find(
+        (value) => Math.abs(value.reals[start] - row.peak) <= value.error + 1e-5 * Math.abs(row.peak),
+    ) ?? { reals: null };
+    if (reals === null || !isNumber(row.level)) {
+        return null;
+    }
+    return row.peak < row.level
+        ? (pixel) => reals[pixel] <= row.level || scan.states[pixel] === NO_ECHO
+        : (pixel) => reals[pixel] >= row.level;
+}
+
+/** Over sides and corners of pixels. */
+function connectedTo(scan, start, belongs) {
+    const found = new Set([start]);
+    const open = [start];
+    while (open.length > 0) {
+        const pixel = open.pop();
+        const [u, v] = [pixel % scan.width, Math.floor(pixel / scan.width)];
+        for (let y = v - 1; y <= v + 1; ++y) {
+            for (let x = u - 1; x <= u + 1; ++x) {
+                const other = y * scan.width + x;
+                if (scan.hasSurfaceAt(x, y) && !found.has(other) && belongs(other)) {
+                    found.add(other);
+                    open.push(other);
+                }
+            }
+        }
+    }
+    return [...found];
+}
+
+/** Closed ways along the sides of pixels that have no neighbour in the set, the set on the left. */
+function outlineOf(scan, pixels) {
+    const next = new Map(); // from a corner to those that sides lead to
+    for (const pixel of pixels) {
+        const [u, v] = [pixel % scan.width, Math.floor(pixel / scan.width)];
+        const has = (x, y) => x >= 0 && x < scan.width && pixels.has(y * scan.width + x);
+        const sides = [
+            [has(u, v - 1), [u, v], [u + 1, v]],
+            [has(u + 1, v), [u + 1, v], [u + 1, v + 1]],
+            [has(u, v + 1), [u + 1, v + 1], [u, v + 1]],
+            [has(u - 1, v), [u, v + 1], [u, v]],
+        ];
+        for (const [isInner, from, to] of sides) {
+            if (!isInner) {
+                next.set(from.join(), [...(next.get(from.join()) ?? []), to]);
+            }
+        }
+    }
+    const ways = [];
+    for (const start of next.keys()) {
+        while (next.get(start).length > 0) {
+            const way = [start.split(',').map(Number)];
+            while (way.length === 1 || way[way.length - 1].join() !== start) {
+                way.push(next.get(way[way.length - 1].join()).pop());
+            }
+            ways.push(way);
+        }
+    }
+    return ways;
 }

@@ -6,6 +6,7 @@ import { deflateSync } from 'node:zlib';
 
 import { Scale, bandsIn, paint, tableOf } from '../../page/src/colours.js';
 import { bytesOf, numbersOf, realsOf } from '../../page/src/decode.js';
+import { indicationsOf, isIn } from '../../page/src/indications.js';
 import { circleOn, lengthOf, profileOf, shortestWay } from '../../page/src/measure.js';
 import { Picker } from '../../page/src/picking.js';
 import { Scan } from '../../page/src/scan.js';
@@ -264,6 +265,36 @@ test('states and filled pixels are painted apart from values', () => {
     assert.equal(new Set(colours).size, 6);
     assert.equal(image[3], 0);
     assert.ok(image.filter((_, i) => i % 4 === 3 && i > 3).every((alpha) => alpha === 255));
+});
+
+test('an indication is outlined by the pixels beyond its level, if they have its area', () => {
+    const scan = scanOf(40, 30, flat);
+    const isInRing = (u, v) => Math.hypot(u - 20, v - 15) < 6 && !(u === 20 && v === 15);
+    const reals = Float64Array.from({ length: scan.size }, (_, i) => (isInRing(i % 40, Math.floor(i / 40)) ? 10 : 50));
+    reals[15 * 40 + 22] = 5;
+    scan.values = [{ reals, error: 0.001 }];
+    const inside = reals.filter((value) => value < 30).length;
+    const row = {
+        number: 4,
+        state: 'echo',
+        peak: 5,
+        level: 30,
+        u: 20.5,
+        v: 15.5,
+        peak_u: 22.5,
+        peak_v: 15.5,
+        length: 6,
+    };
+    const [fitting, other] = indicationsOf(scan, [
+        { ...row, area: 0.25 * inside },
+        { ...row, area: 2 * inside },
+    ]);
+    assert.equal(fitting.isDashed, false);
+    assert.equal(fitting.outline.length, 2, 'the rim and the hole');
+    for (let pixel = 0; pixel < scan.size; ++pixel) {
+        assert.equal(isIn(fitting, [(pixel % 40) + 0.5, Math.floor(pixel / 40) + 0.5]), reals[pixel] < 30, `${pixel}`);
+    }
+    assert.equal(other.isDashed, true);
 });
 
 test('figures are those of all values', () => {
