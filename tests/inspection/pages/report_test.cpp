@@ -121,7 +121,9 @@ protected:
                 if (v == 2) {
                     continue;
                 }
-                text << x << ',' << v + 0.4 << ",20," << (u == 1 && v == 1 ? "20,0,-1," : "0,0,-1,");
+                bool const isSlanting = u == 1 && v == 1;
+                text << (isSlanting ? x - 80.0 : x) << ',' << v + 0.4 << ",20,";
+                text << (isSlanting ? "4,0,-1," : "0,0,-1,");
                 text << (u == 3 && v == 4 ? "," : u == 4 ? "100,2" : "40.5,2.25") << ",x\n";
             }
         }
@@ -333,11 +335,12 @@ TEST_F(ReportTest, indicationsAreShownWithAllTheirColumns) {
     report.indications = folder / "i.csv";
     std::string const html = page();
     EXPECT_EQ(outcome.indicationCount, 2U);
-    for (char const* const part :
-         {"peak [dB]", "x [mm]", "u [pixels]", "area [mm^2]", "under beam", "odd &lt;one&gt;", "a&amp;b",
-          "no echo", "<data value=\"-5.91234567891\">-5.9123</data>"}) {
+    for (char const* const part : {"peak [dB]", "x [mm]", "u [pixels]", "area [mm\xC2\xB2]", "under beam",
+                                   "<td class=\"number\">no</td>", "odd &lt;one&gt;", "a&amp;b", "no echo",
+                                   "<data value=\"-5.91234567891\">-5.9123</data>"}) {
         EXPECT_NE(html.find(part), std::string::npos) << part;
     }
+    EXPECT_NE(html.find("<td class=\"number\">yes</td>"), std::string::npos) << "under the beam's width";
     EXPECT_NE(html.find("From i.csv: 2 indications."), std::string::npos);
     ValuePictureOptions marks;
     marks.labels = {{FlatPoint(2.5, 3.5), "1"}, {FlatPoint(3.5, 4.5), "2"}};
@@ -413,7 +416,7 @@ TEST(ReportRecordText, figuresThatAreNotKnownAreShownAsTheyStand) {
 TEST(ReportRecordText, unitsStandBehindNumbers) {
     ReportRecord record(R"({"kind": "record of a result", "command": "scan", "units": {"length": "in"},
         "settings": {"gate tof": [2.1, 8.4], "gate amp": [1, 2], "maxAngle": 70, "speed": 2900.0},
-        "figures": {"unit of tof": "us", "surfaceArea": 123456.5, "coverage": 0.5, "lag": 50.5}})",
+        "figures": {"unit of tof": "us", "surfaceArea": 123456.75, "coverage": 0.5, "lag": 50.5}})",
                         "r.h5");
     auto const shown = [&](char const* group, char const* name) {
         static std::regex const tag("<[^>]*>");
