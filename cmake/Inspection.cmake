@@ -10,9 +10,10 @@ find_package(ZLIB REQUIRED)
 # CMake's own module for it wants a compiler of C.
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(HDF5 REQUIRED IMPORTED_TARGET hdf5)
+pkg_check_modules(TIFF REQUIRED IMPORTED_TARGET libtiff-4>=4.5)
 
 # None of them shows in a public header. Two are headers only, which nobody needs who links what was built.
-set(qelt_inspection_libraries PNG::PNG ZLIB::ZLIB PkgConfig::HDF5 embree $<BUILD_INTERFACE:Eigen3::Eigen>
+set(qelt_inspection_libraries PNG::PNG ZLIB::ZLIB PkgConfig::HDF5 PkgConfig::TIFF embree $<BUILD_INTERFACE:Eigen3::Eigen>
                               $<BUILD_INTERFACE:nlohmann_json::nlohmann_json>)
 if(QELT_WITH_ASSIMP)
     find_package(assimp REQUIRED)
@@ -26,8 +27,10 @@ list(FILTER qelt_inspection_headers EXCLUDE REGEX "/internal/")
 set_source_files_properties(${PROJECT_SOURCE_DIR}/Inspection/records/version.cpp
                             PROPERTIES COMPILE_DEFINITIONS QELT_INSPECTION_VERSION="${PROJECT_VERSION}")
 
+include(cmake/Page.cmake)
+
 # Compiled once, for the library and for its tests: these reach internal functions, which the library hides.
-add_library(qelt_inspection_objects OBJECT ${qelt_inspection_sources})
+add_library(qelt_inspection_objects OBJECT ${qelt_inspection_sources} ${qelt_page_source})
 set_target_properties(
     qelt_inspection_objects
     PROPERTIES CXX_VISIBILITY_PRESET hidden
@@ -42,6 +45,7 @@ if(QELT_WITH_ASSIMP)
         PROPERTY COMPILE_DEFINITIONS QELT_WITH_ASSIMP)
 endif()
 qelt_configure_own_target(qelt_inspection_objects)
+qelt_unite(qelt_inspection_objects library)
 # Of Eigen, only what is under the Mozilla Public License.
 target_compile_definitions(qelt_inspection_objects PRIVATE EIGEN_MPL2_ONLY)
 
@@ -59,7 +63,7 @@ set_target_properties(
                SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
                EXPORT_NAME Inspection
                LINKER_LANGUAGE CXX
-               VERIFY_INTERFACE_HEADER_SETS ON)
+               VERIFY_INTERFACE_HEADER_SETS ${QELT_VERIFY_HEADERS})
 if(BUILD_SHARED_LIBS)
     target_compile_definitions(qelt_inspection_objects PRIVATE QELT_BUILDING_INSPECTION)
 else()

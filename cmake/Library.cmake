@@ -15,6 +15,7 @@ set_target_properties(
                VISIBILITY_INLINES_HIDDEN OFF
                POSITION_INDEPENDENT_CODE ${BUILD_SHARED_LIBS})
 qelt_configure_own_target(qelt_geometry_objects)
+qelt_unite(qelt_geometry_objects library)
 
 add_library(QELTGeometry $<TARGET_OBJECTS:qelt_geometry_objects>)
 add_library(QELTGeometry::QELTGeometry ALIAS QELTGeometry)
@@ -40,7 +41,7 @@ set_target_properties(
     PROPERTIES LINKER_LANGUAGE CXX
                VERSION ${PROJECT_VERSION}
                SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
-               VERIFY_INTERFACE_HEADER_SETS ON)
+               VERIFY_INTERFACE_HEADER_SETS ${QELT_VERIFY_HEADERS})
 if(BUILD_SHARED_LIBS)
     target_compile_definitions(qelt_geometry_objects PRIVATE QELT_BUILDING_LIBRARY)
 else()

@@ -12,10 +12,24 @@ endif()
 find_package(assimp QUIET)
 cmake_dependent_option(QELT_WITH_ASSIMP "Read glTF files, through Assimp" "${assimp_FOUND}"
                        QELT_BUILD_INSPECTION OFF)
+
+# Without npm and node the page of 'cscan view' is left out, or taken as it was built elsewhere.
+set(qelt_page_default OFF)
+if(QELT_BUILD_INSPECTION)
+    find_program(QELT_NPM npm)
+    find_program(QELT_NODE node)
+    if(QELT_NPM AND QELT_NODE)
+        set(qelt_page_default ON)
+    endif()
+    set(QELT_PAGE_BUNDLE "" CACHE FILEPATH "A page that was built elsewhere, instead of building it")
+endif()
+cmake_dependent_option(QELT_WITH_PAGE "Build the page that 'cscan view' writes, with npm and node" ${qelt_page_default}
+                       QELT_BUILD_INSPECTION OFF)
 option(QELT_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(QELT_BUILD_FUZZERS "Build the fuzz harnesses as programs that replay files" ${PROJECT_IS_TOP_LEVEL})
 cmake_dependent_option(QELT_FUZZ_WITH_LIBFUZZER "Build the fuzz harnesses as libFuzzer programs (Clang)" OFF
                        QELT_BUILD_FUZZERS OFF)
+option(QELT_VERIFY_HEADERS "Compile each public header alone, with the tests" ON)
 option(QELT_WARNINGS_AS_ERRORS "Treat warnings in this project's own code as errors" OFF)
 
 # Benchmarks need a package that nothing else needs: without it they are off by default, not an error.

@@ -18,7 +18,7 @@ using ThreeDimensional::QuadMesh::RectMesh;
 namespace {
 
 /// A header may ask for any size; files for which it asks more than this are left alone.
-constexpr double maxNodes = 1 << 20;
+constexpr double maxNodes = 1 << 16;
 
 bool isSmallGrid(char const* path) {
     unsigned long extentU = 0;

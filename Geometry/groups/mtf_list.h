@@ -15,7 +15,8 @@
 // and not a splice, so that the value need not come from the list. Cost: linear in the place found, and an
 // allocation. Odd on purpose: a value that is not in the list is put at the front all the same; the copy is
 // made before the old node goes, since it may throw and the value may be that node's; equal elements further
-// back stay. Places are counted in 32 bits.
+// back stay. Places are counted in 32 bits. `bring_to_front` gives the same order for a value of the list's
+// own: there the node can be relinked, and none is made.
 
 namespace QELT {
 
@@ -43,6 +44,14 @@ public:
             this->erase(found);
         }
         return place;
+    }
+
+    /// Brings the first element equal to that at `place` to the front, as `move_to_front` of its value does,
+    /// but the element itself: no copy, no memory, and iterators stay valid.
+    void bring_to_front(typename std::list<T, Alloc>::const_iterator place) {
+        if (place != this->cbegin()) {
+            this->splice(this->cbegin(), *this, std::find(this->cbegin(), place, *place));
+        }
     }
 };
 

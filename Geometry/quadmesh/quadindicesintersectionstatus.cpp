@@ -12,12 +12,8 @@ QuadIndicesIntersectionStatus::QuadIndicesIntersectionStatus(RectMesh* newQuadMe
                                                              bool newIsValid,
                                                              QuadIntersectionData const& newIntersectionData,
                                                              std::string const& newFileName)
-    : quadMesh(newQuadMesh),
-      quadPoint(newQuadPoint),
-      indices(newIndices),
-      isValid(newIsValid),
-      intersectionData(newIntersectionData),
-      fileName(newFileName) {}
+    : QuadIndicesIntersectionStatus(SharedText(newFileName), newQuadMesh, newQuadPoint, newIndices,
+                                    newIsValid, newIntersectionData) {}
 
 bool QuadIndicesIntersectionStatus::getIsGoodIntersection() const {
     if (!isValid) {

@@ -2,6 +2,7 @@
 
 #include "Geometry/foundations/export.h"
 #include "Geometry/foundations/point.h"
+#include "Geometry/foundations/sharedtext.h"
 #include "Geometry/quadmesh/quadintersectiondata.h"
 
 #include <string>
@@ -50,7 +51,7 @@ public:
     QuadIntersectionData const& getIntersectionData() const { return intersectionData; }
 
     /// The file name of the mesh that answered.
-    std::string getFileName() const { return fileName; }
+    std::string getFileName() const { return fileName.get(); }
 
     /// Whether this is a hit and, in mode `AngleThenDistance`, within a quarter turn of head-on.
     bool getIsGoodIntersection() const;
@@ -70,6 +71,19 @@ protected:
     void setQuadIntersectionData(QuadIntersectionData const& data) { intersectionData = data; }
 
 private:
+    friend class RectMesh;
+
+    /// What a grid answers: shares the grid's name.
+    QuadIndicesIntersectionStatus(SharedText const& newFileName, RectMesh* newQuadMesh,
+                                  Point const& newQuadPoint, TwoDimensional::Point<int> const& newIndices,
+                                  bool newIsValid, QuadIntersectionData const& newIntersectionData)
+        : quadMesh(newQuadMesh),
+          quadPoint(newQuadPoint),
+          indices(newIndices),
+          isValid(newIsValid),
+          intersectionData(newIntersectionData),
+          fileName(newFileName) {}
+
     static IntersectionQualityMode intersectionQualityMode;
 
     RectMesh* quadMesh = nullptr;
@@ -77,7 +91,7 @@ private:
     TwoDimensional::Point<int> indices;
     bool isValid = false;
     QuadIntersectionData intersectionData;
-    std::string fileName;
+    SharedText fileName;
 };
 
 } // namespace QELT::Geometry::ThreeDimensional::QuadMesh

@@ -2,6 +2,8 @@
 
 #include "Geometry/foundations/export.h"
 
+#include <numbers>
+
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 /// How a beam met a quad: distances in the unit of the points, angles in radians.
@@ -12,7 +14,12 @@ public:
 
     /// With `isEnableFlipAngle` set, the angle is stored as pi minus `angleToObjectNormal`.
     QuadIntersectionData(double newDistanceToObject, double newAngleToObjectNormal,
-                         double newDistanceSqrToQuadCentre);
+                         double newDistanceSqrToQuadCentre)
+        : distanceToObject(newDistanceToObject),
+          angleToObjectNormal(isEnableFlipAngle ? std::numbers::pi - newAngleToObjectNormal
+                                                : newAngleToObjectNormal),
+          distanceSqrToQuadCentre(newDistanceSqrToQuadCentre) {}
+
     QuadIntersectionData(QuadIntersectionData const&) = default;
     QuadIntersectionData& operator=(QuadIntersectionData const&) = default;
     virtual ~QuadIntersectionData() = default;
@@ -28,7 +35,7 @@ public:
     double const& getDistanceSqrToQuadCentre() const { return distanceSqrToQuadCentre; }
 
     /// How far the beam is from head-on: pi minus the stored angle.
-    double getAngleError() const;
+    double getAngleError() const { return std::numbers::pi - angleToObjectNormal; }
 
     /// Process-wide: turns the stored angles over. Set it outside any query.
     static bool isEnableFlipAngle;

@@ -1,6 +1,7 @@
 #include "Geometry/quadmesh/rectmesh.h"
 
 #include "Geometry/quadmesh/internal/nodes.h"
+#include "Geometry/quadmesh/internal/quadreader.h"
 
 #include <algorithm>
 #include <atomic>
@@ -124,15 +125,7 @@ char RectMesh::setFlag(char flagByte, PointFlagID id, bool value) const {
 }
 
 bool RectMesh::getIsQuadValid(TwoDimensional::Point<int> const& p) const {
-    int const u = p.getU();
-    int const v = p.getV();
-    if (u < 0 || v < 0 || u >= static_cast<int>(extents.u) || v >= static_cast<int>(extents.v)) {
-        return false;
-    }
-    constexpr unsigned validBit = 1U << Valid;
-    char const* const low = flags[v].get() + u;
-    char const* const high = flags[v + 1].get() + u;
-    return (static_cast<unsigned>(low[0] & low[1] & high[0] & high[1]) & validBit) != 0;
+    return getQuadReader().getIsValid(p);
 }
 
 bool RectMesh::getIsBoundaryPoint(TwoDimensional::Point<int> const& p) const {
@@ -159,8 +152,9 @@ void RectMesh::setAxisFlipFlags(bool u, bool v) {
 }
 
 std::string RectMesh::getShortFileName() const {
-    std::size_t const separator = fileName.rfind('\\');
-    return separator == std::string::npos ? fileName : fileName.substr(separator);
+    std::string const& name = fileName;
+    std::size_t const separator = name.rfind('\\');
+    return separator == std::string::npos ? name : name.substr(separator);
 }
 
 std::uint32_t RectMesh::getNumberOfMBs(unsigned long u, unsigned long v) {

@@ -4,6 +4,7 @@
 #include "Geometry/foundations/export.h"
 #include "Geometry/foundations/point.h"
 #include "Geometry/foundations/progresslistener.h"
+#include "Geometry/foundations/sharedtext.h"
 #include "Geometry/foundations/vector.h"
 #include "Geometry/quadmesh/edge.h"
 #include "Geometry/quadmesh/files/quadfileheader.h"
@@ -31,6 +32,7 @@ class Mesh;
 namespace QuadMesh {
 
 class QuadIndicesEllipseIntersectionInfo;
+class QuadReader;
 struct Nodes;
 
 /// A direction of the grid.
@@ -468,6 +470,9 @@ private:
     void setNodes(Nodes const& nodes);
     void setDerivedNodes(Nodes const& nodes);
 
+    /// The quads as the search reads them.
+    QuadReader getQuadReader() const;
+
     bool getPointValidity(TwoDimensional::Point<int> const& p) const { return getPointFlag(p, Valid); }
 
     bool getHasRows() const { return points != nullptr; }
@@ -538,7 +543,7 @@ private:
     bool doFlipUAxis = false;
     bool doFlipVAxis = false;
     bool doUseDoubleSided = false;
-    std::string fileName;
+    SharedText fileName;
     std::string sourceName;
     std::uint32_t activePositionFlags = 0xFFFFFFFFU;
     std::uint32_t position = 0;

@@ -1,9 +1,11 @@
 #include "Geometry/foundations/angles.h"
+#include "Geometry/quadmesh/internal/quadreader.h"
 #include "Geometry/quadmesh/rectmesh.h"
 #include "Geometry/search/internal/beamwalk.h"
+#include "Geometry/search/internal/quadcrossing.h"
+#include "Geometry/search/internal/startdescent.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 
@@ -30,34 +32,14 @@ namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 namespace {
 
 using GridPoint = TwoDimensional::Point<int>;
-using GridStep = TwoDimensional::Vector<int>;
-using Triangle = std::array<Point, 3>;
 
-constexpr double measuredDistanceLimit = 10000.0;
 constexpr double acceptedDistanceLimit = 131072.0;
 constexpr double rememberedDistanceLimit = 1000.0;
 
-/// Whether the point in the triangle's plane lies strictly inside all three edges.
-bool getIsInsideTriangle(Point const& point, Triangle const& corners, Vector const& normal) {
-    for (std::size_t e = 0; e < 3; ++e) {
-        Vector const edge = corners[(e + 1) % 3] - corners[e];
-        if (!(normal.cross(edge).dot(point - corners[e]) > 0.0)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-/// The angle between a normal of any length, or with `isFlipped` its opposite, and a direction.
-double getAngleToNormal(Vector const& normal, Vector const& direction, bool isFlipped) {
-    double const along = normal.dot(direction) * (isFlipped ? -1.0 : 1.0);
-    return std::atan2(std::sqrt(normal.cross(direction).lSqr()), along);
-}
-
 /// A quad remembered from a grid that has since been replaced can lie outside the present one.
-GridPoint getNearestQuadInside(GridPoint const& quad, TwoDimensional::Vector<unsigned long> const& extents) {
-    return {std::clamp(quad.getU(), 0, static_cast<int>(extents.getdU()) - 1),
-            std::clamp(quad.getV(), 0, static_cast<int>(extents.getdV()) - 1)};
+GridPoint getNearestQuadInside(GridPoint const& quad, QuadReader const& quads) {
+    return {std::clamp(quad.getU(), 0, quads.getExtentU() - 1),
+            std::clamp(quad.getV(), 0, quads.getExtentV() - 1)};
 }
 
 /// Whether the next search should start from a quad that was hit so.
@@ -80,30 +62,22 @@ bool getIsWorthRemembering(QuadIntersectionData const& hit) {
 
 bool RectMesh::getDoesIntersectQuad(GridPoint const& quad, Point const& origin, Vector const& direction,
                                     Point& hitPoint, QuadIntersectionData* data) const {
-    if (!getIsQuadValid(quad)) {
+    QuadReader const quads = getQuadReader();
+    if (!quads.getIsValid(quad)) {
         return false;
     }
-    Point const low = getPoint(quad);
-    Point const alongU = getPoint(quad + GridStep(1, 0));
-    Point const opposite = getPoint(quad + GridStep(1, 1));
-    Point const alongV = getPoint(quad + GridStep(0, 1));
-    for (bool const isLower : {true, false}) {
-        Triangle const corners{low, isLower ? alongU : opposite, isLower ? opposite : alongV};
-        Vector const normal = (corners[1] - low).cross(corners[2] - low);
-        double const t = (low - origin).dot(normal) / direction.dot(normal);
-        hitPoint = origin + t * direction;
-        if (!getIsInsideTriangle(hitPoint, corners, normal)) {
-            continue;
-        }
-        double const distance = std::sqrt(hitPoint.dSqr(origin));
-        if (data != nullptr && measuredDistanceLimit > distance) {
-            Point const centre = low + 0.5 * ((alongU - low) + (alongV - low));
-            *data = {t > 0.0 ? distance : -distance, getAngleToNormal(normal, direction, doFlipNormals),
-                     hitPoint.dSqr(centre)};
-        }
-        return true;
+    QuadCorners const corners = quads.getCorners(quad);
+    QuadCrossing const crossing(corners, origin, direction);
+    hitPoint = crossing.getPoint();
+    if (!crossing.getIsHit()) {
+        return false;
     }
-    return false;
+    if (data != nullptr) {
+        if (auto const measured = crossing.measure(corners, origin, direction, doFlipNormals)) {
+            *data = *measured;
+        }
+    }
+    return true;
 }
 
 QuadIndicesIntersectionStatus RectMesh::getIntersection(Point const& origin, Vector const& direction) {
@@ -119,16 +93,17 @@ QuadIndicesIntersectionStatus RectMesh::getIntersectionStatus(Point const& origi
                                                               bool doReset) {
     if (((activePositionFlags >> (position % 32U)) & 1U) == 0) {
         QuadIntersectionData const none(-1.0, -1.0, -1.0);
-        return {nullptr, Point(), GridPoint(-1, -1), false, none, fileName};
+        return {fileName, nullptr, Point(), GridPoint(-1, -1), false, none};
     }
     if (doReset) {
         doResetSearch = true;
     }
-    BeamWalk walk(*this, origin, direction);
+    QuadReader const quads = getQuadReader();
+    BeamWalk walk(quads, origin, direction, doFlipNormals);
     bool isFound = false;
     if (extents.u > 0 && extents.v > 0) {
-        GridPoint const start = doResetSearch ? getStartSearchPoint(origin) : lastQuadIndices;
-        isFound = walk.findHit(getNearestQuadInside(start, getExtents())) &&
+        GridPoint const start = doResetSearch ? StartDescent(quads, origin).descend() : lastQuadIndices;
+        isFound = walk.findHit(getNearestQuadInside(start, quads)) &&
                   acceptedDistanceLimit > walk.getHitData().getDistanceToObject();
     }
     doResetSearch = !isFound || !getIsWorthRemembering(walk.getHitData());
@@ -143,7 +118,7 @@ QuadIndicesIntersectionStatus RectMesh::getIntersectionStatus(Point const& origi
         indices.setV(static_cast<int>(extents.v) - indices.getV() - 1);
     }
     Point const hitPoint = isFound ? walk.getHitPoint() : Point();
-    return {this, hitPoint, indices + offset, isFound, walk.getHitData(), fileName};
+    return {fileName, this, hitPoint, indices + offset, isFound, walk.getHitData()};
 }
 
 GridPoint RectMesh::getNearestPoint2D(Point const& target, double& distance) const {

@@ -1,4 +1,5 @@
 #include "Geometry/foundations/element.h"
+#include "Geometry/quadmesh/internal/quadreader.h"
 #include "Geometry/quadmesh/rectmesh.h"
 #include "Geometry/search/internal/startdescent.h"
 
@@ -9,7 +10,7 @@
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 TwoDimensional::Point<int> RectMesh::getStartSearchPoint(Point const& target) const {
-    return getHasRows() ? StartDescent(*this, target).descend() : TwoDimensional::Point<int>();
+    return getHasRows() ? StartDescent(getQuadReader(), target).descend() : TwoDimensional::Point<int>();
 }
 
 bool RectMesh::getIsAnyQuadPointCloser(TwoDimensional::Point<int> const* samples, Point const& target,
@@ -17,8 +18,8 @@ bool RectMesh::getIsAnyQuadPointCloser(TwoDimensional::Point<int> const* samples
                                        bool& hasInvalidQuad, unsigned long doNMoreCount,
                                        unsigned long sampleCount) const {
     bool const canEscape = toUInt32(doNMoreCount) < maxDoNMoreTimes;
-    StartDescent::Look const look = StartDescent::lookAt(*this, {samples, toUInt32(sampleCount)}, target,
-                                                         {best, bestDistanceSqr}, canEscape);
+    StartDescent::Look const look = StartDescent::lookAt(getQuadReader(), {samples, toUInt32(sampleCount)},
+                                                         target, {best, bestDistanceSqr}, canEscape);
     best = look.best.quad;
     bestDistanceSqr = look.best.distanceSqr;
     hasInvalidQuad = look.hasInvalidQuad;

@@ -1,12 +1,9 @@
 #include "Inspection/fits/registration.h"
 
-#include "Inspection/records/failure.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <stdexcept>
-#include <string>
 
 namespace QELT::Inspection {
 
@@ -106,35 +103,6 @@ double largestMiss(Registration const& registration, std::vector<PointPair> cons
         miss = std::max(miss, std::sqrt((registration(pair.source) - pair.target).lSqr()));
     }
     return miss;
-}
-
-namespace {
-
-constexpr std::size_t rigidCount = 3;
-constexpr std::size_t affineCount = 4;
-
-Registration registrationOf(std::vector<PointPair> const& pairs) {
-    switch (pairs.size()) {
-    case rigidCount:
-        return rigidRegistration(pairs);
-    case affineCount:
-        return affineRegistration(pairs);
-    default:
-        throw std::runtime_error("3 pairs of points (a rigid motion) or 4 (an affine map) expected, " +
-                                 std::to_string(pairs.size()) + " found");
-    }
-}
-
-} // namespace
-
-RegisterResult registerPoints(RegisterOptions const& options, ProgressListener*) {
-    auto const pairs = readPairFile(options.pairs);
-    RegisterResult result;
-    result.registration = naming(options.pairs.string(), [&] { return registrationOf(pairs); });
-    result.isRigid = pairs.size() == rigidCount;
-    result.translation = result.registration(Point()) - Point();
-    result.largestMiss = largestMiss(result.registration, pairs);
-    return result;
 }
 
 } // namespace QELT::Inspection

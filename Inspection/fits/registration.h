@@ -2,15 +2,19 @@
 
 #include "Inspection/export.h"
 #include "Inspection/names.h"
-#include "Inspection/scanning/csvfile.h"
 
-#include <filesystem>
 #include <vector>
 
 /// Maps that take points to their places.
 namespace QELT::Inspection {
 
 using LinearMap = QELT::Geometry::ThreeDimensional::LinearMap;
+
+/// A point and where it is to go.
+struct PointPair {
+    Point source;
+    Point target;
+};
 
 /// x goes to `target` + `map` (x - `source`).
 struct Registration {
@@ -31,21 +35,5 @@ QELT_INSPECTION_EXPORT Registration affineRegistration(std::vector<PointPair> co
 /// How far the map leaves the farthest source point from its target.
 QELT_INSPECTION_EXPORT double largestMiss(Registration const& registration,
                                           std::vector<PointPair> const& pairs);
-
-struct RegisterOptions {
-    std::filesystem::path pairs; ///< a table of three pairs for a rigid motion, of four for an affine map
-};
-
-struct RegisterResult {
-    bool isRigid = true;
-    Registration registration;
-    Vector translation;       ///< where the map takes the origin
-    double largestMiss = 0.0; ///< in the points' unit
-};
-
-/// Finds the map for a table's pairs. Fails if the table cannot be read, does not hold three or four pairs,
-/// or leaves the map open.
-QELT_INSPECTION_EXPORT RegisterResult registerPoints(RegisterOptions const& options,
-                                                     ProgressListener* listener);
 
 } // namespace QELT::Inspection

@@ -46,7 +46,7 @@ struct Report {
     std::size_t byteCount = 0; ///< of the page
 
     /// Whether nothing is known to have been changed since the scan.
-    bool isAsRecorded() const;
+    QELT_INSPECTION_EXPORT bool isAsRecorded() const;
 };
 
 /// Writes one page that needs nothing but a browser and prints on A4: what the inspector tells, how it was

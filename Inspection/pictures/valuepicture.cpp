@@ -5,6 +5,7 @@
 #include "Inspection/pictures/internal/font.h"
 #include "Inspection/pictures/internal/lengthaxis.h"
 #include "Inspection/pictures/internal/scale.h"
+#include "Inspection/pictures/internal/statecolours.h"
 #include "Inspection/pictures/pngfile.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/internal/announce.h"
@@ -33,13 +34,6 @@ constexpr int boxSide = 16;
 constexpr std::size_t magnifiedSide = 900;
 constexpr double mostPixels = 64e6;
 constexpr Colour inkColour{40, 40, 40};
-constexpr std::array<Colour, pixelStateCount> stateColours{Colour{190, 190, 190}, Colour{255, 255, 255},
-                                                           Colour{15, 15, 15},    Colour{60, 130, 170},
-                                                           Colour{235, 60, 150},  Colour{240, 150, 60}};
-
-Colour stateColour(PixelState state) {
-    return stateColours[static_cast<std::size_t>(state)];
-}
 
 Colour between(Colour const& a, Colour const& b, double share) {
     auto const mixed = [&](std::uint8_t from, std::uint8_t to) {

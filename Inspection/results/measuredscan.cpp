@@ -109,6 +109,15 @@ void noteOnShots(MeasuredScanOptions const& options, MeasuredScan& scan) {
         scan.notes.emplace_back(
             "the probe stood on the other side of the grid, which is taken for the outside");
     }
+    for (ValueMap const& map : scan.result.values) {
+        bool const isBelow = map.quantity == "depth" && std::any_of(map.values.begin(), map.values.end(),
+                                                                    [](double depth) { return depth < 0.0; });
+        if (isBelow) {
+            scan.notes.emplace_back(
+                "some depths are below 0: times may count from the surface already, or --zero and "
+                "--front do not fit");
+        }
+    }
     bool const hasGate = !options.quantities.gates.empty() || !options.quantities.conditions.empty();
     if (figures.echoCount == 0 && figures.noEchoCount > 0 && hasGate) {
         scan.notes.emplace_back(
@@ -187,6 +196,9 @@ void addSettings(Record& record, MeasuredScanOptions const& options) {
         record.setting("grid" + std::to_string(i + 1) + "Offset",
                        std::vector<double>{static_cast<double>(grid.offset.getdU()),
                                            static_cast<double>(grid.offset.getdV())});
+    }
+    if (options.shots.frame) {
+        record.setting("frame", options.shots.frame->filename().string());
     }
     record.setting("position", options.position);
     record.setting("doFlipNormals", options.doFlipNormals);

@@ -14,6 +14,12 @@ using GridStep = QELT::Geometry::TwoDimensional::Vector<int>;
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
+/// A grid whose nodes are yet to be set.
+class EmptyGrid : public Grid {
+public:
+    EmptyGrid(std::size_t width, std::size_t height) { init({width, height}); }
+};
+
 Patch patchOf(NamedGrid const& named) {
     Grid const& grid = *named.grid;
     Patch patch;
@@ -111,6 +117,22 @@ Result pixelsOf(std::vector<NamedGrid> const& grids) {
         addPixels(result, i, grids[i]);
     }
     return result;
+}
+
+std::unique_ptr<Grid> gridOf(Patch const& patch) {
+    auto grid = std::make_unique<EmptyGrid>(patch.width, patch.height);
+    grid->setOffset(GridStep(static_cast<int>(patch.left), static_cast<int>(patch.bottom)));
+    for (std::size_t v = 0; v <= patch.height; ++v) {
+        for (std::size_t u = 0; u <= patch.width; ++u) {
+            GridIndex const node(static_cast<int>(u), static_cast<int>(v));
+            Point const point = patch.nodeAt(u, v);
+            bool const isValid =
+                std::isfinite(point.getX()) && std::isfinite(point.getY()) && std::isfinite(point.getZ());
+            grid->setPoint(node, isValid ? point : Point());
+            grid->setPointValidity(node, isValid);
+        }
+    }
+    return grid;
 }
 
 } // namespace QELT::Inspection

@@ -4,6 +4,7 @@
 #include "Inspection/names.h"
 #include "Inspection/results/result.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,5 +20,8 @@ struct NamedGrid {
 /// A result on the quads of these grids that no shot has met yet: states, areas, centres and outward normals.
 /// Where grids overlap the first one has the pixel. Fails if there are more than 65,536 grids.
 QELT_INSPECTION_EXPORT Result pixelsOf(std::vector<NamedGrid> const& grids);
+
+/// The grid that a patch was made of, at its offset: its nodes, valid where they are numbers.
+QELT_INSPECTION_EXPORT std::unique_ptr<Grid> gridOf(Patch const& patch);
 
 } // namespace QELT::Inspection

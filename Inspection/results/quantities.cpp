@@ -151,8 +151,17 @@ ShotQuantities::ShotQuantities(QuantityOptions const& options, std::vector<Quant
         conditions.emplace_back(channelOf(condition.quantity), condition);
     }
     setCeilings(options.ceilings);
+    setFrontWall(options);
     setValues(options);
     answer.numbers.resize(values.size());
+}
+
+void ShotQuantities::setFrontWall(QuantityOptions const& options) {
+    for (Quantity const& column : columns) {
+        bool const isTold = (options.front && options.front->time == column.name) ||
+                            (options.depth && options.depth->front == column.name);
+        isFrontWall.push_back(isTold || column.name.starts_with("front"));
+    }
 }
 
 ShotQuantities::Channel ShotQuantities::columnOf(std::string const& quantity) const {
@@ -351,7 +360,9 @@ ShotValues const& ShotQuantities::evaluate(std::span<double const> row, double s
         double const number = channels[valueChannels[i]];
         bool const counts = !values[i].isOfEcho || isWithin;
         answer.numbers[i] = counts ? number : nan;
-        answer.isEcho = answer.isEcho || (values[i].isOfEcho && isWithin && !std::isnan(number));
+        bool const isOfPart =
+            values[i].isOfEcho && !(valueChannels[i] < columns.size() && isFrontWall[valueChannels[i]]);
+        answer.isEcho = answer.isEcho || (isOfPart && isWithin && !std::isnan(number));
     }
     answer.residual = channels[derived(Residual)];
     answer.isSaturated = answer.isEcho && isSaturated();

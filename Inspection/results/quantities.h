@@ -133,6 +133,7 @@ private:
     std::vector<std::pair<Channel, Gate>> gates;
     std::vector<std::pair<Channel, Condition>> conditions;
     std::vector<std::pair<Channel, double>> ceilings;
+    std::vector<bool> isFrontWall; ///< which columns tell of the surface alone
     std::optional<Channel> depthTime;
     std::optional<Channel> depthFront;
     double depthZero = 0.0;
@@ -156,6 +157,7 @@ private:
     void addValue(ValueRequest const& request, std::optional<ColumnNumber> const& reference);
     std::vector<ValueRequest> suitingValues() const;
     void derive(std::span<double const> row, double standoff, double incidence);
+    void setFrontWall(QuantityOptions const& options);
     bool isEcho() const;
     bool isSaturated() const;
 };

@@ -18,7 +18,6 @@ namespace QELT::Inspection {
 namespace {
 
 constexpr std::array<std::string_view, 6> beamColumns = {"ox", "oy", "oz", "dx", "dy", "dz"};
-constexpr std::array<std::string_view, 6> pairColumns = {"sx", "sy", "sz", "tx", "ty", "tz"};
 constexpr std::string_view hitHeading = "u,v,x,y,z,distance,angle,valid,state";
 
 std::vector<std::string_view> fieldsOf(std::string_view line) {
@@ -89,12 +88,6 @@ Beam beamOf(TextLine const& line, Row const& numbers, Vector const& move) {
     return beam;
 }
 
-PointPair pairOf(TextLine const& line, Row const& numbers) {
-    requirePointInReach(line, numbers, 0, "source point");
-    requirePointInReach(line, numbers, 3, "target point");
-    return {Point(numbers[0], numbers[1], numbers[2]), Point(numbers[3], numbers[4], numbers[5])};
-}
-
 /// A float as such where nothing was moved, which takes fewer digits.
 std::string placeText(float coordinate, double move) {
     return move == 0.0 ? toExactText(coordinate) : toExactText(static_cast<double>(coordinate) - move);
@@ -127,19 +120,6 @@ std::vector<Beam> readBeams(std::istream& input, std::string const& source, Vect
         throw Failure(source + ": holds no beams");
     }
     return beams;
-}
-
-std::vector<PointPair> readPairs(std::istream& input, std::string const& source) {
-    std::vector<PointPair> pairs;
-    readTable(input, source, pairColumns,
-              [&](TextLine const& line, Row const& numbers) { pairs.push_back(pairOf(line, numbers)); });
-    return pairs;
-}
-
-std::vector<PointPair> readPairFile(std::filesystem::path const& path) {
-    requireReadable(path);
-    std::ifstream input(path);
-    return readPairs(input, path.string());
 }
 
 std::vector<Beam> readBeamFile(std::filesystem::path const& path, Vector const& move) {

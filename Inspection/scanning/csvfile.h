@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// Beams, hits and pairs of points as tables of comma-separated values.
+/// Beams and hits as tables of comma-separated values.
 namespace QELT::Inspection {
 
 /// Reads a table with the heading "ox,oy,oz,dx,dy,dz" and one beam a line. Blank lines are passed over, both
@@ -21,16 +21,6 @@ QELT_INSPECTION_EXPORT std::vector<Beam> readBeams(std::istream& input, std::str
                                                    Vector const& move = Vector(0.0, 0.0, 0.0));
 QELT_INSPECTION_EXPORT std::vector<Beam> readBeamFile(std::filesystem::path const& path,
                                                       Vector const& move = Vector(0.0, 0.0, 0.0));
-
-/// A point and where it is to go.
-struct PointPair {
-    Point source;
-    Point target;
-};
-
-/// The same for a table with the heading "sx,sy,sz,tx,ty,tz", of any number of pairs.
-QELT_INSPECTION_EXPORT std::vector<PointPair> readPairs(std::istream& input, std::string const& source);
-QELT_INSPECTION_EXPORT std::vector<PointPair> readPairFile(std::filesystem::path const& path);
 
 /// Writes the heading "u,v,x,y,z,distance,angle,valid,state" and one line a beam: quad indices, the point,
 /// distance, angle to the normal in radians, 1 for any hit or 0, and "hit", "edge" or "miss". Every number

@@ -165,7 +165,8 @@ public:
 
 private:
     Grid const* grid;
-    std::uint32_t width; ///< in nodes
+    std::uint32_t width;  ///< in nodes
+    bool isWhole = false; ///< no quad of the rectangle is missing
     std::vector<Corners> quads;
     std::vector<float> coordinates;
 
@@ -183,9 +184,11 @@ Surface::Surface(Grid const& searched, Box& box)
     }
 }
 
+/// Where every quad is there its number tells its place, and the list need not be read.
 GridIndex Surface::quadOf(std::uint32_t number) const {
-    std::uint32_t const low = quads[number].low;
-    return {static_cast<int>(low % width), static_cast<int>(low / width)};
+    std::uint32_t const place = isWhole ? number : quads[number].low;
+    std::uint32_t const rowLength = isWhole ? width - 1 : width;
+    return {static_cast<int>(place % rowLength), static_cast<int>(place / rowLength)};
 }
 
 bool Surface::isUsable(GridIndex const& node) const {
@@ -220,6 +223,7 @@ void Surface::readQuads() {
         }
     }
     quads.shrink_to_fit();
+    isWhole = quads.size() == std::size_t{extents.getdU()} * extents.getdV();
 }
 
 /// Embree reads 16 bytes a corner, one number more than there is.
@@ -264,8 +268,10 @@ struct Named {
 
 /// What the core's test says of a beam that meets a quad.
 struct Met {
-    Hit hit;
+    Hit hit;               ///< a miss has no meaning but that
     double distance = 0.0; ///< along the beam, negative behind its origin, also where the core measures none
+
+    bool isHit() const { return hit.isHit(); }
 
     bool isInFront() const { return !std::signbit(distance); }
 };
@@ -281,37 +287,36 @@ void measureFar(Met& met, Beam const& beam) {
     }
 }
 
-std::optional<Met> meeting(Grid const& grid, GridIndex const& quad, Beam const& beam) {
-    std::optional<Met> met(std::in_place);
-    Hit& hit = met->hit;
+Met meeting(Grid const& grid, GridIndex const& quad, Beam const& beam) {
+    Met met;
+    Hit& hit = met.hit;
     QuadIntersectionData data;
     if (!grid.getDoesIntersectQuad(quad, beam.origin, beam.direction, hit.point, &data)) {
-        met.reset();
         return met;
     }
     hit.state = Hit::Inside;
     hit.quad = quad + grid.getOffset();
     measure(hit, data);
     hit.isMeasured = hit.distance != 0.0;
-    met->distance = hit.distance;
+    met.distance = hit.distance;
     if (!hit.isMeasured) {
-        measureFar(*met, beam);
+        measureFar(met, beam);
     }
     return met;
 }
 
 /// The nearest hit on the quads around the one named, of those in the same place.
-std::optional<Met> meetingAround(Named const& named, Beam const& beam, double rounding) {
+Met meetingAround(Named const& named, Beam const& beam, double rounding) {
     Grid const& grid = named.surface->getGrid();
     auto const cornerOf = [&](int u, int v) { return grid.getPoint(named.quad + GridStep(u, v)); };
     double const diagonal = std::sqrt(
         std::max((cornerOf(1, 1) - cornerOf(0, 0)).lSqr(), (cornerOf(0, 1) - cornerOf(1, 0)).lSqr()));
     double const allowance = samePlace * diagonal + rounding;
-    std::optional<Met> nearest;
+    Met nearest;
     for (auto const& [u, v] : stepsAround) {
-        auto const met = meeting(grid, named.quad + GridStep(u, v), beam);
-        bool const isThere = met && std::abs(met->distance - named.distance) <= allowance;
-        if (isThere && (!nearest || met->distance < nearest->distance)) {
+        Met const met = meeting(grid, named.quad + GridStep(u, v), beam);
+        bool const isThere = met.isHit() && std::abs(met.distance - named.distance) <= allowance;
+        if (isThere && (!nearest.isHit() || met.distance < nearest.distance)) {
             nearest = met;
         }
     }
@@ -319,9 +324,9 @@ std::optional<Met> meetingAround(Named const& named, Beam const& beam, double ro
 }
 
 /// What the core says of the quad named or, if nothing, of those around it.
-std::optional<Met> meetingAt(Named const& named, Beam const& beam, double rounding) {
-    auto met = meeting(named.surface->getGrid(), named.quad, beam);
-    if (!met) {
+Met meetingAt(Named const& named, Beam const& beam, double rounding) {
+    Met met = meeting(named.surface->getGrid(), named.quad, beam);
+    if (!met.isHit()) {
         met = meetingAround(named, beam, rounding);
     }
     return met;
@@ -338,12 +343,12 @@ Hit hitOnEdge(Named const& named, Beam const& beam, Point const& place) {
     named.surface->getGrid().getQuadTrianglePoints(named.quad, corners.data(), named.isLower);
     Point const middle = corners[0] + ((corners[1] - corners[0]) + (corners[2] - corners[0])) / 3.0;
     Beam const parallel{beam.origin + (middle - place), beam.direction};
-    auto const met = meeting(named.surface->getGrid(), named.quad, parallel);
-    hit.isMeasured = met && measurementLimit > std::max(std::abs(met->distance), named.distance);
+    Met const met = meeting(named.surface->getGrid(), named.quad, parallel);
+    hit.isMeasured = met.isHit() && measurementLimit > std::max(std::abs(met.distance), named.distance);
     if (hit.isMeasured) {
         hit.distance = named.distance;
-        hit.angleToNormal = met->hit.angleToNormal;
-        hit.angleError = met->hit.angleError;
+        hit.angleToNormal = met.hit.angleToNormal;
+        hit.angleError = met.hit.angleError;
     }
     return hit;
 }
@@ -425,13 +430,13 @@ SureSearch::Scene::Scene(std::vector<Grid const*> const& grids) {
     }
 }
 
-double SureSearch::Scene::startOf(Beam const& beam, Vector const& unit) const {
+inline double SureSearch::Scene::startOf(Beam const& beam, Vector const& unit) const {
     auto const from = numbersOf(beam.origin);
     Vector const way(centre.getdX() - from[0], centre.getdY() - from[1], centre.getdZ() - from[2]);
     return std::max(way.dot(unit) - radius - margin, -margin);
 }
 
-bool SureSearch::Scene::doesMeet(RTCRayHit& ray) const {
+inline bool SureSearch::Scene::doesMeet(RTCRayHit& ray) const {
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
     ray.ray.tfar = std::numeric_limits<float>::infinity();
@@ -440,33 +445,34 @@ bool SureSearch::Scene::doesMeet(RTCRayHit& ray) const {
     return ray.hit.geomID != RTC_INVALID_GEOMETRY_ID;
 }
 
-Named SureSearch::Scene::namedBy(RTCRayHit const& ray, double start) const {
+inline Named SureSearch::Scene::namedBy(RTCRayHit const& ray, double start) const {
     Surface const& surface = surfaces[ray.hit.geomID];
     return {&surface, surface.quadOf(ray.hit.primID), ray.hit.u + ray.hit.v <= 1.0F,
             start + static_cast<double>(ray.ray.tfar)};
 }
 
-Hit SureSearch::Scene::firstHit(RTCRayHit& ray, double start, Beam const& beam, Vector const& unit) const {
-    std::optional<Met> first;
+inline Hit SureSearch::Scene::firstHit(RTCRayHit& ray, double start, Beam const& beam,
+                                       Vector const& unit) const {
+    Met first;
     while (doesMeet(ray)) {
         Named const named = namedBy(ray, start);
-        if (first && first->distance < named.distance) {
+        if (first.isHit() && first.distance < named.distance) {
             break;
         }
         double const rounding = margin + slack * std::abs(named.distance);
-        auto const met = meetingAt(named, beam, rounding);
-        if (!met && named.distance > 0.0) {
+        Met const met = meetingAt(named, beam, rounding);
+        if (!met.isHit() && named.distance > 0.0) {
             return hitOnEdge(named, beam, beam.origin + named.distance * unit);
         }
-        if (met && met->isInFront() && (!first || met->distance < first->distance)) {
-            if (met->distance <= named.distance + rounding) {
-                return met->hit;
+        if (met.isHit() && met.isInFront() && (!first.isHit() || met.distance < first.distance)) {
+            if (met.distance <= named.distance + rounding) {
+                return met.hit;
             }
             first = met;
         }
         ray.ray.tnear = std::nextafter(ray.ray.tfar, std::numeric_limits<float>::infinity());
     }
-    return first ? first->hit : Hit();
+    return first.isHit() ? first.hit : Hit();
 }
 
 SureSearch::SureSearch(std::vector<Grid const*> const& grids)

@@ -1,6 +1,8 @@
 #include "Inspection/shots/shotreader.h"
 
 #include "Inspection/records/failure.h"
+#include "Inspection/records/numbers.h"
+#include "Inspection/shots/internal/lagsearch.h"
 #include "Inspection/shots/internal/timedtable.h"
 #include "Inspection/tables/units.h"
 
@@ -8,6 +10,7 @@
 #include <cmath>
 #include <limits>
 #include <set>
+#include <system_error>
 
 // One table: each line is a pose and what was measured there. Two tables: both are read on together, for a
 // shot stamped t the two poses around t - lag, between which the probe moved straight at constant speed and
@@ -24,6 +27,9 @@ namespace {
 constexpr double secondsPerMillisecond = 1e-3;
 constexpr double usualGapFactor = 5.0;
 constexpr std::size_t stepsForUsualGap = 1000;
+
+/// A lag that is off by less than this, in milliseconds, is no matter.
+constexpr double toldLagError = 1.0;
 constexpr std::uint64_t linesPerReport = 4096;
 
 std::vector<std::size_t> quantityPlaces(std::vector<NamedColumn> const& columns,
@@ -62,6 +68,11 @@ bool isInReach(Triple const& place) {
     });
 }
 
+bool isFile(std::filesystem::path const& path) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(path, error);
+}
+
 /// What a line of shots says of its pose.
 struct PoseFinding {
     std::optional<Pose> pose;
@@ -88,6 +99,7 @@ public:
         firstValue = used.size();
         chooseColumns(named, used);
         if (track) {
+            settleLag();
             prepareTrack();
         }
     }
@@ -99,6 +111,9 @@ public:
             if (++counts.read % linesPerReport == 0) {
                 tellProgress();
             }
+        }
+        if (block.size() == 0) {
+            tellOfNoTime();
         }
         return block.size() > 0;
     }
@@ -180,6 +195,38 @@ private:
         std::transform(places.begin(), places.end(), std::back_inserter(indices),
                        [&](std::size_t place) { return named.columns[place].index; });
         table.choose(indices);
+    }
+
+    void settleLag() {
+        bool const canReadTwice = isFile(options.shots) && isFile(*options.poses);
+        require(canReadTwice || !options.doFindLag,
+                "--lag auto reads both tables twice; give files in place of pipes, or --lag MS");
+        if (!canReadTwice || !(options.doFindLag || options.doCheckLag)) {
+            return;
+        }
+        LagSearch const search = findLag(options, listener);
+        lag = search.finding;
+        require(lag || !options.doFindLag,
+                options.shots.string() + ": no lag can be found: " + search.reason + "; give --lag MS");
+        if (options.doFindLag) {
+            usedLag = lag->lag;
+        } else if (lag) {
+            warnOfLag();
+        }
+    }
+
+    /// Where lines there and back would be set apart.
+    void warnOfLag() {
+        double const error = std::abs(lag->lag - usedLag);
+        if (error <= lag->uncertainty + toldLagError) {
+            return;
+        }
+        double const split = 2.0 * secondsPerMillisecond * error * lag->speed;
+        std::string const unit = options.pose.partUnit.empty() ? "units" : options.pose.partUnit;
+        warnings.push_back("lines there and lines back are set " + toShortText(split, 3) + ' ' + unit +
+                           " apart: they agree at a lag of " + toFixedText(lag->lag, 1) + " ms (+/- " +
+                           toFixedText(lag->uncertainty, 1) + "), and " + toShortText(usedLag, 4) +
+                           " ms is used; try --lag auto");
     }
 
     void prepareTrack() {
@@ -288,6 +335,14 @@ private:
         block.lines.push_back(table.getLine());
         block.isBad.push_back(!faults.empty());
         ++counts.given;
+    }
+
+    /// All shots before or behind the poses: two clocks that do not know each other.
+    void tellOfNoTime() {
+        if (counts.given == 0 && counts.outside > 0 && warnings.empty()) {
+            warnings.emplace_back("every shot lies before the first pose or behind the last; are both times "
+                                  "counted from the same moment, and in the units that the headings say?");
+        }
     }
 
     void tellProgress() {

@@ -13,9 +13,9 @@
 #include <numeric>
 
 // How a table is written is settled by its first lines, as far as a block and a few hundred lines reach, so
-// that a pipe can be read, too. The first line of data is a heading if it holds words and no number, or if
-// one of its words stands where the next line has a number; a comment before the data is one if it has as
-// many words as these have fields. A line of known units below a heading belongs to it. "sep=;" in the first
+// that a pipe can be read, too. The first line of data is a heading if it holds words and no number, or
+// more words than numbers and one where the next line has a number; a comment before the data is one if it has
+// as many words as these have fields. A line of known units below a heading belongs to it. "sep=;" in the first
 // line is what spreadsheets write for each other, and is believed.
 //
 // A line is read by the fast way, which parses numbers where they stand and gives up at the first oddity: a
@@ -46,22 +46,21 @@ bool isData(std::string_view line) {
     return !trimmed(line).empty() && !isComment(trimmed(line));
 }
 
-/// A line of names: with words, and with no number or with a word where the next line has a number.
+/// A line of names: with words and no number, or with more words than numbers and one of them where the next
+/// line has a number.
 bool isHeading(std::string_view line, std::string_view next, Separator separator) {
     auto const fields = fieldsOf(line, separator);
-    if (std::none_of(fields.begin(), fields.end(), isText)) {
+    auto const words = std::count_if(fields.begin(), fields.end(), isText);
+    auto const numbers = std::count_if(fields.begin(), fields.end(), isNumber);
+    if (words <= numbers) {
         return false;
     }
-    if (std::none_of(fields.begin(), fields.end(), isNumber)) {
-        return true;
-    }
     auto const below = fieldsOf(next, separator);
+    bool isAboveNumber = numbers == 0;
     for (std::size_t i = 0; i < std::min(fields.size(), below.size()); ++i) {
-        if (isText(fields[i]) && isNumber(below[i])) {
-            return true;
-        }
+        isAboveNumber = isAboveNumber || (isText(fields[i]) && isNumber(below[i]));
     }
-    return false;
+    return isAboveNumber;
 }
 
 bool isLineOfUnits(std::string_view line, Separator separator) {

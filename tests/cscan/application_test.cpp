@@ -1,7 +1,7 @@
 // Runs the program itself, as a user would.
 
 #include "Inspection/grids/gridfile.h"
-#include "apps/cscan/demo/bladepart.h"
+#include "simulation/bladepart.h"
 #include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ constexpr unsigned around = 150;
 constexpr unsigned rings = 8;
 
 void makePart(ScratchDirectory const& directory) {
-    writeFaces(measuredBlade({around, rings, 0.003, 7}), directory / "part.obj");
+    writeFaces(QELT::Simulation::measuredBlade({around, rings, 0.003, 7}), directory / "part.obj");
 }
 
 void makeGrid(ScratchDirectory const& directory) {
@@ -278,7 +278,7 @@ TEST(Cscan, saysInOneLineWhatIsWrongWithTheScan) {
           "none/hits.csv", "--image", "scan"},
          "none/hits.csv: cannot be written (No such file or directory)"},
         {{"scan", "part.quads", "--csv", "hits.csv", "--image", "scan"},
-         "scan: --beams or --raster is required"},
+         "scan: --beams, --raster or --data is required"},
     };
     for (Mistake const& mistake : mistakes) {
         expectComplaint(directory, mistake);

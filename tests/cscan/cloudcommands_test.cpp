@@ -56,6 +56,31 @@ TEST(CloudCommands, registerPrintsTheMap) {
     EXPECT_EQ(itemIn(affine.output, "translation"), "(5, 0, 0)");
 }
 
+TEST(CloudCommands, registerWritesAFrameAndTellsItsResiduals) {
+    ScratchDirectory const directory;
+    std::string pairs = "sx;sy;sz;tx;ty;tz\n";
+    for (int i = 0; i < 40; ++i) {
+        int const x = 10 * (i % 8);
+        int const y = 10 * (i / 8);
+        int const z = i * i % 7;
+        int const miss = i == 6 ? 2 : 0;
+        pairs += std::to_string(x) + ';' + std::to_string(y) + ';' + std::to_string(z) + ",0;" +
+                 std::to_string(5 - y) + ';' + std::to_string(x + miss) + ';' + std::to_string(z) + ",0\n";
+    }
+    writeText(directory / "pairs.csv", pairs);
+    Outcome const outcome = run(directory, {"register", "pairs.csv", "--out", "frame.json", "--unit", "mm"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_EQ(itemIn(outcome.output, "map"), "rigid");
+    EXPECT_EQ(itemIn(outcome.output, "pairs"), "40");
+    EXPECT_EQ(itemIn(outcome.output, "frame"), "frame.json");
+    EXPECT_NEAR(std::stod(itemIn(outcome.output, "residual rms")), 2.0 / std::sqrt(40.0), 0.05);
+    EXPECT_NE(itemIn(outcome.output, "worst residual").find(", pair 7 of line 8"), std::string::npos);
+    EXPECT_EQ(itemsIn(outcome.output, "outlier").size(), 1U);
+    EXPECT_NE(readText(directory / "frame.json").find("\"rigid frame\""), std::string::npos);
+    EXPECT_EQ(run(directory, {"register", "pairs.csv"}).status, 0);
+    EXPECT_EQ(itemIn(run(directory, {"register", "pairs.csv"}).output, "frame"), "");
+}
+
 TEST(CloudCommands, neighboursComeNearestFirst) {
     ScratchDirectory const directory;
     writeText(directory / "c.xyz", "0 0 0\n10 0 0\n3 0 0\n-5 0 0\n");
@@ -80,8 +105,9 @@ TEST(CloudCommands, sayInOneLineWhatIsWrong) {
         {{"fit", "cylinder", "one.xyz"}, "one.xyz, line 1: 6 numbers expected, 3 found"},
         {{"fit", "sphere", "same.xyz"}, "same.xyz: all points coincide"},
         {{"fit", "paraboloid", "one.xyz"}, "one.xyz: at least 3 points are needed, 1 found"},
-        {{"register", "two.csv"},
-         "two.csv: 3 pairs of points (a rigid motion) or 4 (an affine map) expected, 2 found"},
+        {{"register", "two.csv"}, "two.csv: 3 to 1000 pairs of points expected, 2 found"},
+        {{"register", "two.csv", "--affine", "--out", "f.json"}, "--out excludes --affine"},
+        {{"register", "two.csv", "--unit", "mm"}, "--unit requires --out"},
         {{"neighbours", "one.xyz", "--at", "0,0"}, "--at: '0,0' is not of the form X,Y,Z"},
         {{"neighbours", "one.xyz", "--at", "0,0,0", "-k", "0"}, "-k: '0' is not between 1 and 4294967295"},
         {{"neighbours", "one.xyz", "--at", "0,0,0", "-k", "x"}, "-k: 'x' is not a whole number"},

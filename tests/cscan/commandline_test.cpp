@@ -186,8 +186,10 @@ TEST(CommandLine, deriveTakesOneDerivation) {
 TEST(CommandLine, helpIsShownForTheProgramAndForEachCommand) {
     CommandLine const all = parsed({"--help"});
     EXPECT_FALSE(all.options.has_value());
-    for (char const* command : {"demo", "import", "prepare", "scan", "info", "fit", "register", "neighbours",
-                                "selftest", "reconstruct", "cut", "derive", "footprint"}) {
+    for (char const* command :
+         {"demo",     "import",      "prepare", "path",   "scan",      "picture",   "indications",
+          "export",   "view",        "info",    "fit",    "register",  "fit-frame", "neighbours",
+          "selftest", "reconstruct", "cut",     "derive", "footprint", "simulate"}) {
         EXPECT_NE(all.help.find(command), std::string::npos) << command;
     }
     CommandLine const one = parsed({"prepare", "--help"});

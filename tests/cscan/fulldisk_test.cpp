@@ -1,5 +1,5 @@
 #include "Inspection/parts/facemesh.h"
-#include "apps/cscan/demo/bladepart.h"
+#include "simulation/bladepart.h"
 #include "tests/cscan/program.h"
 #include "tests/support/fulldisk.h"
 
@@ -62,7 +62,7 @@ void expectNoRoom(ScratchDirectory const& directory, std::string const& target,
 
 TEST(FullDisk, endsPrepareWithOneLine) {
     ScratchDirectory const directory;
-    writeFaces(measuredBlade({60, 8, 0.003, 7}), directory / "part.obj");
+    writeFaces(QELT::Simulation::measuredBlade({60, 8, 0.003, 7}), directory / "part.obj");
     expectNoRoom(directory, "out.quads",
                  {"prepare", "part.obj", "out.quads", "--quad-area", "4", "--mode", "pinned"},
                  "out.quads: Quad-mesh file write failure.");

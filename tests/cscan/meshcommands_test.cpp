@@ -2,7 +2,7 @@
 
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/import/objfile.h"
-#include "apps/cscan/demo/randomnoise.h"
+#include "simulation/randomnoise.h"
 #include "tests/cscan/program.h"
 
 #include <gtest/gtest.h>
@@ -195,7 +195,7 @@ Point onElbow(double along, double angle, double radius) {
 std::string elbowText() {
     constexpr int side = 100;
     constexpr int steps = 50;
-    RandomNoise noise(5);
+    QELT::Simulation::RandomNoise noise(5);
     std::string text;
     for (int k = 0; k <= steps; ++k) {
         for (int i = 0; i < side; ++i) {

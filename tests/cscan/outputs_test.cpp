@@ -1,9 +1,12 @@
 // What is left of a run that fails, is interrupted or is killed, and what is told of one that succeeds.
 
 #include "Inspection/grids/gridfile.h"
+#include "Inspection/pages/view.h"
 #include "Inspection/parts/facemesh.h"
-#include "apps/cscan/demo/bladepart.h"
+#include "Inspection/results/resultfile.h"
+#include "simulation/bladepart.h"
 #include "tests/cscan/spawn.h"
+#include "tests/inspection/sampleresults.h"
 
 #include <gtest/gtest.h>
 
@@ -57,17 +60,20 @@ struct Writing {
 };
 
 void makeInputs(ScratchDirectory const& directory) {
-    writeFaces(measuredBlade({60, 8, 0.003, 7}), directory / "part.obj");
+    writeFaces(QELT::Simulation::measuredBlade({60, 8, 0.003, 7}), directory / "part.obj");
     writeFaces(tube(), directory / "tube.obj");
     writeText(directory / "cloud.xyz", cloud());
     writeText(directory / "part.off", "OFF\n4 1 0\n0 0 0\n1 0 0\n1 1 0\n0 1 0\n4 0 1 2 3\n");
     Grid grid;
     ASSERT_TRUE(grid.setAsPlane({20.0, 20.0}, 0.5, false, 10));
     saveGrid(grid, directory / "in.quads");
+    Result result = resultOn(40, 30, flat(0.5));
+    measure(result, [](Vector const& point) { return point.getdX() > 9.0 ? 60.0 : point.getdY(); });
+    writeResult(directory / "in.h5", result);
 }
 
-std::vector<Writing> const& writings() {
-    static std::vector<Writing> const all{
+std::vector<Writing> makeWritings() {
+    std::vector<Writing> all{
         {{"prepare", "part.obj", "out.quads", "--quad-area", "4", "--mode", "pinned", "--flat", "flat.obj"},
          {"out.quads", "flat.obj"}},
         {{"cut", "tube.obj", "slit.obj", "--metric", "max", "--axis", "z", "--across", "x"},
@@ -82,7 +88,22 @@ std::vector<Writing> const& writings() {
         {{"footprint", "in.quads", "--origin", "10.1,10.2,5", "--axis-a", "1,0,0", "--axis-b", "0,-1,0",
           "--cotangent", "5", "--aperture", "1", "--image", "foot.png"},
          {"foot.png"}},
+        {{"indications", "in.h5", "found.csv", "--value", "amplitude", "--threshold", "50", "--image",
+          "found.png", "--poses", "poses.csv", "--standoff", "20"},
+         {"found.csv", "found.png", "poses.csv"}},
+        {{"export", "in.h5", "out.vtm"}, {"out.vtm", "out_0.vts"}},
+        {{"export", "in.h5", "out.ply"}, {"out.ply"}},
+        {{"export", "in.h5", "out.npz"}, {"out.npz"}},
+        {{"export", "in.h5", "out.tif"}, {"out.tif"}},
     };
+    if (hasPage()) {
+        all.push_back({{"view", "in.quads", "page.html"}, {"page.html"}});
+    }
+    return all;
+}
+
+std::vector<Writing> const& writings() {
+    static std::vector<Writing> const all = makeWritings();
     return all;
 }
 
@@ -277,7 +298,7 @@ TEST(Outputs, ofAKilledRunLeaveTheEarlierFile) {
 
 TEST(Outputs, ofAnInterruptedRunLeaveWhatWasThereAndNothingElse) {
     ScratchDirectory const directory;
-    writeFaces(measuredBlade({500, 60, 0.003, 7}), directory / "part.obj");
+    writeFaces(QELT::Simulation::measuredBlade({500, 60, 0.003, 7}), directory / "part.obj");
     writeText(directory / "out.quads", "the earlier file");
     writeText(directory / "flat.obj", "the earlier map");
     Contents const before = contentsOf(directory);

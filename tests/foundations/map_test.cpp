@@ -16,7 +16,6 @@ namespace {
 using Geometry::ThreeDimensional::BinarySpacePartition::Object;
 using Geometry::ThreeDimensional::TriMesh::Edge;
 using Geometry::ThreeDimensional::TriMesh::Map;
-using Geometry::ThreeDimensional::TriMesh::Triangle;
 
 using RankedIndex = Map<unsigned long, double>;
 

@@ -3,6 +3,9 @@
 #include "tests/support/float_bits.h"
 
 #include <array>
+#include <bit>
+#include <cmath>
+#include <cstdint>
 #include <limits>
 #include <random>
 
@@ -111,6 +114,28 @@ TEST(Rounding, RoundingToSignedIsDefinedForEveryValue) {
     EXPECT_EQ(roundToInt32(-infinity), lowest);
     EXPECT_EQ(roundToInt32(2147483647.5), highest);
     EXPECT_EQ(roundToInt32(-2147483649.0), lowest);
+}
+
+TEST(Rounding, RoundingToSignedIsThatOfTheWholeNumberTruncated) {
+    auto const check = [](double value) {
+        EXPECT_EQ(roundToInt32(value), truncateToInt32(roundHalfUp(value))) << value;
+    };
+    for (double const middle : {0.0, 1.0, 7.0, 1e6, 2147483645.0, 2147483646.0, 2147483647.0, 2147483648.0,
+                                2147483649.0, 4503599627370496.0, 1e300}) {
+        for (double const fraction : {0.0, 0.25, 0.5, 0.75}) {
+            for (double const sign : {1.0, -1.0}) {
+                double const value = sign * (middle + fraction);
+                check(value);
+                check(std::nextafter(value, infinity));
+                check(std::nextafter(value, -infinity));
+            }
+        }
+    }
+    std::mt19937_64 random(5);
+    for (int i = 0; i < 100000; ++i) {
+        check(std::bit_cast<double>(random()));
+        check(std::ldexp(static_cast<double>(static_cast<std::int64_t>(random())), -32));
+    }
 }
 
 } // namespace

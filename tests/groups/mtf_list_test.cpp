@@ -180,5 +180,35 @@ TEST(MoveToFrontList, KeepsTheOrderOfPlainMoves) {
     }
 }
 
+TEST(MoveToFrontList, BringsANodeToTheFrontInTheSameOrderAsItsValue) {
+    std::mt19937 generator(2);
+    mtf_list<int> moved;
+    for (int i = 0; i < 3000; ++i) {
+        if (moved.empty() || generator() % 30 == 0) {
+            moved.push_back(static_cast<int>(generator() % 12));
+        }
+        mtf_list<int> brought(moved);
+        auto const place = static_cast<std::ptrdiff_t>(generator() % moved.size());
+        moved.move_to_front(*std::next(moved.begin(), place));
+        brought.bring_to_front(std::next(brought.begin(), place));
+        ASSERT_TRUE(std::equal(moved.begin(), moved.end(), brought.begin(), brought.end()));
+    }
+}
+
+TEST(MoveToFrontList, BringsTheNodeItselfAndTakesNoMemory) {
+    mtf_list<int, ScarceAllocator<int>> list;
+    nodesLeft = 4;
+    for (int const value : {1, 2, 3, 2}) {
+        list.push_back(value);
+    }
+    auto const second = std::next(list.begin());
+    auto const last = std::prev(list.end());
+    list.bring_to_front(last); // the first of the equal ones goes
+    EXPECT_EQ((std::vector<int>(list.begin(), list.end())), (std::vector<int>{2, 1, 3, 2}));
+    EXPECT_EQ(&list.front(), &*second);
+    list.bring_to_front(list.begin());
+    EXPECT_EQ(&list.front(), &*second);
+}
+
 } // namespace
 } // namespace QELT

@@ -44,5 +44,38 @@ TEST_F(GroupAllocation, ListsNoGroupThatItCouldNotOwn) {
     EXPECT_GE(failures, 3);
 }
 
+TEST_F(GroupAllocation, NoQueryTakesAnythingFromTheHeapWhateverTheNamesOfTheGrids) {
+    std::mt19937 generator(7);
+    RectMeshGroups groups;
+    std::vector<std::vector<std::unique_ptr<RectMesh>>> grids;
+    for (int i = 0; i < 3; ++i) {
+        grids.push_back(randomGrids(generator, 3));
+        groups.addGroup();
+        for (auto const& grid : grids.back()) {
+            grid->setFileName(std::string(generator() % 2 == 0 ? 100 : 3, 'n'));
+            grid->setActivePositionFlags(0xFFFFFFFFUL);
+            groups.groups.back()->addQuadMesh(grid.get());
+        }
+    }
+    Beam beam = downAt(3.2, 4.3);
+    int hits = 0;
+    int changes = 0;
+    RectMesh const* last = nullptr;
+    for (int i = 0; i < 1500; ++i) {
+        setQualityMode(i % 500 == 499 ? 1 : 0);
+        beam = nextBeam(generator, beam);
+        std::size_t const before = allocations;
+        bool const isHit =
+            groups.getIntersectionStatus(beam.origin, beam.direction, i % 50 == 0).getIsValid();
+        std::size_t const taken = allocations - before;
+        ASSERT_EQ(taken, 0U) << "beam " << i;
+        hits += isHit ? 1 : 0;
+        changes += groups.getLastIntersectedRectMesh() != last ? 1 : 0;
+        last = groups.getLastIntersectedRectMesh();
+    }
+    EXPECT_GT(hits, 300);
+    EXPECT_GT(changes, 50) << "members that come to the front";
+}
+
 } // namespace
 } // namespace QELT::Testing

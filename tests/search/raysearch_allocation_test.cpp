@@ -2,6 +2,8 @@
 #include "tests/support/gridfamilies.h"
 #include "tests/support/watchedheap.h"
 
+#include <string>
+
 namespace QELT::Testing {
 
 namespace {
@@ -51,6 +53,59 @@ TEST_F(RaySearchAllocation, WarmQueryOfAGridWithAShortFileNameTakesNothingFromTh
     }
     EXPECT_GT(warmHits, 20);
     EXPECT_GT(warmMisses, 20);
+}
+
+TEST_F(RaySearchAllocation, NoQueryTakesAnythingFromTheHeapWhateverTheNameOfTheGrid) {
+    RectMesh grid = wavyGrid(40, 40, 2.0);
+    punchMany(grid);
+    ShearedGrid derived;
+    static_cast<RectMesh&>(derived) = grid;
+    for (std::size_t const nameLength : {0U, 15U, 16U, 200U, 5000U}) {
+        std::string const name(nameLength, 'n');
+        for (RectMesh* const asked : {&grid, static_cast<RectMesh*>(&derived)}) {
+            asked->setFileName(name);
+            int hits = 0;
+            for (int i = 0; i < 200; ++i) {
+                SpacePoint const foot = asked->getPoint({i % 40, 39 - (i * 7) % 40});
+                SpacePoint const origin = foot + SpaceVector(0.3, 0.2, 9.0);
+                SpaceVector const direction(0.1, -0.05, -1.0);
+                std::size_t const before = allocations;
+                bool const isWarmHit = asked->getIntersectionStatus(origin, direction, false).getIsValid();
+                bool const isColdHit = asked->getIntersectionStatus(origin, direction, true).getIsValid();
+                bool const isHit = asked->getIntersection(origin, direction).getIsValid();
+                std::size_t const taken = allocations - before;
+                ASSERT_EQ(taken, 0U) << "beam " << i << ", name of " << nameLength;
+                hits += isWarmHit || isColdHit || isHit ? 1 : 0;
+            }
+            EXPECT_GT(hits, 20);
+            asked->setPosition(3);
+            asked->setActivePositionFlags(0);
+            std::size_t const before = allocations;
+            bool const isInactiveHit =
+                asked->getIntersectionStatus(SpacePoint(), SpaceVector(), false).getIsValid();
+            std::size_t const taken = allocations - before;
+            EXPECT_EQ(taken, 0U);
+            EXPECT_FALSE(isInactiveHit);
+            asked->setActivePositionFlags(0xFFFFFFFFUL);
+        }
+    }
+}
+
+TEST_F(RaySearchAllocation, StatusKeepsItsNameWhenTheGridIsRenamedOrGone) {
+    std::string const name(100, 'a');
+    QuadIndicesIntersectionStatus status;
+    {
+        RectMesh grid = wavyGrid(10, 10, 1.0);
+        grid.setFileName(name);
+        status = grid.getIntersectionStatus({3.3, 4.6, 9.0}, {0.0, 0.0, -1.0}, false);
+        grid.setFileName("another");
+        EXPECT_EQ(status.getFileName(), name);
+    }
+    QuadIndicesIntersectionStatus const copy = status;
+    status = QuadIndicesIntersectionStatus();
+    EXPECT_EQ(status.getFileName(), "");
+    EXPECT_EQ(copy.getFileName(), name);
+    EXPECT_TRUE(copy.getIsValid());
 }
 
 } // namespace QELT::Testing

@@ -262,6 +262,64 @@ bool agreeOnBeams(RectMesh& grid, std::string const& name, int beamCount, std::u
     return true;
 }
 
+/// A derived grid that shows what it stores.
+class SameGrid : public RectMesh {
+public:
+    SpacePoint getPoint(GridIndex const& p) const override { return RectMesh::getPoint(p); }
+};
+
+struct SingleQuadTally {
+    int hits = 0;
+    int behind = 0;
+    int onEdge = 0;
+};
+
+/// Whether some triple product of the point with an edge of the quad's triangles is nothing.
+bool getIsOnEdge(PlainGrid const& grid, PlainPoint const& point) {
+    for (unsigned triangle = 0; triangle < 2; ++triangle) {
+        PlainVector const n = grid.getFanNormal({0, 0}, triangle);
+        for (int e = 0; e < 3; ++e) {
+            PlainPoint const corner = grid.getPoint(grid.getFanCorner({0, 0}, triangle, 1, e));
+            PlainPoint const next = grid.getPoint(grid.getFanCorner({0, 0}, triangle, 1, (e + 1) % 3));
+            PlainVector const side = plainCross(n, plainDifference(next, corner));
+            if (plainDot(side, plainDifference(point, corner)) == 0.0) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// The test of the first quad of a grid beside that of its twin, to the bit.
+testing::AssertionResult agreeOnSingleQuad(RectMesh const& grid, Beam const& beam, SingleQuadTally& tally) {
+    PlainSearch twin;
+    twin.grid = plainGridOf(grid);
+    twin.doFlipNormals = grid.doFlipNormals;
+    SpacePoint point(7.0, 8.0, 9.0);
+    PlainPoint expectedPoint = plain(point);
+    QuadIntersectionData data(-5.0, -6.0, -7.0);
+    PlainIntersection expected{data.getDistanceToObject(), data.getAngleToObjectNormal(),
+                               data.getDistanceSqrToQuadCentre()};
+    bool const isHit = twin.getDoesIntersectQuad(currentSettings(), {0, 0}, plain(beam.origin),
+                                                 plain(beam.direction), expectedPoint, &expected);
+    if (grid.getDoesIntersectQuad({0, 0}, beam.origin, beam.direction, point, &data) != isHit) {
+        return testing::AssertionFailure() << "hit expected: " << isHit;
+    }
+    tally.hits += isHit ? 1 : 0;
+    tally.behind += isHit && expected.distanceToObject < 0.0 ? 1 : 0;
+    tally.onEdge += getIsOnEdge(twin.grid, expectedPoint) ? 1 : 0;
+    for (auto const& same : {sameBits(point.getX(), expectedPoint.x), sameBits(point.getY(), expectedPoint.y),
+                             sameBits(point.getZ(), expectedPoint.z),
+                             sameBits(data.getDistanceToObject(), expected.distanceToObject),
+                             sameBits(data.getAngleToObjectNormal(), expected.angleToObjectNormal),
+                             sameBits(data.getDistanceSqrToQuadCentre(), expected.distanceSqrToQuadCentre)}) {
+        if (!same) {
+            return same;
+        }
+    }
+    return testing::AssertionSuccess();
+}
+
 class RaySearchDifferential : public SearchTest {};
 
 } // namespace
@@ -388,6 +446,43 @@ TEST_F(RaySearchDifferential, SingleQuadsWithAllTheirHits) {
         EXPECT_TRUE(sameBits(data.getDistanceSqrToQuadCentre(), plainData.distanceSqrToQuadCentre));
     }
     EXPECT_GT(hits, 1000);
+}
+
+TEST_F(RaySearchDifferential, SingleQuadsOfFewNumbersOnEdgesBrokenAndWithoutArea) {
+    std::mt19937 random(29);
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    SingleQuadTally tally;
+    for (int round = 0; round < 40000; ++round) {
+        bool const isBroken = oneIn(random, 10);
+        auto const number = [&] {
+            double const values[] = {std::nan(""), infinity, -infinity, 3e38, 1e-45};
+            bool const isOdd = isBroken && oneIn(random, 6);
+            return isOdd ? values[random() % std::size(values)] : 0.5 * uniformInt(random, -2, 2);
+        };
+        RectMesh plainOne;
+        plainOne = makeGrid(1, 1, [&](int u, int v) {
+            bool const isFlat = oneIn(random, 4);
+            return SpacePoint(u + 0.5 * number(), v + 0.5 * number(), isFlat ? 0.0 : number());
+        });
+        plainOne.setDoFlipNormals(oneIn(random, 2));
+        SameGrid same;
+        static_cast<RectMesh&>(same) = plainOne;
+        ShearedGrid sheared;
+        static_cast<RectMesh&>(sheared) = plainOne;
+        Beam beam{{number(), number(), 3.0 * number()}, {number(), number(), 2.0 * number()}};
+        if (!oneIn(random, 4)) {
+            SpacePoint const aim(0.25 * uniformInt(random, 0, 4), 0.25 * uniformInt(random, 0, 4), 0.0);
+            beam.direction = (oneIn(random, 3) ? -0.5 : 1.0) * between(beam.origin, aim);
+        }
+        for (RectMesh const* const grid :
+             {static_cast<RectMesh const*>(&plainOne), static_cast<RectMesh const*>(&same),
+              static_cast<RectMesh const*>(&sheared)}) {
+            ASSERT_TRUE(agreeOnSingleQuad(*grid, beam, tally)) << "round " << round;
+        }
+    }
+    EXPECT_GT(tally.hits, 10000);
+    EXPECT_GT(tally.behind, 2000);
+    EXPECT_GT(tally.onEdge, 2000);
 }
 
 TEST_F(RaySearchDifferential, SmallerGridLoadedWhileTheSearchIsWarm) {

@@ -6,7 +6,7 @@ namespace QELT::Testing {
 
 using Geometry::ThreeDimensional::Point;
 using Geometry::ThreeDimensional::Vector;
-using PlainEdge = PlainMesh::PlainEdge;
+using MeshEdge = PlainMesh::PlainEdge;
 
 namespace {
 
@@ -68,7 +68,7 @@ struct Places {
 
 std::vector<std::uint32_t> plainBoundaryLoop(PlainMesh const& mesh, std::uint32_t start) {
     std::vector<std::uint32_t> loop;
-    PlainEdge e = mesh.arbitraryEdge(start);
+    MeshEdge e = mesh.arbitraryEdge(start);
     do {
         loop.push_back(mesh.org(e));
         while (mesh.sym(e).triangle != PlainMesh::none) {

@@ -11,7 +11,7 @@ namespace QELT::Testing {
 
 using Geometry::ThreeDimensional::Point;
 using Geometry::ThreeDimensional::Vector;
-using PlainEdge = PlainMesh::PlainEdge;
+using MeshEdge = PlainMesh::PlainEdge;
 
 namespace {
 
@@ -39,9 +39,9 @@ public:
 private:
     Point const& position(std::uint32_t v) const { return mesh.vertices[v].point; }
 
-    Vector way(PlainEdge e) const { return position(mesh.dest(e)) - position(mesh.org(e)); }
+    Vector way(MeshEdge e) const { return position(mesh.dest(e)) - position(mesh.org(e)); }
 
-    Vector unitNormal(PlainEdge e) const {
+    Vector unitNormal(MeshEdge e) const {
         Vector const n = way(e).cross(way(mesh.rot(e)));
         return n / std::sqrt(n.dot(n));
     }
@@ -63,8 +63,8 @@ private:
         return isFound;
     }
 
-    PlainEdge firstSpoke(std::uint32_t v, bool onBoundary) const {
-        PlainEdge e = mesh.arbitraryEdge(v);
+    MeshEdge firstSpoke(std::uint32_t v, bool onBoundary) const {
+        MeshEdge e = mesh.arbitraryEdge(v);
         while (onBoundary && mesh.sym(e).triangle != PlainMesh::none) {
             e = mesh.oprev(e);
         }
@@ -73,9 +73,9 @@ private:
 
     /// Looks for the triangle among those that are reached from the vertex's first listed one.
     bool isInListedFan(std::uint32_t v, bool onBoundary, int triangleNumber) const {
-        PlainEdge const first = firstSpoke(v, onBoundary);
+        MeshEdge const first = firstSpoke(v, onBoundary);
         bool isFound = false;
-        PlainEdge w = first;
+        MeshEdge w = first;
         do {
             isFound = isFound || w.triangle == triangleNumber;
             w = mesh.onext(w);
@@ -89,11 +89,11 @@ private:
         std::vector<std::uint32_t> visited{start};
         bool onBoundary = true;
         do {
-            PlainEdge const e = firstSpoke(visited.back(), onBoundary);
+            MeshEdge const e = firstSpoke(visited.back(), onBoundary);
             Vector const forward = planeNormal.cross(normal);
             double best = largest;
-            PlainEdge chosen;
-            PlainEdge w = e;
+            MeshEdge chosen;
+            MeshEdge w = e;
             do {
                 double const t = (position(mesh.dest(w)) - origin).dot(planeNormal);
                 if (best > t * t && way(w).dot(forward) > 0.0) {
@@ -139,21 +139,21 @@ private:
         return mesh.triangles[static_cast<std::size_t>(number)];
     }
 
-    void makeBoundary(PlainEdge e) {
-        PlainEdge const across = mesh.sym(e);
-        for (PlainEdge const side : {e, across}) {
+    void makeBoundary(MeshEdge e) {
+        MeshEdge const across = mesh.sym(e);
+        for (MeshEdge const side : {e, across}) {
             triangle(side.triangle).neighbours[side.side] = PlainMesh::none;
             triangle(side.triangle).sides[side.side] = PlainMesh::noSide;
         }
     }
 
     void slit() {
-        for (PlainEdge const c : path) {
+        for (MeshEdge const c : path) {
             int const other = mesh.sym(c).triangle;
             std::uint32_t const o = mesh.org(c);
             makeBoundary(c);
             std::uint32_t const next = addTwin(o);
-            for (PlainEdge w = c; w.triangle != PlainMesh::none; w = mesh.onext(w)) {
+            for (MeshEdge w = c; w.triangle != PlainMesh::none; w = mesh.onext(w)) {
                 triangle(w.triangle).vertices[(w.side + 1) % 3] = next;
             }
             mesh.incidence[next][0] = c.triangle;
@@ -164,14 +164,14 @@ private:
         }
     }
 
-    void splitEnd(PlainEdge c, int other) {
+    void splitEnd(MeshEdge c, int other) {
         std::uint32_t const d = mesh.dest(c);
         std::uint32_t const next = addTwin(d);
-        PlainEdge w = mesh.rot(c);
+        MeshEdge w = mesh.rot(c);
         while (w.triangle != PlainMesh::none) {
             triangle(w.triangle).vertices[(w.side + 1) % 3] = next;
-            PlainEdge const across = mesh.sym(w);
-            w = across.triangle == PlainMesh::none ? PlainEdge{} : mesh.rot(across);
+            MeshEdge const across = mesh.sym(w);
+            w = across.triangle == PlainMesh::none ? MeshEdge{} : mesh.rot(across);
         }
         mesh.incidence[next][0] = c.triangle;
         mesh.incidence[d][0] = other;
@@ -180,7 +180,7 @@ private:
     PlainMesh& mesh;
     std::uint32_t start = 0;
     Vector planeNormal;
-    std::vector<PlainEdge> path;
+    std::vector<MeshEdge> path;
 };
 
 } // namespace

@@ -14,7 +14,7 @@ namespace QELT::Testing::PlainFlattening {
 
 namespace {
 
-using PlainEdge = PlainMesh::PlainEdge;
+using MeshEdge = PlainMesh::PlainEdge;
 
 /// The value goes through memory as a float, so that no optimiser keeps more of it.
 float single(double value) {
@@ -53,11 +53,11 @@ double singleSquaredDistance(Place const& a, Place const& b) {
     return static_cast<double>(sum);
 }
 
-Place originPlace(PlainMesh const& mesh, PlainEdge const& e) {
+Place originPlace(PlainMesh const& mesh, MeshEdge const& e) {
     return placeOf(mesh, mesh.org(e));
 }
 
-Place destinationPlace(PlainMesh const& mesh, PlainEdge const& e) {
+Place destinationPlace(PlainMesh const& mesh, MeshEdge const& e) {
     return placeOf(mesh, mesh.dest(e));
 }
 
@@ -110,7 +110,7 @@ using Loop = std::vector<std::uint32_t>;
 
 Loop walkLoop(PlainMesh const& mesh, std::uint32_t start, std::vector<bool>& bits) {
     Loop loop;
-    PlainEdge e = mesh.arbitraryEdge(start);
+    MeshEdge e = mesh.arbitraryEdge(start);
     do {
         std::uint32_t const v = mesh.org(e);
         // Met before, or by another of its fans than the one it is known by.
@@ -337,20 +337,20 @@ double dot(Flat const& a, Flat const& b) {
     return a[0] * b[0] + a[1] * b[1];
 }
 
-double cornerAngle(PlainMesh const& mesh, PlainEdge const& e) {
+double cornerAngle(PlainMesh const& mesh, MeshEdge const& e) {
     Place const po = originPlace(mesh, e);
     Direction const toD = fromTo(po, destinationPlace(mesh, e));
     Direction const toA = fromTo(po, destinationPlace(mesh, mesh.rot(e)));
     return std::atan2(length(cross(toD, toA)), dot(toD, toA));
 }
 
-double sideLength(PlainMesh const& mesh, PlainEdge const& e) {
+double sideLength(PlainMesh const& mesh, MeshEdge const& e) {
     return length(fromTo(originPlace(mesh, e), destinationPlace(mesh, e)));
 }
 
 /// A walk round a vertex that should meet a boundary side within all sides of the mesh.
 template <class Condition, class Step>
-PlainEdge walkUntil(PlainMesh const& mesh, PlainEdge e, Condition condition, Step step) {
+MeshEdge walkUntil(PlainMesh const& mesh, MeshEdge e, Condition condition, Step step) {
     for (std::size_t limit = 3 * mesh.triangles.size() + 1; !condition(e); e = step(e)) {
         if (limit-- == 0) {
             throw std::logic_error("the fan is closed");
@@ -385,23 +385,23 @@ struct Chain {
 /// Develops five vertices of the boundary, given by index.
 std::array<Flat, 5> develop(PlainMesh const& mesh, std::array<std::uint32_t, 5> const& stencil) {
     Chain chain;
-    PlainEdge e = walkUntil(
-        mesh, mesh.arbitraryEdge(stencil[0]), [&](PlainEdge const& s) { return mesh.isBoundary(s); },
-        [&](PlainEdge const& s) { return mesh.oprev(s); });
+    MeshEdge e = walkUntil(
+        mesh, mesh.arbitraryEdge(stencil[0]), [&](MeshEdge const& s) { return mesh.isBoundary(s); },
+        [&](MeshEdge const& s) { return mesh.oprev(s); });
     chain.segment = sideLength(mesh, e);
     for (std::size_t k = 0; k < 3; ++k) {
         Flat const step = chain.extend(k);
         e = walkUntil(
             mesh, mesh.arbitraryEdge(stencil[k + 1]),
-            [&](PlainEdge const& s) { return mesh.isBoundary(mesh.rot(mesh.rot(s))); },
-            [&](PlainEdge const& s) { return mesh.onext(s); });
+            [&](MeshEdge const& s) { return mesh.isBoundary(mesh.rot(mesh.rot(s))); },
+            [&](MeshEdge const& s) { return mesh.onext(s); });
         chain.turn = 0.0;
-        PlainEdge last;
+        MeshEdge last;
         while (e.triangle != PlainMesh::none) {
             chain.turn += cornerAngle(mesh, e);
             last = e;
-            PlainEdge const beyond = mesh.sym(e);
-            e = beyond.triangle == PlainMesh::none ? PlainEdge{} : mesh.rot(beyond);
+            MeshEdge const beyond = mesh.sym(e);
+            e = beyond.triangle == PlainMesh::none ? MeshEdge{} : mesh.rot(beyond);
         }
         chain.segment = sideLength(mesh, last);
         chain.reframe(step);
@@ -681,7 +681,7 @@ struct MapProblem {
         }
     }
 
-    void addTriangle(std::uint32_t i, PlainEdge const& e, bool isBoundary) {
+    void addTriangle(std::uint32_t i, MeshEdge const& e, bool isBoundary) {
         std::uint32_t const d = mesh.dest(e);
         std::uint32_t const a = mesh.dest(mesh.rot(e));
         Place const po = originPlace(mesh, e);
@@ -703,11 +703,11 @@ struct MapProblem {
 
     void addFan(std::uint32_t i) {
         bool const isBoundary = mesh.isBoundaryVertex(i);
-        PlainEdge first = mesh.arbitraryEdge(i);
+        MeshEdge first = mesh.arbitraryEdge(i);
         while (isBoundary && !mesh.isBoundary(first)) {
             first = mesh.oprev(first);
         }
-        PlainEdge e = first;
+        MeshEdge e = first;
         do {
             addTriangle(i, e, isBoundary);
             e = mesh.onext(e);

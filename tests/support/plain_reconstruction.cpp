@@ -7,7 +7,7 @@ namespace QELT::Testing {
 
 using Geometry::ThreeDimensional::Point;
 using Geometry::ThreeDimensional::Vector;
-using PlainEdge = PlainMesh::PlainEdge;
+using MeshEdge = PlainMesh::PlainEdge;
 
 namespace {
 
@@ -20,7 +20,7 @@ struct Distance {
 };
 
 struct Candidate {
-    PlainEdge edge;
+    MeshEdge edge;
     std::uint32_t apex;
     double t;
 };
@@ -37,7 +37,7 @@ double plainRTSqr(Point const& a, Point const& b, Point const& c) {
 
 /// The corner opposite to the last spoke of the fan that `v` lists first.
 std::uint32_t endOfLastSpoke(PlainMesh const& mesh, std::uint32_t v) {
-    PlainEdge e = mesh.arbitraryEdge(v);
+    MeshEdge e = mesh.arbitraryEdge(v);
     for (std::size_t steps = 0; mesh.onext(e).triangle != PlainMesh::none; ++steps) {
         if (steps > mesh.triangles.size()) {
             throw std::logic_error("endless walk around a closed fan");
@@ -51,8 +51,8 @@ bool isOnFront(PlainMesh const& mesh, std::uint32_t a, std::uint32_t b, std::uin
     return endOfLastSpoke(mesh, b) == w || endOfLastSpoke(mesh, a) == b;
 }
 
-Vector faceNormal(PlainMesh const& mesh, PlainEdge e) {
-    auto const way = [&](PlainEdge side) {
+Vector faceNormal(PlainMesh const& mesh, MeshEdge e) {
+    auto const way = [&](MeshEdge side) {
         return mesh.vertices[mesh.dest(side)].point - mesh.vertices[mesh.org(side)].point;
     };
     return way(e).cross(way(mesh.rot(e)));
@@ -102,7 +102,7 @@ private:
         if (!mesh.addFloatingTriangle({links.first, links.second, third.vertex})) {
             return false;
         }
-        PlainEdge e = mesh.arbitraryEdge(third.vertex);
+        MeshEdge e = mesh.arbitraryEdge(third.vertex);
         PlainApex last = third;
         for (int side = 0; side < 3; ++side) {
             PlainApex const apex = wait(e, faceNormal(mesh, e));
@@ -116,7 +116,7 @@ private:
         return true;
     }
 
-    PlainApex wait(PlainEdge e, Vector const& normal) {
+    PlainApex wait(MeshEdge e, Vector const& normal) {
         PlainApex const apex = plainMinrTSqr(mesh, mesh.dest(e), mesh.org(e), links, normal);
         if (apex.isFound) {
             candidates.push({e, apex.vertex, apex.rTSqr});
@@ -126,7 +126,7 @@ private:
         return apex;
     }
 
-    bool isObsolete(PlainEdge e, std::uint32_t w) const {
+    bool isObsolete(MeshEdge e, std::uint32_t w) const {
         std::uint32_t const a = mesh.org(e);
         std::uint32_t const b = mesh.dest(e);
         if (mesh.sym(e).triangle != PlainMesh::none) {
@@ -141,8 +141,8 @@ private:
         return !(mesh.isBoundaryVertex(a) && mesh.isBoundaryVertex(b) && mesh.isBoundaryVertex(w));
     }
 
-    void openSidesOfNewTriangle(PlainEdge e) {
-        PlainEdge s = mesh.sym(e);
+    void openSidesOfNewTriangle(MeshEdge e) {
+        MeshEdge s = mesh.sym(e);
         Vector const normal = faceNormal(mesh, e);
         for (int side = 0; side < 2; ++side) {
             s = mesh.rot(s);

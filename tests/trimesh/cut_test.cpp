@@ -26,7 +26,6 @@ namespace QELT::Testing {
 namespace {
 
 using Geometry::ThreeDimensional::Point;
-using Geometry::ThreeDimensional::Vector;
 using Geometry::ThreeDimensional::PointCloud::Cloud;
 using Geometry::ThreeDimensional::QuadMesh::RectMesh;
 using Geometry::ThreeDimensional::TriMesh::CutMetric;

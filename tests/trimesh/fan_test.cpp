@@ -13,7 +13,6 @@ namespace QELT::Testing {
 
 namespace {
 
-using Geometry::ThreeDimensional::Point;
 using Geometry::ThreeDimensional::TriMesh::Edge;
 using Geometry::ThreeDimensional::TriMesh::Face;
 using Geometry::ThreeDimensional::TriMesh::Fan;

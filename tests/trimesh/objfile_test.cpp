@@ -31,7 +31,6 @@ using Geometry::ThreeDimensional::TriMesh::CutEdgeIndices;
 using Geometry::ThreeDimensional::TriMesh::FileContents;
 using Geometry::ThreeDimensional::TriMesh::Mesh;
 using Geometry::ThreeDimensional::TriMesh::Triangle;
-using Geometry::ThreeDimensional::TriMesh::Vertex;
 using FlatPoint = Geometry::TwoDimensional::Point<double>;
 
 using Faces = std::multiset<std::array<std::uint32_t, 3>>;

@@ -20,7 +20,6 @@ namespace QELT::Testing {
 
 namespace {
 
-using Geometry::ThreeDimensional::Point;
 using Geometry::ThreeDimensional::TriMesh::Edge;
 using Geometry::ThreeDimensional::TriMesh::Mesh;
 using Geometry::ThreeDimensional::TriMesh::Triangle;

@@ -2,6 +2,8 @@
 
 #include "Geometry/quadmesh/quadindicesintersectionstatus.h"
 
+#include <utility>
+
 // The search of a group, and that of the group of groups, which is the same one level up.
 //
 // 1. Ask the members front to back, each starting where its own last hit was.
@@ -16,8 +18,7 @@
 // good is the one limit here, a quarter turn from head-on: a narrower one asks everyone more often, a wider
 // one stays longer on a grid that the beam sees from behind while another faces it.
 //
-// Cost: one member's search on a good run, every member's otherwise; a status is copied for each better
-// answer, and moving to the front allocates a node.
+// Cost: one member's search on a good run, every member's otherwise; nothing is allocated.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -32,9 +33,9 @@ QuadIndicesIntersectionStatus getBestIntersection(List& members, bool& isLastInt
     QuadIndicesIntersectionStatus best;
     auto winner = members.end();
     for (auto member = members.begin(); member != members.end(); ++member) {
-        QuadIndicesIntersectionStatus const candidate = ask(*member);
+        QuadIndicesIntersectionStatus candidate = ask(*member);
         if (best.getIsBetterIntersection(candidate)) {
-            best = candidate;
+            best = std::move(candidate);
             winner = member;
         }
         if (winner != members.end() && doStopAtFirst) {
@@ -43,7 +44,7 @@ QuadIndicesIntersectionStatus getBestIntersection(List& members, bool& isLastInt
     }
     isLastIntersectionGood = winner != members.end() && best.getIsGoodIntersection();
     if (winner != members.end()) {
-        members.move_to_front(*winner);
+        members.bring_to_front(winner);
     }
     return best;
 }

@@ -1,8 +1,9 @@
 #include "Geometry/search/internal/beamwalk.h"
 
 #include "Geometry/foundations/rounding.h"
-#include "Geometry/quadmesh/rectmesh.h"
+#include "Geometry/quadmesh/internal/quadreader.h"
 #include "Geometry/search/internal/dualbasis.h"
+#include "Geometry/search/internal/quadcrossing.h"
 
 #include <cmath>
 
@@ -23,7 +24,7 @@
 //
 // Odd on purpose: the step is not damped, and the retreat after a hit, see `findHit`. A quad without area or
 // a beam along its plane gives infinite or NaN steps; those saturate or become zero, and end by the same
-// limits. A step costs four nodes for the test and four for the projection; none allocates.
+// limits. A step costs four nodes, read once for the test and the projection; none allocates.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -41,20 +42,22 @@ constexpr int maxLandingsOffGrid = 4;
 
 bool BeamWalk::findHit(GridPoint const& start) {
     quad = start;
-    for (int stepCount = 0; !getDoesMeetQuad(); ++stepCount) {
-        GridStep const step = getStepToFoot();
+    QuadCorners corners = quads.getCorners(quad);
+    for (int stepCount = 0; !getDoesMeetQuad(corners); ++stepCount) {
+        GridStep const step = getStepToFoot(corners);
         if (stepCount == maxSteps || step.getIsNull()) {
             return false;
         }
         previous = quad;
         quad += step;
-        landingsOffGrid = grid.getIsQuadValid(quad) ? 0 : landingsOffGrid + 1;
+        landingsOffGrid = quads.getIsValid(quad) ? 0 : landingsOffGrid + 1;
         if (landingsOffGrid == maxLandingsOffGrid) {
             return false;
         }
         if (landingsOffGrid > 0) {
             retreat();
         }
+        corners = quads.getCorners(quad);
     }
     // Only a landing on an existing quad ends being off the grid, a retreat does not. So a hit on the quad to
     // which the walk retreated moves back once more, by up to one quad in each direction, in what is reported
@@ -65,26 +68,37 @@ bool BeamWalk::findHit(GridPoint const& start) {
     return true;
 }
 
-bool BeamWalk::getDoesMeetQuad() {
-    return grid.getDoesIntersectQuad(quad, origin, direction, hitPoint, &hitData);
+bool BeamWalk::getDoesMeetQuad(QuadCorners const& corners) {
+    if (!quads.getIsValid(quad)) {
+        return false;
+    }
+    QuadCrossing const crossing(corners, origin, direction);
+    if (!crossing.getIsHit()) {
+        return false;
+    }
+    hitPoint = crossing.getPoint();
+    if (auto const measured = crossing.measure(corners, origin, direction, isFlipped)) {
+        hitData = *measured;
+    }
+    return true;
 }
 
 /// From the quad at hand to the one under which the beam's line meets its plane.
-GridStep BeamWalk::getStepToFoot() const {
-    auto const basis = grid.getQuadBasis(quad);
+GridStep BeamWalk::getStepToFoot(QuadCorners const& corners) const {
+    std::pair const basis(corners.alongU - corners.low, corners.alongV - corners.low);
     DualBasis const dual(basis);
-    Point const centre = grid.getPoint(quad) + 0.5 * (basis.first + basis.second);
+    Point const centre = corners.low + 0.5 * (basis.first + basis.second);
     Vector const normal = basis.first.cross(basis.second) / std::sqrt(dual.determinant);
     double const t = (centre - origin).dot(normal) / direction.dot(normal);
     Vector const way = (origin + t * direction) - centre;
     return {roundToInt32(way.dot(dual.u)), roundToInt32(way.dot(dual.v))};
 }
 
-GridPoint BeamWalk::getRetreat(RectMesh const& grid, GridPoint good, GridPoint bad) {
+GridPoint BeamWalk::getRetreat(QuadReader const& quads, GridPoint good, GridPoint bad) {
     GridStep half;
     do {
         half = (bad - good) / 2;
-        if (grid.getIsQuadValid(good + half)) {
+        if (quads.getIsValid(good + half)) {
             good += half;
         } else {
             bad -= half;

@@ -6,14 +6,17 @@
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
-class RectMesh;
+class QuadReader;
+struct QuadCorners;
 
 /// The walk of one beam across a grid, from quad to quad, until it stands on the one that the beam meets. It
-/// keeps references to the grid and the beam, and allocates nothing.
+/// keeps references to the grid's quads and the beam, and allocates nothing.
 class BeamWalk {
 public:
-    BeamWalk(RectMesh const& newGrid, Point const& newOrigin, Vector const& newDirection)
-        : grid(newGrid), origin(newOrigin), direction(newDirection) {}
+    /// With `newIsFlipped` the quads' normals are turned over in what is measured.
+    BeamWalk(QuadReader const& newQuads, Point const& newOrigin, Vector const& newDirection,
+             bool newIsFlipped)
+        : quads(newQuads), origin(newOrigin), direction(newDirection), isFlipped(newIsFlipped) {}
 
     /// Walks from a quad inside the grid, existing or not; whether the beam met a quad. One walk only.
     [[nodiscard]] bool findHit(TwoDimensional::Point<int> const& start);
@@ -30,17 +33,18 @@ public:
     /// The way back from a place off the grid towards an existing quad, by bisection: the last place on it
     /// that was found to be an existing quad.
     [[nodiscard]] static TwoDimensional::Point<int>
-    getRetreat(RectMesh const& grid, TwoDimensional::Point<int> good, TwoDimensional::Point<int> bad);
+    getRetreat(QuadReader const& quads, TwoDimensional::Point<int> good, TwoDimensional::Point<int> bad);
 
 private:
-    bool getDoesMeetQuad();
-    TwoDimensional::Vector<int> getStepToFoot() const;
+    bool getDoesMeetQuad(QuadCorners const& corners);
+    TwoDimensional::Vector<int> getStepToFoot(QuadCorners const& corners) const;
 
-    void retreat() { quad = getRetreat(grid, previous, quad); }
+    void retreat() { quad = getRetreat(quads, previous, quad); }
 
-    RectMesh const& grid;
+    QuadReader const& quads;
     Point const& origin;
     Vector const& direction;
+    bool isFlipped;
     TwoDimensional::Point<int> quad;
     TwoDimensional::Point<int> previous;
     int landingsOffGrid = 0;

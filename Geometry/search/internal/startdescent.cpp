@@ -2,7 +2,7 @@
 
 #include "Geometry/foundations/element.h"
 #include "Geometry/foundations/rounding.h"
-#include "Geometry/quadmesh/rectmesh.h"
+#include "Geometry/quadmesh/internal/quadreader.h"
 
 #include <algorithm>
 #include <array>
@@ -28,8 +28,8 @@
 // Odd on purpose: the target is the beam's origin, its direction plays no part; the middle of the grid counts
 // as a start without being tested; samples left over from a square stand at (0, 0) and take part; a look
 // around a hole that comes nearer does not keep the descent going; an escape can take up the first sample
-// even where it is no quad. Cost: a node for each sample and pass, five where there are holes, and one
-// allocation.
+// even where it is no quad. Cost: a node for each sample and pass, five where there are holes; no memory up
+// to `fewSamples`.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -79,16 +79,18 @@ std::array<GridPoint, numberOfLooks> getLooksAround(GridPoint const& sample, Gri
 
 } // namespace
 
-StartDescent::StartDescent(RectMesh const& newGrid, Point const& newTarget)
-    : grid(newGrid),
-      target(newTarget),
-      samples(std::min(RectMesh::searchDivideByNTimes, maxSamples)),
-      side(truncateToInt32(std::sqrt(static_cast<double>(samples.size())))) {
-    std::uint32_t const extentU = toUInt32(grid.getExtents().getdU());
-    std::uint32_t const extentV = toUInt32(grid.getExtents().getdV());
-    span = {static_cast<int>(extentU), static_cast<int>(extentV)};
-    best.quad = {static_cast<int>(extentU / 2), static_cast<int>(extentV / 2)};
-    best.distanceSqr = grid.getPoint(best.quad).dSqr(target);
+StartDescent::StartDescent(QuadReader const& newQuads, Point const& newTarget)
+    : quads(newQuads), target(newTarget) {
+    std::size_t const count = std::min(RectMesh::searchDivideByNTimes, maxSamples);
+    if (count > few.size()) {
+        many.resize(count);
+    }
+    samples = many.empty() ? std::span(few).first(count) : std::span(many);
+    side = truncateToInt32(std::sqrt(static_cast<double>(count)));
+    span = {quads.getExtentU(), quads.getExtentV()};
+    best.quad = {static_cast<int>(static_cast<std::uint32_t>(span.getdU()) / 2),
+                 static_cast<int>(static_cast<std::uint32_t>(span.getdV()) / 2)};
+    best.distanceSqr = quads.getPoint(best.quad).dSqr(target);
 }
 
 GridPoint StartDescent::descend() {
@@ -96,7 +98,7 @@ GridPoint StartDescent::descend() {
     for (std::uint64_t passesLeft = getMaxPasses(); isGoingOn && passesLeft > 0; --passesLeft) {
         HalfCell const halfCell = getRoundedQuotient(span, 2 * side);
         fillSamples(halfCell);
-        Look const look = lookAt(grid, samples, target, best, getCanEscape());
+        Look const look = lookAt(quads, samples, target, best, getCanEscape());
         best = look.best;
         bool const isRefined = look.hasInvalidQuad && lookAroundSamples(halfCell);
         span = getRoundedQuotient(span, isRefined ? 2 * side : side);
@@ -107,8 +109,9 @@ GridPoint StartDescent::descend() {
 
 /// Without extra passes each pass that goes on comes strictly nearer, so the descent ends by itself.
 std::uint64_t StartDescent::getMaxPasses() const {
-    auto const extents = grid.getExtents();
-    return RectMesh::maxDoNMoreTimes > 0 ? maxPasses + extents.getdU() + extents.getdV()
+    std::uint64_t const rows = static_cast<std::uint32_t>(quads.getExtentU());
+    std::uint64_t const columns = static_cast<std::uint32_t>(quads.getExtentV());
+    return RectMesh::maxDoNMoreTimes > 0 ? maxPasses + rows + columns
                                          : std::numeric_limits<std::uint64_t>::max();
 }
 
@@ -143,14 +146,14 @@ bool StartDescent::lookAroundSamples(HalfCell const& halfCell) {
     bool isCloser = false;
     for (GridPoint const& sample : samples) {
         auto const looks = getLooksAround(sample, halfCell, halfSubCell);
-        Look const look = lookAt(grid, looks, target, best, getCanEscape());
+        Look const look = lookAt(quads, looks, target, best, getCanEscape());
         best = look.best;
         isCloser = isCloser || look.isCloser;
     }
     return isCloser;
 }
 
-StartDescent::Look StartDescent::lookAt(RectMesh const& grid, std::span<GridPoint const> samples,
+StartDescent::Look StartDescent::lookAt(QuadReader const& quads, std::span<GridPoint const> samples,
                                         Point const& target, Candidate const& best, bool canEscape) {
     Look look{best, false, false};
     if (samples.empty()) {
@@ -158,11 +161,11 @@ StartDescent::Look StartDescent::lookAt(RectMesh const& grid, std::span<GridPoin
     }
     Candidate escape{samples.front(), escapeDistanceSqr};
     for (GridPoint const& sample : samples) {
-        if (!grid.getIsQuadValid(sample)) {
+        if (!quads.getIsValid(sample)) {
             look.hasInvalidQuad = true;
             continue;
         }
-        Candidate const candidate{sample, grid.getPoint(sample).dSqr(target)};
+        Candidate const candidate{sample, quads.getPoint(sample).dSqr(target)};
         if (&sample == &samples.front() || escape.distanceSqr > candidate.distanceSqr) {
             escape = candidate;
         }

@@ -18,7 +18,7 @@ namespace QELT::Inspection {
 
 namespace {
 
-using SpacePoint = std::array<double, 3>;
+using Place = std::array<double, 3>;
 using Cell = std::array<double, 3>;
 
 /// Width of a cell in tolerances.
@@ -42,7 +42,7 @@ public:
     explicit WeldGrid(double distance) : tolerance(distance) {}
 
     /// The first kept point near this one, or `none`.
-    std::uint32_t find(SpacePoint const& point) const {
+    std::uint32_t find(Place const& point) const {
         Cell low;
         Cell high;
         for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -60,7 +60,7 @@ public:
         return found;
     }
 
-    void keep(SpacePoint const& point) {
+    void keep(Place const& point) {
         auto const index = static_cast<std::uint32_t>(kept.size());
         auto const [entry, isNew] =
             newest.try_emplace({cellOf(point[0]), cellOf(point[1]), cellOf(point[2])}, index);
@@ -69,7 +69,7 @@ public:
         kept.push_back(point);
     }
 
-    std::vector<SpacePoint> const& points() const { return kept; }
+    std::vector<Place> const& points() const { return kept; }
 
 private:
     /// Without a tolerance each coordinate is a cell of its own; both zeros are one.
@@ -83,7 +83,7 @@ private:
         return std::max(cell + 1.0, std::nextafter(cell, std::numeric_limits<double>::infinity()));
     }
 
-    std::uint32_t findIn(Cell const& cell, SpacePoint const& point) const {
+    std::uint32_t findIn(Cell const& cell, Place const& point) const {
         auto const entry = newest.find(cell);
         std::uint32_t found = none;
         for (std::uint32_t i = entry == newest.end() ? none : entry->second; i != none; i = before[i]) {
@@ -98,16 +98,16 @@ private:
     double tolerance;
     std::unordered_map<Cell, std::uint32_t, CellHash> newest; ///< the point kept last in a cell
     std::vector<std::uint32_t> before;                        ///< the one kept before in the same cell
-    std::vector<SpacePoint> kept;
+    std::vector<Place> kept;
 };
 
 } // namespace
 
-WeldedPoints weld(std::vector<SpacePoint> const& points, double tolerance) {
+WeldedPoints weld(std::vector<Place> const& points, double tolerance) {
     WeldGrid grid(tolerance);
     WeldedPoints welded;
     welded.newIndices.reserve(points.size());
-    for (SpacePoint const& point : points) {
+    for (Place const& point : points) {
         std::uint32_t index = grid.find(point);
         if (index == none) {
             index = static_cast<std::uint32_t>(grid.points().size());

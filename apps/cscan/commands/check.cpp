@@ -13,7 +13,7 @@ namespace cscan {
 
 namespace {
 
-ExitStatus print(std::ostream& output, CheckOptions const& options, CheckResult const& result) {
+ExitStatus printCheck(std::ostream& output, CheckOptions const& options, CheckResult const& result) {
     output << options.part.string() << '\n';
     printItem(output, "format", nameOf(result.format) + (result.isMesh ? ", a mesh" : ", points"));
     printAnalysis(output, result.analysis);
@@ -39,7 +39,7 @@ Command addCheck(CLI::App& app) {
         ->check(reading(options->pixel, positiveNumberIn))
         ->type_name("P");
     return commandOf(
-        command, [options] { return *options; }, checkPart, print);
+        command, [options] { return *options; }, checkPart, printCheck);
 }
 
 } // namespace cscan

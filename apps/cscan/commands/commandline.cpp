@@ -23,9 +23,10 @@ std::string oneLine(std::string text) {
 /// In the order of the help text.
 std::vector<Command> addCommands(CLI::App& app) {
     std::vector<Command> commands;
-    for (auto const add :
-         {addDemo, addImport, addCheck, addCrop, addPrepare, addScan, addPicture, addReport, addInfo, addFit,
-          addRegister, addNeighbours, addReconstruct, addCut, addSelftest, addDerive, addFootprint}) {
+    for (auto const add : {addDemo, addImport,   addCheck,       addCrop,      addPrepare,    addPath,
+                           addScan, addPicture,  addIndications, addExport,    addView,       addReport,
+                           addInfo, addFit,      addRegister,    addFitFrame,  addNeighbours, addReconstruct,
+                           addCut,  addSelftest, addDerive,      addFootprint, addSimulate}) {
         commands.push_back(add(app));
     }
     return commands;

@@ -116,7 +116,7 @@ void printCrop(std::ostream& output, CropReport const& crop) {
     }
 }
 
-ExitStatus print(std::ostream& output, CropOptions const& options, CropResult const& result) {
+ExitStatus printResult(std::ostream& output, CropOptions const& options, CropResult const& result) {
     output << options.result.string() << '\n';
     printCrop(output, result.crop);
     printAnalysis(output, result.analysis);
@@ -184,7 +184,7 @@ Command addCrop(CLI::App& app) {
     addPlaceOptions(*command, arguments->options.choice);
     addShapeOptions(*command, *arguments);
     return commandOf(
-        command, [arguments] { return optionsOf(*arguments); }, cropPart, print);
+        command, [arguments] { return optionsOf(*arguments); }, cropPart, printResult);
 }
 
 } // namespace cscan

@@ -31,7 +31,7 @@ void printPlane(std::ostream& output, CutPlane const& plane, TubeCut const& cut)
     }
 }
 
-void print(std::ostream& output, CutOptions const& options, CutResult const& result) {
+void printCut(std::ostream& output, CutOptions const& options, CutResult const& result) {
     output << options.result.string() << '\n';
     printLoad(output, result.load);
     printMesh(output, result.part);
@@ -76,7 +76,7 @@ Command addCut(CLI::App& app) {
         ->required();
     addDirectionOptions(*command, options->cut);
     return commandOf(
-        command, [options] { return *options; }, cut, print);
+        command, [options] { return *options; }, cut, printCut);
 }
 
 } // namespace cscan

@@ -11,7 +11,7 @@ namespace cscan {
 
 namespace {
 
-void print(std::ostream& output, DemoOptions const&, DemoResult const& result) {
+void printDemo(std::ostream& output, DemoOptions const&, DemoResult const& result) {
     printTable(output, result.table);
     output << "\nwritten\n";
     for (auto const& file : result.files) {
@@ -28,7 +28,7 @@ Command addDemo(CLI::App& app) {
     demo->add_option("DIR", options->directory, "Where its files go; made if it is not there")
         ->capture_default_str();
     return commandOf(
-        demo, [options] { return *options; }, demonstrate, print);
+        demo, [options] { return *options; }, demonstrate, printDemo);
 }
 
 } // namespace cscan

@@ -107,7 +107,7 @@ void addMirrorOptions(CLI::App& derive, RawDerive& raw) {
         ->needs(mirror);
 }
 
-void print(std::ostream& output, DeriveOptions const& options, GridSummary const& grid) {
+void printDerive(std::ostream& output, DeriveOptions const& options, GridSummary const& grid) {
     output << options.result.string() << '\n';
     printGrid(output, grid);
 }
@@ -130,7 +130,7 @@ Command addDerive(CLI::App& app) {
     addMirrorOptions(*command, *raw);
     addChoice(*command, *raw, "--scale", "S", scaleIn, "Scale it about the origin");
     return commandOf(
-        command, [raw] { return optionsOf(*raw); }, derive, print);
+        command, [raw] { return optionsOf(*raw); }, derive, printDerive);
 }
 
 } // namespace cscan

@@ -46,7 +46,7 @@ void printQuality(std::ostream& output, FitQuality const& quality) {
     }
 }
 
-void print(std::ostream& output, FitOptions const&, FitResult const& result) {
+void printFit(std::ostream& output, FitOptions const&, FitResult const& result) {
     std::visit(
         [&](auto const& fit) {
             printSurface(output, fit);
@@ -79,7 +79,7 @@ Command addFit(CLI::App& app) {
             "table of x y z nx ny nz a line")
         ->required();
     return commandOf(
-        command, [options] { return *options; }, fit, print);
+        command, [options] { return *options; }, fit, printFit);
 }
 
 } // namespace cscan

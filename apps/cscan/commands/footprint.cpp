@@ -20,7 +20,7 @@ std::string pairText(double u, double v) {
     return "(" + toFixedText(u, 3) + ", " + toFixedText(v, 3) + ")";
 }
 
-void print(std::ostream& output, FootprintOptions const& options, Footprint const& footprint) {
+void printFootprint(std::ostream& output, FootprintOptions const& options, Footprint const& footprint) {
     constexpr std::array<char const*, 4> names{"half-axis along A", "half-axis along B",
                                                "half-axis against A", "half-axis against B"};
     printItem(output, "quad",
@@ -83,7 +83,7 @@ Command addFootprint(CLI::App& app) {
         }
         return *options;
     };
-    return commandOf(footprint, read, drawFootprint, print);
+    return commandOf(footprint, read, drawFootprint, printFootprint);
 }
 
 } // namespace cscan

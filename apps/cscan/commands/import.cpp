@@ -13,7 +13,7 @@ namespace cscan {
 
 namespace {
 
-void print(std::ostream& output, ImportOptions const& options, ImportResult const& result) {
+void printImport(std::ostream& output, ImportOptions const& options, ImportResult const& result) {
     output << options.out.string() << '\n';
     printCounts(output, result);
     if (result.repair) {
@@ -95,7 +95,7 @@ Command addImport(CLI::App& app) {
         asked.repair = repair->isAsked ? std::optional(repair->options) : std::nullopt;
         return asked;
     };
-    return commandOf(command, read, importPart, print);
+    return commandOf(command, read, importPart, printImport);
 }
 
 } // namespace cscan

@@ -11,7 +11,8 @@ namespace cscan {
 
 namespace {
 
-void print(std::ostream& output, NeighboursOptions const&, std::vector<Neighbour> const& neighbours) {
+void printNeighbours(std::ostream& output, NeighboursOptions const&,
+                     std::vector<Neighbour> const& neighbours) {
     std::vector<std::vector<std::string>> table{{"point", "x", "y", "z", "distance"}};
     for (Neighbour const& neighbour : neighbours) {
         Point const& point = neighbour.point;
@@ -39,7 +40,7 @@ Command addNeighbours(CLI::App& app) {
         ->type_name("K")
         ->default_str(std::to_string(options->count));
     return commandOf(
-        neighbours, [options] { return *options; }, findNeighbours, print);
+        neighbours, [options] { return *options; }, findNeighbours, printNeighbours);
 }
 
 } // namespace cscan

@@ -12,7 +12,8 @@ namespace cscan {
 
 namespace {
 
-void print(std::ostream& output, ReconstructOptions const& options, ReconstructResult const& result) {
+void printReconstruct(std::ostream& output, ReconstructOptions const& options,
+                      ReconstructResult const& result) {
     output << options.part.string() << '\n';
     printLoad(output, result.load);
     printItem(output, "time", secondsText(result.seconds));
@@ -30,7 +31,7 @@ Command addReconstruct(CLI::App& app) {
     command->add_option("OUT", options->part, "Mesh to write, an OBJ file")->required();
     addRepairOptions(*command, options->repair);
     return commandOf(
-        command, [options] { return *options; }, reconstruct, print);
+        command, [options] { return *options; }, reconstruct, printReconstruct);
 }
 
 } // namespace cscan

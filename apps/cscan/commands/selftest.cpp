@@ -35,7 +35,7 @@ void printFailedLines(std::ostream& output, StripeTestResult const& result) {
 }
 
 /// A test that failed ends the program as a failure does.
-void print(std::ostream& output, SelftestOptions const& options, StripeTestResult const& result) {
+void printSelftest(std::ostream& output, SelftestOptions const& options, StripeTestResult const& result) {
     printItem(output, "lines", std::to_string(options.lineCount));
     printItem(output, "beams", std::to_string(result.passCount + result.failureCount));
     printItem(output, "met their quad", std::to_string(result.passCount));
@@ -79,7 +79,7 @@ Command addSelftest(CLI::App& app) {
         ->type_name("N")
         ->default_str(std::to_string(options->seed));
     return commandOf(
-        test, [options] { return *options; }, selftest, print);
+        test, [options] { return *options; }, selftest, printSelftest);
 }
 
 } // namespace cscan

@@ -13,9 +13,10 @@
 #include "Inspection/records/record.h"
 #include "Inspection/records/stopwatch.h"
 #include "Inspection/scanning/scanplane.h"
-#include "apps/cscan/demo/bladepart.h"
 #include "apps/cscan/demo/probepath.h"
+#include "apps/cscan/demo/story.h"
 #include "apps/cscan/report/report.h"
+#include "simulation/bladepart.h"
 
 #include <array>
 #include <cmath>
@@ -25,6 +26,8 @@ namespace cscan {
 namespace {
 
 using QELT::Geometry::ThreeDimensional::Utility;
+using QELT::Simulation::measuredBlade;
+using QELT::Simulation::PartMesh;
 
 constexpr double quadArea = 0.16; ///< square millimetres
 
@@ -259,7 +262,9 @@ DemoResult demonstrate(DemoOptions const& options, ProgressListener* listener) {
     demonstration.draw();
     demonstration.drawFootprint();
     demonstration.finish();
-    return demonstration.getResult();
+    DemoResult found = demonstration.getResult();
+    tellStory(options.directory / "inspection", found, listener);
+    return found;
 }
 
 } // namespace cscan

@@ -17,7 +17,8 @@ struct DemoResult {
     std::vector<std::filesystem::path> files;    ///< in the order in which they were written
 };
 
-/// The main job on a built-in blade: made, flattened, resampled, scanned, drawn.
+/// The main job on a built-in blade: made, flattened, resampled, scanned, drawn; then a whole inspection of
+/// it, in a folder of its own.
 DemoResult demonstrate(DemoOptions const& options, ProgressListener* listener);
 
 } // namespace cscan

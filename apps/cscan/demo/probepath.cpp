@@ -1,7 +1,7 @@
 #include "apps/cscan/demo/probepath.h"
 
-#include "apps/cscan/demo/bladesurface.h"
-#include "apps/cscan/demo/randomnoise.h"
+#include "simulation/bladesurface.h"
+#include "simulation/randomnoise.h"
 
 #include <cmath>
 #include <numbers>
@@ -9,6 +9,10 @@
 namespace cscan {
 
 namespace {
+
+using QELT::Simulation::BladePlace;
+using QELT::Simulation::BladeSurface;
+using QELT::Simulation::RandomNoise;
 
 constexpr double degree = std::numbers::pi / 180.0;
 

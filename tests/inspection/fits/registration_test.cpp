@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <sstream>
 
 namespace QELT::Inspection {
 namespace {
@@ -55,33 +54,6 @@ TEST(Registration, refusesPointsThatLeaveTheMapOpen) {
               "three points on a line leave the motion open");
     EXPECT_EQ(Testing::messageOf([&] { affineRegistration(line); }),
               "four source points in a plane leave the map open");
-}
-
-TEST(Registration, pairsAreReadFromATable) {
-    std::istringstream table("sx,sy,sz,tx,ty,tz\n1,2,3,4,5,6\n\n-1,0,0,0,0,2\n");
-    auto const pairs = readPairs(table, "p.csv");
-    ASSERT_EQ(pairs.size(), 2U);
-    EXPECT_EQ(pairs[0].source, Point(1.0, 2.0, 3.0));
-    EXPECT_EQ(pairs[1].target, Point(0.0, 0.0, 2.0));
-    std::istringstream wrong("ox,oy,oz,dx,dy,dz\n1,2,3,4,5,6\n");
-    EXPECT_EQ(Testing::messageOf([&] { readPairs(wrong, "p.csv"); }),
-              "p.csv, line 1: the heading must be sx,sy,sz,tx,ty,tz");
-}
-
-TEST(Registration, ofATableIsRigidOrAffineByTheNumberOfItsPairs) {
-    Testing::ScratchDirectory const directory;
-    std::string const three = "sx,sy,sz,tx,ty,tz\n0,0,0,1,1,1\n1,0,0,1,2,1\n0,1,0,0,1,1\n";
-    Testing::writeText(directory / "p.csv", three);
-    RegisterResult const rigid = registerPoints({directory / "p.csv"}, nullptr);
-    EXPECT_TRUE(rigid.isRigid);
-    EXPECT_LT(rigid.largestMiss, 1e-4);
-    EXPECT_NEAR(rigid.translation.getdZ(), 1.0, 1e-4);
-    Testing::writeText(directory / "p.csv", three + "0,0,1,0,0,3\n");
-    EXPECT_FALSE(registerPoints({directory / "p.csv"}, nullptr).isRigid);
-    Testing::writeText(directory / "p.csv", "sx,sy,sz,tx,ty,tz\n0,0,0,1,1,1\n");
-    EXPECT_EQ(Testing::messageOf([&] { registerPoints({directory / "p.csv"}, nullptr); }),
-              (directory / "p.csv").string() +
-                  ": 3 pairs of points (a rigid motion) or 4 (an affine map) expected, 1 found");
 }
 
 } // namespace

@@ -62,7 +62,7 @@ double medianStep(std::vector<Point> const& lines) {
 }
 
 TEST(CloudSpacing, isMeasuredAlongAndAcrossLines) {
-    for (ScannedSurface const& surface : scannedSurfaces()) {
+    for (ScannedSurface const& surface : sampledSurfaces()) {
         for (double const ratio : {3.0, 5.0, 10.0, 20.0}) {
             LineScan scan;
             scan.ratio = ratio;
@@ -81,7 +81,7 @@ TEST(CloudSpacing, isMeasuredAlongAndAcrossLines) {
 }
 
 TEST(CloudSpacing, isMeasuredOnNoisyLines) {
-    for (ScannedSurface const& surface : scannedSurfaces()) {
+    for (ScannedSurface const& surface : sampledSurfaces()) {
         for (double const ratio : {5.0, 10.0}) {
             for (auto const& [jitter, dropped] : {std::pair(0.0, 0.0), {0.15, 0.0}, {0.0, 0.1}}) {
                 LineScan scan;
@@ -102,7 +102,7 @@ TEST(CloudSpacing, isMeasuredOnNoisyLines) {
 
 TEST(CloudSpacing, tellsThatNoiseOrCrossingLinesCrowdThePoints) {
     Dice dice(5);
-    for (ScannedSurface const& surface : scannedSurfaces()) {
+    for (ScannedSurface const& surface : sampledSurfaces()) {
         CloudSpacing const rough = spacingOf(jitteredCloud(surface, {0.8, 0.5, 0.4}, dice));
         EXPECT_EQ(rough.form, CloudForm::Crowded) << surface.name;
         expectNear(rough.across, 0.8, 0.15, surface.name);

@@ -96,7 +96,7 @@ void expectWhole(std::vector<Point> const& cloud, ScannedSurface const& surface,
 }
 
 TEST(LineScans, areReconstructedAsOneSheet) {
-    for (ScannedSurface const& surface : scannedSurfaces()) {
+    for (ScannedSurface const& surface : sampledSurfaces()) {
         for (double const ratio : {5.0, 20.0}) {
             SCOPED_TRACE(surface.name + " " + std::to_string(ratio));
             LineScan scan;
@@ -107,7 +107,7 @@ TEST(LineScans, areReconstructedAsOneSheet) {
 }
 
 TEST(LineScans, areReconstructedWithNoiseOfATenthOfTheirDistance) {
-    for (ScannedSurface const& surface : scannedSurfaces()) {
+    for (ScannedSurface const& surface : sampledSurfaces()) {
         for (double const ratio : {5.0, 20.0}) {
             SCOPED_TRACE(surface.name + " " + std::to_string(ratio));
             LineScan scan;
@@ -119,7 +119,7 @@ TEST(LineScans, areReconstructedWithNoiseOfATenthOfTheirDistance) {
 }
 
 TEST(LineScans, areReconstructedWithLinesOutOfPlaceAndPointsMissing) {
-    for (ScannedSurface const& surface : scannedSurfaces()) {
+    for (ScannedSurface const& surface : sampledSurfaces()) {
         SCOPED_TRACE(surface.name);
         LineScan jittered;
         jittered.jitter = 0.15;
@@ -136,7 +136,7 @@ TEST(LineScans, areReconstructedWithLinesOutOfPlaceAndPointsMissing) {
 }
 
 TEST(LineScans, areReconstructedWhereTwoPassesOverlap) {
-    for (ScannedSurface const& surface : scannedSurfaces()) {
+    for (ScannedSurface const& surface : sampledSurfaces()) {
         for (double const noise : {0.0, 0.1}) {
             SCOPED_TRACE(surface.name + " " + std::to_string(noise));
             Dice dice(2);

@@ -212,3 +212,16 @@ TEST(ShotQuantities, whatIsNotThereIsToldWithWhatIs) {
                   ShotQuantities(reference, {{"a", "dB"}}, "mm");
               }));
 }
+
+TEST(ShotQuantities, theSurfaceAnswersOverAFlawToo) {
+    std::vector<Quantity> const table{{"front", "us"}, {"amplitude", "%FSH"}, {"if", "us"}};
+    ShotQuantities byName({}, table, "mm");
+    EXPECT_FALSE(byName.evaluate(std::vector{27.0, none, none}, 20.0, 0.0).isEcho);
+    EXPECT_TRUE(byName.evaluate(std::vector{27.0, 50.0, none}, 20.0, 0.0).isEcho);
+    EXPECT_TRUE(byName.evaluate(std::vector{27.0, none, 27.0}, 20.0, 0.0).isEcho);
+
+    QuantityOptions options;
+    options.front = FrontOptions{"if", 1480.0};
+    ShotQuantities told(options, table, "mm");
+    EXPECT_FALSE(told.evaluate(std::vector{27.0, none, 27.0}, 20.0, 0.0).isEcho);
+}

@@ -111,6 +111,7 @@ TEST(Table, NamesTheLineAndTheCauseOfAFault) {
     EXPECT_EQ(
         causeIn("x;y\n1,5;2,5\n1;1.234\n"),
         path + ", line 3: '1.234' in column 'y' has a decimal point, numbers before it have decimal commas");
+    EXPECT_EQ(causeIn("1,abc,3\n4,5,6\n"), path + ", line 1: 'abc' in column 'column 2' is not a number");
     EXPECT_EQ(causeIn(""), path + ": holds no line of data");
     EXPECT_EQ(causeIn("# nothing\n\n"), path + ": holds no line of data");
     EXPECT_EQ(causeIn(std::string("x,y\n1,\0\n", 9)), path + ": is no text; a table of numbers is wanted");

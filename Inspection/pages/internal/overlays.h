@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Inspection/pages/internal/pagemodel.h"
+
+#include <filesystem>
+
+namespace QELT::Inspection {
+
+/// Adds a table of indications: its columns by their names, whichever there are. Fails where it has neither
+/// u and v nor x, y and z.
+void addIndications(PageModel& model, std::filesystem::path const& table);
+
+/// Adds the places where shots met the surface, of which the page shows `maxShownPlaces` at most, evenly
+/// taken; it tells how many there are.
+void addShots(PageModel& model, std::filesystem::path const& table);
+
+/// The same for the poses of a path, with the directions.
+void addPath(PageModel& model, std::filesystem::path const& table);
+
+inline constexpr std::size_t maxShownPlaces = 20000;
+
+} // namespace QELT::Inspection
