@@ -2,6 +2,7 @@
 
 #include "Inspection/pages/internal/reportlimits.h"
 #include "Inspection/pages/internal/reporttables.h"
+#include "Inspection/pages/internal/sections.h"
 #include "Inspection/pictures/pngfile.h"
 #include "Inspection/pictures/valuepicture.h"
 #include "Inspection/records/internal/announce.h"
@@ -304,7 +305,7 @@ ValuePictureOptions pictureOptions(ReportContent const& content) {
 }
 
 Html figureHtml(Image const& image, std::string const& name, Html const& caption) {
-    Html figure = emptyElement("img", {{"src", "data:image/png;base64," + base64Of(pngBytesOf(image))},
+    Html figure = emptyElement("img", {{"src", "data:image/png;base64," + toBase64(pngBytesOf(image))},
                                        {"alt", "C-scan: " + name},
                                        {"width", std::to_string(image.getWidth())},
                                        {"height", std::to_string(image.getHeight())}});

@@ -4,6 +4,7 @@
 #include "Inspection/pages/internal/html.h"
 #include "Inspection/pages/internal/reportcontent.h"
 #include "Inspection/pages/internal/reportlimits.h"
+#include "Inspection/pages/internal/sections.h"
 #include "Inspection/pictures/pngfile.h"
 #include "Inspection/pictures/valuepicture.h"
 #include "Inspection/records/numbers.h"
@@ -243,9 +244,9 @@ TEST_F(ReportTest, picturesAreInThePageDotForDot) {
     Result const result = readResult(folder / "r.h5");
     EXPECT_EQ(outcome.pictureCount, result.values.size() + 1);
     for (ValueMap const& map : result.values) {
-        EXPECT_NE(html.find(base64Of(pngBytesOf(valuePicture(result, map)))), std::string::npos) << map.name;
+        EXPECT_NE(html.find(toBase64(pngBytesOf(valuePicture(result, map)))), std::string::npos) << map.name;
     }
-    EXPECT_NE(html.find(base64Of(pngBytesOf(statePicture(result)))), std::string::npos);
+    EXPECT_NE(html.find(toBase64(pngBytesOf(statePicture(result)))), std::string::npos);
 }
 
 TEST_F(ReportTest, itNeedsNothingElse) {
@@ -345,7 +346,7 @@ TEST_F(ReportTest, indicationsAreShownWithAllTheirColumns) {
     ValuePictureOptions marks;
     marks.labels = {{FlatPoint(2.5, 3.5), "1"}, {FlatPoint(3.5, 4.5), "2"}};
     Result const result = readResult(folder / "r.h5");
-    EXPECT_NE(html.find(base64Of(pngBytesOf(valuePicture(result, result.values[0], marks)))),
+    EXPECT_NE(html.find(toBase64(pngBytesOf(valuePicture(result, result.values[0], marks)))),
               std::string::npos)
         << "numbered in the pictures";
 }
@@ -442,18 +443,6 @@ TEST(ReportText, nothingIsTakenForMarkup) {
 
 TEST(ReportText, aTextInAStyleCannotEndIt) {
     EXPECT_EQ(styleText("A 7\"</style>;").getText(), R"("A 7\22 \3c \2f style\3e \3b ")");
-}
-
-TEST(ReportText, base64IsThatOfEveryone) {
-    auto const coded = [](std::string const& text) {
-        return base64Of({reinterpret_cast<std::uint8_t const*>(text.data()), text.size()});
-    };
-    EXPECT_EQ(coded(""), "");
-    EXPECT_EQ(coded("f"), "Zg==");
-    EXPECT_EQ(coded("fo"), "Zm8=");
-    EXPECT_EQ(coded("foo"), "Zm9v");
-    EXPECT_EQ(coded("foobar"), "Zm9vYmFy");
-    EXPECT_EQ(coded("\xFF\xFE\xFD"), "//79");
 }
 
 TEST(ReportText, picturesInMemoryAreThoseOfFiles) {
