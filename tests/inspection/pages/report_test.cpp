@@ -102,6 +102,7 @@ protected:
         options.quantities.depth = DepthOptions{"tof", 2900.0, {}, {}};
         options.quantities.reference = ColumnNumber{"", 80.0};
         options.quantities.gates.push_back({"tof", 0.5, 8.4});
+        options.acceptance.maxAngle = 70.0;
         options.fill = 1.1;
         options.unit = "mm";
         options.result = folder / "r.h5";
