@@ -163,7 +163,6 @@ void addPoseSettings(Record& record, ShotOptions const& shots) {
         addMotion(record, "tool", *shots.pose.tool);
     }
     if (shots.frame) {
-        record.setting("frame", shots.frame->filename().string());
         addMotion(record, "frame", readFrame(*shots.frame));
     }
     if (shots.poses) {

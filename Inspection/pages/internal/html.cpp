@@ -101,22 +101,4 @@ Html styleText(std::string_view plain) {
     return html;
 }
 
-std::string base64Of(std::span<std::uint8_t const> bytes) {
-    constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    constexpr std::size_t inGroup = 3;
-    std::string text;
-    text.reserve((bytes.size() + inGroup - 1) / inGroup * 4);
-    for (std::size_t i = 0; i < bytes.size(); i += inGroup) {
-        std::uint32_t group = 0;
-        for (std::size_t j = 0; j < inGroup; ++j) {
-            group = group << 8U | (i + j < bytes.size() ? bytes[i + j] : 0U);
-        }
-        for (std::size_t j = 0; j <= inGroup; ++j) {
-            bool const isPadding = j > bytes.size() - i;
-            text += isPadding ? '=' : letters[group >> (18U - 6U * j) & 63U];
-        }
-    }
-    return text;
-}
-
 } // namespace QELT::Inspection

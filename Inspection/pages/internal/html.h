@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -51,8 +49,5 @@ Html writtenHtml(char const* markup);
 
 /// The text in quotation marks for a style, with nothing in it that could end it.
 Html styleText(std::string_view plain);
-
-/// The bytes in base 64, as a page holds pictures.
-std::string base64Of(std::span<std::uint8_t const> bytes);
 
 } // namespace QELT::Inspection

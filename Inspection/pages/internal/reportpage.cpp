@@ -36,6 +36,7 @@ th, td { text-align: left; vertical-align: top; padding: 0.9mm 2mm 0.9mm 0; bord
 .columns th { flex: 0 0 50%; }
 .columns td { flex: 1 1 auto; }
 .lines { font-size: 9pt; }
+.lines th, .lines td { overflow-wrap: break-word; }
 .lines thead th { border-bottom: 1pt solid var(--ink); font-size: 8.5pt; color: var(--soft); vertical-align: bottom; overflow-wrap: normal; }
 th.number, td.number { text-align: right; padding: 0.9mm 0 0.9mm 2.5mm; }
 td.number { white-space: normal; }
@@ -71,6 +72,7 @@ pre { white-space: pre-wrap; overflow-wrap: anywhere; background: var(--pale); p
   thead { display: table-header-group; }
   p { orphans: 3; widows: 3; }
   .sheet { break-before: page; }
+  .sheet h2 { margin-top: 0; }
 }
 )";
 

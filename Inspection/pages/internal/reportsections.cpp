@@ -2,6 +2,7 @@
 
 #include "Inspection/pages/internal/reportlimits.h"
 #include "Inspection/pages/internal/reporttables.h"
+#include "Inspection/pages/internal/sections.h"
 #include "Inspection/pictures/pngfile.h"
 #include "Inspection/pictures/valuepicture.h"
 #include "Inspection/records/internal/announce.h"
@@ -304,7 +305,7 @@ ValuePictureOptions pictureOptions(ReportContent const& content) {
 }
 
 Html figureHtml(Image const& image, std::string const& name, Html const& caption) {
-    Html figure = emptyElement("img", {{"src", "data:image/png;base64," + base64Of(pngBytesOf(image))},
+    Html figure = emptyElement("img", {{"src", "data:image/png;base64," + toBase64(pngBytesOf(image))},
                                        {"alt", "C-scan: " + name},
                                        {"width", std::to_string(image.getWidth())},
                                        {"height", std::to_string(image.getHeight())}});
@@ -407,6 +408,11 @@ std::string readableName(std::string name) {
     return name;
 }
 
+std::string readableUnit(std::string const& unit) {
+    constexpr std::string_view square = "^2";
+    return unit.ends_with(square) ? unit.substr(0, unit.size() - square.size()) + "\xC2\xB2" : unit;
+}
+
 /// Directions have no unit, and u and v count pixels.
 std::string headingOf(IndicationTable const& table, std::size_t column) {
     std::string const& name = table.columns[column];
@@ -414,12 +420,15 @@ std::string headingOf(IndicationTable const& table, std::size_t column) {
     if (unit.empty() && (name == "u" || name == "v" || name == "peak_u" || name == "peak_v")) {
         unit = "pixels";
     }
-    return readableName(name) + (unit.empty() ? "" : " [" + unit + "]");
+    return readableName(name) + (unit.empty() ? "" : " [" + readableUnit(unit) + "]");
 }
 
 /// Digits of a number beyond what is measured are not shown in the narrow columns; the exact text stays with
 /// it.
-Html cellHtml(std::string const& text) {
+Html cellHtml(std::string const& column, std::string const& text) {
+    if (column == "under_beam" && (text == "0" || text == "1")) {
+        return textHtml(text == "1" ? "yes" : "no");
+    }
     auto const number = parseNumber(text);
     return number ? element("data", textHtml(readableNumber(*number)), {{"value", text}})
                   : textHtml(text.empty() ? dash : text);
@@ -436,7 +445,7 @@ Html groupTable(IndicationTable const& table, std::vector<std::string> const& gr
     for (auto const& row : table.rows) {
         std::vector<Html> line;
         for (std::size_t const column : columns) {
-            line.push_back(cellHtml(row[column]));
+            line.push_back(cellHtml(table.columns[column], row[column]));
         }
         lines.push_back(line);
     }
