@@ -30,13 +30,13 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double patchFactor = 1.5;
 
-Point centreOf(Result const& result, std::size_t pixel) {
+Point middleOf(Result const& result, std::size_t pixel) {
     float const* const place = &result.points[3 * pixel];
     return {place[0], place[1], place[2]};
 }
 
 double distanceBetween(Result const& result, std::size_t a, std::size_t b) {
-    double const distance = std::sqrt(centreOf(result, a).dSqr(centreOf(result, b)));
+    double const distance = std::sqrt(middleOf(result, a).dSqr(middleOf(result, b)));
     return std::isfinite(distance) ? distance : 0.0;
 }
 
