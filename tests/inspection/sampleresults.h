@@ -89,10 +89,16 @@ inline void addPatch(Result& result, std::size_t left, std::size_t bottom, std::
     result.patches.push_back(patch);
 }
 
-/// One grid, not reached anywhere, with a map "amplitude:max" in %FSH.
-inline Result resultOn(std::size_t width, std::size_t height, SurfaceFormula const& formula) {
+/// One grid, not reached anywhere, without values.
+inline Result surfaceOn(std::size_t width, std::size_t height, SurfaceFormula const& formula) {
     Result result = emptyResult(width, height);
     addPatch(result, 0, 0, width, height, formula);
+    return result;
+}
+
+/// The same with a map "amplitude:max" in %FSH.
+inline Result resultOn(std::size_t width, std::size_t height, SurfaceFormula const& formula) {
+    Result result = surfaceOn(width, height, formula);
     ValueMap map;
     map.name = "amplitude:max";
     map.quantity = "amplitude";

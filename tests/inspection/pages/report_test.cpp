@@ -10,7 +10,7 @@
 #include "Inspection/records/numbers.h"
 #include "Inspection/results/measuredscan.h"
 #include "Inspection/results/resultfile.h"
-#include "tests/inspection/results/sampleresult.h"
+#include "tests/inspection/sampleresults.h"
 #include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
@@ -457,9 +457,8 @@ TEST(ReportText, picturesInMemoryAreThoseOfFiles) {
 
 TEST(PixelScale, isThatOfTheTrueAreas) {
     // Columns 1, 2, 3 and 4 wide.
-    Result const result = SampleResult::on(4, 1, [](std::size_t u, std::size_t v) {
-        return Point(static_cast<float>(u * (u + 1)) / 2.0F, static_cast<float>(v), 0.0F);
-    });
+    Result const result =
+        surfaceOn(4, 1, [](double u, double v) { return Vector(u * (u + 1.0) / 2.0, v, 0.0); });
     PixelScale const scale = pixelScaleOf(result);
     EXPECT_EQ(scale.count, 4U);
     EXPECT_DOUBLE_EQ(scale.leastArea, 1.0);

@@ -3,7 +3,7 @@
 #include "Inspection/pictures/internal/colourmap.h"
 #include "Inspection/pictures/internal/lengthaxis.h"
 #include "Inspection/records/failure.h"
-#include "tests/inspection/results/sampleresult.h"
+#include "tests/inspection/sampleresults.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,7 @@
 #include <tuple>
 
 using namespace QELT::Inspection;
+using namespace QELT::Inspection::Testing;
 
 namespace {
 
@@ -20,7 +21,7 @@ constexpr Colour pink{235, 60, 150};
 
 /// Ten pixels in a row with the values 0 to 9.
 Result row() {
-    Result result = SampleResult::plane(10, 1);
+    Result result = surfaceOn(10, 1, flat(1.0));
     ValueMap map;
     map.name = "a:max";
     map.quantity = "a";
@@ -120,19 +121,18 @@ TEST(ValuePicture, limitsAndBandsHaveToRise) {
 }
 
 TEST(ValuePicture, aResultWithoutValuesOrPixelsIsDrawn) {
-    Result empty = SampleResult::plane(3, 2);
+    Result empty = surfaceOn(3, 2, flat(1.0));
     ValueMap map;
     map.name = "a:max";
     map.values.assign(6, NAN);
     EXPECT_GT(valuePicture(empty, map).getWidth(), 0);
-    EXPECT_GT(statePicture(SampleResult::plane(1, 1)).getWidth(), 0);
+    EXPECT_GT(statePicture(surfaceOn(1, 1, flat(1.0))).getWidth(), 0);
 }
 
 TEST(LengthAxis, tellsLengthsOnTheSurface) {
     // Columns of width 1, 2, 3, 4.
-    Result const result = SampleResult::on(4, 3, [](std::size_t u, std::size_t v) {
-        return Point(static_cast<float>(u * (u + 1)) / 2.0F, static_cast<float>(v), 0.0F);
-    });
+    Result const result =
+        surfaceOn(4, 3, [](double u, double v) { return Vector(u * (u + 1.0) / 2.0, v, 0.0); });
     LengthAxis const axis = axisAlongU(result);
 
     EXPECT_EQ(1u, axis.line) << "the middle one of equal rows";
@@ -148,7 +148,7 @@ TEST(LengthAxis, tellsLengthsOnTheSurface) {
 }
 
 TEST(LengthAxis, bridgesAGapByItsChord) {
-    Result result = SampleResult::plane(5, 1);
+    Result result = surfaceOn(5, 1, flat(1.0));
     result.states[2] = PixelState::NoSurface;
     result.points[6] = NAN;
 

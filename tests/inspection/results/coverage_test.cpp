@@ -1,11 +1,15 @@
 #include "Inspection/results/coverage.h"
 
 #include "Inspection/records/failure.h"
-#include "tests/inspection/results/sampleresult.h"
+#include "tests/inspection/sampleresults.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
+
 using namespace QELT::Inspection;
+using namespace QELT::Inspection::Testing;
 
 namespace {
 
@@ -15,7 +19,7 @@ void reach(Result& result, std::size_t u, std::size_t v) {
 
 /// A plane of which lines along u, every third, were shot.
 Result linesApart() {
-    Result result = SampleResult::plane(40, 40, 0.5);
+    Result result = surfaceOn(40, 40, flat(0.5));
     for (std::size_t v = 0; v < 40; v += 3) {
         for (std::size_t u = 0; u < 40; ++u) {
             reach(result, u, v);
@@ -26,7 +30,7 @@ Result linesApart() {
 
 /// A plane that was shot everywhere but in a rectangle.
 Result allBut(std::size_t left, std::size_t bottom, std::size_t width, std::size_t height) {
-    Result result = SampleResult::plane(40, 30, 0.5);
+    Result result = surfaceOn(40, 30, flat(0.5));
     for (std::size_t v = 0; v < 30; ++v) {
         for (std::size_t u = 0; u < 40; ++u) {
             if (u < left || u >= left + width || v < bottom || v >= bottom + height) {
@@ -41,9 +45,7 @@ Result allBut(std::size_t left, std::size_t bottom, std::size_t width, std::size
 
 TEST(Coverage, areasAreThoseOfTheQuads) {
     // Columns twice as wide as the one before.
-    Result result = SampleResult::on(3, 1, [](std::size_t u, std::size_t v) {
-        return Point(static_cast<float>((1U << u) - 1U), static_cast<float>(v), 0.0F);
-    });
+    Result result = surfaceOn(3, 1, [](double u, double v) { return Vector(std::exp2(u) - 1.0, v, 0.0); });
     reach(result, 2, 0);
     result.states[1] = PixelState::NoEcho;
 
@@ -57,7 +59,7 @@ TEST(Coverage, areasAreThoseOfTheQuads) {
 }
 
 TEST(Coverage, refusedPixelsAreNotReached) {
-    Result result = SampleResult::plane(2, 1);
+    Result result = surfaceOn(2, 1, flat(1.0));
     reach(result, 0, 0);
     result.states[1] = PixelState::Refused;
 
@@ -124,15 +126,15 @@ TEST(Coverage, onlyGapsOverTheOneRequiredArePatches) {
 }
 
 TEST(Coverage, nothingReachedIsOnePatch) {
-    Coverage const coverage = coverageOf(SampleResult::plane(4, 3));
+    Coverage const coverage = coverageOf(surfaceOn(4, 3, flat(1.0)));
 
     EXPECT_EQ(0.0, coverage.reachedShare());
     EXPECT_NEAR(3.0, coverage.longestGap, 1e-6) << "from rim to rim, the shorter way";
-    EXPECT_EQ(0u, coverageOf(SampleResult::plane(0, 0)).patchCount);
+    EXPECT_EQ(0u, coverageOf(surfaceOn(0, 0, flat(1.0))).patchCount);
 }
 
 TEST(Fill, eachPixelTakesTheNearestThatWasReached) {
-    Result result = SampleResult::plane(9, 1);
+    Result result = surfaceOn(9, 1, flat(1.0));
     reach(result, 0, 0);
     reach(result, 6, 0);
 
@@ -144,7 +146,7 @@ TEST(Fill, eachPixelTakesTheNearestThatWasReached) {
 }
 
 TEST(Fill, runsAlongTheSurfaceAndNotThroughHoles) {
-    Result result = SampleResult::plane(5, 1);
+    Result result = surfaceOn(5, 1, flat(1.0));
     reach(result, 0, 0);
     result.states[2] = PixelState::NoSurface;
 
@@ -155,7 +157,7 @@ TEST(Fill, runsAlongTheSurfaceAndNotThroughHoles) {
 }
 
 TEST(Fill, aDistanceThatIsNoneIsRefused) {
-    Result result = SampleResult::plane(5, 1);
+    Result result = surfaceOn(5, 1, flat(1.0));
 
     EXPECT_THROW(fill(result, 0.0), Failure);
     EXPECT_THROW(fill(result, std::numeric_limits<double>::quiet_NaN()), Failure);

@@ -1,7 +1,7 @@
 #include "Inspection/results/resultfile.h"
 
 #include "Inspection/records/failure.h"
-#include "tests/inspection/results/sampleresult.h"
+#include "tests/inspection/sampleresults.h"
 #include "tests/inspection/scratchdirectory.h"
 
 #include <gtest/gtest.h>
@@ -13,11 +13,12 @@
 #include <thread>
 
 using namespace QELT::Inspection;
+using namespace QELT::Inspection::Testing;
 
 namespace {
 
 Result sample() {
-    Result result = SampleResult::plane(5, 3, 0.5);
+    Result result = surfaceOn(5, 3, flat(0.5));
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
     result.patches[0].nodes[0] = nan;
     result.states = {PixelState::NoSurface, PixelState::NotReached, PixelState::NoEcho, PixelState::Echo,
@@ -104,7 +105,7 @@ TEST_F(ResultFile, aResultReadsBackBitForBit) {
     expectSameBits(written.points, read.points);
     expectSameBits(written.normals, read.normals);
     ASSERT_EQ(1u, read.patches.size());
-    EXPECT_EQ("sample.quads", read.patches[0].name);
+    EXPECT_EQ("grid1.quads", read.patches[0].name);
     EXPECT_EQ(5u, read.patches[0].width);
     EXPECT_EQ(3u, read.patches[0].height);
     expectSameBits(written.patches[0].nodes, read.patches[0].nodes);
@@ -147,7 +148,7 @@ TEST_F(ResultFile, aFileCutOffAnywhereIsRefused) {
 }
 
 TEST_F(ResultFile, anEmptyPlaneIsAResult) {
-    writeResult(path("r.h5"), SampleResult::plane(0, 0));
+    writeResult(path("r.h5"), surfaceOn(0, 0, flat(1.0)));
 
     EXPECT_EQ(0u, readResult(path("r.h5")).size());
 }

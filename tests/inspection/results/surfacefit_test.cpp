@@ -1,7 +1,7 @@
 #include "Inspection/results/surfacefit.h"
 
 #include "Inspection/records/failure.h"
-#include "tests/inspection/results/sampleresult.h"
+#include "tests/inspection/sampleresults.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +10,7 @@
 #include <random>
 
 using namespace QELT::Inspection;
+using namespace QELT::Inspection::Testing;
 
 namespace {
 
@@ -45,9 +46,9 @@ Triple cap(double u, double v) {
 
 Result resultOn(Surface const& surface) {
     constexpr std::size_t count = 120;
-    return SampleResult::on(count, count, [&](std::size_t u, std::size_t v) {
-        Triple const node = surface(static_cast<double>(u) / count, static_cast<double>(v) / count);
-        return Point(static_cast<float>(node[0]), static_cast<float>(node[1]), static_cast<float>(node[2]));
+    return surfaceOn(count, count, [&](double u, double v) {
+        Triple const node = surface(u / count, v / count);
+        return Vector(node[0], node[1], node[2]);
     });
 }
 
