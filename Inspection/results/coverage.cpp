@@ -15,7 +15,11 @@
 // the shorter of its row's and its column's run, so a scan of lines far apart and dense along them has the
 // distance of the lines for its gap, not their length.
 //
-// Patches. Pixels with a gap above the limit are connected over sides; what a patch is large in is true area.
+// Where a raster beats with the pixels, single columns may be missed all along; where they cross a line that
+// was left out both runs are long, and neither is the gap. So a gap is told as no longer than twice the way
+// to the nearest pixel that was reached, and a pixel: what fits between those around it.
+//
+// Patches. Pixels with a run above the limit are connected over sides; what a patch is large in is true area.
 //
 // Filling is Dijkstra's search from all pixels reached at once, over the eight neighbours with the distances
 // of centres in space: along directions between those it is up to 8 % long, so it reaches a little less far
@@ -101,115 +105,6 @@ std::vector<double> gapsOf(Result const& result) {
     return gaps;
 }
 
-double medianOfSurface(Result const& result, std::vector<double> const& gaps) {
-    std::vector<double> onSurface;
-    for (std::size_t pixel = 0; pixel < result.size(); ++pixel) {
-        if (result.hasSurface(pixel)) {
-            onSurface.push_back(gaps[pixel]);
-        }
-    }
-    if (onSurface.empty()) {
-        return 0.0;
-    }
-    auto const middle = onSurface.begin() + static_cast<std::ptrdiff_t>(onSurface.size() / 2);
-    std::nth_element(onSurface.begin(), middle, onSurface.end());
-    return *middle;
-}
-
-std::array<double, 3> placeOf(Result const& result, std::size_t pixel) {
-    std::array<double, 3> place{};
-    for (std::size_t i = 0; i < place.size(); ++i) {
-        place[i] = static_cast<double>(result.points[3 * pixel + i]) - result.move[i];
-    }
-    return place;
-}
-
-void setPlace(Result const& result, std::vector<std::size_t> const& members, UnreachedPatch& patch) {
-    double u = 0.0;
-    double v = 0.0;
-    for (std::size_t const pixel : members) {
-        u += static_cast<double>(pixel % result.width);
-        v += static_cast<double>(pixel / result.width);
-    }
-    auto const count = static_cast<double>(members.size());
-    auto const distance = [&](std::size_t pixel) {
-        return std::hypot(static_cast<double>(pixel % result.width) - u / count,
-                          static_cast<double>(pixel / result.width) - v / count);
-    };
-    std::size_t const nearest =
-        *std::min_element(members.begin(), members.end(),
-                          [&](std::size_t a, std::size_t b) { return distance(a) < distance(b); });
-    patch.u = nearest % result.width;
-    patch.v = nearest / result.width;
-    patch.place = placeOf(result, nearest);
-}
-
-/// The pixels beside one, as far as there are any.
-template <class Visit>
-void forEachBeside(Result const& result, std::size_t pixel, Visit visit) {
-    std::size_t const u = pixel % result.width;
-    std::size_t const v = pixel / result.width;
-    if (u > 0) {
-        visit(pixel - 1);
-    }
-    if (u + 1 < result.width) {
-        visit(pixel + 1);
-    }
-    if (v > 0) {
-        visit(pixel - result.width);
-    }
-    if (v + 1 < result.height) {
-        visit(pixel + result.width);
-    }
-}
-
-UnreachedPatch patchAround(Result const& result, std::vector<double> const& gaps, double limit,
-                           std::size_t start, std::vector<bool>& isTaken) {
-    std::vector<std::size_t> members{start};
-    isTaken[start] = true;
-    UnreachedPatch patch;
-    for (std::size_t i = 0; i < members.size(); ++i) {
-        patch.area += result.areas[members[i]];
-        patch.gap = std::max(patch.gap, gaps[members[i]]);
-        forEachBeside(result, members[i], [&](std::size_t beside) {
-            if (!isTaken[beside] && gaps[beside] > limit) {
-                isTaken[beside] = true;
-                members.push_back(beside);
-            }
-        });
-    }
-    patch.pixelCount = members.size();
-    setPlace(result, members, patch);
-    return patch;
-}
-
-void addPatches(Result const& result, std::vector<double> const& gaps, Coverage& coverage) {
-    std::vector<bool> isTaken(result.size(), false);
-    for (std::size_t pixel = 0; pixel < result.size(); ++pixel) {
-        if (!isTaken[pixel] && gaps[pixel] > coverage.patchGap) {
-            coverage.patches.push_back(patchAround(result, gaps, coverage.patchGap, pixel, isTaken));
-        }
-    }
-    std::stable_sort(coverage.patches.begin(), coverage.patches.end(),
-                     [](UnreachedPatch const& a, UnreachedPatch const& b) { return a.area > b.area; });
-    coverage.patchCount = coverage.patches.size();
-    coverage.patches.resize(std::min(coverage.patches.size(), mostPatches));
-}
-
-void addAreas(Result const& result, Coverage& coverage) {
-    for (std::size_t pixel = 0; pixel < result.size(); ++pixel) {
-        auto const state = static_cast<std::size_t>(result.states[pixel]);
-        coverage.areas[state] += result.areas[pixel];
-        ++coverage.pixels[state];
-        if (result.hasSurface(pixel)) {
-            coverage.surfaceArea += result.areas[pixel];
-        }
-        if (result.isReached(pixel)) {
-            coverage.reachedArea += result.areas[pixel];
-        }
-    }
-}
-
 /// The pixels around one, as far as there are any.
 template <class Visit>
 void forEachAround(Result const& result, std::size_t pixel, Visit visit) {
@@ -274,18 +169,148 @@ struct NearestReached {
         front;
 };
 
+/// The gaps as they are told, of those along rows and columns.
+std::vector<double> toldGapsOf(Result const& result, std::vector<double> const& gaps) {
+    NearestReached nearest(result, infinity);
+    nearest.spread();
+    std::vector<double> told(gaps.size());
+    for (std::size_t pixel = 0; pixel < gaps.size(); ++pixel) {
+        told[pixel] = std::min(gaps[pixel], 2.0 * nearest.ways[pixel] + std::sqrt(result.areas[pixel]));
+    }
+    return told;
+}
+
+double medianOfSurface(Result const& result, std::vector<double> const& gaps) {
+    std::vector<double> onSurface;
+    for (std::size_t pixel = 0; pixel < result.size(); ++pixel) {
+        if (result.hasSurface(pixel)) {
+            onSurface.push_back(gaps[pixel]);
+        }
+    }
+    if (onSurface.empty()) {
+        return 0.0;
+    }
+    auto const middle = onSurface.begin() + static_cast<std::ptrdiff_t>(onSurface.size() / 2);
+    std::nth_element(onSurface.begin(), middle, onSurface.end());
+    return *middle;
+}
+
+std::array<double, 3> placeOf(Result const& result, std::size_t pixel) {
+    std::array<double, 3> place{};
+    for (std::size_t i = 0; i < place.size(); ++i) {
+        place[i] = static_cast<double>(result.points[3 * pixel + i]) - result.move[i];
+    }
+    return place;
+}
+
+void setPlace(Result const& result, std::vector<std::size_t> const& members, UnreachedPatch& patch) {
+    double u = 0.0;
+    double v = 0.0;
+    for (std::size_t const pixel : members) {
+        u += static_cast<double>(pixel % result.width);
+        v += static_cast<double>(pixel / result.width);
+    }
+    auto const count = static_cast<double>(members.size());
+    auto const distance = [&](std::size_t pixel) {
+        return std::hypot(static_cast<double>(pixel % result.width) - u / count,
+                          static_cast<double>(pixel / result.width) - v / count);
+    };
+    std::size_t const nearest =
+        *std::min_element(members.begin(), members.end(),
+                          [&](std::size_t a, std::size_t b) { return distance(a) < distance(b); });
+    patch.u = nearest % result.width;
+    patch.v = nearest / result.width;
+    patch.place = placeOf(result, nearest);
+}
+
+/// The pixels beside one, as far as there are any.
+template <class Visit>
+void forEachBeside(Result const& result, std::size_t pixel, Visit visit) {
+    std::size_t const u = pixel % result.width;
+    std::size_t const v = pixel / result.width;
+    if (u > 0) {
+        visit(pixel - 1);
+    }
+    if (u + 1 < result.width) {
+        visit(pixel + 1);
+    }
+    if (v > 0) {
+        visit(pixel - result.width);
+    }
+    if (v + 1 < result.height) {
+        visit(pixel + result.width);
+    }
+}
+
+/// Gaps along rows and columns, and as they are told.
+struct Gaps {
+    std::vector<double> runs;
+    std::vector<double> told;
+};
+
+UnreachedPatch patchAround(Result const& result, Gaps const& gaps, double limit, std::size_t start,
+                           std::vector<bool>& isTaken) {
+    std::vector<std::size_t> members{start};
+    isTaken[start] = true;
+    UnreachedPatch patch;
+    for (std::size_t i = 0; i < members.size(); ++i) {
+        patch.area += result.areas[members[i]];
+        patch.gap = std::max(patch.gap, gaps.told[members[i]]);
+        forEachBeside(result, members[i], [&](std::size_t beside) {
+            if (!isTaken[beside] && gaps.runs[beside] > limit) {
+                isTaken[beside] = true;
+                members.push_back(beside);
+            }
+        });
+    }
+    patch.pixelCount = members.size();
+    setPlace(result, members, patch);
+    return patch;
+}
+
+void addPatches(Result const& result, Gaps const& gaps, Coverage& coverage) {
+    std::vector<bool> isTaken(result.size(), false);
+    for (std::size_t pixel = 0; pixel < result.size(); ++pixel) {
+        if (!isTaken[pixel] && gaps.runs[pixel] > coverage.patchGap) {
+            UnreachedPatch const patch = patchAround(result, gaps, coverage.patchGap, pixel, isTaken);
+            if (patch.gap > coverage.patchGap) {
+                coverage.patches.push_back(patch);
+            }
+        }
+    }
+    std::stable_sort(coverage.patches.begin(), coverage.patches.end(),
+                     [](UnreachedPatch const& a, UnreachedPatch const& b) { return a.area > b.area; });
+    coverage.patchCount = coverage.patches.size();
+    coverage.patches.resize(std::min(coverage.patches.size(), mostPatches));
+}
+
+void addAreas(Result const& result, Coverage& coverage) {
+    for (std::size_t pixel = 0; pixel < result.size(); ++pixel) {
+        auto const state = static_cast<std::size_t>(result.states[pixel]);
+        coverage.areas[state] += result.areas[pixel];
+        ++coverage.pixels[state];
+        if (result.hasSurface(pixel)) {
+            coverage.surfaceArea += result.areas[pixel];
+        }
+        if (result.isReached(pixel)) {
+            coverage.reachedArea += result.areas[pixel];
+        }
+    }
+}
+
 } // namespace
 
 Coverage coverageOf(Result const& result, std::optional<double> requiredGap) {
     Coverage coverage;
     addAreas(result, coverage);
-    std::vector<double> const gaps = gapsOf(result);
-    coverage.typicalGap = medianOfSurface(result, gaps);
+    Gaps gaps{gapsOf(result), {}};
+    gaps.told = toldGapsOf(result, gaps.runs);
+    coverage.typicalGap = medianOfSurface(result, gaps.runs);
     coverage.patchGap = requiredGap.value_or(patchFactor * coverage.typicalGap);
     addPatches(result, gaps, coverage);
-    auto const longest = std::max_element(gaps.begin(), gaps.end());
-    if (longest != gaps.end() && *longest > 0.0) {
-        auto const pixel = static_cast<std::size_t>(longest - gaps.begin());
+    auto const longest = std::max_element(gaps.told.begin(), gaps.told.end());
+    if (longest != gaps.told.end() && *longest > 0.0) {
+        auto const pixel = static_cast<std::size_t>(longest - gaps.told.begin());
         coverage.longestGap = *longest;
         coverage.gapU = pixel % result.width;
         coverage.gapV = pixel / result.width;

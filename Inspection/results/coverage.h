@@ -43,9 +43,10 @@ struct Coverage {
 constexpr std::size_t mostPatches = 10;
 
 /// The gap at a pixel that was not reached is the shorter of two ways along the surface, along u and along v,
-/// from the last pixel reached to the next, centre to centre, or to the rim. A raster that is coarser than
-/// the pixels leaves gaps everywhere: what is told as a patch are gaps of more than one and a half times the
-/// typical one, or than `requiredGap` if that is given.
+/// from the last pixel reached to the next, centre to centre, or to the rim, and no longer than what fits
+/// between the pixels reached around it. A raster that is coarser than the pixels leaves gaps everywhere:
+/// what is told as a patch are gaps of more than one and a half times the typical one, or than `requiredGap`
+/// if that is given.
 QELT_INSPECTION_EXPORT Coverage coverageOf(Result const& result, std::optional<double> requiredGap = {});
 
 /// Lets pixels that no shot met show the values of the nearest that one did, along the surface within

@@ -162,3 +162,19 @@ TEST(Fill, aDistanceThatIsNoneIsRefused) {
     EXPECT_THROW(fill(result, 0.0), Failure);
     EXPECT_THROW(fill(result, std::numeric_limits<double>::quiet_NaN()), Failure);
 }
+
+TEST(Coverage, aMissedColumnThatCrossesMissedLinesMakesThemNoLonger) {
+    Result result = linesApart();
+    for (std::size_t i = 0; i < 40; ++i) {
+        result.states[result.indexOf(i, 18)] = PixelState::NotReached;
+        result.states[result.indexOf(20, i)] = PixelState::NotReached;
+    }
+
+    Coverage const coverage = coverageOf(result);
+
+    // Along the column nothing was reached for 20; what fits between the lines at the crossing is 3.2 across.
+    EXPECT_GE(coverage.longestGap, 3.0);
+    EXPECT_LT(coverage.longestGap, 4.0);
+    ASSERT_EQ(1u, coverage.patchCount);
+    EXPECT_EQ(coverage.longestGap, coverage.patches[0].gap);
+}
