@@ -17,7 +17,7 @@ struct Parsed {
     std::string complaint;
 };
 
-Parsed parsed(std::vector<std::string> arguments) {
+Parsed parsedShots(std::vector<std::string> arguments) {
     Parsed result;
     CLI::App app;
     addShotOptions(app, result.options);
@@ -32,8 +32,8 @@ Parsed parsed(std::vector<std::string> arguments) {
 
 TEST(ShotOptions, AreReadFromTheCommandLine) {
     Parsed const one =
-        parsed({"--data", "s.csv", "--columns", "ox=X,amp[%]=7", "--pose", "xyz+zyx-deg", "--pose-unit", "m",
-                "--beam-axis", "-z", "--tool", "1,2,3,90,0,0", "--frame", "f.json", "--skip-bad"});
+        parsedShots({"--data", "s.csv", "--columns", "ox=X,amp[%]=7", "--pose", "xyz+zyx-deg", "--pose-unit",
+                     "m", "--beam-axis", "-z", "--tool", "1,2,3,90,0,0", "--frame", "f.json", "--skip-bad"});
     EXPECT_EQ(one.complaint, "");
     EXPECT_EQ(one.options.shots, "s.csv");
     EXPECT_FALSE(one.options.poses.has_value());
@@ -48,30 +48,33 @@ TEST(ShotOptions, AreReadFromTheCommandLine) {
     EXPECT_EQ(one.options.frame, "f.json");
     EXPECT_TRUE(one.options.doSkipBad);
 
-    Parsed const two = parsed({"--shots", "s.csv", "--poses", "p.csv", "--lag", "-12.5", "--max-gap", "40"});
+    Parsed const two =
+        parsedShots({"--shots", "s.csv", "--poses", "p.csv", "--lag", "-12.5", "--max-gap", "40"});
     EXPECT_EQ(two.complaint, "");
     EXPECT_EQ(two.options.poses, "p.csv");
     EXPECT_EQ(two.options.lag, -12.5);
     EXPECT_FALSE(two.options.doFindLag);
     EXPECT_EQ(two.options.maxGap, 40.0);
-    EXPECT_TRUE(parsed({"--shots", "s.csv", "--poses", "p.csv", "--lag", "auto"}).options.doFindLag);
+    EXPECT_TRUE(parsedShots({"--shots", "s.csv", "--poses", "p.csv", "--lag", "auto"}).options.doFindLag);
 }
 
 TEST(ShotOptions, ThatMakeNoSenseAreRefused) {
-    EXPECT_EQ(parsed({"--data", "s.csv", "--lag", "5"}).complaint, "--lag requires --poses");
-    EXPECT_EQ(parsed({"--poses", "p.csv"}).complaint, "--poses requires --shots");
-    EXPECT_EQ(parsed({"--shots", "s.csv"}).complaint, "--shots requires --poses");
-    EXPECT_NE(parsed({"--shots", "s.csv", "--poses", "p.csv", "--data", "d.csv"}).complaint.find("excludes"),
-              std::string::npos);
-    EXPECT_EQ(parsed({"--pose", "euler"}).complaint,
+    EXPECT_EQ(parsedShots({"--data", "s.csv", "--lag", "5"}).complaint, "--lag requires --poses");
+    EXPECT_EQ(parsedShots({"--poses", "p.csv"}).complaint, "--poses requires --shots");
+    EXPECT_EQ(parsedShots({"--shots", "s.csv"}).complaint, "--shots requires --poses");
+    EXPECT_NE(
+        parsedShots({"--shots", "s.csv", "--poses", "p.csv", "--data", "d.csv"}).complaint.find("excludes"),
+        std::string::npos);
+    EXPECT_EQ(parsedShots({"--pose", "euler"}).complaint,
               "--pose: 'euler' is no form of poses; there are 'origin+direction', 'xyz', 'xyz+zyx-deg', "
               "'xyz+xyz-deg', 'rotvec', 'quat-wxyz' and 'quat-xyzw'");
-    EXPECT_EQ(parsed({"--tool", "1,2,3"}).complaint, "--tool: '1,2,3' is not of the form X,Y,Z,A,B,C");
-    EXPECT_EQ(parsed({"--beam-axis", "w"}).complaint,
+    EXPECT_EQ(parsedShots({"--tool", "1,2,3"}).complaint, "--tool: '1,2,3' is not of the form X,Y,Z,A,B,C");
+    EXPECT_EQ(parsedShots({"--beam-axis", "w"}).complaint,
               "--beam-axis: 'w' is no axis; write x, y, z, -x, -y, -z or X,Y,Z");
-    EXPECT_EQ(parsed({"--columns", "a=1,b"}).complaint, "--columns: 'a=1,b' names some columns and counts "
-                                                        "others; write NAME=COLUMN for each, or names alone");
-    EXPECT_EQ(parsed({"--lag", "soon"}).complaint, "--lag: 'soon' is not a number");
+    EXPECT_EQ(parsedShots({"--columns", "a=1,b"}).complaint,
+              "--columns: 'a=1,b' names some columns and counts "
+              "others; write NAME=COLUMN for each, or names alone");
+    EXPECT_EQ(parsedShots({"--lag", "soon"}).complaint, "--lag: 'soon' is not a number");
 }
 
 } // namespace

@@ -119,7 +119,7 @@ inline bool isInDisc(std::size_t u, std::size_t v, double centreU, double centre
            radius;
 }
 
-inline void setState(Result& result, std::size_t pixel, PixelState state) {
+inline void setPixelState(Result& result, std::size_t pixel, PixelState state) {
     result.states[pixel] = state;
     if (state == PixelState::NoSurface) {
         result.areas[pixel] = 0.0;
@@ -159,14 +159,14 @@ inline Result measuredSheet() {
         std::size_t const u = pixel % result.width;
         std::size_t const v = pixel / result.width;
         if (isInDisc(u, v, 170, 110, 18) || u + v < 40) {
-            setState(result, pixel, PixelState::NoSurface);
+            setPixelState(result, pixel, PixelState::NoSurface);
         } else if (isInDisc(u, v, 60, 50, 8)) {
-            setState(result, pixel, PixelState::NoEcho);
+            setPixelState(result, pixel, PixelState::NoEcho);
         } else if (u >= 100 && u < 130 && v >= 20 && v < 30) {
-            setState(result, pixel, PixelState::NotReached);
+            setPixelState(result, pixel, PixelState::NotReached);
             result.filledFrom[pixel] = u < 104 ? static_cast<std::uint32_t>(pixel - (u - 99)) : Result::none;
         } else if (u >= 200 && u < 225 && v >= 30 && v < 36) {
-            setState(result, pixel, PixelState::Refused);
+            setPixelState(result, pixel, PixelState::Refused);
         } else if (isInDisc(u, v, 120, 110, 6)) {
             result.states[pixel] = PixelState::Saturated;
             result.values[0].values[pixel] = 100.0;
