@@ -149,7 +149,7 @@ std::string shareText(double part, double whole) {
     return toShortText(whole > 0.0 ? percent * part / whole : 0.0, 3) + " %";
 }
 
-std::vector<Entry> legendOf(Result const& result, bool isOfStates) {
+std::vector<Entry> legendOf(Result const& result, bool isOfStates, bool isOfSpots) {
     std::array<double, pixelStateCount> areas{};
     std::array<std::size_t, pixelStateCount> counts{};
     double whole = 0.0;
@@ -172,8 +172,9 @@ std::vector<Entry> legendOf(Result const& result, bool isOfStates) {
                           state == PixelState::NoSurface ? name : name + ": " + shareText(areas[i], whole)});
     }
     if (filled > 0.0 && !isOfStates) {
-        legend.push_back(
-            {white, "no shot of its own, shown by the nearest: " + shareText(filled, whole), true});
+        std::string const how =
+            isOfSpots ? "within the spot of one, for looking alone: " : "shown by the nearest: ";
+        legend.push_back({white, "no shot of its own, " + how + shareText(filled, whole), true});
     }
     return legend;
 }
@@ -460,7 +461,7 @@ Image valuePicture(Result const& result, ValueMap const& map, ValuePictureOption
     frame.colouring = colouringOf(values, options);
     frame.title = titleOf(map);
     frame.notes = {rangeNote(values), scaleNote(result)};
-    frame.legend = legendOf(result, false);
+    frame.legend = legendOf(result, false, options.isOfSpots);
     frame.above = countText(values, "above", frame.colouring->scale.high, 1.0);
     frame.below = countText(values, "below", frame.colouring->scale.low, -1.0);
     Image image = mapImage(
@@ -474,7 +475,7 @@ Image statePicture(Result const& result) {
     Surround frame;
     frame.title = "States";
     frame.notes = {scaleNote(result)};
-    frame.legend = legendOf(result, true);
+    frame.legend = legendOf(result, true, false);
     Image const image =
         mapImage(result, false, [&](std::size_t pixel) { return stateColour(result.states[pixel]); });
     return Sheet(result, image, frame).draw();
@@ -537,10 +538,16 @@ void drawResult(PictureOptions const& options, ProgressListener* listener) {
     record.setting("bands", options.style.bands);
     Outputs outputs(record);
     outputs.add(options.image);
-    Result const result = readResult(options.result);
+    record.setting("spot", options.spot);
+    Result result = readResult(options.result);
+    ValuePictureOptions style = options.style;
+    if (options.spot) {
+        fill(result, 0.5 * *options.spot);
+        style.isOfSpots = true;
+    }
     Image const image = options.value.empty()
                             ? statePicture(result)
-                            : valuePicture(result, valueMapOf(result, options.value), options.style);
+                            : valuePicture(result, valueMapOf(result, options.value), style);
     writePng(outputs.at(options.image), image);
     outputs.commit(listener);
 }

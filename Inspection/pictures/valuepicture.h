@@ -27,6 +27,7 @@ struct ValuePictureOptions {
     std::optional<std::array<double, 2>> limits; ///< of the colours; over the bulk of the values if not given
     std::vector<double> bands;                   ///< if any, colours change at these values alone; they rise
     ColourMap map = ColourMap::Colour;
+    bool isOfSpots = false; ///< what was filled are the spots of shots, which the legend then says
     std::vector<std::vector<FlatPoint>> outlines{}; ///< closed lines to draw, in pixels of the result
     std::vector<std::pair<FlatPoint, std::string>>
         labels{}; ///< texts to write, each beside a place in pixels
@@ -62,6 +63,9 @@ struct PictureOptions {
     std::filesystem::path result;
     std::string value; ///< its name or quantity; if empty, the states
     ValuePictureOptions style;
+    /// Paint each shot as a spot of this diameter along the surface, for looking alone: in place of what the
+    /// result was filled with.
+    std::optional<double> spot;
     std::filesystem::path image;
 };
 

@@ -57,6 +57,36 @@ TEST(MeasuredCommands, theProgramPlacesATableOfShots) {
     EXPECT_EQ(itemIn(info.output, "  fits"), "yes");
 }
 
+TEST(MeasuredCommands, theProgramDrawsAValueOfAResult) {
+    ScratchDirectory const directory;
+    writeExample(directory);
+    ASSERT_EQ(run(directory, scanWith({})).status, 0);
+    for (auto const& style : std::vector<std::vector<std::string>>{
+             {"--value", "amplitude"},
+             {"--value", "amplitude:max", "--limits", "0,100", "--map", "grey"},
+             {"--value", "tof", "--bands", "0,1,2,4"},
+             {"--value", "amplitude", "--spot", "3", "--map", "diverging"},
+             {}}) {
+        std::vector<std::string> arguments{"picture", "r.h5", "p.png"};
+        arguments.insert(arguments.end(), style.begin(), style.end());
+        Outcome const outcome = run(directory, arguments);
+        EXPECT_EQ(outcome.status, 0) << outcome.errors;
+        EXPECT_GT(coloursOf(directory / "p.png"), 3U);
+    }
+    for (Mistake const& mistake :
+         std::vector<Mistake>{{{"picture", "r.h5", "p.png", "--value", "depth"},
+                               "there is no value 'depth'; the result has amplitude:max, tof:min, "
+                               "standoff:mean, incidence:max"},
+                              {{"picture", "r.h5", "p.png", "--value", "tof", "--limits", "2,1"},
+                               "--limits: '2,1' does not rise"},
+                              {{"picture", "r.h5", "p.png", "--value", "tof", "--bands", "2"},
+                               "--bands: '2' is not two numbers or more that rise"},
+                              {{"picture", "g.quads", "p.png"},
+                               "g.quads: is no result of a scan; 'cscan scan --data' writes one"}}) {
+        expectComplaint(directory, mistake);
+    }
+}
+
 TEST(MeasuredCommands, whatIsRequiredAndNotMetEndsWithStatus3) {
     ScratchDirectory const directory;
     writeExample(directory);

@@ -52,6 +52,11 @@ Command addPicture(CLI::App& app) {
                      "Values at which the colours change, such as 0,1,2,4, in place of a smooth scale")
         ->check(reading(options->style.bands, bandsIn))
         ->type_name("A,B,...");
+    picture
+        ->add_option("--spot",
+                     "Paint each shot as a spot of this diameter on the part; for looking, measures nothing")
+        ->check(reading(options->spot, positiveNumberIn))
+        ->type_name("D");
     std::map<std::string, ColourMap> const maps{
         {"colour", ColourMap::Colour}, {"grey", ColourMap::Grey}, {"diverging", ColourMap::Diverging}};
     picture->add_option("--map", "Colours: colour (if not given), grey, or diverging for values around zero")
