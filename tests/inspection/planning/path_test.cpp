@@ -318,8 +318,8 @@ TEST(PathCheck, MeasuresWhatDiscsThatOnlyTouchLeaveOpen) {
     settings.footprint = 1.0;
     PathCheck const check = checkPath(grid, pathOver(grid, settings), settings);
     EXPECT_NEAR(std::numbers::pi / 4.0, check.coverage.reachedShare(), 0.01);
-    EXPECT_GT(check.coverage.longestGap, 0.5);
-    EXPECT_LT(check.coverage.longestGap, 1.0);
+    // The largest disc that fits between four that touch.
+    EXPECT_NEAR(std::sqrt(2.0) - 1.0, check.coverage.longestGap, 0.1);
 }
 
 TEST(PathCheck, TellsShotsThatMiss) {
