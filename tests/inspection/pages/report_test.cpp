@@ -275,7 +275,8 @@ TEST_F(ReportTest, inputsThatAreAsTheyWereFit) {
     EXPECT_TRUE(outcome.isAsRecorded());
     EXPECT_NE(html.find("2 of 2 inputs are as they were when scanned; the result fits its record."),
               std::string::npos);
-    for (Json const& input : record().at("inputs")) {
+    Json const told = record();
+    for (Json const& input : told.at("inputs")) {
         EXPECT_NE(html.find("<code>" + input.at("sha256").get<std::string>() + "</code>"), std::string::npos);
     }
 }
