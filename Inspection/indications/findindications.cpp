@@ -172,6 +172,7 @@ private:
             }
         }
         std::vector<std::vector<Oriented>> rims;
+        rims.reserve(members.size());
         for (Member const& member : members) {
             rims.push_back(options.merge > 0.0 ? member.rim : std::vector<Oriented>());
         }

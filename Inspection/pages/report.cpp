@@ -35,6 +35,7 @@ Coverage coverageOf(Result const& result, ReportRecord const& record) {
 
 std::vector<ValueMap const*> valuesToShow(Result const& result, std::vector<std::string> const& names) {
     std::vector<ValueMap const*> values;
+    values.reserve(names.size());
     for (std::string const& name : names) {
         values.push_back(&valueMapOf(result, name));
     }

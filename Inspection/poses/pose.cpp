@@ -152,6 +152,7 @@ std::vector<std::string> missingNames(Found const& found, std::vector<Names> con
 
 std::string columnList(std::vector<NamedColumn> const& columns) {
     std::vector<std::string> names;
+    names.reserve(columns.size());
     for (NamedColumn const& column : columns) {
         names.push_back(column.name);
     }

@@ -130,8 +130,8 @@ private:
     void inheritFrom(std::filesystem::path const& file);
 };
 
-/// The text of a run's record for a result that carries it within: all but the result's own bytes. Fails if an
-/// input has changed since it was added. The listener may stop the reading.
+/// The text of a run's record for a result that carries it within: all but the result's own bytes. Fails if
+/// an input has changed since it was added. The listener may stop the reading.
 QELT_INSPECTION_EXPORT std::string innerRecordOf(Record const& record, ProgressListener* listener);
 
 /// Where the record of a result lies: beside it, with ".json" behind its name.

@@ -204,16 +204,20 @@ std::array<double, 3> placeOf(Result const& result, std::size_t pixel) {
 }
 
 void setPlace(Result const& result, std::vector<std::size_t> const& members, UnreachedPatch& patch) {
+    auto const placeInRow = [&](std::size_t pixel) { return static_cast<double>(pixel % result.width); };
+    auto const rowOf = [&](std::size_t pixel) {
+        std::size_t const row = pixel / result.width;
+        return static_cast<double>(row);
+    };
     double u = 0.0;
     double v = 0.0;
     for (std::size_t const pixel : members) {
-        u += static_cast<double>(pixel % result.width);
-        v += static_cast<double>(pixel / result.width);
+        u += placeInRow(pixel);
+        v += rowOf(pixel);
     }
     auto const count = static_cast<double>(members.size());
     auto const distance = [&](std::size_t pixel) {
-        return std::hypot(static_cast<double>(pixel % result.width) - u / count,
-                          static_cast<double>(pixel / result.width) - v / count);
+        return std::hypot(placeInRow(pixel) - u / count, rowOf(pixel) - v / count);
     };
     std::size_t const nearest =
         *std::min_element(members.begin(), members.end(),

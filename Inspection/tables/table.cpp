@@ -14,9 +14,9 @@
 
 // How a table is written is settled by its first lines, as far as a block and a few hundred lines reach, so
 // that a pipe can be read, too. The first line of data is a heading if it holds words and no number, or
-// more words than numbers and one where the next line has a number; a comment before the data is one if it has
-// as many words as these have fields. A line of known units below a heading belongs to it. "sep=;" in the first
-// line is what spreadsheets write for each other, and is believed.
+// more words than numbers and one where the next line has a number; a comment before the data is one if it
+// has as many words as these have fields. A line of known units below a heading belongs to it. "sep=;" in the
+// first line is what spreadsheets write for each other, and is believed.
 //
 // A line is read by the fast way, which parses numbers where they stand and gives up at the first oddity: a
 // quotation, a wrong number of fields, what is no number. Then the careful way splits the line and finds the

@@ -84,8 +84,7 @@ TEST(ReportCommand, saysInOneLineWhatIsWrong) {
          "f.json: is no JSON object, such as {\"part\": \"Blade 7\", \"operator\": \"...\"}"},
         {{"report", "g.quads", "out.html"},
          "g.quads: is no result of a scan; 'cscan scan --data' writes one"},
-        {{"report", "r.h5", "r.h5"},
-         "r.h5: is also the input"},
+        {{"report", "r.h5", "r.h5"}, "r.h5: is also the input"},
         {{"report", "r.h5", "out.html", "--value", "height"},
          "there is no value 'height'; the result has amplitude:max, standoff:mean, incidence:max"},
     };

@@ -70,7 +70,8 @@ std::array<Vector, 4> ResultSurface::cornersOf(std::size_t pixel) const {
 
 Vector ResultSurface::pointAt(std::size_t pixel, FlatPoint const& at) const {
     double const s = at.getU() - static_cast<double>(pixel % result.width);
-    double const t = at.getV() - static_cast<double>(pixel / result.width);
+    std::size_t const row = pixel / result.width;
+    double const t = at.getV() - static_cast<double>(row);
     return between(cornersOf(pixel), {s, t});
 }
 
@@ -85,7 +86,8 @@ Vector ResultSurface::normalOf(std::size_t pixel) const {
 }
 
 FlatPoint ResultSurface::middleOf(std::size_t pixel) const {
-    return {static_cast<double>(pixel % result.width) + 0.5, static_cast<double>(pixel / result.width) + 0.5};
+    std::size_t const row = pixel / result.width;
+    return {static_cast<double>(pixel % result.width) + 0.5, static_cast<double>(row) + 0.5};
 }
 
 std::optional<std::size_t> ResultSurface::neighbourOf(std::size_t pixel, int du, int dv) const {
@@ -145,7 +147,8 @@ SurfacePlace ResultSurface::footOf(Vector const& point, std::size_t from) const 
     FlatPoint at = middleOf(from);
     for (int i = 0; i < maxSteps; ++i) {
         auto const left = static_cast<double>(pixel % result.width);
-        auto const bottom = static_cast<double>(pixel / result.width);
+        std::size_t const row = pixel / result.width;
+        auto const bottom = static_cast<double>(row);
         FlatPoint const step = stepTowards(point, cornersOf(pixel), {at.getU() - left, at.getV() - bottom});
         FlatPoint const next(at.getU() + step.getU(), at.getV() + step.getV());
         auto const over = neighbourOf(pixel, static_cast<int>(std::floor(next.getU() - left)),

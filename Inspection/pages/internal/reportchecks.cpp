@@ -87,6 +87,7 @@ std::vector<CheckedInput> checkedInputs(std::vector<ReportRecord::Input> const& 
     std::vector<std::filesystem::path> folders{options.result.parent_path()};
     folders.insert(folders.end(), options.inputFolders.begin(), options.inputFolders.end());
     std::vector<CheckedInput> checked;
+    checked.reserve(inputs.size());
     for (ReportRecord::Input const& input : inputs) {
         checked.push_back({input.name, input.byteCount, input.sha256, stateOf(input, folders, listener)});
     }

@@ -444,6 +444,7 @@ Html groupTable(IndicationTable const& table, std::vector<std::string> const& gr
     std::vector<std::vector<Html>> lines;
     for (auto const& row : table.rows) {
         std::vector<Html> line;
+        line.reserve(columns.size());
         for (std::size_t const column : columns) {
             line.push_back(cellHtml(table.columns[column], row[column]));
         }
