@@ -71,8 +71,7 @@ Target targetOf(MeasuredScanOptions const& options) {
 bool doComeFromBehind(ShotBlock const& block, SureSearch const& search) {
     std::ptrdiff_t behind = 0;
     for (std::size_t shot = 0; shot < block.size(); ++shot) {
-        Beam const& beam = block.beams[shot];
-        Hit const hit = block.hasDirection[shot] ? search.find(beam) : search.findNearest(beam.origin);
+        Hit const hit = hitOfShot(search, block, shot);
         if (hit.isHit() && hit.isMeasured) {
             behind += hit.isFromBehind() ? 1 : -1;
         }
@@ -342,7 +341,7 @@ MeasuredScan measuredScan(MeasuredScanOptions const& options, ProgressListener* 
     ShotBlock block;
     reader.read(block, shotsAtATime);
     MeasuredScan scan;
-    scan.hasFlippedNormals = options.doFlipNormals.value_or(doComeFromBehind(block, *target.search));
+    scan.hasFlippedNormals = options.doFlipNormals ? *options.doFlipNormals : doComeFromBehind(block, *target.search);
     target.flip(scan.hasFlippedNormals);
     Result pixels = target.pixels(scan.hasFlippedNormals);
     pixels.move = {move.getdX(), move.getdY(), move.getdZ()};

@@ -95,7 +95,7 @@ ShotAccumulator::ShotAccumulator(Result pixels, SureSearch const& newSearch, Sho
 
 ShotAccumulator::~ShotAccumulator() = default;
 
-Hit ShotAccumulator::hitOf(ShotBlock const& block, std::size_t shot) const {
+Hit hitOfShot(SureSearch const& search, ShotBlock const& block, std::size_t shot) {
     Beam const& beam = block.beams[shot];
     return block.hasDirection[shot] ? search.find(beam) : search.findNearest(beam.origin);
 }
@@ -175,7 +175,7 @@ void ShotAccumulator::keep(ShotBlock const& block, std::size_t shot, Hit const& 
 
 void ShotAccumulator::add(ShotBlock const& block) {
     for (std::size_t shot = 0; shot < block.size(); ++shot) {
-        Hit const hit = hitOf(block, shot);
+        Hit const hit = hitOfShot(search, block, shot);
         Outcome const outcome = outcomeOf(block, shot, hit);
         if (writer != nullptr) {
             keep(block, shot, hit, outcome);

@@ -40,6 +40,9 @@ struct ShotFigures {
         residual; ///< measured standoff less that of the poses, in the part's unit, of those that count
 };
 
+/// Where a shot meets the surface: along its direction, or, if only its place is known, at the nearest place.
+Hit hitOfShot(SureSearch const& search, ShotBlock const& block, std::size_t shot);
+
 /// Takes shots, block after block, to the pixels that they meet. The memory is that of the pixels: 8 to 24
 /// bytes for each value besides the result; a median keeps 16 bytes a shot on disk.
 class QELT_INSPECTION_EXPORT ShotAccumulator {
@@ -71,7 +74,6 @@ private:
     std::unique_ptr<Values> values;
     ShotRows rows;
 
-    Hit hitOf(ShotBlock const& block, std::size_t shot) const;
     std::uint32_t pixelOf(Hit const& hit) const;
     ShotRows::Outcome outcomeOf(ShotBlock const& block, std::size_t shot, Hit const& hit);
     ShotRows::Outcome outcomeOfEcho(std::uint32_t pixel, ShotValues const& shot);

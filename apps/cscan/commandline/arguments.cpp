@@ -48,6 +48,15 @@ double nonNegativeNumberIn(std::string_view text) {
     return number;
 }
 
+double percentIn(std::string_view text) {
+    constexpr double whole = 100.0;
+    double const share = nonNegativeNumberIn(text);
+    if (share > whole) {
+        complain(text, "is more than 100 percent");
+    }
+    return share;
+}
+
 std::vector<double> numbersIn(std::string_view text, std::string_view form) {
     std::vector<double> numbers;
     for (std::string_view const part : partsOf(text, form)) {

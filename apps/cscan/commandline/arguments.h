@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Inspection/records/failure.h"
 #include "apps/cscan/commandline/usageerror.h"
 #include "apps/cscan/names.h"
 
@@ -22,6 +23,9 @@ namespace cscan {
 double numberIn(std::string_view text);
 double positiveNumberIn(std::string_view text);
 double nonNegativeNumberIn(std::string_view text);
+
+/// From 0 to 100.
+double percentIn(std::string_view text);
 
 /// Numbers with commas between, as many as `form` names, such as "X,Y,Z".
 std::vector<double> numbersIn(std::string_view text, std::string_view form);
@@ -48,6 +52,18 @@ inline auto wholeNumberFrom(unsigned long least,
 template <class Value>
 auto oneOf(std::map<std::string, Value> values) {
     return [values](std::string_view text) { return values.at(std::string(text)); };
+}
+
+/// Reads with a function of the library, whose complaint is one about the command line here.
+template <class Read>
+auto usage(Read read) {
+    return [read](std::string_view text) {
+        try {
+            return read(text);
+        } catch (QELT::Inspection::Failure const& failure) {
+            throw UsageError(failure.what());
+        }
+    };
 }
 
 /// The validator that checks an option's text by reading it, with `read`, and keeps what was read in

@@ -1,6 +1,5 @@
 #include "apps/cscan/commandline/measuringoptions.h"
 
-#include "Inspection/records/failure.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commandline/shotoptions.h"
 
@@ -13,32 +12,12 @@ namespace {
 constexpr double rightAngle = 90.0;
 constexpr double percent = 100.0;
 
-/// Reads with a function of the library, whose complaint is one about the command line here.
-template <class Read>
-auto usage(Read read) {
-    return [read](std::string_view text) {
-        try {
-            return read(text);
-        } catch (QELT::Inspection::Failure const& failure) {
-            throw UsageError(failure.what());
-        }
-    };
-}
-
 double angleIn(std::string_view text) {
     double const angle = positiveNumberIn(text);
     if (angle > rightAngle) {
         throw UsageError("'" + std::string(text) + "' is more than 90 degrees off head-on");
     }
     return angle;
-}
-
-double percentIn(std::string_view text) {
-    double const share = nonNegativeNumberIn(text);
-    if (share > percent) {
-        throw UsageError("'" + std::string(text) + "' is more than 100 percent");
-    }
-    return share;
 }
 
 /// An option that may be given several times.

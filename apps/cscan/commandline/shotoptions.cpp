@@ -1,6 +1,5 @@
 #include "apps/cscan/commandline/shotoptions.h"
 
-#include "Inspection/records/failure.h"
 #include "apps/cscan/commandline/arguments.h"
 
 namespace cscan {
@@ -8,18 +7,6 @@ namespace cscan {
 namespace {
 
 using Options = std::vector<CLI::Option*>;
-
-/// Reads with a function of the library, whose complaint is one about the command line here.
-template <class Read>
-auto usage(Read read) {
-    return [read](std::string_view text) {
-        try {
-            return read(text);
-        } catch (QELT::Inspection::Failure const& failure) {
-            throw UsageError(failure.what());
-        }
-    };
-}
 
 std::string unitIn(std::string_view text) {
     return std::string(text);

@@ -34,14 +34,6 @@ RigidMotion motionIn(std::string_view text) {
     return {QELT::Simulation::rotationZyx(n[3], n[4], n[5]), Vector(n[0], n[1], n[2])};
 }
 
-double percentIn(std::string_view text) {
-    double const percent = nonNegativeNumberIn(text);
-    if (percent > 100.0) {
-        throw UsageError("'" + std::string(text) + "' is more than 100 percent");
-    }
-    return percent;
-}
-
 /// An option whose text changes the case, once `read` has found it good.
 template <class Read, class Change>
 void addChange(CLI::App& command, RawSimulation& raw, std::string const& name, std::string const& valueName,
