@@ -29,7 +29,7 @@ constexpr double paraboloidShare = 0.5;
 constexpr double paraboloidPlace = 1024.0;
 
 /// The way from a cloud's coordinates to those of the fit and back.
-struct Frame {
+struct UnitFrame {
     Point origin;
     double scale = 1.0;
     Point fitOrigin{};
@@ -48,7 +48,7 @@ Point centroidOf(std::vector<Point> const& points) {
 }
 
 /// The frame about `origin` in which distances to it have the root mean square 1.
-Frame unitFrame(std::vector<Point> const& points, Point const& origin) {
+UnitFrame unitFrame(std::vector<Point> const& points, Point const& origin) {
     double sum = 0.0;
     for (Point const& point : points) {
         sum += (point - origin).lSqr();
@@ -72,7 +72,7 @@ std::vector<T> thinned(std::vector<T> const& list, std::size_t most) {
     return result;
 }
 
-std::vector<Point> toFit(Frame const& frame, std::vector<Point> points) {
+std::vector<Point> toFit(UnitFrame const& frame, std::vector<Point> points) {
     std::transform(points.begin(), points.end(), points.begin(),
                    [&](Point const& point) { return frame.toFit(point); });
     return points;
@@ -107,7 +107,7 @@ void measure(std::vector<Point> const& points, FitQuality& quality, Residual res
 
 SphereFit fitSphere(std::vector<Point> const& points) {
     requireCount(points.size(), 4);
-    Frame const frame = unitFrame(points, centroidOf(points));
+    UnitFrame const frame = unitFrame(points, centroidOf(points));
     auto const used = toFit(frame, thinned(points, maxSpherePoints));
     SphereFit fit;
     Point centre;
@@ -122,7 +122,7 @@ SphereFit fitSphere(std::vector<Point> const& points) {
 
 CylinderFit fitCylinder(OrientedCloud const& cloud) {
     requireCount(cloud.points.size(), 3);
-    Frame const frame = unitFrame(cloud.points, centroidOf(cloud.points));
+    UnitFrame const frame = unitFrame(cloud.points, centroidOf(cloud.points));
     auto const used = toFit(frame, thinned(cloud.points, maxCylinderPoints));
     auto normals = thinned(cloud.normals, maxCylinderPoints);
     for (Vector& normal : normals) {
@@ -143,7 +143,7 @@ CylinderFit fitCylinder(OrientedCloud const& cloud) {
 
 ParaboloidFit fitParaboloid(std::vector<Point> const& points) {
     requireCount(points.size(), 3);
-    Frame frame = unitFrame(points, points.front());
+    UnitFrame frame = unitFrame(points, points.front());
     auto const chosen = thinned(points, maxParaboloidPoints);
     double sum = 0.0;
     for (Point const& point : toFit(frame, chosen)) {

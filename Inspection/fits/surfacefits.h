@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Inspection/export.h"
+#include "Inspection/import/part.h"
 #include "Inspection/import/xyzfile.h"
 
 #include <cstddef>
@@ -58,7 +59,7 @@ enum class FitSurface { Sphere, Cylinder, Paraboloid };
 
 struct FitOptions {
     FitSurface surface = FitSurface::Sphere;
-    std::filesystem::path cloud; ///< points of any format, of a mesh its points; for a cylinder with normals
+    PlacedPart cloud; ///< points of any format, of a mesh its points; for a cylinder with normals
 };
 
 using FitResult = std::variant<SphereFit, CylinderFit, ParaboloidFit>;

@@ -108,11 +108,11 @@ std::shared_ptr<Mesh> Preparation::makeMesh() const {
     mesh->setProgressListener(listener);
     if (reconstruction) {
         naming(part, [&] { mesh->construct(reconstruction->surface.points, reconstruction->surface.faces); });
-        mesh->setFileName(options.part.stem().string());
+        mesh->setFileName(options.part.file.stem().string());
     } else {
         explaining(
             options.part, [&] { return readFaces(options.part).mesh; },
-            [&] { fillMesh(*mesh, source, options.part); });
+            [&] { fillMesh(*mesh, source, options.part.file); });
     }
     return mesh;
 }
@@ -121,7 +121,7 @@ void Preparation::load(Record& record) {
     Stopwatch const watch;
     source = loadPart(options.part);
     std::error_code ignored;
-    if (source.report.liesFarOut() && !std::filesystem::exists(cutFileOf(options.part), ignored)) {
+    if (source.report.liesFarOut() && !std::filesystem::exists(cutFileOf(options.part.file), ignored)) {
         LoadOptions nearOrigin;
         nearOrigin.movesFarParts = true;
         source = loadPart(options.part, nearOrigin); // a cut is read by the core's own loader alone
@@ -133,6 +133,9 @@ void Preparation::load(Record& record) {
     }
     record.setUnit(options.unit.empty() && !record.getUnit() ? source.report.unit : options.unit);
     result.unit = record.getUnitName();
+    if (options.part.frame) {
+        readFrame(*options.part.frame, record.getUnit().value_or("")); // whose unit has to be the grid's
+    }
     if (!source.isMesh()) {
         announce(listener, "Reconstructing...");
         reconstruction = reconstructFrom(source, options.part, options.repair);
@@ -257,7 +260,8 @@ void Preparation::save() {
 
 void addPrepareFiles(PrepareOptions const& options, Record& record, Outputs& outputs) {
     requireUsable(options.resolution, options.part.string());
-    addObjInput(record, options.part);
+    addPart(record, options.part);
+    addCutInput(record, options.part.file);
     addSettings(record, options);
     addGridOutput(outputs, options.grid);
     if (options.flat) {

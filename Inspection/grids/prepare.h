@@ -22,7 +22,7 @@
 namespace QELT::Inspection {
 
 struct PrepareOptions {
-    std::filesystem::path part; ///< mesh or cloud, of any format
+    PlacedPart part;            ///< mesh or cloud, of any format
     std::filesystem::path grid; ///< grid to write, a .quads file
     GridResolution resolution;
     RepairOptions repair;               ///< of the surface through a cloud

@@ -30,8 +30,7 @@ std::filesystem::path cutFileOf(std::filesystem::path const& path) {
     return path.parent_path() / (path.filename().string() + "\\" + path.stem().string() + "_cut_indices.txt");
 }
 
-void addObjInput(Record& record, std::filesystem::path const& path) {
-    record.addInput(path);
+void addCutInput(Record& record, std::filesystem::path const& path) {
     std::error_code ignored;
     if (auto const cut = cutFileOf(path); std::filesystem::exists(cut, ignored)) {
         record.addCompanion(cut);

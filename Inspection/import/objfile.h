@@ -22,8 +22,8 @@ QELT_INSPECTION_EXPORT ObjContents loadObj(Mesh& mesh, std::filesystem::path con
 /// directory.
 QELT_INSPECTION_EXPORT std::filesystem::path cutFileOf(std::filesystem::path const& path);
 
-/// Tells a record what a mesh is read from: the file itself, and its cut where there is one.
-QELT_INSPECTION_EXPORT void addObjInput(Record& record, std::filesystem::path const& path);
+/// Tells a record of the cut that is read with a mesh, where there is one.
+QELT_INSPECTION_EXPORT void addCutInput(Record& record, std::filesystem::path const& path);
 
 /// Adds a mesh to what a run writes. Fails as `Outputs::add` does, and unless the name ends in ".obj".
 QELT_INSPECTION_EXPORT void addObjOutput(Outputs& outputs, std::filesystem::path const& path);

@@ -36,21 +36,30 @@ void requireOptions(LoadOptions const& options) {
 
 bool asksForNothing(LoadOptions const& options) {
     return !options.weldTolerance && options.scale == 1.0 && options.axes == sameAxes &&
-           !options.movesFarParts;
+           !options.movesFarParts && !options.frame;
 }
 
-/// Maps and multiplies the points, which have to stay where single precision reaches: so they are used.
+/// Maps, multiplies and moves the points, which have to stay where single precision reaches: so they are
+/// used.
 void placePoints(PartAsRead& part, LoadOptions const& options, std::string const& source) {
     for (std::size_t i = 0; i < part.points.size(); ++i) {
         part.points[i] = mapped(options.axes, part.points[i]);
         for (double& coordinate : part.points[i]) {
             coordinate *= options.scale;
+        }
+        if (options.frame) {
+            part.points[i] = options.frame->placeOf(part.points[i]);
+        }
+        for (double const coordinate : part.points[i]) {
             require(std::abs(coordinate) <= std::numeric_limits<float>::max(),
                     source + ": point " + std::to_string(i + 1) + " lies too far out");
         }
     }
     for (SpacePoint& normal : part.normals) {
         normal = mapped(options.axes, normal);
+        if (options.frame) {
+            normal = options.frame->directionOf(normal);
+        }
     }
 }
 
@@ -278,22 +287,37 @@ PartAsLoaded makePart(PartAsRead read, std::string const& source, LoadOptions co
     });
 }
 
-PartAsLoaded loadPart(std::filesystem::path const& path, LoadOptions const& options) {
-    PartAsRead read = readPartFile(path);
-    return naming(path.string(), [&] {
+PartAsLoaded loadPart(PlacedPart const& source, LoadOptions const& options) {
+    PartAsRead read = readPartFile(source.file);
+    LoadOptions placing = options;
+    if (source.frame) {
+        placing.frame = readFrame(*source.frame, read.unit);
+    }
+    return naming(source.string(), [&] {
         LoadReport const report = reportOf(read);
-        requireWhole(report, path.string());
-        bool const isForCore = read.isPlainObj && path.extension() == ".obj" && asksForNothing(options);
+        requireWhole(report, source.string());
+        bool const isForCore =
+            read.isPlainObj && source.file.extension() == ".obj" && asksForNothing(placing);
         return isForCore ? partAsInFile(std::move(read), report)
-                         : makePart(std::move(read), path.string(), options);
+                         : makePart(std::move(read), source.string(), placing);
     });
 }
 
-bool isCloudPart(std::filesystem::path const& path) {
+bool isCloudPart(PlacedPart const& source) {
     try {
-        return !readPartFile(path).isMesh();
+        return !readPartFile(source.file).isMesh();
     } catch (Failure const&) {
-        return isCloudFile(path); // who loads it is told why
+        return isCloudFile(source.file); // who loads it is told why
+    }
+}
+
+void addPart(Record& record, PlacedPart const& source) {
+    record.addInput(source.file);
+    if (source.frame) {
+        require(record.getMoves().empty(),
+                source.string() + ": was moved when it was made; give the frame to the part it was made of");
+        addFrame(record, *source.frame);
+        record.setUnit(readFrame(*source.frame, record.getUnit().value_or("")).unit);
     }
 }
 
@@ -318,21 +342,22 @@ std::vector<Point> pointsOf(PartAsLoaded const& part) {
     return points;
 }
 
-std::vector<Point> loadPoints(std::filesystem::path const& path) {
-    return pointsOf(loadPart(path));
+std::vector<Point> loadPoints(PlacedPart const& source) {
+    return pointsOf(loadPart(source));
 }
 
-OrientedCloud loadOrientedPoints(std::filesystem::path const& path) {
-    if (formatOfFile(path) == PartFormat::Table) {
-        return readOrientedCloudFile(path);
+OrientedCloud loadOrientedPoints(PlacedPart const& source) {
+    if (formatOfFile(source.file) == PartFormat::Table && !source.frame) {
+        return readOrientedCloudFile(source.file);
     }
-    PartAsLoaded const part = loadPart(path);
-    require(!part.normals.empty(), path.string() + ": holds no points with normals; name them nx, ny and nz");
+    PartAsLoaded const part = loadPart(source);
+    require(!part.normals.empty(),
+            source.string() + ": holds no points with normals; name them nx, ny and nz");
     OrientedCloud cloud{pointsOf(part), {}};
     for (SpacePoint const& normal : part.normals) {
         cloud.normals.emplace_back(normal[0], normal[1], normal[2]);
         require(cloud.normals.back().lSqr() > 0.0 && std::isfinite(cloud.normals.back().lSqr()),
-                path.string() + ": the normal of point " + std::to_string(cloud.normals.size()) +
+                source.string() + ": the normal of point " + std::to_string(cloud.normals.size()) +
                     " has no usable length");
     }
     return cloud;

@@ -1,17 +1,38 @@
 #pragma once
 
+#include "Inspection/frames/frame.h"
 #include "Inspection/import/axismap.h"
 #include "Inspection/import/objfile.h"
 #include "Inspection/import/partfile.h"
 #include "Inspection/import/xyzfile.h"
 #include "Inspection/names.h"
 
+#include <concepts>
+#include <filesystem>
 #include <optional>
+#include <string>
+#include <utility>
 
 /// Parts made ready: what a file holds, welded, in triangles, without what no triangle needs.
 namespace QELT::Inspection {
 
 using SpacePoint = std::array<double, 3>;
+
+/// Where a part comes from: its file and, if that is in a cell's coordinates, the frame that takes these to
+/// the part's, as `registerPoints` writes it.
+struct PlacedPart {
+    std::filesystem::path file;
+    std::optional<std::filesystem::path> frame;
+
+    PlacedPart() = default;
+
+    template <std::convertible_to<std::filesystem::path> Path>
+    PlacedPart(Path const& newFile, std::optional<std::filesystem::path> newFrame = {})
+        : file(newFile), frame(std::move(newFrame)) {}
+
+    /// The file's name, for messages.
+    std::string string() const { return file.string(); }
+};
 
 struct LoadOptions {
     /// Points no farther apart become one, in the unit of the result. Unless given, STL and glTF files are
@@ -20,6 +41,8 @@ struct LoadOptions {
     double scale = 1.0; ///< what coordinates are multiplied by
     AxisMap axes = sameAxes;
     bool movesFarParts = false; ///< whether a part that `liesFarOut` is brought near the origin
+    /// Takes coordinates, mapped and multiplied, to those of the part.
+    std::optional<Frame> frame = {};
 };
 
 /// About the rounding of coordinates in single precision.
@@ -67,32 +90,35 @@ struct PartAsLoaded {
     bool isMesh() const { return report.isMesh; }
 };
 
-/// Makes a part of what a file says: maps and scales its points, welds them, cuts polygons into triangles
-/// and leaves out those with a point twice and the points of none. No triangle is lost else, and no point is
-/// moved on its own. `source` stands for the file in failures.
+/// Makes a part of what a file says: maps, scales and moves its points, welds them, cuts polygons into
+/// triangles and leaves out those with a point twice and the points of none. No triangle is lost else, and no
+/// point is moved on its own. `source` stands for the file in failures.
 QELT_INSPECTION_EXPORT PartAsLoaded makePart(PartAsRead read, std::string const& source,
                                              LoadOptions const& options = {});
 
-/// Reads a part of any format and makes it ready. An OBJ file that the core's own loader reads as it is
-/// meant is left as it is, if the options ask for nothing; of one in which many points belong to no polygon
-/// it is told that it was cut off.
-QELT_INSPECTION_EXPORT PartAsLoaded loadPart(std::filesystem::path const& path,
-                                             LoadOptions const& options = {});
+/// Reads a part of any format and makes it ready, in its frame if it has one. An OBJ file that the core's own
+/// loader reads as it is meant is left as it is, if the options ask for nothing; of one in which many points
+/// belong to no polygon it is told that it was cut off.
+QELT_INSPECTION_EXPORT PartAsLoaded loadPart(PlacedPart const& source, LoadOptions const& options = {});
 
 /// Whether the file holds points alone; one that cannot be read is judged by its name.
-QELT_INSPECTION_EXPORT bool isCloudPart(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT bool isCloudPart(PlacedPart const& source);
 
 /// Fills the mesh with a part that was loaded from `path`: by the core's loader, with flat coordinates and
 /// the cut file beside it, where the part is as in its file. Fails if it is a cloud.
 QELT_INSPECTION_EXPORT ObjContents fillMesh(Mesh& mesh, PartAsLoaded const& part,
                                             std::filesystem::path const& path);
 
+/// Tells that a run reads a part, and the frame that it is read with. Fails with a frame if the file was
+/// moved when it was made, since the frame is for what it was made of.
+QELT_INSPECTION_EXPORT void addPart(Record& record, PlacedPart const& source);
+
 /// The points in single precision.
 QELT_INSPECTION_EXPORT std::vector<Point> pointsOf(PartAsLoaded const& part);
 
 /// The points of any part in single precision, those of a mesh too; and with normals, which fails where the
 /// file has none.
-QELT_INSPECTION_EXPORT std::vector<Point> loadPoints(std::filesystem::path const& path);
-QELT_INSPECTION_EXPORT OrientedCloud loadOrientedPoints(std::filesystem::path const& path);
+QELT_INSPECTION_EXPORT std::vector<Point> loadPoints(PlacedPart const& source);
+QELT_INSPECTION_EXPORT OrientedCloud loadOrientedPoints(PlacedPart const& source);
 
 } // namespace QELT::Inspection

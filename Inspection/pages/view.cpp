@@ -1,6 +1,7 @@
 #include "Inspection/pages/view.h"
 
 #include "Inspection/grids/gridfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/pages/internal/gridresult.h"
 #include "Inspection/pages/internal/overlays.h"
 #include "Inspection/pages/internal/pagebundle.h"
@@ -43,7 +44,7 @@ PageModel modelOfGrid(ViewOptions const& options, Record const& record) {
 PageModel modelOfPart(ViewOptions const& options, Record const& record) {
     LoadOptions loading;
     loading.movesFarParts = true;
-    PartAsLoaded const part = loadPart(options.input, loading);
+    PartAsLoaded const part = loadPart({options.input, options.frame}, loading);
     require(part.isMesh(),
             options.input.string() +
                 ": is a cloud of points without a surface; build one with 'cscan reconstruct' or "
@@ -81,7 +82,8 @@ void addOverlays(PageModel& model, ViewOptions const& options) {
         addShots(model, *options.shots);
     }
     if (options.path) {
-        addPath(model, *options.path);
+        addPath(model, *options.path,
+                options.frame ? std::optional(readFrame(*options.frame)) : std::nullopt);
     }
     if (options.beam) {
         model.json["beam"] = *options.beam;
@@ -89,7 +91,13 @@ void addOverlays(PageModel& model, ViewOptions const& options) {
 }
 
 void addInputs(Record& record, ViewOptions const& options) {
-    record.addInput(options.input);
+    bool const isPart = !isResultFile(options.input) && !isGridFile(options.input);
+    require(!options.frame || isPart || options.path,
+            "view: a frame goes with a part or with a path; " + options.input.string() + " is neither");
+    addPart(record, {options.input, isPart ? options.frame : std::nullopt});
+    if (options.frame && !isPart) {
+        addFrame(record, *options.frame);
+    }
     for (auto const& table : {options.indications, options.shots, options.path}) {
         if (table) {
             record.addCompanion(*table);

@@ -24,6 +24,8 @@ struct ViewOptions {
     std::optional<std::filesystem::path> path;        ///< a table of poses: x,y,z or ox,oy,oz with dx,dy,dz
     std::optional<double> beam; ///< diameter of the beam on the surface, in the part's unit
     PagePrecision precision = PagePrecision::Steps16;
+    /// Takes the coordinates of a part and of the path to those of the part.
+    std::optional<std::filesystem::path> frame = {};
 };
 
 enum class ViewedKind : std::uint8_t { OfResult, OfGrid, OfPart };

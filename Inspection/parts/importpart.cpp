@@ -104,7 +104,8 @@ void describe(Record& record, ImportOptions const& options, ImportResult const& 
     if (result.isMoved()) {
         record.addMove(Vector(0.0 - result.offset[0], 0.0 - result.offset[1], 0.0 - result.offset[2]));
     }
-    if (!result.unit.empty()) {
+    bool const isToldByFrame = options.in.frame && record.getUnit();
+    if (!result.unit.empty() && !isToldByFrame) {
         record.setUnit(result.unit);
     }
     record.figure("format", nameOf(result.format));
@@ -129,19 +130,22 @@ void describe(Record& record, ImportOptions const& options, ImportResult const& 
 
 ImportResult importPart(ImportOptions const& options, ProgressListener* listener) {
     Record record("import");
-    record.addInput(options.in);
+    addPart(record, options.in);
     require(record.getMoves().empty() || (options.scale == 1.0 && options.axes == sameAxes),
             options.in.string() + ": was moved when it was made; scale and map the part that it was made of");
     Outputs outputs(record);
     addOutput(outputs, options);
     announce(listener, "Reading part");
-    PartAsRead read = readPartFile(options.in);
+    PartAsRead read = readPartFile(options.in.file);
     bool const isCloudAsked = isCloudFile(options.out);
     require(read.isMesh() || isCloudAsked,
             options.in.string() + ": holds points and no polygons; name an output that ends in .xyz");
     announce(listener, "Making part ready");
     bool const wasMesh = read.isMesh();
-    LoadOptions const how{options.weldTolerance, options.scale, options.axes, !options.keepsPlace};
+    LoadOptions how{options.weldTolerance, options.scale, options.axes, !options.keepsPlace};
+    if (options.in.frame) {
+        how.frame = readFrame(*options.in.frame, options.scale == 1.0 ? read.unit : "");
+    }
     PartAsLoaded part =
         makePart(isCloudAsked ? withoutPolygons(std::move(read)) : std::move(read), options.in.string(), how);
     std::optional<PartRepairReport> const repaired =

@@ -9,7 +9,7 @@
 namespace QELT::Inspection {
 
 struct ImportOptions {
-    std::filesystem::path in;
+    PlacedPart in;
     std::filesystem::path out; ///< an .obj file for a mesh, an .xyz file for points
     /// Points no farther apart become one, in the unit of what is written. Unless given, STL and glTF files
     /// are welded within `defaultWeldShare` of the diagonal of their box, others are not.
@@ -26,8 +26,8 @@ struct ImportResult : LoadReport {
 };
 
 /// Reads a part of any format of `readPart`, welds it, cuts polygons into triangles and writes it as what
-/// `prepare` and `reconstruct` read. Points are moved by the map, the scale and, where the part lies far out,
-/// all together by the `offset` of the result; to come back it is added. Throws a `Failure`.
+/// `prepare` and `reconstruct` read. Points are moved by the map, the scale, the frame and, where the part
+/// lies far out, all together by the `offset` of the result; to come back it is added. Throws a `Failure`.
 QELT_INSPECTION_EXPORT ImportResult importPart(ImportOptions const& options,
                                                ProgressListener* listener = nullptr);
 

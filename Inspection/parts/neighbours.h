@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Inspection/export.h"
+#include "Inspection/import/part.h"
 #include "Inspection/names.h"
 
 #include <cstddef>
@@ -10,7 +11,7 @@
 namespace QELT::Inspection {
 
 struct NeighboursOptions {
-    std::filesystem::path cloud; ///< points of any format; of a mesh its points
+    PlacedPart cloud; ///< points of any format; of a mesh its points
     Point place;
     std::size_t count = 1; ///< at least 1
 };

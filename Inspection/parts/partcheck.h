@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Inspection/export.h"
-#include "Inspection/import/partfile.h"
+#include "Inspection/import/part.h"
 #include "Inspection/parts/partfaults.h"
 
 #include <filesystem>
@@ -12,7 +12,7 @@
 namespace QELT::Inspection {
 
 struct CheckOptions {
-    std::filesystem::path part;  ///< of any format that is read
+    PlacedPart part;             ///< of any format that is read
     std::optional<double> pixel; ///< that facets are measured by, in the part's unit; above 0
 };
 

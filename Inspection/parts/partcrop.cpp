@@ -296,7 +296,7 @@ void addFigures(Record& record, CropReport const& report) {
 CropResult cropPart(CropOptions const& options, ProgressListener* listener) {
     std::string const part = options.part.string();
     Record record("crop");
-    record.addInput(options.part);
+    addPart(record, options.part);
     Outputs outputs(record);
     addObjOutput(outputs, options.result);
     requireNoCutBeside(options.result);

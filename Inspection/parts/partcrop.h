@@ -62,7 +62,7 @@ struct CropReport {
 QELT_INSPECTION_EXPORT CropReport cropFaces(FaceMesh& mesh, CropChoice const& choice);
 
 struct CropOptions {
-    std::filesystem::path part;   ///< of any format that is read
+    PlacedPart part;              ///< of any format that is read
     std::filesystem::path result; ///< mesh to write, an OBJ file
     CropChoice choice;
 };

@@ -90,21 +90,26 @@ std::string quoted(std::string const& name) {
     return text + "'";
 }
 
+/// The part as commands are told it.
+std::string wordsFor(PlacedPart const& part) {
+    return quoted(part.string()) + (part.frame ? " --frame " + quoted(part.frame->string()) : "");
+}
+
 /// A name beside the part: "wing.stl" and "_face.obj" give "wing_face.obj".
-std::string beside(std::filesystem::path const& part, std::string const& ending) {
-    return quoted((part.parent_path() / (part.stem().string() + ending)).string());
+std::string beside(PlacedPart const& part, std::string const& ending) {
+    return quoted((part.file.parent_path() / (part.file.stem().string() + ending)).string());
 }
 
 /// For a cloud.
-std::string surfaceCommand(std::filesystem::path const& cloud) {
-    return "cscan reconstruct " + quoted(cloud.string()) + " " + beside(cloud, ".obj");
+std::string surfaceCommand(PlacedPart const& cloud) {
+    return "cscan reconstruct " + wordsFor(cloud) + " " + beside(cloud, ".obj");
 }
 
 /// Puts the faults of one part together.
 class FaultList {
 public:
-    FaultList(FaceMesh const& faceMesh, PartAnalysis const& partAnalysis, std::filesystem::path const& path)
-        : mesh(faceMesh), analysis(partAnalysis), part(path) {}
+    FaultList(FaceMesh const& faceMesh, PartAnalysis const& partAnalysis, PlacedPart const& source)
+        : mesh(faceMesh), analysis(partAnalysis), part(source) {}
 
     std::vector<PartFault> collect() {
         collectBrokenFaces();
@@ -121,7 +126,7 @@ public:
 private:
     FaceMesh const& mesh;
     PartAnalysis const& analysis;
-    std::filesystem::path const& part;
+    PlacedPart const& part;
     std::vector<PartFault> faults;
     std::string foundCrop; ///< the command, once it is looked for
 
@@ -137,13 +142,11 @@ private:
     /// One command that mends all that can be.
     std::string repairCommand() const {
         bool const hasPieces = analysis.pieces.size() > 1 && analysis.coincidentPoints.count == 0;
-        return "cscan import " + quoted(part.string()) + " " + beside(part, "_repaired.obj") + " --repair" +
+        return "cscan import " + wordsFor(part) + " " + beside(part, "_repaired.obj") + " --repair" +
                (hasPieces ? " --keep-largest" : "");
     }
 
-    std::string cropStart() const {
-        return "cscan crop " + quoted(part.string()) + " " + beside(part, "_face.obj");
-    }
+    std::string cropStart() const { return "cscan crop " + wordsFor(part) + " " + beside(part, "_face.obj"); }
 
     bool hasCreases() const { return analysis.largestJump.angle > usualCrease; }
 
@@ -308,7 +311,7 @@ void FaultList::tellTube() {
     constexpr std::string_view axes = "xyz";
     std::string remedy = isClear ? cropCommand() : repairCommand();
     if (cut) {
-        remedy = "cscan cut " + quoted(part.string()) + " " + beside(part, "_slit.obj") + " --metric " +
+        remedy = "cscan cut " + wordsFor(part) + " " + beside(part, "_slit.obj") + " --metric " +
                  (cut->isFromGreatest ? "max" : "min") + " --axis " + axes[cut->axis] + " --across " +
                  axes[cut->normalAxis];
     }
@@ -405,8 +408,7 @@ bool isAnyInTheWay(std::vector<PartFault> const& faults) {
     return std::any_of(faults.begin(), faults.end(), [](PartFault const& fault) { return fault.isInTheWay; });
 }
 
-std::vector<PartFault> faultsOf(FaceMesh const& mesh, PartAnalysis const& analysis,
-                                std::filesystem::path const& part) {
+std::vector<PartFault> faultsOf(FaceMesh const& mesh, PartAnalysis const& analysis, PlacedPart const& part) {
     return FaultList(mesh, analysis, part).collect();
 }
 
@@ -422,12 +424,12 @@ SuggestedMode suggestedModeOf(PartAnalysis const& analysis) {
 }
 
 std::vector<std::string> nextCommands(PartAnalysis const& analysis, std::vector<PartFault> const& faults,
-                                      std::filesystem::path const& part) {
+                                      PlacedPart const& part) {
     if (analysis.faceCount == 0 && analysis.pointCount > 0) {
         return {surfaceCommand(part), "cscan check " + beside(part, ".obj")};
     }
     if (!isAnyInTheWay(faults)) {
-        return {"cscan prepare " + quoted(part.string()) + " " + beside(part, ".quads") + " --pixel " +
+        return {"cscan prepare " + wordsFor(part) + " " + beside(part, ".quads") + " --pixel " +
                 toShortText(analysis.pixel, digits)};
     }
     std::vector<std::string> const repairs = commandsIn(faults, "cscan import ");
@@ -447,7 +449,7 @@ std::vector<std::string> nextCommands(PartAnalysis const& analysis, std::vector<
 }
 
 std::optional<PartFault> faultBehind(std::string const& refusal, FaceMesh const& mesh,
-                                     std::filesystem::path const& part) {
+                                     PlacedPart const& part) {
     auto const kinds = kindsBehind(refusal);
     if (kinds.empty()) {
         return std::nullopt;
@@ -457,18 +459,16 @@ std::optional<PartFault> faultBehind(std::string const& refusal, FaceMesh const&
     return fault == nullptr ? std::nullopt : std::optional(*fault);
 }
 
-std::string explainRefusal(std::string const& refusal, FaceMesh const& mesh,
-                           std::filesystem::path const& part) {
+std::string explainRefusal(std::string const& refusal, FaceMesh const& mesh, PlacedPart const& part) {
     if (auto const fault = faultBehind(refusal, mesh, part)) {
         return fault->causeAndPlace() + "; remedy: " + fault->remedy;
     }
-    return kindsBehind(refusal).empty()
-               ? refusal
-               : refusal + "; see what is wrong with: cscan check " + quoted(part.string());
+    return kindsBehind(refusal).empty() ? refusal
+                                        : refusal + "; see what is wrong with: cscan check " + wordsFor(part);
 }
 
 void rethrowExplained(std::string const& refusal, std::function<FaceMesh()> const& faces,
-                      std::filesystem::path const& part) {
+                      PlacedPart const& part) {
     if (kindsBehind(refusal).empty()) {
         throw;
     }

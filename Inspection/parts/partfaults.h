@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Inspection/export.h"
+#include "Inspection/import/part.h"
 #include "Inspection/parts/partanalysis.h"
 
 #include <cstdint>
@@ -51,7 +52,7 @@ QELT_INSPECTION_EXPORT bool isAnyInTheWay(std::vector<PartFault> const& faults);
 /// All faults of a part, those in the way first. The commands name `part` and what they write beside it.
 /// Where a tube has to be slit, the cut that is named has been tried.
 QELT_INSPECTION_EXPORT std::vector<PartFault> faultsOf(FaceMesh const& mesh, PartAnalysis const& analysis,
-                                                       std::filesystem::path const& part);
+                                                       PlacedPart const& part);
 
 /// Which map is likely to suit a part, and why.
 struct SuggestedMode {
@@ -63,29 +64,27 @@ QELT_INSPECTION_EXPORT SuggestedMode suggestedModeOf(PartAnalysis const& analysi
 
 /// What to type next: where nothing is in the way, the preparation; otherwise the repair with another check
 /// behind it, or the cut.
-QELT_INSPECTION_EXPORT std::vector<std::string> nextCommands(PartAnalysis const& analysis,
-                                                             std::vector<PartFault> const& faults,
-                                                             std::filesystem::path const& part);
+QELT_INSPECTION_EXPORT std::vector<std::string>
+nextCommands(PartAnalysis const& analysis, std::vector<PartFault> const& faults, PlacedPart const& part);
 
 /// What is behind a refusal of the core to build or to flatten a part, of which `refusal` is the text.
 /// Nothing if it is none that is known, or if no fault is found.
 QELT_INSPECTION_EXPORT std::optional<PartFault> faultBehind(std::string const& refusal, FaceMesh const& mesh,
-                                                            std::filesystem::path const& part);
+                                                            PlacedPart const& part);
 
 /// The same as one line of cause, place and remedy. A refusal that is not known is given back.
 QELT_INSPECTION_EXPORT std::string explainRefusal(std::string const& refusal, FaceMesh const& mesh,
-                                                  std::filesystem::path const& part);
+                                                  PlacedPart const& part);
 
 /// Throws the exception at hand anew: as a `Failure` that names the part and explains it, if it is a refusal
 /// that is known, unchanged otherwise. Only to be called where an exception is handled.
-[[noreturn]] QELT_INSPECTION_EXPORT void rethrowExplained(std::string const& refusal,
-                                                          std::function<FaceMesh()> const& faces,
-                                                          std::filesystem::path const& part);
+[[noreturn]] QELT_INSPECTION_EXPORT void
+rethrowExplained(std::string const& refusal, std::function<FaceMesh()> const& faces, PlacedPart const& part);
 
 /// Runs what has the core load, build or flatten a part. A refusal of the core becomes a `Failure` with
 /// cause, place and remedy, for which `faces` is asked for the faces that were refused.
 template <class Action>
-auto explaining(std::filesystem::path const& part, std::function<FaceMesh()> const& faces, Action&& action)
+auto explaining(PlacedPart const& part, std::function<FaceMesh()> const& faces, Action&& action)
     -> decltype(action()) {
     try {
         return std::forward<Action>(action)();

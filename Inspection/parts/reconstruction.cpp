@@ -165,11 +165,11 @@ double lostShare(Reconstruction const& result) {
 
 } // namespace
 
-Reconstruction reconstructFrom(std::filesystem::path const& cloud, RepairOptions const& options) {
+Reconstruction reconstructFrom(PlacedPart const& cloud, RepairOptions const& options) {
     return reconstructFrom(loadPart(cloud), cloud, options);
 }
 
-Reconstruction reconstructFrom(PartAsLoaded const& part, std::filesystem::path const& cloud,
+Reconstruction reconstructFrom(PartAsLoaded const& part, PlacedPart const& cloud,
                                RepairOptions const& options) {
     require(!part.isMesh(), cloud.string() + ": is a mesh already; prepare it as it is");
     auto const points = pointsOf(part);
@@ -194,7 +194,7 @@ Reconstruction reconstructFrom(PartAsLoaded const& part, std::filesystem::path c
 
 ReconstructResult reconstruct(ReconstructOptions const& options, ProgressListener* listener) {
     Record record("reconstruct");
-    record.addInput(options.cloud);
+    addPart(record, options.cloud);
     Outputs outputs(record);
     addObjOutput(outputs, options.part);
     requireNoCutBeside(options.part);

@@ -19,17 +19,15 @@ struct Reconstruction {
 /// spacing of the cloud and told in the report. The core starts at the closest pair of points, on the one
 /// side of it that the points' order tells, and fails if no triangle there faces z; then the other side is
 /// tried, then both with x and with y in the place of z. Failures name the file.
-QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(std::filesystem::path const& cloud,
-                                                      RepairOptions const& options);
+QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(PlacedPart const& cloud, RepairOptions const& options);
 
 /// The same of points that were loaded from the file `cloud`. Fails if they come with triangles.
-QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(PartAsLoaded const& part,
-                                                      std::filesystem::path const& cloud,
+QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(PartAsLoaded const& part, PlacedPart const& cloud,
                                                       RepairOptions const& options);
 
 struct ReconstructOptions {
-    std::filesystem::path cloud; ///< points of the part, of any format
-    std::filesystem::path part;  ///< mesh to write, an OBJ file
+    PlacedPart cloud;           ///< points of the part, of any format
+    std::filesystem::path part; ///< mesh to write, an OBJ file
     RepairOptions repair;
 };
 

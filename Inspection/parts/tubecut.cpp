@@ -118,7 +118,7 @@ namespace {
 constexpr std::array<char const*, 3> axisNames{"x", "y", "z"};
 
 /// What to do where a cut as asked for leads nowhere.
-std::string remedyFor(FaceMesh const& faces, std::filesystem::path const& part) {
+std::string remedyFor(FaceMesh const& faces, PlacedPart const& part) {
     auto const faults = faultsOf(faces, analysePart(faces), part);
     for (PartFault const& fault : faults) {
         if (fault.kind == FaultKind::Tube || fault.kind == FaultKind::Closed ||
@@ -129,24 +129,24 @@ std::string remedyFor(FaceMesh const& faces, std::filesystem::path const& part) 
     return "; remedy: none needed, the mesh is no tube";
 }
 
-/// The mesh of `path` is slit, or the reason named why it can't be.
-CutPlane slit(Mesh& mesh, std::filesystem::path const& path, TubeCut const& cut) {
-    std::string const part = path.string();
+/// The mesh of `tube` is slit, or the reason named why it can't be.
+CutPlane slit(Mesh& mesh, PlacedPart const& tube, TubeCut const& cut) {
+    std::string const part = tube.string();
     FaceMesh const whole = faceMeshOf(mesh);
     std::size_t const rimCount = boundaryLoopsOf(mesh).size();
     if (rimCount == 0) {
-        throw Failure(part + ": the mesh is closed; a cut leads from rim to rim" + remedyFor(whole, path));
+        throw Failure(part + ": the mesh is closed; a cut leads from rim to rim" + remedyFor(whole, tube));
     }
     std::string const start =
         std::string(cut.isFromGreatest ? "greatest " : "least ") + axisNames.at(cut.axis);
     auto const plane = naming(part, [&] { return cutTube(mesh, cut); });
     if (!plane) {
         throw Failure(part + ": no way for a cut from the " + start + " with the surface's normal along " +
-                      axisNames.at(cut.normalAxis) + " there" + remedyFor(whole, path));
+                      axisNames.at(cut.normalAxis) + " there" + remedyFor(whole, tube));
     }
     if (boundaryLoopsOf(mesh).size() >= rimCount) {
         throw Failure(part + ": the cut from the " + start + " leads back to its own rim" +
-                      remedyFor(whole, path));
+                      remedyFor(whole, tube));
     }
     return *plane;
 }
@@ -157,7 +157,8 @@ CutResult cut(CutOptions const& options, ProgressListener* listener) {
     require(options.cut.axis < axisNames.size() && options.cut.normalAxis < axisNames.size(),
             options.part.string() + ": a cut's axes are numbered 0 to 2");
     Record record("cut");
-    addObjInput(record, options.part);
+    addPart(record, options.part);
+    addCutInput(record, options.part.file);
     Outputs outputs(record);
     addObjOutput(outputs, options.result);
     addCutOutput(outputs, options.result);
@@ -166,7 +167,7 @@ CutResult cut(CutOptions const& options, ProgressListener* listener) {
     PartAsLoaded const part = loadPart(options.part);
     explaining(
         options.part, [&] { return readFaces(options.part).mesh; },
-        [&] { fillMesh(mesh, part, options.part); });
+        [&] { fillMesh(mesh, part, options.part.file); });
     CutPlane const plane = slit(mesh, options.part, options.cut);
     saveObj(mesh, options.result, outputs);
     CutResult const result{meshSummaryOf(mesh), plane, cutFileOf(options.result), part.report};

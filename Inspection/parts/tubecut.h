@@ -37,7 +37,7 @@ QELT_INSPECTION_EXPORT std::optional<TubeCut> findTubeCut(FaceMesh const& tube, 
                                                           Point const& secondRim);
 
 struct CutOptions {
-    std::filesystem::path part;   ///< mesh of a tube, of any format
+    PlacedPart part;              ///< mesh of a tube, of any format
     std::filesystem::path result; ///< mesh to write, an OBJ file
     TubeCut cut;
 };

@@ -1,5 +1,6 @@
 #include "Inspection/pictures/footprintpicture.h"
 
+#include "Inspection/frames/frame.h"
 #include "Inspection/grids/gridfile.h"
 #include "Inspection/pictures/internal/figure.h"
 #include "Inspection/pictures/pngfile.h"
@@ -48,6 +49,14 @@ void describe(Record& record, FootprintOptions const& options, Footprint const& 
     }
 }
 
+/// The beam in the part's coordinates.
+SpreadingBeam inPart(SpreadingBeam beam, Frame const& frame) {
+    beam.origin = Point() + frame.moved(beam.origin - Point());
+    beam.axisA = frame.turned(beam.axisA);
+    beam.axisB = frame.turned(beam.axisB);
+    return beam;
+}
+
 } // namespace
 
 Image footprintPictureOf(Grid const& grid, SpreadingBeam const& beam, Footprint const& footprint,
@@ -71,6 +80,10 @@ Footprint drawFootprint(FootprintOptions const& options, ProgressListener* liste
     Grid grid;
     loadGrid(grid, options.grid);
     SpreadingBeam beam = options.beam;
+    if (options.frame) {
+        addFrame(record, *options.frame);
+        beam = inPart(beam, readFrame(*options.frame, record.getUnit().value_or("")));
+    }
     beam.origin = beam.origin + record.getMove();
     Footprint const footprint = naming(options.grid.string(), [&] { return footprintOf(grid, beam); });
     announce(listener, "Drawing...");

@@ -18,6 +18,7 @@ struct FootprintOptions {
     SpreadingBeam beam;
     std::filesystem::path image; ///< picture to write, a PNG file
     std::string unit;            ///< the part's unit of length; if empty, what the inputs' records name
+    std::optional<std::filesystem::path> frame = {}; ///< takes the beam to the part's coordinates
 };
 
 /// Finds the footprint on a grid's file and draws it. Fails if a file cannot be read or written, or if the

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Inspection/export.h"
+#include "Inspection/frames/turn.h"
 #include "Inspection/names.h"
-#include "Inspection/poses/turn.h"
 #include "Inspection/results/coverage.h"
 
 #include <cstddef>

@@ -36,6 +36,17 @@ void writeVector(std::ostream& output, Vector const& vector, int decimals) {
            << ',' << toFixedText(vector.getdZ(), decimals);
 }
 
+/// In the part's own place, and from there back to the cell's.
+PathPose placed(PathPose pose, Vector const& move, std::optional<Frame> const& back) {
+    pose.position = pose.position - move;
+    if (back) {
+        pose.position = back->moved(pose.position);
+        pose.direction = back->turned(pose.direction);
+        pose.turn = back->turn * pose.turn;
+    }
+    return pose;
+}
+
 std::vector<std::string_view> fieldsOf(TextLine const& line) {
     auto fields = splitAtCommas(line.text);
     std::transform(fields.begin(), fields.end(), fields.begin(), trimmed);
@@ -84,16 +95,19 @@ bool hasTimeColumn(TextLine const& line) {
 
 } // namespace
 
-void writePath(std::ostream& output, Path const& path, std::optional<double> speed, Vector const& move) {
+void writePath(std::ostream& output, Path const& path, std::optional<double> speed, Vector const& move,
+               std::optional<Frame> const& frame) {
+    auto const back = frame ? std::optional(frame->getInverse()) : std::nullopt;
     output << heading;
     if (speed) {
         output << ',' << timeColumn;
     }
     output << '\n';
-    for (PathPose const& pose : path.poses) {
+    for (PathPose const& inGrid : path.poses) {
+        PathPose const pose = placed(inGrid, move, back);
         output << std::to_string(pose.line) << ',' << std::to_string(pose.run) << ','
                << kindNames.at(static_cast<std::size_t>(pose.kind));
-        writeVector(output, pose.position - move, placeDecimals);
+        writeVector(output, pose.position, placeDecimals);
         writeVector(output, pose.direction, directionDecimals);
         output << ',' << toFixedText(pose.turn.w, directionDecimals);
         writeVector(output, Vector(pose.turn.x, pose.turn.y, pose.turn.z), directionDecimals);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Inspection/export.h"
+#include "Inspection/frames/frame.h"
 #include "Inspection/planning/path.h"
 #include "Inspection/records/outputs.h"
 
@@ -16,9 +17,10 @@ namespace QELT::Inspection {
 /// Writes a line a pose: line, run and kind ("scan", "overshoot" or "lift"), the probe's place ox,oy,oz, the
 /// beam's direction dx,dy,dz, the probe's turn qw,qx,qy,qz with z along the beam, the way s and, with a
 /// speed, the time t[s]. Numbers are in the part's own place: moved back by `move`, which the grid was moved
-/// by.
+/// by; with a frame, in the coordinates that it takes to the part's.
 QELT_INSPECTION_EXPORT void writePath(std::ostream& output, Path const& path, std::optional<double> speed,
-                                      Vector const& move = Vector(0.0, 0.0, 0.0));
+                                      Vector const& move = Vector(0.0, 0.0, 0.0),
+                                      std::optional<Frame> const& frame = {});
 
 /// A shot of a path that was read.
 struct PlannedShot {

@@ -51,6 +51,10 @@ void addPlanFiles(PlanOptions const& options, Record& record, Outputs& outputs) 
     record.addInput(options.grid);
     record.setUnit(options.unit);
     addSettings(record, options);
+    if (options.frame) {
+        addFrame(record, *options.frame);
+        readFrame(*options.frame, record.getUnit().value_or("")); // whose unit has to be the grid's
+    }
     outputs.add(options.path);
 }
 
@@ -69,7 +73,8 @@ Plan planPath(PlanOptions const& options, ProgressListener* listener, Record& re
     addFigures(record, plan);
     Destination const to = outputs.at(options.path);
     std::ofstream output(to.file);
-    writePath(output, plan.path, options.settings.speed, plan.move);
+    writePath(output, plan.path, options.settings.speed, plan.move,
+              options.frame ? std::optional(readFrame(*options.frame)) : std::nullopt);
     output.close();
     require(bool(output), to.name.string() + ": cannot be written");
     return plan;

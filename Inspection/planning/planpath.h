@@ -17,6 +17,8 @@ struct PlanOptions {
     PathSettings settings;
     std::string unit;                       ///< of lengths; if empty, what the grid's record names
     std::optional<double> requiredCoverage; ///< the least share of the surface that footprints cover, 0 to 1
+    /// Takes a cell's coordinates to the part's: poses are written in those of the cell.
+    std::optional<std::filesystem::path> frame = {};
 };
 
 struct Plan {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Inspection/poses/frame.h"
+#include "Inspection/frames/frame.h"
 
 #include <cstdint>
 #include <filesystem>

@@ -138,18 +138,6 @@ std::vector<double> listOf(Triple const& triple) {
     return {triple[0], triple[1], triple[2]};
 }
 
-/// The rotation's matrix row by row.
-void addMotion(Record& record, std::string const& name, Frame const& motion) {
-    auto const rows = matrixOf(motion.turn);
-    record.setting(name + "Row1", listOf(rows[0]));
-    record.setting(name + "Row2", listOf(rows[1]));
-    record.setting(name + "Row3", listOf(rows[2]));
-    record.setting(name + "Translation", listOf(motion.translation));
-    if (!motion.unit.empty()) {
-        record.setting(name + "Unit", motion.unit);
-    }
-}
-
 void addPoseSettings(Record& record, ShotOptions const& shots) {
     if (shots.pose.dialect) {
         record.setting("pose", nameOf(*shots.pose.dialect));
@@ -341,7 +329,8 @@ MeasuredScan measuredScan(MeasuredScanOptions const& options, ProgressListener* 
     ShotBlock block;
     reader.read(block, shotsAtATime);
     MeasuredScan scan;
-    scan.hasFlippedNormals = options.doFlipNormals ? *options.doFlipNormals : doComeFromBehind(block, *target.search);
+    scan.hasFlippedNormals =
+        options.doFlipNormals ? *options.doFlipNormals : doComeFromBehind(block, *target.search);
     target.flip(scan.hasFlippedNormals);
     Result pixels = target.pixels(scan.hasFlippedNormals);
     pixels.move = {move.getdX(), move.getdY(), move.getdZ()};

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Inspection/export.h"
+#include "Inspection/frames/frame.h"
 #include "Inspection/names.h"
-#include "Inspection/poses/frame.h"
 #include "Inspection/results/result.h"
 
 #include <filesystem>

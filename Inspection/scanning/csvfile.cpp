@@ -78,7 +78,15 @@ void readTable(std::istream& input, std::string const& source, Columns const& co
     });
 }
 
-Beam beamOf(TextLine const& line, Row const& numbers, Vector const& move) {
+/// The row's origin and direction in the part's coordinates.
+Row inPart(Row const& row, Frame const& frame) {
+    Triple const origin = frame.placeOf({row[0], row[1], row[2]});
+    Triple const direction = frame.directionOf({row[3], row[4], row[5]});
+    return {origin[0], origin[1], origin[2], direction[0], direction[1], direction[2]};
+}
+
+Beam beamOf(TextLine const& line, Row const& told, Vector const& move, std::optional<Frame> const& frame) {
+    Row const numbers = frame ? inPart(told, *frame) : told;
     requirePointInReach(line, numbers, 0, "origin");
     Beam const beam{Point(numbers[0] + move.getdX(), numbers[1] + move.getdY(), numbers[2] + move.getdZ()),
                     Vector(numbers[3], numbers[4], numbers[5])};
@@ -111,10 +119,11 @@ void writeHit(std::ostream& output, Hit const& hit, Vector const& move) {
 
 } // namespace
 
-std::vector<Beam> readBeams(std::istream& input, std::string const& source, Vector const& move) {
+std::vector<Beam> readBeams(std::istream& input, std::string const& source, Vector const& move,
+                            std::optional<Frame> const& frame) {
     std::vector<Beam> beams;
     readTable(input, source, beamColumns, [&](TextLine const& line, Row const& numbers) {
-        beams.push_back(beamOf(line, numbers, move));
+        beams.push_back(beamOf(line, numbers, move, frame));
     });
     if (beams.empty()) {
         throw Failure(source + ": holds no beams");
@@ -122,10 +131,11 @@ std::vector<Beam> readBeams(std::istream& input, std::string const& source, Vect
     return beams;
 }
 
-std::vector<Beam> readBeamFile(std::filesystem::path const& path, Vector const& move) {
+std::vector<Beam> readBeamFile(std::filesystem::path const& path, Vector const& move,
+                               std::optional<Frame> const& frame) {
     requireReadable(path);
     std::ifstream input(path);
-    return readBeams(input, path.string(), move);
+    return readBeams(input, path.string(), move, frame);
 }
 
 void writeHits(std::ostream& output, std::vector<Hit> const& hits, ProgressListener* listener,

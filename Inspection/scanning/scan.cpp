@@ -18,7 +18,8 @@ namespace {
 std::vector<Beam> beamsOver(ScanOptions const& options, Vector const& move, bool isEmpty, Point const& low,
                             Point const& high) {
     if (options.beams) {
-        return readBeamFile(*options.beams, move);
+        return readBeamFile(*options.beams, move,
+                            options.frame ? std::optional(readFrame(*options.frame)) : std::nullopt);
     }
     if (isEmpty) {
         throw Failure(options.grids.front().file.string() +
@@ -141,6 +142,11 @@ void addScanFiles(ScanOptions const& options, Record& record, Outputs& outputs) 
     }
     if (options.beams) {
         record.addCompanion(*options.beams);
+    }
+    if (options.frame) {
+        require(options.beams.has_value(), "a frame goes with a table of beams, not with a raster");
+        addFrame(record, *options.frame);
+        readFrame(*options.frame, record.getUnit().value_or("")); // whose unit has to be the grids'
     }
     addSettings(record, options);
     outputs.add(options.hits);

@@ -32,7 +32,8 @@ struct ScanOptions {
     std::filesystem::path hits;                 ///< table of hits to write
     bool doFlipNormals = false;                 ///< take the grids' other side for the outside
     BeamSearch search = BeamSearch::Sure;
-    bool doCompare = false; ///< search both ways, to tell how the walk alone does
+    bool doCompare = false;                          ///< search both ways, to tell how the walk alone does
+    std::optional<std::filesystem::path> frame = {}; ///< takes the table's beams to the part's coordinates
 };
 
 /// What was scanned and what came of it.

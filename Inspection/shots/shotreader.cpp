@@ -50,16 +50,7 @@ std::vector<std::size_t> quantityPlaces(std::vector<NamedColumn> const& columns,
 }
 
 Frame frameOf(ShotOptions const& options) {
-    if (!options.frame) {
-        return {};
-    }
-    Frame const frame = readFrame(*options.frame);
-    std::string const& unit = options.pose.partUnit;
-    bool const isKnown = !frame.unit.empty() && !unit.empty() && frame.unit != unit;
-    require(!isKnown || metresIn(frame.unit) == metresIn(unit),
-            options.frame->string() + ": is in '" + frame.unit + "', the part in '" + unit +
-                "'; register the cell in the part's unit");
-    return frame;
+    return options.frame ? readFrame(*options.frame, options.pose.partUnit) : Frame{};
 }
 
 bool isInReach(Triple const& place) {

@@ -17,9 +17,9 @@ using namespace Architecture;
 namespace {
 
 /// From the ground up: a room's files include those of rooms further to the left.
-constexpr std::array<std::string_view, 16> rooms{
-    "records", "tables", "import",  "parts",       "maps",     "grids",    "scanning", "fits",
-    "poses",   "shots",  "results", "indications", "planning", "pictures", "exports",  "pages"};
+constexpr std::array<std::string_view, 17> rooms{
+    "records", "tables", "frames",  "import",      "parts",    "maps",     "grids",   "scanning", "fits",
+    "poses",   "shots",  "results", "indications", "planning", "pictures", "exports", "pages"};
 
 std::string const umbrellaHeader = "Inspection/inspection.h";
 

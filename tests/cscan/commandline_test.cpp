@@ -46,7 +46,7 @@ TEST(CommandLine, demoGoesIntoTheNamedDirectoryOrIntoOneOfItsOwn) {
 TEST(CommandLine, prepareTriesBothModesUnlessToldOtherwise) {
     auto const drawn = optionsOf<DrawnPrepareOptions>({"prepare", "a.obj", "a.quads", "--quad-area", "0.25"});
     PrepareOptions const& options = drawn.prepare;
-    EXPECT_EQ(options.part, "a.obj");
+    EXPECT_EQ(options.part.file, "a.obj");
     EXPECT_EQ(options.grid, "a.quads");
     EXPECT_EQ(options.resolution.quadArea, 0.25);
     EXPECT_FALSE(options.mode.has_value());

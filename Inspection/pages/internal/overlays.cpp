@@ -169,6 +169,13 @@ Json thinnedOut(std::vector<std::vector<double>> const& places) {
     return {{"count", places.size()}, {"stride", stride}, {"places", shown}};
 }
 
+/// A place and a direction in the part's coordinates.
+std::vector<double> inPart(std::vector<double> const& pose, Frame const& frame) {
+    Triple const place = frame.placeOf({pose[0], pose[1], pose[2]});
+    Triple const direction = frame.directionOf({pose[3], pose[4], pose[5]});
+    return {place[0], place[1], place[2], direction[0], direction[1], direction[2]};
+}
+
 } // namespace
 
 void addIndications(PageModel& model, std::filesystem::path const& table) {
@@ -195,9 +202,13 @@ void addShots(PageModel& model, std::filesystem::path const& table) {
     model.json["shots"] = thinnedOut(placesIn(table, {{"x"}, {"y"}, {"z"}}, {"u", "v"}));
 }
 
-void addPath(PageModel& model, std::filesystem::path const& table) {
-    model.json["path"] =
-        thinnedOut(placesIn(table, {{"ox", "x"}, {"oy", "y"}, {"oz", "z"}, {"dx"}, {"dy"}, {"dz"}}, {}));
+void addPath(PageModel& model, std::filesystem::path const& table, std::optional<Frame> const& frame) {
+    auto poses = placesIn(table, {{"ox", "x"}, {"oy", "y"}, {"oz", "z"}, {"dx"}, {"dy"}, {"dz"}}, {});
+    if (frame) {
+        std::transform(poses.begin(), poses.end(), poses.begin(),
+                       [&](std::vector<double> const& pose) { return inPart(pose, *frame); });
+    }
+    model.json["path"] = thinnedOut(poses);
 }
 
 } // namespace QELT::Inspection

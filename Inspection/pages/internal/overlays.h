@@ -1,8 +1,10 @@
 #pragma once
 
+#include "Inspection/frames/frame.h"
 #include "Inspection/pages/internal/pagemodel.h"
 
 #include <filesystem>
+#include <optional>
 
 namespace QELT::Inspection {
 
@@ -14,8 +16,8 @@ void addIndications(PageModel& model, std::filesystem::path const& table);
 /// taken; it tells how many there are.
 void addShots(PageModel& model, std::filesystem::path const& table);
 
-/// The same for the poses of a path, with the directions.
-void addPath(PageModel& model, std::filesystem::path const& table);
+/// The same for the poses of a path, with the directions, taken to the part's coordinates by the frame.
+void addPath(PageModel& model, std::filesystem::path const& table, std::optional<Frame> const& frame = {});
 
 inline constexpr std::size_t maxShownPlaces = 20000;
 

@@ -43,15 +43,20 @@ Point toPoint(std::array<double, 3> const& place, std::string const& source) {
 
 } // namespace
 
-ReadFaces readFaces(std::filesystem::path const& path) {
-    PartAsRead part = readPartFile(path);
+ReadFaces readFaces(PlacedPart const& source) {
+    PartAsRead part = readPartFile(source.file);
+    if (source.frame) {
+        Frame const frame = readFrame(*source.frame, part.unit);
+        std::transform(part.points.begin(), part.points.end(), part.points.begin(),
+                       [&](Triple const& place) { return frame.placeOf(place); });
+    }
     if (part.format == PartFormat::StlText || part.format == PartFormat::StlBinary ||
         part.format == PartFormat::Gltf) {
         weldPoints(part);
     }
     ReadFaces result{part.format, {}};
     for (auto const& place : part.points) {
-        result.mesh.points.push_back(toPoint(place, path.string()));
+        result.mesh.points.push_back(toPoint(place, source.string()));
     }
     for (std::size_t i = 0; i < part.polygonEnds.size(); ++i) {
         for (auto const& triangle : triangulate(part.polygon(i), part.points).triangles) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Inspection/poses/turn.h"
+#include "Inspection/frames/turn.h"
 
 #include <cstddef>
 #include <optional>

@@ -3,7 +3,7 @@
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commandline/shotoptions.h"
 
-#include <array>
+#include <algorithm>
 
 namespace cscan {
 
@@ -88,7 +88,8 @@ void addAcceptanceOptions(CLI::App& command, RawMeasuring& raw) {
 } // namespace
 
 void addMeasuringOptions(CLI::App& command, RawMeasuring& raw) {
-    auto const tables = addShotOptions(command, raw.options.shots);
+    std::size_t const before = command.get_options().size();
+    addShotOptions(command, raw.options.shots);
     addValueOptions(command, raw.options.quantities);
     addLengthOptions(command, raw);
     addAcceptanceOptions(command, raw);
@@ -101,6 +102,10 @@ void addMeasuringOptions(CLI::App& command, RawMeasuring& raw) {
     command
         .add_option("--result", raw.options.result, "Result to write: the C-scan of what was measured, HDF5")
         ->type_name("OUT.h5");
+    auto const options = command.get_options();
+    std::for_each(options.begin() + static_cast<std::ptrdiff_t>(before), options.end(),
+                  [](CLI::Option* option) { option->group(measuringGroup); });
+    command.get_option("--frame")->group("Options");
 }
 
 bool isMeasuring(CLI::App const& command) {

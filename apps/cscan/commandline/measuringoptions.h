@@ -12,6 +12,9 @@ class Option;
 
 namespace cscan {
 
+/// Of the options that are for measured shots alone.
+inline constexpr char const* measuringGroup = "Options for a table of measured shots";
+
 /// What is to be made of measured shots, as the command line tells it.
 struct RawMeasuring {
     MeasuredScanOptions options; ///< its grids come from elsewhere

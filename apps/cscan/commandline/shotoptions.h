@@ -14,7 +14,7 @@ namespace cscan {
 
 /// Offers what tells of a table of shots, or of one of shots and one of poses: --data, --poses, --shots,
 /// --columns, --pose, --pose-unit, --beam-axis, --tool, --frame, --lag, --max-gap and --skip-bad. What the
-/// user asks for goes to `shots`. Gives the options, --data and --shots first.
-std::vector<CLI::Option*> addShotOptions(CLI::App& command, ShotOptions& shots);
+/// user asks for goes to `shots`.
+void addShotOptions(CLI::App& command, ShotOptions& shots);
 
 } // namespace cscan

@@ -2,6 +2,7 @@
 
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/partreport.h"
 #include "apps/cscan/report/report.h"
@@ -31,7 +32,7 @@ Command addCheck(CLI::App& app) {
     auto const options = std::make_shared<CheckOptions>();
     CLI::App* const command =
         app.add_subcommand("check", "Tell all that is wrong with a part, and what to do about it");
-    command->add_option("PART", options->part, "The part, of any format that import reads")->required();
+    addPartOptions(*command, "PART", options->part, "The part, of any format that import reads");
     command
         ->add_option("--pixel",
                      "Width of the quads that are planned, in the part's unit, to look for facets; "

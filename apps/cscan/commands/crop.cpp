@@ -2,6 +2,7 @@
 
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/partreport.h"
 #include "apps/cscan/report/report.h"
@@ -178,8 +179,7 @@ Command addCrop(CLI::App& app) {
     auto const arguments = std::make_shared<CropArguments>();
     CLI::App* const command = app.add_subcommand(
         "crop", "Cut the face to inspect out of a part; what is asked for must hold all together");
-    command->add_option("PART", arguments->options.part, "The part, of any format that import reads")
-        ->required();
+    addPartOptions(*command, "PART", arguments->options.part, "The part, of any format that import reads");
     command->add_option("OUT", arguments->options.result, "Mesh to write, an OBJ file")->required();
     addPlaceOptions(*command, arguments->options.choice);
     addShapeOptions(*command, *arguments);

@@ -1,6 +1,7 @@
 #include "Inspection/parts/tubecut.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/loadreport.h"
 #include "apps/cscan/report/report.h"
@@ -69,7 +70,7 @@ Command addCut(CLI::App& app) {
     auto const options = std::make_shared<CutOptions>();
     CLI::App* const command =
         app.add_subcommand("cut", "Slit a tube from rim to rim, so that it can be prepared");
-    command->add_option("PART", options->part, "Mesh of the part: OBJ, STL, PLY or OFF")->required();
+    addPartOptions(*command, "PART", options->part, "Mesh of the part: OBJ, STL, PLY or OFF");
     command
         ->add_option("OUT", options->result,
                      "Mesh to write, an OBJ file; the file with the cut goes beside it and must stay there")

@@ -1,6 +1,7 @@
 #include "Inspection/fits/surfacefits.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
@@ -72,12 +73,10 @@ Command addFit(CLI::App& app) {
         ->check(CLI::IsMember({"sphere", "cylinder", "paraboloid"}))
         ->check(reading(options->surface, oneOf(surfaces)))
         ->required();
-    command
-        ->add_option(
-            "CLOUD", options->cloud,
-            "Points: XYZ, CSV, PLY, OFF, OBJ, or those of a mesh; for a cylinder with normals, as in a "
-            "table of x y z nx ny nz a line")
-        ->required();
+    addPartOptions(
+        *command, "CLOUD", options->cloud,
+        "Points: XYZ, CSV, PLY, OFF, OBJ, or those of a mesh; for a cylinder with normals, as in a "
+        "table of x y z nx ny nz a line");
     return commandOf(
         command, [options] { return *options; }, fit, printFit);
 }

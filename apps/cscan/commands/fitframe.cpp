@@ -1,6 +1,7 @@
 #include "Inspection/records/numbers.h"
 #include "Inspection/results/surfacefit.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
@@ -64,8 +65,7 @@ Command addFitFrame(CLI::App& app) {
         ->check(reading(options->couplantSpeed, positiveNumberIn))
         ->type_name("M/S")
         ->required();
-    fit->add_option("--frame", options->frame, "Frame that the shots were read with")
-        ->type_name("FRAME.json");
+    addFrameOption(*fit, options->frame, "the one that the shots were read with");
     fit->add_option("--out", options->out, "Frame to write: takes the table's coordinates to the part's")
         ->type_name("FRAME.json")
         ->required();

@@ -1,6 +1,7 @@
 #include "Inspection/pictures/footprintpicture.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
@@ -70,6 +71,7 @@ Command addFootprint(CLI::App& app) {
         app.add_subcommand("footprint", "Draw what a spreading beam covers of a grid, to first order");
     footprint->add_option("GRID", options->grid, "Grid of the part, a .quads file")->required();
     addBeamOptions(*footprint, options->beam);
+    addFrameOption(*footprint, options->frame, "takes the beam to the part's coordinates");
     footprint->add_option("--image", options->image, "Picture to write")->type_name("PNG")->required();
     footprint
         ->add_option(

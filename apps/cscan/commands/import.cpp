@@ -1,6 +1,7 @@
 #include "Inspection/parts/importpart.h"
 
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/loadreport.h"
 #include "apps/cscan/report/partreport.h"
@@ -73,10 +74,8 @@ void addPartRepairOptions(CLI::App& command, RepairArguments& repair) {
 Command addImport(CLI::App& app) {
     auto const options = std::make_shared<ImportOptions>();
     CLI::App* const command = app.add_subcommand("import", "Make a part of any format ready");
-    command
-        ->add_option("IN", options->in,
-                     "The part: STL, PLY, OFF, OBJ, glTF, 3MF, or a table of points (XYZ, CSV)")
-        ->required();
+    addPartOptions(*command, "IN", options->in,
+                   "The part: STL, PLY, OFF, OBJ, glTF, 3MF, or a table of points (XYZ, CSV)");
     command
         ->add_option("OUT", options->out, "What to write: an .obj file for a mesh, an .xyz file for points")
         ->required();

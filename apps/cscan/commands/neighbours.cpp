@@ -2,6 +2,7 @@
 
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
@@ -29,8 +30,8 @@ Command addNeighbours(CLI::App& app) {
     auto const options = std::make_shared<NeighboursOptions>();
     CLI::App* const neighbours = app.add_subcommand(
         "neighbours", "Find points of a cloud near a place; the search may miss some of the nearest");
-    neighbours->add_option("CLOUD", options->cloud, "Points: XYZ, CSV, PLY, OFF, OBJ, or those of a mesh")
-        ->required();
+    addPartOptions(*neighbours, "CLOUD", options->cloud,
+                   "Points: XYZ, CSV, PLY, OFF, OBJ, or those of a mesh");
     neighbours->add_option("--at", "The place")
         ->check(reading(options->place, pointIn))
         ->type_name("X,Y,Z")

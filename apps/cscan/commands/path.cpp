@@ -1,6 +1,7 @@
 #include "Inspection/planning/planpath.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
@@ -181,6 +182,8 @@ Command addPath(CLI::App& app) {
         ->required();
     addLineOptions(*command, options->settings);
     addRimOptions(*command, options->settings);
+    addFrameOption(*command, options->frame,
+                   "poses are written in the coordinates that it takes to the part's");
     command
         ->add_option("--require-coverage",
                      "End with status 3 if footprints cover fewer percent of the surface")

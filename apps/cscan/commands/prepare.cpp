@@ -2,6 +2,7 @@
 #include "Inspection/pictures/preparedgrid.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commandline/repairoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/loadreport.h"
@@ -202,12 +203,10 @@ Command addPrepare(CLI::App& app) {
     auto const raw = std::make_shared<RawPrepare>();
     PrepareOptions& options = raw->options.prepare;
     CLI::App* const prepare = app.add_subcommand("prepare", "Turn a part into a grid of quads");
-    prepare
-        ->add_option(
-            "PART", options.part,
-            "The part: a mesh (STL, PLY, OBJ, OFF, glTF, 3MF) or a cloud of its points (XYZ, CSV, PLY, "
-            "OFF, OBJ)")
-        ->required();
+    addPartOptions(
+        *prepare, "PART", options.part,
+        "The part: a mesh (STL, PLY, OBJ, OFF, glTF, 3MF) or a cloud of its points (XYZ, CSV, PLY, "
+        "OFF, OBJ)");
     prepare->add_option("GRID", options.grid, "Grid to write, a .quads file")->required();
     addResolutionOptions(*prepare, options);
     addModeOptions(*prepare, *raw);

@@ -1,5 +1,6 @@
 #include "Inspection/parts/reconstruction.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commandline/repairoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/loadreport.h"
@@ -27,7 +28,7 @@ Command addReconstruct(CLI::App& app) {
     auto const options = std::make_shared<ReconstructOptions>();
     CLI::App* const command =
         app.add_subcommand("reconstruct", "Build a triangle mesh through a cloud of points");
-    command->add_option("CLOUD", options->cloud, "Points of the part: XYZ, CSV, PLY, OFF or OBJ")->required();
+    addPartOptions(*command, "CLOUD", options->cloud, "Points of the part: XYZ, CSV, PLY, OFF or OBJ");
     command->add_option("OUT", options->part, "Mesh to write, an OBJ file")->required();
     addRepairOptions(*command, options->repair);
     return commandOf(

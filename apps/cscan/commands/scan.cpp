@@ -67,6 +67,15 @@ std::vector<PlacedGrid> placedGrids(GridLists const& lists) {
     return grids;
 }
 
+/// What is for measured shots would do nothing.
+void requireBeamsAlone(CLI::App const& command) {
+    for (CLI::Option const* const option : command.get_options()) {
+        if (option->get_group() == measuringGroup && option->count() > 0) {
+            throw UsageError("scan: " + option->get_name() + " goes with a table of shots");
+        }
+    }
+}
+
 DrawnScanOptions firingOptionsOf(RawScan const& raw, CLI::App const& command) {
     for (char const* const output : {"--csv", "--image"}) {
         if (command.count(output) == 0) {
@@ -77,6 +86,12 @@ DrawnScanOptions firingOptionsOf(RawScan const& raw, CLI::App const& command) {
         throw UsageError("scan: --standoff goes with --raster or a table of shots");
     }
     DrawnScanOptions options = raw.options;
+    requireBeamsAlone(command);
+    options.scan.frame = raw.measuring.options.shots.frame;
+    if (options.scan.frame && !options.scan.beams) {
+        throw UsageError(
+            "scan: --frame goes with --beams or a table of shots; a raster is laid over the grid");
+    }
     options.scan.grids = placedGrids(raw.grids);
     options.scan.isOnPlane = raw.grids.files.size() > 1 || command.count("--offset") > 0 ||
                              command.count("--group") > 0 || command.count("--active") > 0 ||

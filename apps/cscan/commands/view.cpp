@@ -1,6 +1,7 @@
 #include "Inspection/pages/view.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
+#include "apps/cscan/commandline/partoptions.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"
 
@@ -55,6 +56,8 @@ Command addView(CLI::App& app) {
     view->add_option("INPUT", options->input, "A result of 'scan', a .quads file or a part")->required();
     view->add_option("PAGE.html", options->output, "The page to write")->required();
     addTables(*view, *options);
+    addFrameOption(*view, options->frame,
+                   "takes the coordinates of a part and of --path to those of the part");
     view->add_option("--beam", "Diameter of the beam on the surface, for footprints")
         ->check(reading(options->beam, positiveNumberIn))
         ->type_name("D");

@@ -274,9 +274,9 @@ TEST(Prepare, stopsWithTheRemedyWhereTheSolveFails) {
     EXPECT_TRUE(prepare(options, nullptr).isWritten)
         << "the part is sound as long as its middle has an extent";
     std::filesystem::remove(options.grid);
-    std::string text = readText(options.part);
+    std::string text = readText(options.part.file);
     text.replace(text.find("v 2 1 0"), 7, "v 2 2 0");
-    writeText(options.part, text);
+    writeText(options.part.file, text);
     EXPECT_EQ(messageOf([&] { prepare(options, nullptr); }),
               options.part.string() +
                   ": the inside has triangles without area or edges without length: repair "

@@ -142,14 +142,18 @@ TEST(Overlays, ManyShotsAreThinnedOutAndCounted) {
     EXPECT_EQ(3.0, model.json.at("shots").at("places").at(1).at(0).get<double>());
 }
 
+void addPathAsItStands(PageModel& model, std::filesystem::path const& table) {
+    addPath(model, table);
+}
+
 TEST(Overlays, APathHasPlacesAndDirections) {
     ScratchDirectory const scratch;
-    PageModel const model =
-        modelWithTable(scratch / "p.csv", "ox,oy,oz,dx,dy,dz\n1,2,3,0,0,-1\n4,5,6,0,0,-1\n", addPath);
+    PageModel const model = modelWithTable(
+        scratch / "p.csv", "ox,oy,oz,dx,dy,dz\n1,2,3,0,0,-1\n4,5,6,0,0,-1\n", addPathAsItStands);
 
     EXPECT_EQ((std::vector<double>{4, 5, 6, 0, 0, -1}),
               model.json.at("path").at("places").at(1).get<std::vector<double>>());
-    EXPECT_THROW(modelWithTable(scratch / "q.csv", "x,y,z\n1,2,3\n", addPath), Failure);
+    EXPECT_THROW(modelWithTable(scratch / "q.csv", "x,y,z\n1,2,3\n", addPathAsItStands), Failure);
 }
 
 class ViewedPage : public testing::Test {

@@ -162,7 +162,7 @@ TEST(PartCrop, WritesWhatItCutsOutAndTellsWhatIsNext) {
     Mesh mesh;
     mesh.load((directory / "face.obj").c_str());
     EXPECT_EQ(mesh.getNumberOfVertices(), result.analysis.pointCount);
-    options.result = options.part;
+    options.result = options.part.file;
     EXPECT_EQ(messageOf([&] { cropPart(options, nullptr); }), options.part.string() + ": is also the input");
 }
 

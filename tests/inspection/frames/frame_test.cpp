@@ -1,4 +1,4 @@
-#include "Inspection/poses/frame.h"
+#include "Inspection/frames/frame.h"
 
 #include "Inspection/poses/registerpoints.h"
 #include "Inspection/records/numbers.h"

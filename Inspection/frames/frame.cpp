@@ -1,7 +1,8 @@
-#include "Inspection/poses/frame.h"
+#include "Inspection/frames/frame.h"
 
 #include "Inspection/records/failure.h"
 #include "Inspection/records/files.h"
+#include "Inspection/tables/units.h"
 
 #include <nlohmann/json.hpp>
 
@@ -19,6 +20,14 @@ constexpr int version = 1;
 
 /// How far a matrix may be from a rotation: that of six decimals is one.
 constexpr double rotationTolerance = 2e-6;
+
+Triple tripleOf(Vector const& vector) {
+    return {vector.getdX(), vector.getdY(), vector.getdZ()};
+}
+
+Vector vectorOf(Triple const& triple) {
+    return {triple[0], triple[1], triple[2]};
+}
 
 /// Whether rows are of unit length, at right angles and right-handed.
 bool isRotation(std::array<Triple, 3> const& rows) {
@@ -59,6 +68,14 @@ Triple Frame::directionOf(Triple const& direction) const {
     return turn * direction;
 }
 
+Vector Frame::moved(Vector const& place) const {
+    return vectorOf(placeOf(tripleOf(place)));
+}
+
+Vector Frame::turned(Vector const& direction) const {
+    return vectorOf(directionOf(tripleOf(direction)));
+}
+
 Frame Frame::operator*(Frame const& other) const {
     return {turn * other.turn, placeOf(other.translation), unit.empty() ? other.unit : unit};
 }
@@ -92,6 +109,35 @@ Frame readFrame(std::filesystem::path const& file) {
     } catch (Json::exception const&) {
         throw Failure(file.string() + ": is no frame that can be read; write it anew with 'cscan register'");
     }
+}
+
+Frame readFrame(std::filesystem::path const& file, std::string const& unit) {
+    Frame const frame = readFrame(file);
+    bool const isKnown = !frame.unit.empty() && !unit.empty() && frame.unit != unit;
+    require(!isKnown || metresIn(frame.unit) == metresIn(unit),
+            file.string() + ": is in '" + frame.unit + "', the part in '" + unit +
+                "'; register the cell in the part's unit");
+    return frame;
+}
+
+void addMotion(Record& record, std::string const& name, Frame const& motion) {
+    auto const listOf = [](Triple const& triple) {
+        return std::vector<double>{triple[0], triple[1], triple[2]};
+    };
+    auto const rows = matrixOf(motion.turn);
+    record.setting(name + "Row1", listOf(rows[0]));
+    record.setting(name + "Row2", listOf(rows[1]));
+    record.setting(name + "Row3", listOf(rows[2]));
+    record.setting(name + "Translation", listOf(motion.translation));
+    if (!motion.unit.empty()) {
+        record.setting(name + "Unit", motion.unit);
+    }
+}
+
+void addFrame(Record& record, std::filesystem::path const& file) {
+    record.addCompanion(file);
+    record.setting("frame", file.filename().string());
+    addMotion(record, "frame", readFrame(file));
 }
 
 } // namespace QELT::Inspection

@@ -1,4 +1,4 @@
-#include "Inspection/poses/turn.h"
+#include "Inspection/frames/turn.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,17 @@
+#include "apps/cscan/commandline/partoptions.h"
+
+namespace cscan {
+
+CLI::Option* addPartOptions(CLI::App& command, std::string const& name, QELT::Inspection::PlacedPart& part,
+                            std::string const& description) {
+    addFrameOption(command, part.frame, "takes the coordinates of " + name + " to those of the part");
+    return command.add_option(name, part.file, description)->required();
+}
+
+CLI::Option* addFrameOption(CLI::App& command, std::optional<std::filesystem::path>& frame,
+                            std::string const& description) {
+    return command.add_option("--frame", frame, "Frame that 'cscan register' wrote: " + description)
+        ->type_name("FRAME.json");
+}
+
+} // namespace cscan
