@@ -54,10 +54,13 @@ std::vector<hsize_t> chunkOf(Hdf5Shape const& shape) {
     return chunk;
 }
 
+/// Text that is plain ASCII is called so: there are readers that take no other.
 Hdf5Handle textType(std::string const& text) {
+    bool const isPlain = std::all_of(text.begin(), text.end(),
+                                     [](char sign) { return static_cast<unsigned char>(sign) < 0x80; });
     Hdf5Handle type(H5Tcopy(H5T_C_S1), H5Tclose);
     H5Tset_size(type.get(), std::max<std::size_t>(text.size(), 1));
-    H5Tset_cset(type.get(), H5T_CSET_UTF8);
+    H5Tset_cset(type.get(), isPlain ? H5T_CSET_ASCII : H5T_CSET_UTF8);
     H5Tset_strpad(type.get(), H5T_STR_NULLPAD);
     return type;
 }

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <hdf5.h>
+
 #include <chrono>
 #include <cstring>
 #include <fstream>
@@ -126,6 +128,28 @@ TEST_F(ResultFile, theSameResultIsTheSameBytes) {
     writeResult(path("other.h5"), sample());
 
     EXPECT_EQ(bytesOf(path("one.h5")), bytesOf(path("other.h5")));
+}
+
+/// What the file calls the signs of its record.
+H5T_cset_t signsOfRecord(std::filesystem::path const& path) {
+    hid_t const file = H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT);
+    hid_t const record = H5Dopen2(file, "record", H5P_DEFAULT);
+    hid_t const type = H5Dget_type(record);
+    H5T_cset_t const signs = H5Tget_cset(type);
+    H5Tclose(type);
+    H5Dclose(record);
+    H5Fclose(file);
+    return signs;
+}
+
+TEST_F(ResultFile, plainTextIsCalledAsciiForReadersThatTakeNoOther) {
+    Result result = sample();
+    writeResult(path("plain.h5"), result);
+    EXPECT_EQ(signsOfRecord(path("plain.h5")), H5T_CSET_ASCII);
+    result.record = "{\"kind\": \"Prüfung\"}";
+    writeResult(path("accents.h5"), result);
+    EXPECT_EQ(signsOfRecord(path("accents.h5")), H5T_CSET_UTF8);
+    EXPECT_EQ(readResult(path("accents.h5")).record, result.record);
 }
 
 TEST_F(ResultFile, whatIsNoResultIsToldWithTheRemedy) {
