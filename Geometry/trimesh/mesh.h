@@ -136,9 +136,8 @@ public:
     /// `conformalMap` refuses, or pass over each other. The first triangle stands on the left of its closest
     /// pair, lower index first: on a rim there may be no point there, and the points in reverse order then
     /// do. A side of it on which no point can stand waits for nothing. Time grows a little faster than the
-    /// number of points, but with its square where many distances are equal, as on a lattice. The file name
-    /// and the cut of an earlier mesh stay. \throws std::runtime_error "Cannot add floating triangle" if no
-    /// first triangle can be made.
+    /// number of points, on a lattice too. The file name and the cut of an earlier mesh stay. \throws
+    /// std::runtime_error "Cannot add floating triangle" if no first triangle can be made.
     void construct(PointCloud::Cloud const& cloud);
 
     /// The boundary of the triangles that `getTriangles` gathers, of which each open side lies on one loop.

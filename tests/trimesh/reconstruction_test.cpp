@@ -388,6 +388,39 @@ TEST(Reconstruction, ManySmallLatticesWithTiesGiveThePlainResult) {
     }
 }
 
+TEST(Reconstruction, LargerCloudsWithTiesGiveThePlainResult) {
+    std::vector<NamedPoints> const families{
+        {"grid 40 x 31", makeGrid(40, 31)},
+        {"grid 33 x 33, shuffled", shuffled(makeGrid(33, 33, 0.3), 11)},
+        {"hexagons 30 x 30, shuffled", shuffled(makeHexagonalGrid(30, 30), 12)},
+        {"grid with twins", withCoincidentPoints(makeGrid(25, 25), 13)},
+        {"lattice in space", withUpwardSeed(makeSolid(900, 14, 9.0))},
+        {"torus", withUpwardSeed(makeTwistedLayers(700, 15))},
+        {"tube", withUpwardSeed(soupPoints(makeTube(40, 25)))},
+        {"random wave", makeRandomSurface(1200, 16, wave)},
+        {"random wave with twins", withCoincidentPoints(makeRandomSurface(700, 17, wave), 18)},
+    };
+    for (NamedPoints const& family : families) {
+        SCOPED_TRACE(family.name);
+        PlainReconstruction const plain = expectPlainResult(family.points);
+        EXPECT_GT(plain.mesh.triangles.size(), 300U);
+    }
+}
+
+TEST(Reconstruction, ASecondGrowthWithMoreRoomStartsAfresh) {
+    // More than two triangles a point: the first growth fills its room.
+    std::size_t numberOfSuch = 0;
+    for (std::uint32_t seed = 1; seed <= 60; ++seed) {
+        Points const points = withUpwardSeed(makeTwistedLayers(150, seed));
+        PlainReconstruction const plain = plainConstruct(points);
+        if (plain.mesh.triangles.size() > 2 * points.size()) {
+            expectPlainResult(points);
+            ++numberOfSuch;
+        }
+    }
+    EXPECT_GT(numberOfSuch, 0U);
+}
+
 TEST(Reconstruction, ASideOfTheFirstTriangleWithoutAnApexWaitsForNothing) {
     // On the rim of such a cloud the first triangle has a side that no point can stand on. If that side
     // waited for the apex of another side, the surface would be another one; over the first two it would end
@@ -653,6 +686,22 @@ TEST(Reconstruction, EveryWalkOverTheMeshEndsAndAgreesWithThePlainOne) {
     }
 }
 
+namespace {
+
+/// Asks a front that knows the triangles of the mesh.
+bool isReady(Mesh& mesh, Edge const& edge, std::uint32_t apex) {
+    using namespace Geometry::ThreeDimensional::TriMesh;
+    CloudOrder const order(mesh.getConnectivity());
+    NeighbourLinks const links(order);
+    AdvancingFront front(mesh.getBuilder(), order, links);
+    for (Face const& face : facesOf(mesh)) {
+        front.sides.addTriangle(order.rankOf[face[0]], order.rankOf[face[1]], order.rankOf[face[2]]);
+    }
+    return front.getIsReady(edge, apex);
+}
+
+} // namespace
+
 TEST(Reconstruction, AWaitingTriangleIsDroppedWhenItsPlaceHasBeenTaken) {
     using Geometry::ThreeDimensional::TriMesh::Vertex;
     Mesh mesh;
@@ -662,25 +711,23 @@ TEST(Reconstruction, AWaitingTriangleIsDroppedWhenItsPlaceHasBeenTaken) {
     ASSERT_TRUE(mesh.addFloatingTriangle({0, 1, 4}));
     Edge const upper = mesh.getVertexArbitraryEdge(4);
     ASSERT_EQ(upper.dest(), 0U);
-    EXPECT_TRUE(getIsFrontReady(mesh.getConnectivity(), upper, 3));
+    EXPECT_TRUE(isReady(mesh, upper, 3));
     ASSERT_TRUE(mesh.addBoundaryTriangle(upper, 3));
     Edge const left = upper.sym().rot();
     ASSERT_EQ(left.org(), 4U);
     ASSERT_EQ(left.dest(), 3U);
-    EXPECT_FALSE(getIsFrontReady(mesh.getConnectivity(), left, 0))
-        << "the side 4 to 0 exists, of the first triangle";
+    EXPECT_FALSE(isReady(mesh, left, 0)) << "the side 4 to 0 exists, of the first triangle";
     Edge const low = left.rot();
     ASSERT_EQ(low.dest(), 0U);
-    EXPECT_FALSE(getIsFrontReady(mesh.getConnectivity(), low, 4)) << "the side 4 to 0 exists";
-    EXPECT_TRUE(getIsFrontReady(mesh.getConnectivity(), low, 6));
-    EXPECT_FALSE(getIsFrontReady(mesh.getConnectivity(), upper, 3)) << "the edge is closed";
-    EXPECT_FALSE(getIsFrontReady(mesh.getConnectivity(), upper, 6)) << "the edge is closed";
+    EXPECT_FALSE(isReady(mesh, low, 4)) << "the side 4 to 0 exists";
+    EXPECT_TRUE(isReady(mesh, low, 6));
+    EXPECT_FALSE(isReady(mesh, upper, 3)) << "the edge is closed";
+    EXPECT_FALSE(isReady(mesh, upper, 6)) << "the edge is closed";
     Triangle* const across = upper.sym().getTriangle();
     upper.makeBoundary();
-    EXPECT_TRUE(getIsFrontReady(mesh.getConnectivity(), upper, 6));
+    EXPECT_TRUE(isReady(mesh, upper, 6));
     mesh.vertexTriangles[0].push_back(across);
-    EXPECT_FALSE(getIsFrontReady(mesh.getConnectivity(), upper, 6))
-        << "another triangle lies against the edge, unstitched";
+    EXPECT_FALSE(isReady(mesh, upper, 6)) << "another triangle lies against the edge, unstitched";
 }
 
 TEST(Reconstruction, UsedLinksAreErasedOnceAndOnlyAmongTheLiveOnes) {

@@ -2,9 +2,14 @@
 #include "Geometry/trimesh/mesh.h"
 #include "Geometry/trimesh/reconstruction/internal/advancingfront.h"
 
+#include <algorithm>
+#include <span>
+
 // A surface through a cloud by an advancing front, in three steps:
 //
-//   1. each point is linked with its 64 nearest others (neighbourlinks.cpp);
+//   1. each point is linked with its 64 nearest others (neighbourlinks.cpp, neighbourorder.cpp,
+//   nearheap.cpp),
+//      the points taken along a curve through the cloud (cloudorder.cpp);
 //   2. the first triangle stands on the closest two points and faces up;
 //   3. for each open side the apex is chosen that gives the smallest circumscribed circle (apex.cpp), and
 //      of all waiting triangles that of the smallest circle is built next (advancingfront.cpp, minheap.h),
@@ -20,8 +25,7 @@
 // stays. A side on which no point can stand waits for nothing, also one of the first triangle: an apex chosen
 // for another side would end the growth of some clouds after a few steps.
 //
-// A point takes the time of a search among the others and about two triangles, each with its 64 candidates;
-// see neighbourlinks.cpp for lattices.
+// A point takes the time of a search among the others and about two triangles, each with a dozen candidates.
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
@@ -32,12 +36,13 @@ void Mesh::construct(PointCloud::Cloud const& cloud) {
     for (std::uint32_t i = 0; i < numberOfPoints; ++i) {
         builder.addVertex(Vertex(cloud.getPoint(i)));
     }
-    NeighbourLinks const links = linkNeighbours(getConnectivity());
+    CloudOrder const order(getConnectivity());
+    NeighbourLinks const links(order);
     // A surface has about twice as many triangles as points; one that runs into itself has more. Then it is
     // grown once again with more room, so that the order of addresses is always that of making.
     for (std::size_t room = std::size_t{2} * numberOfPoints;; room *= 2) {
         builder.reserveTriangles(room);
-        AdvancingFront front(builder, links);
+        AdvancingFront front(builder, order, links);
         front.plantSeed();
         if (front.grow() <= room) {
             return;
@@ -49,10 +54,13 @@ void Mesh::construct(PointCloud::Cloud const& cloud) {
 bool Mesh::getMinrTSqr(unsigned long a, unsigned long b, std::vector<std::vector<std::uint32_t>>& nearest,
                        std::vector<std::uint32_t>& counts, Vector const& normal, unsigned long* apex,
                        double* rTSqr, bool* apexWasFloating) const {
-    auto const found = takeApex(getConnectivity(), nearest, counts, toUInt32(a), toUInt32(b), normal);
+    std::span<std::uint32_t const> const live = std::span(nearest[toUInt32(a)]).first(counts[toUInt32(a)]);
+    auto const found = findApex(getConnectivity(), toUInt32(a), toUInt32(b), live, normal);
     if (!found) {
         return false;
     }
+    removeEdgeFromIndices(a, b, nearest, counts);
+    removeEdgeFromIndices(b, found->vertex, nearest, counts);
     if (apexWasFloating != nullptr) {
         *apexWasFloating = found->wasFloating;
     }
@@ -64,7 +72,13 @@ bool Mesh::getMinrTSqr(unsigned long a, unsigned long b, std::vector<std::vector
 void Mesh::removeEdgeFromIndices(unsigned long a, unsigned long b,
                                  std::vector<std::vector<std::uint32_t>>& nearest,
                                  std::vector<std::uint32_t>& counts) {
-    eraseLink(nearest, counts, toUInt32(a), toUInt32(b));
+    std::vector<std::uint32_t>& list = nearest[toUInt32(a)];
+    auto const end = list.begin() + counts[toUInt32(a)];
+    auto const found = std::find(list.begin(), end, toUInt32(b));
+    if (found != end) {
+        list.erase(found);
+        --counts[toUInt32(a)];
+    }
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

@@ -1,32 +1,26 @@
 #pragma once
 
-#include "Geometry/foundations/map.h"
 #include "Geometry/trimesh/internal/surfacebuilder.h"
 #include "Geometry/trimesh/reconstruction/internal/apex.h"
+#include "Geometry/trimesh/reconstruction/internal/cloudorder.h"
 #include "Geometry/trimesh/reconstruction/internal/minheap.h"
 #include "Geometry/trimesh/reconstruction/internal/neighbourlinks.h"
+#include "Geometry/trimesh/reconstruction/internal/sideindex.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
-/// Chooses the apex of the triangle on the side a to b among the live links of a, as `findApex` does, and
-/// uses up the links from a to b and from b to the apex.
-std::optional<Apex> takeApex(Connectivity const& surface, std::vector<std::vector<std::uint32_t>>& nearest,
-                             std::vector<std::uint32_t>& counts, std::uint32_t a, std::uint32_t b,
-                             Vector const& normal);
-
-/// Whether a triangle with this apex can still be built on the edge: it is open, the triangle's sides do not
-/// exist, and its corners lie on the front.
-bool getIsFrontReady(Connectivity const& surface, Edge const& edge, std::uint32_t apex);
-
-/// A surface that grows by its cheapest open side, as long as a vertex is left to reach.
+/// A surface that grows by its cheapest open side, as long as a vertex is left to reach. No vertex may be
+/// attached at the start.
 class AdvancingFront {
 public:
-    AdvancingFront(SurfaceBuilder const& newBuilder, NeighbourLinks const& startLinks)
-        : builder(newBuilder), surface(newBuilder.getConnectivity()), links(startLinks) {}
+    /// `newOrder` and `newLinks` must outlive it.
+    AdvancingFront(SurfaceBuilder const& newBuilder, CloudOrder const& newOrder,
+                   NeighbourLinks const& newLinks);
 
     /// Makes the first triangle, on the closest two points.
     /// \throws std::runtime_error "Cannot add floating triangle" if there is none.
@@ -36,16 +30,44 @@ public:
     std::size_t grow();
 
 private:
-    /// A triangle waiting to be built: a boundary edge, whether its apex was floating when it was chosen, the
-    /// apex, and the measure that it is ranked by.
-    using Candidate = Map<Map<Map<Edge, bool>, int>, double>;
+    /// What a vertex is to the front. It goes through these states in this order.
+    enum class State : std::uint8_t {
+        Floating,
+        OnFront, ///< the first fan that the vertex lists is open
+        Inside,
+    };
 
+    /// A triangle waiting to be built: a boundary edge, the apex, and the measure that it is ranked by.
+    struct Candidate {
+        double rTSqr = 0.0;
+        Edge edge;
+        std::uint32_t apex = 0;
+
+        bool operator>(Candidate const& other) const { return rTSqr > other.rTSqr; }
+    };
+
+    std::optional<Apex> takeApex(std::uint32_t a, std::uint32_t b, Vector const& normal);
+    std::optional<Apex> findApexAmongLinks(std::uint32_t a, std::uint32_t b, Vector const& normal) const;
+    void useUpLink(std::uint32_t a, std::uint32_t b);
+
+    bool getIsReady(Edge const& edge, std::uint32_t apex) const;
+    bool getDoesSideExist(unsigned long a, unsigned long b) const;
+
+    bool getIsInside(unsigned long v) const { return states[order.rankOf[v]] == State::Inside; }
+
+    void attach(Edge const& edge, std::uint32_t apex);
+    void enclose(Edge const& spoke);
+    Vector getTriangleNormal(Edge const& side) const;
     void openNewSides(Edge const& edge);
     void wait(Edge const& side, Vector const& normal);
 
     SurfaceBuilder builder;
     Connectivity surface;
-    NeighbourLinks links;
+    CloudOrder const& order;
+    NeighbourLinks const& links;
+    std::vector<State> states;            ///< of each rank
+    std::vector<std::uint64_t> liveLinks; ///< of each rank, a bit a link, the nearest in the lowest
+    SideIndex sides;                      ///< by ranks
     MinHeap<Candidate> candidates;
 };
 
