@@ -3,11 +3,13 @@
 #include "Geometry/linearalgebra/solvelistener.h"
 #include "Geometry/linearalgebra/utility.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <iostream>
 #include <string>
+#include <vector>
 
 // Conjugate gradients without preconditioning (Hestenes and Stiefel, "Methods of Conjugate Gradients for
 // Solving Linear Systems", 1952), with the residual r = b - A x and the direction d = r to begin with. An
@@ -22,8 +24,8 @@
 // - In exact arithmetic n iterations are enough for n unknowns; 262144 is the end for systems that rounding
 //   keeps from it. A norm of NaN, as of a direction without curvature, is not greater than the tolerance and
 //   ends the run at once.
-// - An iteration costs one product with the matrix and two passes over the vectors. All storage is had
-//   before the first.
+// - An iteration costs one product with the matrix, together with the inner product d.q, and two passes over
+//   the vectors. All storage is had before the first.
 //
 // Odd on purpose: all sums start at 0.0 and run in ascending order, one term after the other, since flat
 // maps are compared bit by bit; only what has the same operands is shared. Whether anyone listens, and of
@@ -41,23 +43,26 @@ constexpr int maximumIterations = 262144;
 ///
 /// The two products with the matrix and the inner products that an iteration calls for have the same operands
 /// several times over: each is computed once, in the loop that has its operands at hand. All sums start at
-/// 0.0 and run in ascending order.
+/// 0.0 and run in ascending order. Direction and product are longer than the other vectors, as `CompactRows`
+/// asks.
 class ConjugateGradients {
 public:
     ConjugateGradients(SparseMatrix const& matrix, Vector const& start, Vector const& startResidual)
         : rows(matrix),
           iterate(start),
           residual(startResidual),
-          direction(startResidual),
-          product(startResidual.getNumberOfValues()),
-          residualSqr(residual.normL2Sqr()) {}
+          direction(startResidual.getNumberOfValues() + CompactRows::valuesBehind, 0.0),
+          product(direction.size()),
+          residualSqr(residual.normL2Sqr()) {
+        std::copy(startResidual.begin(), startResidual.end(), direction.begin());
+    }
 
     void advance() {
         if (isStarted) {
             turnDirection();
         }
         isStarted = true;
-        double const curvature = multiplyDirection();
+        double const curvature = rows.multiply(direction.data(), product.data());
         step(residualSqr / curvature);
     }
 
@@ -70,29 +75,17 @@ private:
     void turnDirection() {
         double const beta = residualSqr / previousResidualSqr;
         double const* const r = residual.begin();
-        double* const d = direction.begin();
+        double* const d = direction.data();
         std::size_t const n = residual.getNumberOfValues();
         for (std::size_t i = 0; i < n; ++i) {
             d[i] = r[i] + d[i] * beta;
         }
     }
 
-    /// Sets `product` to the matrix times the direction; the answer is its inner product with the direction.
-    double multiplyDirection() {
-        double const* const d = direction.begin();
-        double* const q = product.begin();
-        double sum = 0.0;
-        rows.forEachProduct(d, [d, q, &sum](std::size_t row, double value) {
-            q[row] = value;
-            sum += d[row] * value;
-        });
-        return sum;
-    }
-
     /// Goes along the direction and brings the residual and its square up to date.
     void step(double alpha) {
-        double const* const d = direction.begin();
-        double const* const q = product.begin();
+        double const* const d = direction.data();
+        double const* const q = product.data();
         double* const x = iterate.begin();
         double* const r = residual.begin();
         std::size_t const n = residual.getNumberOfValues();
@@ -110,8 +103,8 @@ private:
     CompactRows rows;
     Vector iterate;
     Vector residual;
-    Vector direction;
-    Vector product;
+    std::vector<double> direction;
+    std::vector<double> product;
     double residualSqr;
     double previousResidualSqr = 0.0;
     bool isStarted = false;
