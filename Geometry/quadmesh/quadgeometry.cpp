@@ -1,6 +1,7 @@
 #include "Geometry/foundations/trianglemeasures.h"
 #include "Geometry/quadmesh/internal/nodes.h"
 #include "Geometry/quadmesh/internal/quadarea.h"
+#include "Geometry/quadmesh/internal/shownrow.h"
 
 #include <cmath>
 
@@ -17,8 +18,12 @@
 // smallest area starts at 1e11, so that a grid without quads, or with larger ones alone, answers with that.
 // Comparisons with NaN are false: a quad of NaNs leaves largest and smallest alone and makes the mean NaN.
 //
+// The box grows node by node, and each time its extent is rounded anew, also where the node lies inside. Once
+// that changes nothing any more it is left out for nodes inside.
+//
 // Tolerances: none, not for quads without area either, whose unit normals are NaN. Cost: a few operations a
-// query; the statistics and the box, all nodes.
+// query; the statistics and the box, all nodes, off the rows of a plain grid and through `getPoint` of
+// another.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -126,49 +131,139 @@ ThreeDimensional::Point RectMesh::getMeanQuadPoint(GridPoint const& p) const {
     return origin + 0.25 * sum;
 }
 
+namespace {
+
+/// The area of a quad with these corners.
+double getAreaOf(Point const& low, Point const& alongU, Point const& alongV, Point const& opposite) {
+    return 0.5 * TriangleMeasures::twoAT(low, alongU, alongV) +
+           0.5 * TriangleMeasures::twoAT(alongV, alongU, opposite);
+}
+
+/// What the areas come to that were added in their order.
+class AreaStatistics {
+public:
+    void add(double area) {
+        min = min > area ? area : min;
+        max = area > max ? area : max;
+        sum += area;
+        ++count;
+    }
+
+    double getMin() const { return min; }
+
+    double getMax() const { return max; }
+
+    double getMean() const { return count == 0 ? 0.0 : sum / count; }
+
+private:
+    double min = areaBeyondAll;
+    double max = 0.0;
+    double sum = 0.0;
+    std::uint32_t count = 0;
+};
+
+/// Adds the quads between rows v and v + 1 of a plain grid.
+void addStoredQuads(AreaStatistics& statistics, Nodes const& nodes, std::ptrdiff_t v) {
+    Point const* const low = nodes.points[v].get();
+    Point const* const high = nodes.points[v + 1].get();
+    char const* const lowFlags = nodes.flags[v].get();
+    char const* const highFlags = nodes.flags[v + 1].get();
+    bool isLeftValid = getHasFlag(lowFlags[0] & highFlags[0], RectMesh::Valid);
+    for (std::size_t u = 0; u < nodes.extentU; ++u) {
+        bool const isRightValid = getHasFlag(lowFlags[u + 1] & highFlags[u + 1], RectMesh::Valid);
+        if (isLeftValid && isRightValid) {
+            statistics.add(getAreaOf(low[u], low[u + 1], high[u], high[u + 1]));
+        }
+        isLeftValid = isRightValid;
+    }
+}
+
+/// The quads of a plain grid that is not empty, off its rows.
+AreaStatistics measureStoredQuads(Nodes const& nodes) {
+    AreaStatistics statistics;
+    for (std::uint32_t v = 0; v < nodes.extentV; ++v) {
+        addStoredQuads(statistics, nodes, v);
+    }
+    return statistics;
+}
+
+/// The quads that a grid shows, measured one by one.
+AreaStatistics measureShownQuads(RectMesh const& grid) {
+    AreaStatistics statistics;
+    forEachNode(grid.getExtents(), [&](GridPoint const& quad) {
+        if (grid.getIsQuadValid(quad)) {
+            statistics.add(getQuadArea(grid, quad));
+        }
+    });
+    return statistics;
+}
+
+/// A box that grows point by point as `BoundingBoxAA::expand` lets it, roundings of its extent included. A
+/// point inside is passed over where forming the high corner anew and the extent from it changes nothing.
+class GrowingBox {
+public:
+    void add(Point const& point) {
+        if (!isSettled || !getIsInside(point)) {
+            grow(point.getBoundingBox());
+        }
+    }
+
+    BoundingBoxAA const& getBox() const { return box; }
+
+private:
+    bool getIsInside(Point const& point) const {
+        return low.getX() <= point.getX() && point.getX() <= high.getX() && low.getY() <= point.getY() &&
+               point.getY() <= high.getY() && low.getZ() <= point.getZ() && point.getZ() <= high.getZ();
+    }
+
+    void grow(BoundingBoxAA const& pointBox) {
+        if (!isStarted) {
+            box = pointBox;
+            isStarted = true;
+        }
+        box.expand(pointBox);
+        low = box.getp();
+        high = box.getp1();
+        Vector const extent = high - low;
+        isSettled = extent.getdX() == box.getd().getdX() && extent.getdY() == box.getd().getdY() &&
+                    extent.getdZ() == box.getd().getdZ();
+    }
+
+    BoundingBoxAA box;
+    Point low;
+    Point high;
+    bool isStarted = false;
+    bool isSettled = false;
+};
+
+} // namespace
+
 double getQuadArea(RectMesh const& grid, GridPoint const& p) {
     ThreeDimensional::Point const alongU = grid.getPoint(p + GridStep(1, 0));
     ThreeDimensional::Point const alongV = grid.getPoint(p + GridStep(0, 1));
-    return 0.5 * TriangleMeasures::twoAT(grid.getPoint(p), alongU, alongV) +
-           0.5 * TriangleMeasures::twoAT(alongV, alongU, grid.getPoint(p + GridStep(1, 1)));
+    return getAreaOf(grid.getPoint(p), alongU, alongV, grid.getPoint(p + GridStep(1, 1)));
 }
 
 void RectMesh::getMaxMeanMinQuadSize(double* max, double* mean, double* min) const {
-    *min = areaBeyondAll;
-    *max = 0.0;
-    double sum = 0.0;
-    std::uint32_t count = 0;
-    for (int v = 0; v < static_cast<int>(extents.v); ++v) {
-        for (int u = 0; u < static_cast<int>(extents.u); ++u) {
-            GridPoint const quad(u, v);
-            if (!getIsQuadValid(quad)) {
-                continue;
-            }
-            double const area = getQuadArea(*this, quad);
-            *min = *min > area ? area : *min;
-            *max = area > *max ? area : *max;
-            sum += area;
-            ++count;
-        }
-    }
-    *mean = count == 0 ? 0.0 : sum / count;
+    bool const areRowsShown = getHasRows() && getIsPlain(*this);
+    AreaStatistics const areas = areRowsShown ? measureStoredQuads(getNodes()) : measureShownQuads(*this);
+    *max = areas.getMax();
+    *mean = areas.getMean();
+    *min = areas.getMin();
 }
 
 ThreeDimensional::BoundingBoxAA RectMesh::getBoundingBoxAA() const {
-    ThreeDimensional::BoundingBoxAA box;
-    bool isStarted = false;
-    forEachNode(getExtents(), [&](GridPoint const& node) {
-        if (!getIsPointValid(node)) {
-            return;
-        }
-        ThreeDimensional::BoundingBoxAA const nodeBox = getPoint(node).getBoundingBox();
-        if (!isStarted) {
-            box = nodeBox;
-            isStarted = true;
-        }
-        box.expand(nodeBox);
-    });
-    return box;
+    GrowingBox box;
+    for (std::uint32_t v = 0; getHasRows() && v <= extents.v; ++v) {
+        visitShownRow(*this, getNodes(), v, [&](auto const& row) {
+            for (std::size_t u = 0; u <= extents.u; ++u) {
+                if (getHasFlag(flags[v][u], Valid)) {
+                    box.add(row[u]);
+                }
+            }
+        });
+    }
+    return box.getBox();
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::QuadMesh

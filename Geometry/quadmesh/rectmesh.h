@@ -494,8 +494,12 @@ private:
     /// Measures all quads, see `getMeanQuadArea`.
     void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;
 
-    /// One pass of an extension of the boundary.
+    /// One pass of an extension of the boundary, its two steps, which leave areas of 0 behind, and so many
+    /// passes of a grid at which nobody looks in between.
     void extendBoundaryBasic(unsigned long smoothingPasses);
+    void growBoundary();
+    void smoothBoundary(unsigned long passes);
+    void extendUnwatched(std::uint32_t passes, unsigned long smoothingPasses);
 
     /// Reverses the grid along an axis, see `mirror`.
     void flipWinding(CanonicalAxis axis);

@@ -47,6 +47,30 @@ TEST_F(OutputFiles, HoldWhatWasWrittenInPiecesOfAnySize) {
     EXPECT_EQ(readText(directory.file("a")), expected);
 }
 
+TEST_F(OutputFiles, TakeBlocksAsTheirBytesOneByOne) {
+    std::string const bytes(200000, 'x');
+    for (std::size_t const before : {0U, 1U, 65535U, 65536U}) {
+        for (std::size_t const length : {0U, 1U, 65535U, 65536U, 65537U, 200000U}) {
+            SCOPED_TRACE(std::to_string(before) + " and " + std::to_string(length));
+            OutputFile whole = open("whole");
+            OutputFile single = open("single");
+            for (OutputFile* const file : {&whole, &single}) {
+                file->writeBlock(std::string_view(bytes).substr(0, before));
+            }
+            whole.writeBlock(std::string_view(bytes).substr(0, length));
+            for (std::size_t i = 0; i < length; ++i) {
+                single.write("x");
+            }
+            EXPECT_EQ(std::filesystem::file_size(directory.file("whole")),
+                      std::filesystem::file_size(directory.file("single")))
+                << "as much went to the system";
+            whole.close();
+            single.close();
+            EXPECT_EQ(readText(directory.file("whole")).size(), before + length);
+        }
+    }
+}
+
 TEST_F(OutputFiles, ReplaceWhatWasThere) {
     writeText(directory.file("a"), "something longer");
     OutputFile file = open("a", OutputFile::Mode::Text);

@@ -622,6 +622,60 @@ TEST_P(ExtensionDifferential, SameBitsOnGridsThatShowOtherPoints) {
     }
 }
 
+TEST_P(ExtensionDifferential, WhetherSomebodyListensMakesNoDifference) {
+    for (GridFamily& family : gridFamiliesWithQuads(GetParam() + 70)) {
+        scatterFlags(family.grid, GetParam() + 11);
+        addRubbish(family.grid, GetParam() + 12);
+        if (!plainGridOf(family.grid).getBoundaryEdge()) {
+            continue;
+        }
+        SCOPED_TRACE(family.name);
+        RectMesh alone;
+        alone = family.grid;
+        alone.extendBoundary(Basic, 3, 1);
+        RectMesh watched;
+        watched = family.grid;
+        RecordingListener listener;
+        watched.setProgressListener(&listener);
+        watched.extendBoundary(Basic, 3, 1);
+        EXPECT_TRUE(sameNodes(alone, plainGridOf(watched)));
+        EXPECT_TRUE(sameAreas(alone, plainGridOf(watched).getAreas()));
+        EXPECT_TRUE(sameAreas(watched, plainGridOf(watched).getAreas()));
+    }
+}
+
+/// Looks at a grid whenever it is told of a pass.
+class LookingListener : public RecordingListener {
+public:
+    explicit LookingListener(RectMesh const& newGrid) : grid(newGrid) {}
+
+    void setPercentage(unsigned long percent) override {
+        RecordingListener::setPercentage(percent);
+        areas.push_back(grid.getMeanQuadArea());
+    }
+
+    std::vector<double> areas;
+
+private:
+    RectMesh const& grid;
+};
+
+TEST(BoundaryExtension, AListenerSeesTheAreasOfThePassesBefore) {
+    RectMesh grid = wavyGrid(12, 12, 2.0);
+    punchHole(grid, {0, 0}, {12, 2});
+    LookingListener listener(grid);
+    grid.setProgressListener(&listener);
+    RectMesh reference;
+    reference = grid;
+    std::vector<double> expected{reference.getMeanQuadArea()};
+    for (int pass = 0; pass < 3; ++pass) {
+        reference.extendBoundary(Basic, 1, 0);
+        expected.push_back(reference.getMeanQuadArea());
+    }
+    grid.extendBoundary(Basic, 3, 0);
+    EXPECT_EQ(listener.areas, expected);
+}
+
 INSTANTIATE_TEST_SUITE_P(Seeds, ExtensionDifferential, testing::Values(1U, 20U));
 
 } // namespace

@@ -617,6 +617,42 @@ TEST_P(DerivedDifferential, RestrictedToBoxesOfSpace) {
     }
 }
 
+TEST_P(DerivedDifferential, WildGridsNormalisedThinnedOutAndRestricted) {
+    double const infinity = std::numeric_limits<double>::infinity();
+    for (GridFamily const& family : wildGridFamilies(GetParam())) {
+        SCOPED_TRACE(family.name);
+        expectDerived(
+            family.grid, [](RectMesh& source, RectMesh& result) { source.getNormalised(3.0, result); },
+            [](PlainGrid const& shown) { return plainNormalised(shown, 3.0); }, true);
+        expectDerived(
+            family.grid,
+            [](RectMesh& source, RectMesh& result) { source.getSubSampled(RectMesh::Factor, 2, result); },
+            [](PlainGrid const& shown) { return plainSubSampled(shown, 2); }, true);
+        for (SpaceVector const& extent :
+             {SpaceVector(), SpaceVector(2.0, 3.0, 1.0), SpaceVector(1e31, 4.0, infinity),
+              SpaceVector(infinity, infinity, infinity)}) {
+            for (double const low : {-1.0, -0.0, -1e38}) {
+                SpaceBox const box(SpacePoint(low, low, low), extent);
+                PlainBox const plainBox{plain(box.getp()), plain(extent)};
+                expectDerived(
+                    family.grid,
+                    [&](RectMesh& source, RectMesh& result) { source.getRestrictedToAABB(box, result); },
+                    [&](PlainGrid const& shown) { return plainRestricted(shown, plainBox); }, false);
+            }
+        }
+    }
+}
+
+TEST(RestrictedToIndexBox, CornersAtTheEndsOfTheIndicesHoldNothing) {
+    RectMesh const grid = flatGrid(5, 4);
+    for (int const corner : {std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
+        RectMesh result;
+        grid.getRestrictedToAABB(GridBox(GridIndex(corner, corner), GridStep(7, 6)), result);
+        PlainGrid const expected = plainRestricted(plainGridOf(grid), {corner, corner}, 7, 6);
+        EXPECT_TRUE(sameNodes(result, expected));
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Seeds, DerivedDifferential, testing::Values(4U, 90U));
 
 // Changes in place

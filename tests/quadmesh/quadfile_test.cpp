@@ -7,6 +7,7 @@
 #include "tests/support/fulldisk.h"
 #include "tests/support/gridchecks.h"
 #include "tests/support/gridfamilies.h"
+#include "tests/support/leavinglistener.h"
 #include "tests/support/meshfamilies.h"
 #include "tests/support/plain_quadfile.h"
 #include "tests/support/recordinglistener.h"
@@ -27,6 +28,7 @@ namespace QELT::Testing {
 namespace {
 
 using Geometry::ThreeDimensional::QuadMesh::getCoordinateDataType;
+using Geometry::ThreeDimensional::QuadMesh::Nodes;
 using Geometry::ThreeDimensional::QuadMesh::openGridOutput;
 using Geometry::ThreeDimensional::QuadMesh::QuadFileHeader;
 using Geometry::ThreeDimensional::QuadMesh::QuadFileWriter;
@@ -394,16 +396,87 @@ TEST(CoordinateDataType, FloatsAre0DoublesAre1IntegersAre2AndAnythingElse3) {
     EXPECT_EQ(getCoordinateDataType<char>(), 3U);
 }
 
-/// The point block of the grid in a coordinate data type.
-std::string pointBlock(RectMesh const& grid, std::uint32_t type, std::string const& path) {
+/// The point block of the grid in a coordinate data type, written in rows or node by node.
+std::string pointBlock(RectMesh const& grid, std::uint32_t type, std::string const& path,
+                       bool areRowsGiven = true) {
     {
         OutputFile target = openGridOutput(path.c_str(), OutputFile::Mode::Binary);
         ProgressListener* const none = nullptr;
         PercentageReporter progress(none);
-        QuadFileWriter(target, grid).writePoints(type, progress);
+        std::function<Nodes()> const getRows = [&] { return grid.getNodes(); };
+        QuadFileWriter(target, grid, areRowsGiven ? getRows : nullptr).writePoints(type, progress);
         target.close();
     }
     return readText(path);
+}
+
+TEST_F(QuadFile, RowsAreWrittenAsTheirNodesOneByOneInEveryType) {
+    for (GridFamily& family : gridFamilies(35)) {
+        SCOPED_TRACE(family.name);
+        scatterFlags(family.grid, 36);
+        ShearedGrid sheared;
+        sheared.RectMesh::operator=(family.grid);
+        for (std::uint32_t const type : {0U, 1U, 2U}) {
+            for (RectMesh const* const grid : {&family.grid, static_cast<RectMesh*>(&sheared)}) {
+                EXPECT_EQ(pointBlock(*grid, type, file("rows")),
+                          pointBlock(*grid, type, file("nodes"), false));
+            }
+        }
+    }
+}
+
+/// What a listener hears, and what the file then holds, of a save that may fail.
+std::pair<std::vector<std::string>, std::string> heardAndWritten(RectMesh& grid, std::string const& path,
+                                                                 bool areRowsGiven) {
+    RecordingListener listener;
+    ProgressListener* const owners = &listener;
+    PercentageReporter progress(owners);
+    try {
+        OutputFile target = openGridOutput(path.c_str(), OutputFile::Mode::Binary);
+        std::function<Nodes()> const getRows = [&] { return grid.getNodes(); };
+        QuadFileWriter writer(target, grid, areRowsGiven ? getRows : nullptr);
+        writer.writeFlags(progress);
+        progress.restart();
+        writer.writePoints(0, progress);
+        target.close();
+    } catch (std::ios_base::failure const& failure) {
+        listener.events.emplace_back(failure.what());
+    }
+    return {listener.events, readText(path)};
+}
+
+TEST_F(QuadFile, AFailingWriteIsHeardOfAtTheSameNodeInRowsAsNodeByNode) {
+    RectMesh grid = wavyGrid(301, 260, 2.0);
+    punchSpeckles(grid, 0.1, 3);
+    std::size_t const whole = heardAndWritten(grid, file("whole"), true).second.size();
+    for (std::size_t size = 0; size < whole + 1; size += whole / 61U) {
+        FileSizeLimit const limit(size);
+        EXPECT_EQ(heardAndWritten(grid, file("rows"), true), heardAndWritten(grid, file("nodes"), false))
+            << size;
+    }
+}
+
+TEST_F(QuadFile, AListenerThatEmptiesTheGridWhileItIsWrittenLeavesNodesOfNothing) {
+    for (unsigned call = 1; call <= 40; ++call) {
+        std::array<std::string, 2> written;
+        for (bool const areRowsGiven : {false, true}) {
+            RectMesh grid = wavyGrid(20, 11, 2.0);
+            unsigned callCount = 0;
+            LeavingListener listener(
+                call, LeavingListener::Fate::Stays, [&] { grid.clear(); }, callCount);
+            ProgressListener* const owners = &listener;
+            PercentageReporter progress(owners);
+            OutputFile target = openGridOutput(file("emptied").c_str(), OutputFile::Mode::Binary);
+            std::function<Nodes()> const getRows = [&] { return grid.getNodes(); };
+            QuadFileWriter writer(target, grid, areRowsGiven ? getRows : nullptr);
+            writer.writeFlags(progress);
+            progress.restart();
+            writer.writePoints(0, progress);
+            target.close();
+            written[areRowsGiven ? 1 : 0] = readText(file("emptied"));
+        }
+        EXPECT_EQ(written[0], written[1]) << call;
+    }
 }
 
 TEST_F(QuadFile, DoublesAreWrittenWiderThanTheyAreStored) {

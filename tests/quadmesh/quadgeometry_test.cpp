@@ -401,21 +401,55 @@ TEST(QuadGeometry, QuadsAndNodesAgreeWithThePlainGridOverAllFamilies) {
     }
 }
 
+void expectPlainAreasAndBox(RectMesh const& grid) {
+    PlainGrid const plain = plainGridOf(grid);
+    PlainAreas const expected = plain.getAreas();
+    double max = 0.0;
+    double mean = 0.0;
+    double min = 0.0;
+    grid.getMaxMeanMinQuadSize(&max, &mean, &min);
+    EXPECT_TRUE(sameBits(max, expected.max));
+    EXPECT_TRUE(sameBits(mean, expected.mean));
+    EXPECT_TRUE(sameBits(min, expected.min));
+    SpaceBox const box = grid.getBoundingBoxAA();
+    PlainBox const expectedBox = plain.getBoundingBox();
+    EXPECT_TRUE(samePoint(box.getp(), expectedBox.p));
+    EXPECT_TRUE(sameVector(box.getd(), expectedBox.d));
+}
+
 TEST(QuadGeometry, AreasAndBoxesAgreeWithThePlainGridOverAllFamilies) {
     for (GridFamily const& family : gridFamilies(67)) {
-        PlainGrid const plain = plainGridOf(family.grid);
-        PlainAreas const expected = plain.getAreas();
-        double max = 0.0;
-        double mean = 0.0;
-        double min = 0.0;
-        family.grid.getMaxMeanMinQuadSize(&max, &mean, &min);
-        EXPECT_TRUE(sameBits(max, expected.max)) << family.name;
-        EXPECT_TRUE(sameBits(mean, expected.mean)) << family.name;
-        EXPECT_TRUE(sameBits(min, expected.min)) << family.name;
-        SpaceBox const box = family.grid.getBoundingBoxAA();
-        PlainBox const expectedBox = plain.getBoundingBox();
-        EXPECT_TRUE(samePoint(box.getp(), expectedBox.p)) << family.name;
-        EXPECT_TRUE(sameVector(box.getd(), expectedBox.d)) << family.name;
+        SCOPED_TRACE(family.name);
+        expectPlainAreasAndBox(family.grid);
+        ShearedGrid sheared;
+        sheared.RectMesh::operator=(family.grid);
+        expectPlainAreasAndBox(sheared);
+    }
+}
+
+TEST(QuadGeometry, AreasAndBoxesAgreeWithThePlainGridOnWildGrids) {
+    for (std::uint32_t seed = 1; seed <= 20; ++seed) {
+        for (GridFamily const& family : wildGridFamilies(seed)) {
+            SCOPED_TRACE(family.name);
+            expectPlainAreasAndBox(family.grid);
+            ShearedGrid sheared;
+            sheared.RectMesh::operator=(family.grid);
+            expectPlainAreasAndBox(sheared);
+        }
+    }
+}
+
+/// A walk whose box is rounded anew at every node: far off the origin, where floats are coarse.
+TEST(QuadGeometry, BoxesGatherTheSameRoundingAsGrowingNodeByNode) {
+    std::mt19937 random(5);
+    for (int i = 0; i < 300; ++i) {
+        double const offset = randomSpread(random, 4) * std::pow(10.0, static_cast<double>(i % 9) - 2.0);
+        RectMesh const grid = makeGrid(9, 9, [&](int, int) {
+            double const x = offset + randomSpread(random, 2);
+            double const y = -offset + randomSpread(random, 2) * 1e-3;
+            return SpacePoint(x, y, randomSpread(random, 2) * offset);
+        });
+        expectPlainAreasAndBox(grid);
     }
 }
 

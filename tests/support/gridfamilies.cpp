@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <random>
 
 namespace QELT::Testing {
@@ -248,6 +249,41 @@ std::vector<GridFamily> gridFamilies(std::uint32_t seed) {
 std::vector<GridFamily> gridFamiliesWithQuads(std::uint32_t seed) {
     std::vector<GridFamily> families = gridFamilies(seed);
     std::erase_if(families, [](GridFamily const& family) { return !hasQuad(family.grid); });
+    return families;
+}
+
+std::vector<GridFamily> wildGridFamilies(std::uint32_t seed) {
+    using Limits = std::numeric_limits<float>;
+    constexpr std::array<double, 14> coordinates{0.0,
+                                                 -0.0,
+                                                 1.0,
+                                                 -1.0,
+                                                 2.0,
+                                                 3.0,
+                                                 0.1,
+                                                 1000.25,
+                                                 Limits::denorm_min(),
+                                                 Limits::min(),
+                                                 1e30,
+                                                 -Limits::max(),
+                                                 Limits::infinity(),
+                                                 Limits::quiet_NaN()};
+    std::mt19937 random(seed);
+    std::vector<GridFamily> families;
+    for (std::uint32_t i = 0; i < 98; ++i) {
+        bool const isFinite = i % 2 == 0;
+        std::uint32_t const size = i / 2;
+        std::size_t const kinds = isFinite ? (i % 4 == 0 ? 8U : 12U) : coordinates.size();
+        auto const draw = [&] { return coordinates[random() % kinds]; };
+        RectMesh const grid = makeGrid(size % 7U, size / 7U, [&](int, int) {
+            double const x = draw();
+            double const y = draw();
+            return SpacePoint(x, y, draw());
+        });
+        families.push_back(
+            {(isFinite ? "wild " : "wild with infinities and NaNs ") + std::to_string(i), grid});
+        punchSpeckles(families.back().grid, i % 3 == 0 ? 0.0 : 0.15, seed + i);
+    }
     return families;
 }
 

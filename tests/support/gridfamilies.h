@@ -97,6 +97,11 @@ std::vector<GridFamily> gridFamilies(std::uint32_t seed);
 /// The ones among them that have a quad.
 std::vector<GridFamily> gridFamiliesWithQuads(std::uint32_t seed);
 
+/// Grids from no quad to six by six, with some nodes missing, of coordinates that ask for care: zeros of both
+/// signs, whole numbers, so that many are equal, the smallest and the largest floats and, where the name says
+/// so, infinities and NaNs.
+std::vector<GridFamily> wildGridFamilies(std::uint32_t seed);
+
 /// A grid that shows its stored points stretched, sheared and moved.
 class ShearedGrid : public RectMesh {
 public:

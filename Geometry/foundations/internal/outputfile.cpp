@@ -16,6 +16,17 @@ OutputFile::OutputFile(std::FILE* newFile, Complaint newComplaint) : file(newFil
     gathered.reserve(gatheredSize);
 }
 
+void OutputFile::writeBlock(std::string_view bytes) {
+    while (!bytes.empty()) {
+        if (gathered.size() == gatheredSize) {
+            flush();
+        }
+        std::string_view const part = bytes.substr(0, gatheredSize - gathered.size());
+        gathered += part;
+        bytes.remove_prefix(part.size());
+    }
+}
+
 void OutputFile::flush() {
     if (std::fwrite(gathered.data(), 1, gathered.size(), file.get()) != gathered.size()) {
         complain();

@@ -29,6 +29,10 @@ public:
         gathered += bytes;
     }
 
+    /// Appends a block of any length, of which the system gets the same writes as if its bytes came one by
+    /// one. Throws the complaint as soon as one of these fails.
+    void writeBlock(std::string_view bytes);
+
     /// Writes what was gathered. Throws the complaint if the system does not take all of it.
     void flush();
 

@@ -25,7 +25,7 @@
 // target, so that who reads the file meets no area far from the one that was asked for; a nearer one stays as
 // measured. A larger tolerance would let more of what was measured through, a smaller one hide more of it.
 //
-// Cost: all nodes once or twice, in large blocks.
+// Cost: all nodes once or twice, row by row in large blocks; of a derived grid, node by node.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
@@ -70,10 +70,9 @@ double getSnapped(double area, double target, double tolerance) {
     return isOff ? target : area;
 }
 
-/// Writes the grid in the blocks of a file. The owner's pointer to the listener is asked before every call.
-void writeQuadFile(OutputFile& file, RectMesh const& grid, QuadFileHeader const& header,
+/// Writes a grid in the blocks of a file. The owner's pointer to the listener is asked before every call.
+void writeQuadFile(OutputFile& file, QuadFileWriter writer, QuadFileHeader const& header,
                    ProgressListener* const& listener) {
-    QuadFileWriter writer(file, grid);
     writer.writeHeader(header);
     PercentageReporter progress(listener);
     reportMessage(listener, "Writing point flags...");
@@ -103,7 +102,8 @@ void RectMesh::save(char const* path) {
         for (double* const area : {&meanQuadArea, &minQuadArea, &maxQuadArea}) {
             *area = doSnapQuadAreas ? getSnapped(*area, targetQuadArea, quadAreaTolerance) : *area;
         }
-        writeQuadFile(file, *this, makeFileHeader(*this, sourceName), progressListener);
+        writeQuadFile(file, {file, *this, [this] { return getNodes(); }}, makeFileHeader(*this, sourceName),
+                      progressListener);
     } else if (name.find(".obj") != std::string::npos) {
         saveAsOBJ(name.c_str());
     } else {

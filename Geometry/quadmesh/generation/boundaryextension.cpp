@@ -2,7 +2,9 @@
 #include "Geometry/foundations/trianglemeasures.h"
 #include "Geometry/quadmesh/internal/boundarywalk.h"
 #include "Geometry/quadmesh/internal/nodes.h"
+#include "Geometry/quadmesh/internal/shownrow.h"
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <utility>
@@ -13,15 +15,16 @@
 // it, averages where several ways lead to a node, and may then smooth the new boundary. The ways are drawn
 // below, at `getExtrapolations`.
 //
-// Steps of a pass: copy the grid into one with a margin of a node on each side, beside it how many values a
-// node holds; walk one boundary loop of the old grid and gather the extrapolations; divide by their number;
+// Steps of a pass: copy the grid into one with a margin of a node on each side; walk one boundary loop of the
+// old grid and gather the extrapolations, noting how many values a node holds; divide by their number;
 // take the new nodes over; smooth so often as asked. Smoothing moves the nodes at which the boundary runs
 // straight on to the middle of their two neighbours on it, all from the points as they were before.
 //
 // Tolerances: none. Sums of values are rounded to floats one by one, in the order of the walk.
 //
-// Cost of a pass: the whole grid once, whatever the length of the boundary; of a smoothing the boundary
-// alone.
+// Cost of a pass: one copy of the grid, whatever the length of the boundary; of a smoothing the boundary
+// alone. Areas are settled after the last pass, and after each only where someone may look at the grid in
+// between: a listener, or the `getPoint` of a derived class.
 //
 // Odd on purpose: a target outside the old grid is left to the next pass, although the new one has room: the
 // first pass over a grid that is valid up to its rim only adds the margin. A node with any flag counts as
@@ -72,22 +75,19 @@ bool getIsOpen(RectMesh const& grid, Extrapolation const& way) {
            !grid.getPointFlag(way.base, RectMesh::CutBoundary);
 }
 
-/// The nodes of a grid with a margin of one node around them, and how many values each has gathered.
+/// The nodes of a grid with a margin of one node around them, and what the loop's ways lead to among them.
 class LargerGrid {
 public:
     explicit LargerGrid(Nodes const& source)
-        : nodes(makeNodes({source.extentU + 2UL, source.extentV + 2UL})) {
-        counts.resize(nodes.extentV + std::size_t{1});
-        for (std::vector<std::uint32_t>& row : counts) {
-            row.resize(nodes.extentU + std::size_t{1}, 0);
-        }
-        forEachNode({source.extentU, source.extentV}, [&](GridPoint const& node) {
-            char const flagByte = source.flagsOf(node);
-            nodes.pointOf(node + margin) = source.pointOf(node);
-            nodes.flagsOf(node + margin) = flagByte;
-            countOf(node + margin) = flagByte != 0 ? 1 : 0;
-        });
-    }
+        : nodes(makeNodes({source.extentU + 2UL, source.extentV + 2UL},
+                          [&](std::uint32_t v, Point* points, char* flags) {
+                              if (v >= 1 && v <= source.extentV + 1) {
+                                  std::size_t const count = source.extentU + std::size_t{1};
+                                  std::copy_n(source.points[v - 1].get(), count, points + 1);
+                                  std::copy_n(source.flags[v - 1].get(), count, flags + 1);
+                              }
+                          })),
+          counts((nodes.extentU + std::size_t{1}) * (nodes.extentV + std::size_t{1}), 0) {}
 
     /// Gathers what the ways across the boundary loop through `start` give, in the old grid's indices.
     void extrapolate(RectMesh const& grid, Edge const& start) {
@@ -101,15 +101,15 @@ public:
         });
     }
 
-    /// Makes each node the mean of the values that it gathered.
+    /// Makes each node the mean of the values that it holds.
     void average() {
-        forEachNode({nodes.extentU, nodes.extentV}, [this](GridPoint const& node) {
+        for (GridPoint const& node : gathered) {
             double const count = countOf(node);
             if (count > 1.0) {
                 Point& point = nodes.pointOf(node);
                 point.set(point.getX() / count, point.getY() / count, point.getZ() / count);
             }
-        });
+        }
     }
 
     Nodes const& getNodes() const { return nodes; }
@@ -118,17 +118,28 @@ private:
     void gather(GridPoint const& node, Point const& value) {
         Point& point = nodes.pointOf(node);
         point = TriangleMeasures::bary(point, value, 1.0, 1.0);
-        if (++countOf(node) == 1) {
-            nodes.flagsOf(node) = withFlag(0, RectMesh::Valid);
+        unsigned char& count = countOf(node);
+        char& flagByte = nodes.flagsOf(node);
+        if (count == 0) {
+            gathered.push_back(node);
+            count = flagByte != 0 ? 1 : 0;
+        }
+        if (++count == 1) {
+            flagByte = withFlag(0, RectMesh::Valid);
         }
     }
 
-    std::uint32_t& countOf(GridPoint const& node) {
-        return counts[static_cast<std::size_t>(node.getV())][static_cast<std::size_t>(node.getU())];
+    unsigned char& countOf(GridPoint const& node) {
+        return counts[static_cast<std::size_t>(node.getV()) * (nodes.extentU + std::size_t{1}) +
+                      static_cast<std::size_t>(node.getU())];
     }
 
     Nodes nodes;
-    std::vector<std::vector<std::uint32_t>> counts;
+
+    /// How many values each node that gathered any holds: one of its own and, as a loop has each edge once,
+    /// one for each of four ways of each of four directions, so that a byte does. Zero for all others.
+    std::vector<unsigned char> counts;
+    std::vector<GridPoint> gathered;
 };
 
 /// The nodes of the loop through `start` at which the boundary runs straight on, each with the middle of its
@@ -155,6 +166,10 @@ void RectMesh::extendBoundary(BoundaryExtensionAlgorithm algorithm, unsigned lon
     }
     reportMessage(progressListener, "Extending quad-mesh boundary...");
     std::uint32_t const count = toUInt32(passes);
+    if (progressListener == nullptr && getIsPlain(*this)) {
+        extendUnwatched(count, smoothingPasses);
+        return;
+    }
     for (std::uint32_t i = 0; i < count; ++i) {
         if (progressListener != nullptr) {
             progressListener->setPercentage(100UL * i / count);
@@ -166,18 +181,43 @@ void RectMesh::extendBoundary(BoundaryExtensionAlgorithm algorithm, unsigned lon
     }
 }
 
+void RectMesh::extendUnwatched(std::uint32_t passes, unsigned long smoothingPasses) {
+    for (std::uint32_t i = 0; i < passes; ++i) {
+        try {
+            growBoundary();
+        } catch (...) {
+            if (i > 0) {
+                getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
+            }
+            throw;
+        }
+        smoothBoundary(smoothingPasses);
+    }
+    if (passes > 0) {
+        getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
+    }
+}
+
 void RectMesh::extendBoundaryBasic(unsigned long smoothingPasses) {
+    growBoundary();
+    smoothBoundary(smoothingPasses);
+    getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
+}
+
+void RectMesh::growBoundary() {
     Edge const start = getBoundaryEdge();
     LargerGrid larger(getNodes());
     larger.extrapolate(*this, start);
     larger.average();
     setNodes(larger.getNodes());
-    for (std::uint32_t i = 0; i < toUInt32(smoothingPasses); ++i) {
+}
+
+void RectMesh::smoothBoundary(unsigned long passes) {
+    for (std::uint32_t i = 0; i < toUInt32(passes); ++i) {
         for (auto const& [node, point] : getSmoothed(*this, getBoundaryEdge())) {
             setPoint(node, point);
         }
     }
-    getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::QuadMesh

@@ -1,9 +1,12 @@
 #include "Geometry/foundations/affinemap.h"
 #include "Geometry/foundations/linearmap.h"
 #include "Geometry/quadmesh/internal/nodes.h"
+#include "Geometry/quadmesh/internal/shownrow.h"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -11,8 +14,9 @@
 // Derived grids: the nodes of a grid, some or all of them, in a grid of their own, moved, scaled, thinned out
 // or laid flat; and the two changes in place, a map of all points and a reflection.
 //
-// Steps: for each node of the result its source node is named; where that is valid, flags and point come
-// along, the point as `getPoint` shows it, so that the result of a scaled grid stores the scale. Everything
+// Steps: for each row of the result its source row is named, and in it the run of nodes that lie in the
+// source; where these are valid, flags and point come along, the point as `getPoint` shows it, so that the
+// result of a scaled grid stores the scale. A plain grid shows what it stores: its rows are read. Everything
 // is made aside and then taken over, so that the result may be the source and, where memory is short, stays
 // as it was. Whoever derives settles the areas anew; the search points only in the forms below that say so.
 //
@@ -60,55 +64,123 @@ std::uint32_t getThinning(std::uint32_t numberOfQuads, std::uint32_t maxQuads) {
     return k;
 }
 
-/// Nodes taken from a grid: node p is `toSource(p)` there, if that is valid, with its flags and the point
-/// that `toPoint` makes of the source node.
-template <class ToSource, class ToPoint>
-Nodes makeDerived(RectMesh const& grid, GridExtents const& extents, ToSource toSource, ToPoint toPoint) {
-    Nodes const nodes = makeNodes(extents);
-    forEachNode(extents, [&](GridPoint const& node) {
-        GridPoint const source = toSource(node);
-        if (grid.getIsPointValid(source)) {
-            nodes.pointOf(node) = toPoint(source);
-            nodes.flagsOf(node) = grid.getPointFlags(source);
-        }
-    });
-    return nodes;
-}
+/// A grid that others are derived from: what it shows, and its rows.
+struct Source {
+    RectMesh const& grid;
+    Nodes nodes;
 
-/// All nodes in their places, with the points that `toPoint` makes of them.
-template <class ToPoint>
-Nodes makeMoved(RectMesh const& grid, ToPoint toPoint) {
-    return makeDerived(
-        grid, grid.getExtents(), [](GridPoint const& node) { return node; }, toPoint);
-}
+    bool getHasRow(std::int64_t v) const {
+        return nodes.points != nullptr && v >= 0 && v <= std::int64_t{nodes.extentV};
+    }
+};
 
-/// The nodes that `toSource` names, with the points that they show.
-template <class ToSource>
-Nodes makeSelected(RectMesh const& grid, GridExtents const& extents, ToSource toSource) {
-    return makeDerived(grid, extents, toSource,
-                       [&grid](GridPoint const& source) { return grid.getPoint(source); });
-}
+/// Which nodes of the source are taken: node i of the result's row or column is number `first` + i `step`
+/// there. It may lie outside; whole numbers of 64 bits reach all that those of 32 bits name.
+struct Selection {
+    std::int64_t first = 0;
+    std::int64_t step = 1;
 
-/// Whether the node exists and its point lies in the box.
-bool getIsNodeInside(RectMesh const& grid, GridPoint const& node, BoundingBoxAA const& box) {
-    return grid.getIsPointValid(node) && box.getIsInside(grid.getPoint(node));
-}
+    std::int64_t getSourceOf(std::int64_t i) const { return first + i * step; }
 
-/// The box around the nodes whose points lie in `box`, each of them a box of one by one.
-GridBox getIndexBox(RectMesh const& grid, BoundingBoxAA const& box) {
-    GridBox indexBox;
-    bool isStarted = false;
-    forEachNode(grid.getExtents(), [&](GridPoint const& node) {
-        if (!getIsNodeInside(grid, node, box)) {
+    /// The first node of the result whose source is at least `lowest`.
+    std::int64_t getFirstFrom(std::int64_t lowest) const {
+        return first >= lowest ? 0 : (lowest - first + step - 1) / step;
+    }
+};
+
+/// Nodes taken from a grid, row by row: for each that is valid there `take` is called with the source's row
+/// of shown points, the node's place in the source, and the point of the result, and answers whether it is
+/// taken.
+template <class Take>
+Nodes makeDerived(Source const& source, GridExtents const& extents, Selection const& alongU,
+                  Selection const& alongV, Take take) {
+    std::int64_t const first = alongU.getFirstFrom(0);
+    std::int64_t const end =
+        std::min<std::int64_t>(toUInt32(extents.getdU()) + std::int64_t{1},
+                               alongU.getFirstFrom(source.nodes.extentU + std::int64_t{1}));
+    return makeNodes(extents, [&](std::uint32_t j, Point* points, char* flags) {
+        std::int64_t const v = alongV.getSourceOf(j);
+        if (!source.getHasRow(v)) {
             return;
         }
-        GridBox const nodeBox(node, GridStep(1, 1));
-        if (!isStarted) {
-            indexBox = nodeBox;
+        char const* const sourceFlags = source.nodes.flags[v].get();
+        visitShownRow(source.grid, source.nodes, static_cast<std::uint32_t>(v), [&](auto const& row) {
+            for (std::int64_t i = first; i < end; ++i) {
+                auto const u = static_cast<std::size_t>(alongU.getSourceOf(i));
+                if (getHasFlag(sourceFlags[u], RectMesh::Valid) && take(row, u, v, points[i])) {
+                    flags[i] = sourceFlags[u];
+                }
+            }
+        });
+    });
+}
+
+/// All nodes in their places, with the points that `toPoint` makes of what they show.
+template <class ToPoint>
+Nodes makeMoved(Source const& source, ToPoint toPoint) {
+    return makeDerived(source, source.grid.getExtents(), {}, {},
+                       [&](auto const& row, std::size_t u, std::int64_t, Point& point) {
+                           point = toPoint(row[u]);
+                           return true;
+                       });
+}
+
+/// The selected nodes, with the points that they show.
+Nodes makeSelected(Source const& source, GridExtents const& extents, Selection const& alongU,
+                   Selection const& alongV) {
+    return makeDerived(source, extents, alongU, alongV,
+                       [](auto const& row, std::size_t u, std::int64_t, Point& point) {
+                           point = row[u];
+                           return true;
+                       });
+}
+
+/// A box that many points are asked for. The answers are those of `BoundingBoxAA::getIsInside`, in which a
+/// coordinate that is not finite makes the products of the others with zero NaNs, so that no box holds it.
+class SpaceBox {
+public:
+    explicit SpaceBox(BoundingBoxAA const& box) : corner(box.getp()), size(box.getd()) {}
+
+    bool getIsInside(Point const& point) const {
+        Vector const along = point - corner;
+        return getIsWithin(along.getdX(), size.getdX()) && getIsWithin(along.getdY(), size.getdY()) &&
+               getIsWithin(along.getdZ(), size.getdZ());
+    }
+
+private:
+    static bool getIsWithin(double along, double length) {
+        constexpr double maxFinite = std::numeric_limits<float>::max();
+        return along >= 0.0 && along <= length && along <= maxFinite;
+    }
+
+    Point corner;
+    Vector size;
+};
+
+/// The box around the nodes whose points lie in `box`, each of them a box of one by one.
+GridBox getIndexBox(Source const& source, SpaceBox const& box) {
+    GridBox indexBox;
+    bool isStarted = false;
+    for (std::uint32_t v = 0; source.getHasRow(v); ++v) {
+        char const* const flags = source.nodes.flags[v].get();
+        std::optional<std::uint32_t> first;
+        std::uint32_t last = 0;
+        visitShownRow(source.grid, source.nodes, v, [&](auto const& row) {
+            for (std::uint32_t u = 0; u <= source.nodes.extentU; ++u) {
+                if (getHasFlag(flags[u], RectMesh::Valid) && box.getIsInside(row[u])) {
+                    first = first.value_or(u);
+                    last = u;
+                }
+            }
+        });
+        if (first) {
+            GridBox const rowBox({static_cast<int>(*first), static_cast<int>(v)},
+                                 {static_cast<int>(last - *first) + 1, 1});
+            indexBox = isStarted ? indexBox : rowBox;
+            indexBox.expand(rowBox);
             isStarted = true;
         }
-        indexBox.expand(nodeBox);
-    });
+    }
     return indexBox;
 }
 
@@ -145,9 +217,12 @@ void RectMesh::setDerivedNodes(Nodes const& nodes) {
 
 void RectMesh::getFlattened(RectMesh& result) const {
     double const side = std::sqrt(meanQuadArea);
-    result.setDerivedNodes(makeMoved(*this, [side](GridPoint const& source) {
-        return Point(source.getU() * side, source.getV() * side, 0.0);
-    }));
+    result.setDerivedNodes(makeDerived(Source{*this, getNodes()}, getExtents(), {}, {},
+                                       [side](auto const&, std::size_t u, std::int64_t v, Point& point) {
+                                           point = Point(static_cast<int>(u) * side,
+                                                         static_cast<int>(v) * side, 0.0);
+                                           return true;
+                                       }));
 }
 
 void RectMesh::getNormalised(double size, RectMesh& result) const {
@@ -155,15 +230,15 @@ void RectMesh::getNormalised(double size, RectMesh& result) const {
     double const scale = size / getLargestSide(box.getd());
     Point const centre = box.getp() + 0.5 * box.getd();
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
-    result.setDerivedNodes(makeMoved(
-        *this, [&](GridPoint const& source) { return Point() + scale * (getPoint(source) - centre); }));
+    result.setDerivedNodes(makeMoved(Source{*this, getNodes()},
+                                     [&](Point const& point) { return Point() + scale * (point - centre); }));
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
 }
 
 void RectMesh::getNormalised(double scale, Vector const& shift, RectMesh& result) const {
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
-    result.setDerivedNodes(makeMoved(*this, [&](GridPoint const& source) {
-        return Point() + scale * ((getPoint(source) + shift) - Point());
+    result.setDerivedNodes(makeMoved(Source{*this, getNodes()}, [&](Point const& point) {
+        return Point() + scale * ((point + shift) - Point());
     }));
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
 }
@@ -177,31 +252,33 @@ void RectMesh::getSubSampled(ResampleDataType type, unsigned long value, RectMes
     }
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
     std::string const name = fileName;
-    result.setDerivedNodes(makeSelected(*this, {extents.u / k, extents.v / k}, [k](GridPoint const& node) {
-        return GridPoint(static_cast<int>(static_cast<std::uint32_t>(node.getU()) * k),
-                         static_cast<int>(static_cast<std::uint32_t>(node.getV()) * k));
-    }));
+    result.setDerivedNodes(makeSelected({*this, getNodes()}, {extents.u / k, extents.v / k}, {0, k}, {0, k}));
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
     result.setFileName(name);
 }
 
 void RectMesh::getRestrictedToAABB(GridBox const& box, RectMesh& result) const {
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
-    GridStep const toCorner = box.getp() - GridPoint();
+    GridPoint const corner = box.getp();
     result.setDerivedNodes(
-        makeSelected(*this, toExtents(box.getd()), [&](GridPoint const& node) { return node + toCorner; }));
+        makeSelected({*this, getNodes()}, toExtents(box.getd()), {corner.getU(), 1}, {corner.getV(), 1}));
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
 }
 
 void RectMesh::getRestrictedToAABB(BoundingBoxAA const& box, RectMesh& result) const {
-    GridBox const indexBox = getIndexBox(*this, box);
-    GridStep const toSource = (indexBox.getp() - GridPoint()) - GridStep(1, 1);
-    GridPoint const outside(-1, -1);
-    result.setDerivedNodes(
-        makeSelected(*this, toExtents(indexBox.getd() + GridStep(2, 2)), [&](GridPoint const& node) {
-            GridPoint const source = node + toSource;
-            return getIsNodeInside(*this, source, box) ? source : outside;
-        }));
+    Source const source{*this, getNodes()};
+    SpaceBox const inside(box);
+    GridBox const indexBox = getIndexBox(source, inside);
+    GridPoint const corner = indexBox.getp() - GridStep(1, 1);
+    result.setDerivedNodes(makeDerived(source, toExtents(indexBox.getd() + GridStep(2, 2)),
+                                       {corner.getU(), 1}, {corner.getV(), 1},
+                                       [&](auto const& row, std::size_t u, std::int64_t, Point& point) {
+                                           if (!inside.getIsInside(row[u])) {
+                                               return false;
+                                           }
+                                           point = row[u];
+                                           return true;
+                                       }));
 }
 
 void RectMesh::transform(Point const& origin, AffineMap const& map) {

@@ -33,7 +33,7 @@ bool getIsMemoryAvailable(std::uint64_t nodesU, std::uint64_t nodesV) {
 
 } // namespace
 
-Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents) {
+Nodes makeRowTables(TwoDimensional::Vector<unsigned long> const& extents) {
     Nodes nodes;
     nodes.extentU = toUInt32(extents.getdU());
     nodes.extentV = toUInt32(extents.getdV());
@@ -47,14 +47,24 @@ Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents) {
     try {
         nodes.points.reset(new std::unique_ptr<ThreeDimensional::Point[]>[nodesV]);
         nodes.flags.reset(new std::unique_ptr<char[]>[nodesV]);
-        for (std::size_t v = 0; v < nodesV; ++v) {
-            nodes.points.get()[v] = std::make_unique<ThreeDimensional::Point[]>(nodesU);
-            nodes.flags.get()[v] = std::make_unique<char[]>(nodesU);
-        }
     } catch (std::bad_alloc const&) {
         throwInsufficientMemory();
     }
     return nodes;
+}
+
+void makeRow(Nodes const& nodes, std::uint32_t v) {
+    std::size_t const nodesU = nodes.extentU + std::size_t{1};
+    try {
+        nodes.points[v] = std::make_unique<ThreeDimensional::Point[]>(nodesU);
+        nodes.flags[v] = std::make_unique<char[]>(nodesU);
+    } catch (std::bad_alloc const&) {
+        throwInsufficientMemory();
+    }
+}
+
+Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents) {
+    return makeNodes(extents, [](std::uint32_t, ThreeDimensional::Point*, char*) {});
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::QuadMesh

@@ -35,6 +35,22 @@ struct Nodes {
 /// \throws std::runtime_error "Insufficient memory to initialise quad-mesh.".
 [[nodiscard]] Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents);
 
+/// The tables of such nodes with no row in them yet, and row `v` put into its place.
+[[nodiscard]] Nodes makeRowTables(TwoDimensional::Vector<unsigned long> const& extents);
+void makeRow(Nodes const& nodes, std::uint32_t v);
+
+/// The same, and calls `fill` with the number, the points and the flags of each row as soon as it is made:
+/// memory is the dearest part of a grid, and a row that was just made is still at hand.
+template <class Fill>
+[[nodiscard]] Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents, Fill fill) {
+    Nodes const nodes = makeRowTables(extents);
+    for (std::uint32_t v = 0; v <= nodes.extentV; ++v) {
+        makeRow(nodes, v);
+        fill(v, nodes.points[v].get(), nodes.flags[v].get());
+    }
+    return nodes;
+}
+
 constexpr bool getHasFlag(char flagByte, RectMesh::PointFlagID id) {
     return ((static_cast<unsigned>(static_cast<unsigned char>(flagByte)) >> id) & 1U) != 0;
 }

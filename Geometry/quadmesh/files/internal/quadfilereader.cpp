@@ -28,7 +28,29 @@ public:
         return decode<Stored>(&buffer[next - sizeof(Stored)]);
     }
 
+    Point takePoint() {
+        if (end - next < 3 * sizeof(Stored)) {
+            return takeDividedPoint();
+        }
+        char const* const bytes = buffer.data() + next;
+        next += 3 * sizeof(Stored);
+        return makePoint(decode<Stored>(bytes), decode<Stored>(bytes + sizeof(Stored)),
+                         decode<Stored>(bytes + 2 * sizeof(Stored)));
+    }
+
 private:
+    static Point makePoint(Stored x, Stored y, Stored z) {
+        return {static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)};
+    }
+
+    /// A point of which what is read at once holds a part or nothing.
+    Point takeDividedPoint() {
+        Stored const x = take();
+        Stored const y = take();
+        Stored const z = take();
+        return makePoint(x, y, z);
+    }
+
     bool refill() {
         next = 0;
         end = 0;
@@ -59,14 +81,6 @@ std::array<char, size> readBytes(std::ifstream& stream) {
 template <class Stored>
 Stored readValue(std::ifstream& stream) {
     return decode<Stored>(readBytes<sizeof(Stored)>(stream).data());
-}
-
-template <class Stored>
-Point takePoint(BlockReader<Stored>& reader) {
-    auto const x = static_cast<double>(reader.take());
-    auto const y = static_cast<double>(reader.take());
-    auto const z = static_cast<double>(reader.take());
-    return {x, y, z};
 }
 
 } // namespace
@@ -122,17 +136,21 @@ void QuadFileReader::readPoints(std::uint32_t coordinateDataType) {
 template <class Stored>
 void QuadFileReader::readPointsAs() {
     BlockReader<Stored> reader(stream);
-    forEachNode({nodes.extentU, nodes.extentV}, [&](TwoDimensional::Point<int> const& node) {
-        if (getHasFlag(nodes.flagsOf(node), RectMesh::Valid)) {
-            nodes.pointOf(node) = takePoint(reader);
+    for (std::size_t v = 0; v <= nodes.extentV; ++v) {
+        Point* const points = nodes.points.get()[v].get();
+        char const* const flags = nodes.flags.get()[v].get();
+        for (std::size_t u = 0; u <= nodes.extentU; ++u) {
+            if (getHasFlag(flags[u], RectMesh::Valid)) {
+                points[u] = reader.takePoint();
+            }
         }
-    });
+    }
 }
 
 void QuadFileReader::readPointsOfVersion0() {
     BlockReader<double> reader(stream);
     forEachNode({nodes.extentU, nodes.extentV}, [&](TwoDimensional::Point<int> const& node) {
-        Point const point = takePoint(reader);
+        Point const point = reader.takePoint();
         char& flagByte = nodes.flagsOf(node);
         if (flagByte != 0) {
             nodes.pointOf(node) = point;
