@@ -4,8 +4,9 @@ namespace cscan {
 
 CLI::Option* addPartOptions(CLI::App& command, std::string const& name, QELT::Inspection::PlacedPart& part,
                             std::string const& description) {
+    CLI::Option* const positional = command.add_option(name, part.file, description)->required();
     addFrameOption(command, part.frame, "takes the coordinates of " + name + " to those of the part");
-    return command.add_option(name, part.file, description)->required();
+    return positional;
 }
 
 CLI::Option* addFrameOption(CLI::App& command, std::optional<std::filesystem::path>& frame,
