@@ -61,6 +61,7 @@ set_target_properties(
                EXPORT_NAME Inspection
                LINKER_LANGUAGE CXX
                VERIFY_INTERFACE_HEADER_SETS ${QELT_VERIFY_HEADERS})
+qelt_limit_exports(QELTInspection)
 if(BUILD_SHARED_LIBS)
     target_compile_definitions(qelt_inspection_objects PRIVATE QELT_BUILDING_INSPECTION)
 else()

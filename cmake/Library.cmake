@@ -42,6 +42,7 @@ set_target_properties(
                VERSION ${PROJECT_VERSION}
                SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
                VERIFY_INTERFACE_HEADER_SETS ${QELT_VERIFY_HEADERS})
+qelt_limit_exports(QELTGeometry)
 if(BUILD_SHARED_LIBS)
     target_compile_definitions(qelt_geometry_objects PRIVATE QELT_BUILDING_LIBRARY)
 else()

@@ -21,3 +21,13 @@ function(qelt_configure_own_target target)
                 $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
                 $<$<CXX_COMPILER_ID:GNU>:-fno-tree-slp-vectorize>)
 endfunction()
+
+# qelt_limit_exports(<library>): a shared library shows the names of exports.map alone, where the linker is GNU's or
+# takes the same scripts.
+function(qelt_limit_exports library)
+    if(BUILD_SHARED_LIBS AND UNIX AND NOT APPLE)
+        set(map ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+        target_link_options(${library} PRIVATE -Wl,--version-script=${map})
+        set_property(TARGET ${library} APPEND PROPERTY LINK_DEPENDS ${map})
+    endif()
+endfunction()
