@@ -49,9 +49,8 @@ public:
         radius = radius / static_cast<double>(count);
     }
 
-    /// Whether the gradient was small enough to end the descent, or nothing moved, as in all further steps.
+    /// Whether the gradient was small enough to end the descent.
     bool step() {
-        Sphere const before = *this;
         double radiusGradient = 0.0;
         Vector centreGradient;
         for (std::uint32_t i = 0; i < count; ++i) {
@@ -62,9 +61,7 @@ public:
         }
         radius = radius - radiusGradient * descentStep;
         centre = centre - descentStep * centreGradient;
-        bool const isSmall =
-            std::abs(radiusGradient) < radiusTolerance && centreGradient.lSqr() < centreToleranceSqr;
-        return isSmall || getIsSame(before);
+        return std::abs(radiusGradient) < radiusTolerance && centreGradient.lSqr() < centreToleranceSqr;
     }
 
     bool getIsSame(Sphere const& other) const {
