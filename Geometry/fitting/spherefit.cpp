@@ -17,8 +17,8 @@
 //   no failure here: the answer is always true.
 //
 // Odd on purpose: the centre is a point of floats. It comes to rest where a step is below its rounding, long
-// before its gradient is small, so most fits would make all sweeps without a change. A sweep that changes
-// nothing ends the descent instead, with the same bits. A sweep costs one square root a point.
+// before its gradient is small, so most fits would make all sweeps without a change; `descend` notices
+// that. A sweep costs one square root a point.
 
 namespace QELT::Geometry::ThreeDimensional {
 
