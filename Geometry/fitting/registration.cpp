@@ -3,6 +3,7 @@
 #include "Geometry/fitting/utility.h"
 
 #include <array>
+#include <cmath>
 
 // The rigid motion that takes three points closest to three others. The translation is that of the
 // centroids; the rotation, as angles about X, Y and Z, is found by gradient descent on the squared norm of R
@@ -18,7 +19,9 @@
 //   of less than a thousandth of a unit it is met far from the minimum.
 //
 // Odd on purpose: the offset moves the target's centroid, and not its points, so the rotation answers to it
-// too. A step costs fifteen matrices of a sine and a cosine, and their products.
+// too. A step costs three sines and cosines and eleven products of matrices: the rotation and its derivatives
+// share them, each multiplied as `LinearMap` would. Of the gradient's two traces, that of a product and that
+// of its transpose, one is formed, as their terms are the same in the same order.
 //
 // The affine map of four point pairs is exact: the inverse of the matrix of the three source edges, times
 // the three target edges. It has no tolerance; points in one plane divide by zero.
@@ -29,8 +32,6 @@ namespace {
 
 constexpr std::size_t numberOfRigidPairs = 3;
 constexpr int maxDescentSteps = 1048576;
-
-constexpr std::array<LinearMap::RotationAxis, 3> eulerAxes{LinearMap::X, LinearMap::Y, LinearMap::Z};
 
 /// How far a step of the descent goes along the gradient, and the change of the angles at which it ends.
 struct DescentConstants {
@@ -49,22 +50,88 @@ Point getCentroid(Point const* points) {
     return Point() + sum / 3.0;
 }
 
+/// A matrix of space by rows, whose products have the order of evaluation of `LinearMap`'s.
+struct Matrix {
+    std::array<double, 9> m;
+
+    Matrix operator*(Matrix const& right) const {
+        Matrix product;
+        for (std::size_t i = 0; i < 9; i += 3) {
+            for (std::size_t j = 0; j < 3; ++j) {
+                product.m[i + j] = m[i] * right.m[j] + m[i + 1] * right.m[3 + j] + m[i + 2] * right.m[6 + j];
+            }
+        }
+        return product;
+    }
+
+    Matrix operator-(Matrix const& other) const {
+        Matrix difference;
+        for (std::size_t i = 0; i < 9; ++i) {
+            difference.m[i] = m[i] - other.m[i];
+        }
+        return difference;
+    }
+
+    /// The trace of this matrix times the transpose of the other one.
+    double getTraceWithTransposeOf(Matrix const& other) const {
+        std::array<double, 3> diagonal;
+        for (std::size_t i = 0; i < 3; ++i) {
+            diagonal[i] = m[3 * i] * other.m[3 * i] + m[3 * i + 1] * other.m[3 * i + 1] +
+                          m[3 * i + 2] * other.m[3 * i + 2];
+        }
+        return diagonal[0] + diagonal[1] + diagonal[2];
+    }
+};
+
 /// The points about their centre, as columns.
-LinearMap getCentred(Point const* points, Point const& centre) {
-    return {points[0] - centre, points[1] - centre, points[2] - centre};
+Matrix getCentred(Point const* points, Point const& centre) {
+    Matrix centred;
+    for (std::size_t j = 0; j < numberOfRigidPairs; ++j) {
+        Vector const fromCentre = points[j] - centre;
+        centred.m[j] = fromCentre.getdX();
+        centred.m[3 + j] = fromCentre.getdY();
+        centred.m[6 + j] = fromCentre.getdZ();
+    }
+    return centred;
 }
 
+/// The cosine and the sine of an angle.
+struct Turn {
+    explicit Turn(double angle) : c(std::cos(angle)), s(std::sin(angle)) {}
+
+    double c;
+    double s;
+};
+
+/// The rotations about X, Y and Z in succession, and their derivatives by each of the angles.
+struct EulerRotation {
+    explicit EulerRotation(Vector const& angles) {
+        auto const [cX, sX] = Turn(angles.getdX());
+        auto const [cY, sY] = Turn(angles.getdY());
+        auto const [cZ, sZ] = Turn(angles.getdZ());
+        Matrix const x{{1.0, 0.0, 0.0, 0.0, cX, -sX, 0.0, sX, cX}};
+        Matrix const y{{cY, 0.0, sY, 0.0, 1.0, 0.0, -sY, 0.0, cY}};
+        Matrix const z{{cZ, -sZ, 0.0, sZ, cZ, 0.0, 0.0, 0.0, 1.0}};
+        Matrix const byX{{0.0, 0.0, 0.0, 0.0, -sX, -cX, 0.0, cX, -sX}};
+        Matrix const byY{{-sY, 0.0, cY, 0.0, 0.0, 0.0, -cY, 0.0, -sY}};
+        Matrix const byZ{{-sZ, -cZ, 0.0, cZ, -sZ, 0.0, 0.0, 0.0, 0.0}};
+        Matrix const zy = z * y;
+        rotation = zy * x;
+        derivatives = {zy * byX, z * byY * x, byZ * y * x};
+    }
+
+    Matrix rotation;
+    std::array<Matrix, 3> derivatives;
+};
+
 /// The derivative of the sum of squares of the entries of R a - b by each Euler angle of R, times `step`.
-Vector getScaledGradient(LinearMap const& a, LinearMap const& b, Vector const& angles, double step) {
-    LinearMap rotation;
-    rotation.setRotation(eulerAxes.data(), angles);
-    LinearMap const error = rotation * a - b;
+Vector getScaledGradient(Matrix const& a, Matrix const& b, Vector const& angles, double step) {
+    EulerRotation const euler(angles);
+    Matrix const error = euler.rotation * a - b;
     Vector gradient;
     for (unsigned long k = 0; k < 3; ++k) {
-        LinearMap derivative;
-        derivative.setRotationDerivative(k, eulerAxes.data(), angles);
-        LinearMap const change = derivative * a;
-        gradient.set(k, ((error * change.transpose()).trace() + (change * error.transpose()).trace()) * step);
+        double const trace = error.getTraceWithTransposeOf(euler.derivatives[k] * a);
+        gradient.set(k, (trace + trace) * step);
     }
     return gradient;
 }
@@ -72,8 +139,7 @@ Vector getScaledGradient(LinearMap const& a, LinearMap const& b, Vector const& a
 /// Euler angles as the descent moves them.
 class RotationDescent {
 public:
-    RotationDescent(LinearMap const& newSource, LinearMap const& newTarget,
-                    DescentConstants const& newConstants)
+    RotationDescent(Matrix const& newSource, Matrix const& newTarget, DescentConstants const& newConstants)
         : source(newSource), target(newTarget), constants(newConstants) {}
 
     /// Whether the angles settled.
@@ -92,8 +158,8 @@ public:
     Vector const& getAngles() const { return angles; }
 
 private:
-    LinearMap source;
-    LinearMap target;
+    Matrix source;
+    Matrix target;
     DescentConstants constants;
     Vector angles;
 };

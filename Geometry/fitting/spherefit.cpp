@@ -17,8 +17,8 @@
 //   no failure here: the answer is always true.
 //
 // Odd on purpose: the centre is a point of floats. It comes to rest where a step is below its rounding, long
-// before its gradient is small, so most fits would make all sweeps without a change. A sweep that changes
-// nothing ends the descent instead, with the same bits. A sweep costs one square root a point.
+// before its gradient is small, so most fits would make all sweeps without a change; `descend` notices
+// that. A sweep costs one square root a point.
 
 namespace QELT::Geometry::ThreeDimensional {
 
@@ -49,9 +49,8 @@ public:
         radius = radius / static_cast<double>(count);
     }
 
-    /// Whether the gradient was small enough to end the descent, or nothing moved, as in all further steps.
+    /// Whether the gradient was small enough to end the descent.
     bool step() {
-        Sphere const before = *this;
         double radiusGradient = 0.0;
         Vector centreGradient;
         for (std::uint32_t i = 0; i < count; ++i) {
@@ -62,9 +61,7 @@ public:
         }
         radius = radius - radiusGradient * descentStep;
         centre = centre - descentStep * centreGradient;
-        bool const isSmall =
-            std::abs(radiusGradient) < radiusTolerance && centreGradient.lSqr() < centreToleranceSqr;
-        return isSmall || getIsSame(before);
+        return std::abs(radiusGradient) < radiusTolerance && centreGradient.lSqr() < centreToleranceSqr;
     }
 
     bool getIsSame(Sphere const& other) const {

@@ -94,5 +94,27 @@ TEST(Descent, LeavesOutTheRoundsOfALongOne) {
     EXPECT_LT(descent.stepsMade, 2200);
 }
 
+TEST(Descent, NoticesARestOrAShortRoundWithinASixteenthOfTheSteps) {
+    for (int const round : {1, 2, 7, 60}) {
+        for (int const tail : {1000, 4097, 100000}) {
+            auto const next = rhoTable(tail, round);
+            TableDescent descent{&next, -1};
+            EXPECT_FALSE(descend(descent, 1048576));
+            EXPECT_EQ(descent.state, tail + (1048576 - tail) % round);
+            EXPECT_LE(descent.stepsMade, tail + tail / 16 + 2 + 2 * round) << tail << " and " << round;
+        }
+    }
+}
+
+TEST(Descent, NoticesALongRoundBeforeTwentyOfThem) {
+    for (int const round : {100, 1000, 4000}) {
+        auto const next = rhoTable(10, round);
+        TableDescent descent{&next, -1};
+        EXPECT_FALSE(descend(descent, 268435456));
+        EXPECT_EQ(descent.state, 10 + (268435456 - 10) % round);
+        EXPECT_LE(descent.stepsMade, 20 * round);
+    }
+}
+
 } // namespace
 } // namespace QELT::Geometry::ThreeDimensional

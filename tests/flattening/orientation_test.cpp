@@ -1,5 +1,6 @@
 #include "tests/support/flattening_fixtures.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -217,6 +218,118 @@ TEST(Orientation, GivesThePlainVersionsBitsForDegenerateAndUndefinedPoints) {
     expectPlainResult({{nan, nan}});
     expectPlainResult({{1.0, 2.0}, {inf, 5.0}, {3.0, -1.0}});
     expectPlainResult({{0.0, 0.0}, {1e200, 0.0}, {0.0, 1e200}, {-1e308, 1e308}});
+}
+
+/// Points in rows, as vertices of a surface often come, off their lattice by so much.
+std::vector<Flat> lattice(std::mt19937& generator, int rows, int columns, double jitter) {
+    std::uniform_real_distribution<double> uniform(-jitter, jitter);
+    std::vector<Flat> flats;
+    for (int row = 0; row < rows; ++row) {
+        for (int column = 0; column < columns; ++column) {
+            flats.push_back({column + uniform(generator), row + uniform(generator)});
+        }
+    }
+    return flats;
+}
+
+TEST(Orientation, GivesThePlainVersionsBitsForManyPoints) {
+    std::mt19937 generator(31);
+    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+    for (int round = 0; round < 12; ++round) {
+        SCOPED_TRACE(round);
+        std::vector<Flat> flats = lattice(generator, 12 + round, 40 - round, round % 3 == 0 ? 0.0 : 0.3);
+        if (round % 4 == 1) { // a disc
+            flats.clear();
+            while (flats.size() < 900) {
+                Flat const p{uniform(generator), uniform(generator)};
+                if (p[0] * p[0] + p[1] * p[1] < 1.0) {
+                    flats.push_back(p);
+                }
+            }
+        }
+        if (round % 2 == 1) {
+            std::reverse(flats.begin(), flats.end());
+        }
+        expectPlainResult(round % 4 == 2 ? flats : turnedBy(flats, 3.0 * uniform(generator)));
+    }
+}
+
+TEST(Orientation, GivesThePlainVersionsBitsWhereAreasAreEqualButForRounding) {
+    // What looks the same after a quarter turn, or in a mirror, has the same areas at two angles.
+    std::mt19937 generator(37);
+    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+    for (int round = 0; round < 60; ++round) {
+        SCOPED_TRACE(round);
+        std::vector<Flat> flats;
+        double const shift = round % 5 == 0 ? 1000.0 : 0.0;
+        for (int k = 0; k < 2 + round % 7; ++k) {
+            double const u = uniform(generator);
+            double const v = uniform(generator);
+            flats.push_back({u + shift, v});
+            flats.push_back(round % 2 == 0 ? Flat{v + shift, u} : Flat{-u + shift, v});
+            if (round % 3 == 0) {
+                flats.push_back({-v + shift, -u});
+                flats.push_back({-u + shift, -v});
+            }
+        }
+        std::shuffle(flats.begin(), flats.end(), generator);
+        expectPlainResult(flats);
+    }
+    for (int const step : {0, 1, 500, 2047, 2048, 4095}) {
+        expectPlainResult(turnedBy(rectangle(8.0, 2.0, -4.0, -1.0), (step + 0.5) * smallestStep));
+        expectPlainResult(turnedBy(rectangle(4.0, 4.0, 0.1, 0.2), step * smallestStep));
+    }
+}
+
+TEST(Orientation, GivesThePlainVersionsBitsWhereRoundingGathersInTheBoxes) {
+    // A regular polygon whose upper half comes first, and whose lower half grows by small steps: each moves
+    // the low ends of a box, whose high ends drift away from the points that they stand for.
+    for (int round = 0; round < 12; ++round) {
+        int const corners = 16 + 8 * (round % 4);
+        int const growth = 20 + 10 * round;
+        SCOPED_TRACE(std::to_string(corners) + " corners, round " + std::to_string(round));
+        std::vector<Flat> flats;
+        for (int ring = -1; ring < growth; ++ring) {
+            double const radius = ring < 0 ? 1.0 : 0.5 + 0.5 * (ring + 1) / growth;
+            for (int k = 0; k < corners / 2; ++k) {
+                double const angle = 4.0 * quarterTurn * (k + 0.5 + (ring < 0 ? 0 : corners / 2)) / corners;
+                flats.push_back({0.3 + radius * std::cos(angle), -0.2 + radius * std::sin(angle)});
+            }
+        }
+        expectPlainResult(flats);
+    }
+}
+
+TEST(Orientation, GivesThePlainVersionsBitsForPointsOnFewLines) {
+    std::mt19937 generator(41);
+    for (int round = 0; round < 40; ++round) {
+        SCOPED_TRACE(round);
+        int const lines = 1 + round % 4;
+        double const size = round % 2 == 0 ? 1.0 : 0.1;
+        std::vector<Flat> flats;
+        for (int k = 0; k < 30; ++k) {
+            double const along = size * static_cast<double>(generator() % 9);
+            double const across = size * static_cast<double>(generator() % static_cast<unsigned>(lines));
+            flats.push_back(round % 3 == 0 ? Flat{across, along} : Flat{along, across});
+        }
+        expectPlainResult(round % 5 == 0 ? turnedBy(flats, 0.3) : flats);
+    }
+}
+
+TEST(Orientation, GivesThePlainVersionsBitsForNumbersOfAnySize) {
+    std::mt19937 generator(43);
+    std::uniform_real_distribution<double> uniform(-1.0, 1.0);
+    for (double const size :
+         {0.0, 5e-324, 1e-310, 1e-200, 0.9e-100, 1.1e-100, 1e-20, 1e20, 0.9e100, 1.1e100, 1e155, 1e300}) {
+        SCOPED_TRACE(size);
+        std::vector<Flat> flats;
+        for (int k = 0; k < 40; ++k) {
+            flats.push_back({size * uniform(generator), 0.4 * size * uniform(generator)});
+        }
+        expectPlainResult(flats);
+        flats[7] = {1e-3 * size, 1.0};
+        expectPlainResult(flats);
+    }
 }
 
 } // namespace

@@ -187,8 +187,8 @@ public:
         }
     }
 
-    double getInnerProduct(std::size_t order) {
-        innerProduct.extendTo(order);
+    double getInnerProduct(std::size_t end) {
+        innerProduct.extendTo(end);
         return innerProduct.getSum();
     }
 
