@@ -41,6 +41,7 @@
 #include "Inspection/parts/surfacerepair.h"
 #include "Inspection/parts/tubecut.h"
 #include "Inspection/pictures/cscanimages.h"
+#include "Inspection/pictures/drawnresult.h"
 #include "Inspection/pictures/flatpicture.h"
 #include "Inspection/pictures/footprintpicture.h"
 #include "Inspection/pictures/image.h"

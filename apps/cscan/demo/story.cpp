@@ -5,7 +5,7 @@
 #include "Inspection/pages/view.h"
 #include "Inspection/parts/partcheck.h"
 #include "Inspection/pictures/indicationpicture.h"
-#include "Inspection/pictures/valuepicture.h"
+#include "Inspection/pictures/drawnresult.h"
 #include "Inspection/planning/planpath.h"
 #include "Inspection/poses/pose.h"
 #include "Inspection/poses/registerpoints.h"
