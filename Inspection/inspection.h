@@ -46,6 +46,7 @@
 #include "Inspection/pictures/footprintpicture.h"
 #include "Inspection/pictures/image.h"
 #include "Inspection/pictures/indicationpicture.h"
+#include "Inspection/pictures/pathpicture.h"
 #include "Inspection/pictures/pngfile.h"
 #include "Inspection/pictures/preparedgrid.h"
 #include "Inspection/pictures/valuepicture.h"

@@ -27,6 +27,9 @@ inline int labelWidth(std::string_view text) {
     return widthOfText(text) * labelScale;
 }
 
+/// Of the box around a text on a map.
+constexpr int labelBorder = 3;
+
 /// Of a map of so many pixels: the dots along the side of one.
 inline int magnificationOf(std::size_t width, std::size_t height) {
     std::size_t const side = std::max<std::size_t>({width, height, 1});

@@ -43,8 +43,14 @@ void drawLabel(Image& image, double x, double y, std::string const& text) {
     int const bottom = image.getHeight() - capitalHeight - border;
     int const left = std::max(std::min(static_cast<int>(x) + pictureGap / 2, right), border);
     int const top = std::max(std::min(static_cast<int>(y) - labelLift, bottom), border);
-    image.fillRectangle(left - 3, top - 3, labelWidth(text) + 6, capitalHeight + 6, white);
-    image.drawFrame(left - 3, top - 3, labelWidth(text) + 6, capitalHeight + 6, inkColour);
+    drawTextBox(image, left, top, text);
+}
+
+void drawTextBox(Image& image, int left, int top, std::string const& text) {
+    int const width = labelWidth(text) + 2 * labelBorder;
+    int const height = capitalHeight + 2 * labelBorder;
+    image.fillRectangle(left - labelBorder, top - labelBorder, width, height, white);
+    image.drawFrame(left - labelBorder, top - labelBorder, width, height, inkColour);
     image.drawText(left, top, text, labelScale, black);
 }
 

@@ -47,4 +47,7 @@ Image pixelMapOf(Result const& result, PixelDots const& dots, ColourOfPixel colo
 /// Writes a text in a box beside a place in dots, within the picture also where the place is at its rim.
 void drawLabel(Image& image, double x, double y, std::string const& text);
 
+/// A text whose top left corner is given, in a box.
+void drawTextBox(Image& image, int left, int top, std::string const& text);
+
 } // namespace QELT::Inspection
