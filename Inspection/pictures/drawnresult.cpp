@@ -36,10 +36,11 @@ void writePictures(DrawnMeasuredScanOptions const& options, DrawnMeasuredScan& d
     }
     for (std::size_t i = 0; i < drawn.images.size(); ++i) {
         checkpoint(listener);
-        bool const isOfStates = i == drawn.scan.result.values.size();
+        Result const& result = drawn.scan.result;
+        bool const isOfStates = i == result.values.size();
         writePng(outputs.at(drawn.images[i]),
-                 isOfStates ? statePicture(drawn.scan.result)
-                            : valuePicture(drawn.scan.result, drawn.scan.result.values[i]));
+                 isOfStates ? statePicture(result)
+                            : valuePicture(result, result.values[i], usualStyleOf(result.values[i])));
     }
 }
 

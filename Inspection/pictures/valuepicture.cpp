@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 // A pixel of the result is a square of whole dots. Nothing is averaged: a flaw of one pixel is there. Colours
 // of states are none that the maps hold: black, white, grey, pink, orange.
@@ -20,13 +21,10 @@ double shownValue(Result const& result, ValueMap const& map, std::size_t pixel) 
     return map.values[from == Result::none ? pixel : from];
 }
 
-std::vector<double> shownValues(Result const& result, ValueMap const& map) {
+std::vector<double> numbersIn(ValueMap const& map) {
     std::vector<double> values;
-    for (std::size_t pixel = 0; pixel < result.size(); ++pixel) {
-        if (double const value = map.values[pixel]; std::isfinite(value)) {
-            values.push_back(value);
-        }
-    }
+    std::copy_if(map.values.begin(), map.values.end(), std::back_inserter(values),
+                 [](double value) { return std::isfinite(value); });
     return values;
 }
 
@@ -111,9 +109,26 @@ std::string countText(std::vector<double> const& values, char const* word, doubl
 
 } // namespace
 
+ValuePictureOptions usualStyleOf(ValueMap const& map) {
+    ValuePictureOptions style;
+    if (map.quantity != "residual") {
+        return style;
+    }
+    style.map = ColourMap::Diverging;
+    std::vector<double> mirrored = numbersIn(map);
+    for (std::size_t i = mirrored.size(); i > 0; --i) {
+        mirrored.push_back(-mirrored[i - 1]);
+    }
+    if (!mirrored.empty()) {
+        Scale const scale = scaleFor(mirrored, 0.0);
+        style.limits = std::array{scale.low, scale.high};
+    }
+    return style;
+}
+
 Image valuePicture(Result const& result, ValueMap const& map, ValuePictureOptions const& options) {
     PixelDots const dots = pixelDotsOf(result);
-    std::vector<double> const values = shownValues(result, map);
+    std::vector<double> const values = numbersIn(map);
     SheetContent content;
     content.title = titleOf(map);
     content.notes = {rangeNote(values), scaleNote(result)};

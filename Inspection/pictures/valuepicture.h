@@ -30,6 +30,10 @@ struct ValuePictureOptions {
         labels{}; ///< texts to write, each beside a place in pixels
 };
 
+/// How a value is shown if nobody says otherwise: what may be above or below zero, as a residual, in
+/// diverging colours with zero in their middle.
+QELT_INSPECTION_EXPORT ValuePictureOptions usualStyleOf(ValueMap const& map);
+
 /// The picture of one value: title with unit, map with v upwards, axes that tell lengths on the surface along
 /// a row and a column that are named, colour bar with the number of pixels beyond its ends, and what the
 /// colours of the other states are, with their areas. Pixels that show what a neighbour measured are hatched.

@@ -47,7 +47,7 @@ TEST(PathCommand, drawsThePathIfAsked) {
         run(directory, {"path", "plane.quads", "path.csv", "--step", "3", "--standoff", "20", "--footprint",
                         "1", "--require-coverage", "90", "--picture", "path.png"});
     EXPECT_EQ(outcome.status, 3) << "also where it is not fit: " << outcome.errors;
-    EXPECT_EQ(itemIn(outcome.output, "picture"), "path.png");
+    EXPECT_EQ(itemIn(outcome.output, "image"), "path.png");
     EXPECT_EQ(readText(directory / "path.png").substr(1, 3), "PNG");
     EXPECT_NE(readText(directory / "path.png.json").find("\"command\": \"path\""), std::string::npos);
 }

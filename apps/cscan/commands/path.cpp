@@ -106,7 +106,7 @@ ExitStatus printPlanned(std::ostream& output, DrawnPlanOptions const& drawn, Pla
     printCheck(output, options, plan);
     printItem(output, "path", options.path.string());
     if (drawn.image) {
-        printItem(output, "picture", drawn.image->string());
+        printItem(output, "image", drawn.image->string());
     }
     if (plan.check.blockedCount > 0) {
         printItem(output, "verdict",
