@@ -1,7 +1,7 @@
 #include "Inspection/pictures/flatpicture.h"
 
 #include "Inspection/parts/meshsummary.h"
-#include "Inspection/pictures/internal/font.h"
+#include "Inspection/pictures/internal/layout.h"
 #include "Inspection/records/numbers.h"
 
 #include <algorithm>
@@ -12,10 +12,7 @@ namespace QELT::Inspection {
 namespace {
 
 constexpr int longestDrawing = 1200;
-constexpr int margin = 24;
-constexpr int titleScale = 3;
-constexpr int labelScale = 2;
-constexpr int lineHeight = glyphHeight * labelScale + 4;
+constexpr int lineHeight = labelHeight + 4;
 
 /// Lines are drawn this much larger and averaged down, which smooths them.
 constexpr int smoothing = 3;
@@ -24,7 +21,6 @@ constexpr Colour triangleColour{205, 215, 225};
 constexpr Colour flippedColour{240, 130, 40};
 constexpr Colour outlineColour{20, 50, 120};
 constexpr Colour holeColour{190, 30, 50};
-constexpr Colour inkColour{40, 40, 40};
 
 /// Takes flat coordinates to pixels of the enlarged drawing, v upwards.
 class Projection {
@@ -133,15 +129,16 @@ Image flatPictureOf(Mesh const& mesh, std::string const& title) {
     auto const caption = captionOf(triangles, loops, flat);
     int width = std::max(drawing.getWidth(), widthOfText(title) * titleScale);
     for (std::string const& line : caption) {
-        width = std::max(width, widthOfText(line) * labelScale);
+        width = std::max(width, labelWidth(line));
     }
-    int const top = margin + glyphHeight * titleScale + margin / 2;
-    int const captionTop = top + drawing.getHeight() + margin / 2;
-    Image image(width + 2 * margin, captionTop + static_cast<int>(caption.size()) * lineHeight + margin);
-    image.drawText(margin, margin, title, titleScale, black);
-    image.paste(drawing, margin, top);
+    int const top = pictureMargin + glyphHeight * titleScale + pictureGap;
+    int const captionTop = top + drawing.getHeight() + pictureGap;
+    Image image(width + 2 * pictureMargin,
+                captionTop + static_cast<int>(caption.size()) * lineHeight + pictureMargin);
+    image.drawText(pictureMargin, pictureMargin, title, titleScale, black);
+    image.paste(drawing, pictureMargin, top);
     for (std::size_t i = 0; i < caption.size(); ++i) {
-        image.drawText(margin, captionTop + static_cast<int>(i) * lineHeight, caption[i], labelScale,
+        image.drawText(pictureMargin, captionTop + static_cast<int>(i) * lineHeight, caption[i], labelScale,
                        inkColour);
     }
     return image;

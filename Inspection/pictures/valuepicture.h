@@ -2,12 +2,9 @@
 
 #include "Inspection/export.h"
 #include "Inspection/pictures/image.h"
-#include "Inspection/records/outputs.h"
-#include "Inspection/results/measuredscan.h"
 #include "Inspection/results/result.h"
 
 #include <array>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,6 +30,10 @@ struct ValuePictureOptions {
         labels{}; ///< texts to write, each beside a place in pixels
 };
 
+/// How a value is shown if nobody says otherwise: what may be above or below zero, as a residual, in
+/// diverging colours with zero in their middle.
+QELT_INSPECTION_EXPORT ValuePictureOptions usualStyleOf(ValueMap const& map);
+
 /// The picture of one value: title with unit, map with v upwards, axes that tell lengths on the surface along
 /// a row and a column that are named, colour bar with the number of pixels beyond its ends, and what the
 /// colours of the other states are, with their areas. Pixels that show what a neighbour measured are hatched.
@@ -42,34 +43,5 @@ QELT_INSPECTION_EXPORT Image valuePicture(Result const& result, ValueMap const& 
 
 /// The picture of the states alone.
 QELT_INSPECTION_EXPORT Image statePicture(Result const& result);
-
-struct DrawnMeasuredScanOptions {
-    MeasuredScanOptions scan;
-    std::string
-        imagePrefix; ///< of the names of pictures, one for each value and one of the states; none if empty
-};
-
-struct DrawnMeasuredScan {
-    MeasuredScan scan;
-    std::vector<std::filesystem::path> images;
-};
-
-/// Places the shots, writes the result and draws its values. Fails as `measuredScan` does, and if a picture
-/// cannot be written.
-QELT_INSPECTION_EXPORT DrawnMeasuredScan drawMeasuredScan(DrawnMeasuredScanOptions const& options,
-                                                          ProgressListener* listener);
-
-struct PictureOptions {
-    std::filesystem::path result;
-    std::string value; ///< its name or quantity; if empty, the states
-    ValuePictureOptions style;
-    /// Paint each shot as a spot of this diameter along the surface, for looking alone: in place of what the
-    /// result was filled with.
-    std::optional<double> spot;
-    std::filesystem::path image;
-};
-
-/// Draws one value of a result.
-QELT_INSPECTION_EXPORT void drawResult(PictureOptions const& options, ProgressListener* listener);
 
 } // namespace QELT::Inspection

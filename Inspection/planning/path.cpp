@@ -67,25 +67,28 @@ struct Foot {
     Vector point;
     std::size_t quadA = 0;
     std::size_t quadB = 0;
+    double a = 0.0;
 };
 
 /// An uninterrupted piece of a line, as the polyline in which it crosses the triangles.
 class Run {
 public:
-    Run(Chart const& chart, std::size_t firstQuad, std::size_t endQuad, double b) {
+    Run(Chart const& chart, std::size_t firstQuad, std::size_t endQuad, double newB) : b(newB) {
         for (std::size_t a = firstQuad; a < endQuad; ++a) {
             std::size_t const row = *chart.rowOf(a, b);
             double const diagonal = b - static_cast<double>(row);
             auto const start = static_cast<double>(a);
-            add(chart.pointIn(a, row, start, b), a, row);
+            add(chart.pointIn(a, row, start, b), a, row, start);
             if (diagonal > 0.0 && diagonal < 1.0) {
-                add(chart.pointIn(a, row, start + diagonal, b), a, row);
+                add(chart.pointIn(a, row, start + diagonal, b), a, row, start + diagonal);
             }
-            add(chart.pointIn(a, row, start + 1.0, b), a, row);
+            add(chart.pointIn(a, row, start + 1.0, b), a, row, start + 1.0);
         }
     }
 
     double length() const { return ways.back(); }
+
+    double across() const { return b; }
 
     /// The place at a length along the run; beyond its ends, on the straight continuation.
     Foot at(double way) const {
@@ -93,8 +96,8 @@ public:
         auto const i = static_cast<std::size_t>(above - ways.begin());
         double const piece = ways[i] - ways[i - 1];
         double const share = piece > 0.0 ? (way - ways[i - 1]) / piece : 0.0;
-        return {feet[i - 1].point + (feet[i].point - feet[i - 1].point) * share, feet[i].quadA,
-                feet[i].quadB};
+        return {feet[i - 1].point + (feet[i].point - feet[i - 1].point) * share, feet[i].quadA, feet[i].quadB,
+                feet[i - 1].a + (feet[i].a - feet[i - 1].a) * share};
     }
 
     /// From `reach` before a place to as far behind it, within the run.
@@ -105,12 +108,13 @@ public:
     }
 
 private:
+    double b;
     std::vector<Foot> feet;
     std::vector<double> ways;
 
-    void add(Vector const& point, std::size_t quadA, std::size_t quadB) {
+    void add(Vector const& point, std::size_t quadA, std::size_t quadB, double a) {
         ways.push_back(feet.empty() ? 0.0 : ways.back() + std::sqrt((point - feet.back().point).lSqr()));
-        feet.push_back({point, quadA, quadB});
+        feet.push_back({point, quadA, quadB, a});
     }
 };
 
@@ -219,7 +223,10 @@ private:
         pose.kind = kind;
         pose.line = line;
         pose.run = path.runCount;
-        pose.foot = run.at(way).point;
+        Foot const foot = run.at(way);
+        pose.foot = foot.point;
+        pose.at = settings.along == PathAxis::AlongU ? FlatPoint(foot.a, run.across())
+                                                     : FlatPoint(run.across(), foot.a);
         pose.position = pose.foot + under.normal * settings.standoff;
         pose.direction = -under.normal;
         pose.turn = turnOf(pose.direction, run.chordAt(std::clamp(way, 0.0, run.length()), reach));
@@ -227,7 +234,7 @@ private:
         pose.v = pixel / pixels.width;
         path.poses.push_back(pose);
         if (kind == PathPose::Scan) {
-            noteSharpness(pose.foot, under.turn);
+            noteSharpness(pose, under.turn);
         }
     }
 
@@ -310,7 +317,7 @@ private:
                           lifts.end());
     }
 
-    void noteSharpness(Vector const& place, double turn) {
+    void noteSharpness(PathPose const& pose, double turn) {
         if (turn < settings.sharpAngle) {
             endSharp();
             return;
@@ -318,7 +325,8 @@ private:
         ++sharp.poseCount;
         if (turn > sharp.angle) {
             sharp.angle = turn;
-            sharp.place = place;
+            sharp.place = pose.foot;
+            sharp.at = pose.at;
         }
     }
 

@@ -55,6 +55,7 @@ struct PathPose {
     double way = 0.0;     ///< of the foot from the first pose, along the path
     std::size_t u = 0;    ///< the quad of the foot
     std::size_t v = 0;
+    FlatPoint at; ///< the foot's place on the grid, in quads; past a line's end, where the line leads on
 };
 
 /// Where the surface turns within a footprint.
@@ -62,6 +63,7 @@ struct SharpPlace {
     Vector place;
     double angle = 0.0;        ///< the greatest there, degrees between the normals of the footprint's sides
     std::size_t poseCount = 0; ///< poses that are neighbours on it
+    FlatPoint at;              ///< on the grid, in quads
 };
 
 struct Path {
@@ -82,8 +84,18 @@ struct Path {
 /// and if the path would have more than 10 million poses.
 QELT_INSPECTION_EXPORT Path pathOver(Grid const& grid, PathSettings const& settings);
 
+/// What comes of a pose that is fired.
+enum class PoseFate : std::uint8_t {
+    NotFired, ///< not over the surface
+    Met,      ///< its place
+    Missed,   ///< the part
+    Blocked,  ///< by something of the part before its place
+};
+
 /// What comes of a path when every pose is fired at the grid.
 struct PathCheck {
+    std::vector<PoseFate> fates;  ///< of all poses
+    Result pixels;                ///< the grid's; those that a footprint covers are as if they held an echo
     Coverage coverage;            ///< by the footprints of the shots that met their place
     std::size_t shotCount = 0;    ///< of poses over the surface
     std::size_t missedCount = 0;  ///< of these, met nothing
@@ -93,6 +105,7 @@ struct PathCheck {
     Vector firstBlocked;
     double largestAngle = 0.0; ///< degrees off head-on, of shots that met their place
     Vector largestAnglePlace;
+    std::size_t largestAnglePose = 0;
 };
 
 QELT_INSPECTION_EXPORT PathCheck checkPath(Grid const& grid, Path const& path, PathSettings const& settings,

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace QELT::Inspection {
 
@@ -35,27 +36,13 @@ public:
           footprints(pixels),
           search({&grid}) {}
 
-    void fire(PathPose const& pose) {
-        ++check.shotCount;
-        Vector const& from = pose.position;
-        Hit const hit = search.find({Point(from.getdX(), from.getdY(), from.getdZ()), pose.direction});
-        if (!hit.isHit()) {
-            note(check.missedCount, check.firstMissed, pose.foot);
-            return;
-        }
-        double const way = std::sqrt((toVector(hit.point) - from).lSqr());
-        if (std::abs(way - settings.standoff) > toleranceAt(from)) {
-            note(check.blockedCount, check.firstBlocked, pose.foot);
-            return;
-        }
-        std::size_t const pixel = pixels.indexOf(static_cast<std::size_t>(hit.quad.getU()),
-                                                 static_cast<std::size_t>(hit.quad.getV()));
-        noteAngle(pixel, pose);
-        cover(pixel, toVector(hit.point));
+    void take(PathPose const& pose) {
+        check.fates.push_back(pose.kind == PathPose::Scan ? fire(pose) : PoseFate::NotFired);
     }
 
     PathCheck finish() {
         check.coverage = coverageOf(pixels);
+        check.pixels = std::move(pixels);
         return std::move(check);
     }
 
@@ -65,6 +52,26 @@ private:
     Footprints footprints;
     SureSearch search;
     PathCheck check;
+
+    PoseFate fire(PathPose const& pose) {
+        ++check.shotCount;
+        Vector const& from = pose.position;
+        Hit const hit = search.find({Point(from.getdX(), from.getdY(), from.getdZ()), pose.direction});
+        if (!hit.isHit()) {
+            note(check.missedCount, check.firstMissed, pose.foot);
+            return PoseFate::Missed;
+        }
+        double const way = std::sqrt((toVector(hit.point) - from).lSqr());
+        if (std::abs(way - settings.standoff) > toleranceAt(from)) {
+            note(check.blockedCount, check.firstBlocked, pose.foot);
+            return PoseFate::Blocked;
+        }
+        std::size_t const pixel = pixels.indexOf(static_cast<std::size_t>(hit.quad.getU()),
+                                                 static_cast<std::size_t>(hit.quad.getV()));
+        noteAngle(pixel, pose);
+        cover(pixel, toVector(hit.point));
+        return PoseFate::Met;
+    }
 
     static void note(std::size_t& count, Vector& first, Vector const& place) {
         first = count == 0 ? place : first;
@@ -85,6 +92,7 @@ private:
         if (angle > check.largestAngle) {
             check.largestAngle = angle;
             check.largestAnglePlace = pose.foot;
+            check.largestAnglePose = check.fates.size();
         }
     }
 
@@ -103,9 +111,7 @@ PathCheck checkPath(Grid const& grid, Path const& path, PathSettings const& sett
     StepProgress progress(listener, path.poses.size());
     for (PathPose const& pose : path.poses) {
         progress.step();
-        if (pose.kind == PathPose::Scan) {
-            checker.fire(pose);
-        }
+        checker.take(pose);
     }
     return checker.finish();
 }

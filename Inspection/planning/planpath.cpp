@@ -68,6 +68,7 @@ Plan planPath(PlanOptions const& options, ProgressListener* listener, Record& re
     plan.path = naming(options.grid.string(), [&] { return pathOver(grid, options.settings); });
     announce(listener, "Firing it back...");
     plan.check = checkPath(grid, plan.path, options.settings, listener);
+    plan.check.pixels.unit = plan.unit;
     plan.isCoverageReached =
         !options.requiredCoverage || plan.check.coverage.reachedShare() >= *options.requiredCoverage;
     addFigures(record, plan);

@@ -1,6 +1,7 @@
 #include "Inspection/results/coverage.h"
 
 #include "Inspection/records/failure.h"
+#include "Inspection/results/internal/pixelline.h"
 
 #include <algorithm>
 #include <cmath>
@@ -34,27 +35,8 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double patchFactor = 1.5;
 
-Point middleOf(Result const& result, std::size_t pixel) {
-    float const* const place = &result.points[3 * pixel];
-    return {place[0], place[1], place[2]};
-}
-
-double distanceBetween(Result const& result, std::size_t a, std::size_t b) {
-    double const distance = std::sqrt(middleOf(result, a).dSqr(middleOf(result, b)));
-    return std::isfinite(distance) ? distance : 0.0;
-}
-
-/// A row or a column of pixels.
-struct Line {
-    std::size_t first;
-    std::size_t stride;
-    std::size_t count;
-
-    std::size_t at(std::size_t i) const { return first + i * stride; }
-};
-
 /// The way from the pixel before a run to the one behind it, which may be the rim.
-double lengthOf(Result const& result, Line const& line, std::size_t begin, std::size_t end) {
+double lengthOf(Result const& result, PixelLine const& line, std::size_t begin, std::size_t end) {
     bool const isOpenBefore = begin == 0 || !result.hasSurface(line.at(begin - 1));
     bool const isOpenBehind = end == line.count || !result.hasSurface(line.at(end));
     double length = 0.0;
@@ -72,7 +54,7 @@ double lengthOf(Result const& result, Line const& line, std::size_t begin, std::
 }
 
 /// Shortens the gaps of the pixels along a line to its runs.
-void takeRuns(Result const& result, Line const& line, std::vector<double>& gaps) {
+void takeRuns(Result const& result, PixelLine const& line, std::vector<double>& gaps) {
     auto const isGap = [&](std::size_t i) {
         return result.hasSurface(line.at(i)) && !result.isReached(line.at(i));
     };
@@ -96,10 +78,10 @@ void takeRuns(Result const& result, Line const& line, std::vector<double>& gaps)
 std::vector<double> gapsOf(Result const& result) {
     std::vector<double> gaps(result.size(), infinity);
     for (std::size_t v = 0; v < result.height; ++v) {
-        takeRuns(result, {v * result.width, 1, result.width}, gaps);
+        takeRuns(result, rowOfPixels(result, v), gaps);
     }
     for (std::size_t u = 0; u < result.width; ++u) {
-        takeRuns(result, {u, result.width, result.height}, gaps);
+        takeRuns(result, columnOfPixels(result, u), gaps);
     }
     std::replace(gaps.begin(), gaps.end(), infinity, 0.0);
     return gaps;

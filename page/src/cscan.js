@@ -1,10 +1,12 @@
-// The C-scan: the pixels as they are, u to the right and v upwards, with axes. Zoomed out, screen pixels blend the data
+// The C-scan: the pixels as they are, u to the right and v upwards, with axes that tell lengths on the part along a row
+// and a column, and the numbers of the pixel that is pointed at. Zoomed out, screen pixels blend the data
 // under them, which the view says; zoomed in, each pixel is a rectangle of one colour.
 
+import { axesOf } from './lengthaxis.js';
 import { circleOn } from './measure.js';
 import { ticksBetween } from './ticks.js';
 
-const margin = { left: 46, right: 10, top: 8, bottom: 34 };
+const margin = { left: 56, right: 10, top: 8, bottom: 34 };
 const mostZoom = 60;
 
 export class CScanView {
@@ -12,6 +14,7 @@ export class CScanView {
         this.canvas = canvas;
         this.scan = scan;
         this.listener = listener;
+        [this.alongU, this.alongV] = axesOf(scan);
         this.image = null;
         this.marks = {};
         this.zoom = 1; // screen pixels a pixel
@@ -168,32 +171,71 @@ export class CScanView {
         context.strokeRect(margin.left - 0.5, margin.top - 0.5, width + 1, height + 1);
         context.textAlign = 'center';
         context.textBaseline = 'top';
-        const end = [this.left + width / this.zoom, this.bottom + height / this.zoom];
-        for (const u of ticksBetween(Math.max(0, this.left), Math.min(this.scan.width, end[0]), width / 80)) {
-            const x = this.screenOf([u, 0])[0];
+        for (const { place, length } of this.ticksAlongU()) {
+            const x = this.screenOf([place, 0])[0];
             line(context, x, margin.top + height, x, margin.top + height + 5);
-            context.fillText(String(u), x, margin.top + height + 7);
+            context.fillText(String(length), x, margin.top + height + 7);
         }
         context.textAlign = 'right';
         context.textBaseline = 'middle';
-        for (const v of ticksBetween(Math.max(0, this.bottom), Math.min(this.scan.height, end[1]), height / 50)) {
-            const y = this.screenOf([0, v])[1];
+        for (const { place, length } of this.ticksAlongV()) {
+            const y = this.screenOf([0, place])[1];
             line(context, margin.left - 5, y, margin.left, y);
-            context.fillText(String(v), margin.left - 8, y);
+            context.fillText(String(length), margin.left - 8, y);
         }
         this.drawTitles(context, width, height);
+        this.drawPointed(context);
+    }
+
+    /** Round lengths on the part that are in sight, and where they are in pixels. */
+    ticksAlongU() {
+        return ticksAlong(this.alongU, this.left, this.left + this.plot.width / this.zoom, this.plot.width / 80);
+    }
+
+    ticksAlongV() {
+        return ticksAlong(this.alongV, this.bottom, this.bottom + this.plot.height / this.zoom, this.plot.height / 50);
+    }
+
+    get titles() {
+        const unit = `[${this.scan.unit}]`;
+        return [
+            `length along row v = ${this.alongU.number} ${unit}`,
+            `length along column u = ${this.alongV.number} ${unit}`,
+        ];
+    }
+
+    /** What stands on the axes of the pixel that is pointed at, and where on the screen. */
+    pointedLabels() {
+        const { pixel } = this.marks;
+        if (!(pixel >= 0)) {
+            return [];
+        }
+        const [u, v] = [pixel % this.scan.width, Math.floor(pixel / this.scan.width)];
+        const [x, y] = this.screenOf([u + 0.5, v + 0.5]);
+        const { width, height } = this.plot;
+        const isInSight = [x >= margin.left && x <= margin.left + width, y >= margin.top && y <= margin.top + height];
+        return [
+            { text: `u ${u}`, at: [x, margin.top + height + 12] },
+            { text: `v ${v}`, at: [margin.left - 23, y] },
+        ].filter((_, i) => isInSight[i]);
+    }
+
+    drawPointed(context) {
+        for (const { text, at } of this.pointedLabels()) {
+            label(context, text, ...at, false);
+        }
     }
 
     drawTitles(context, width, height) {
         context.textAlign = 'center';
         context.textBaseline = 'bottom';
         const note = this.zoom < 0.999 ? `; a screen pixel blends ${(1 / this.zoom ** 2).toFixed(1)} pixels` : '';
-        context.fillText(`u [pixels]${note}`, margin.left + width / 2, margin.top + height + margin.bottom - 1);
+        context.fillText(`u: ${this.titles[0]}${note}`, margin.left + width / 2, margin.top + height + margin.bottom - 1);
         context.save();
         context.translate(11, margin.top + height / 2);
         context.rotate(-Math.PI / 2);
         context.textBaseline = 'middle';
-        context.fillText('v [pixels]', 0, 0);
+        context.fillText(`v: ${this.titles[1]}`, 0, 0);
         context.restore();
     }
 
@@ -346,6 +388,11 @@ export class CScanView {
         }
         event.preventDefault();
     }
+}
+
+function ticksAlong(axis, low, high, wanted) {
+    const ticks = ticksBetween(axis.lengthAt(low), axis.lengthAt(high), wanted);
+    return ticks.map((length) => ({ length, place: axis.placeOf(length) }));
 }
 
 function line(context, x, y, toX, toY) {

@@ -40,6 +40,18 @@ TEST(PathCommand, plansAPathAndTellsWhatItCovers) {
     EXPECT_TRUE(std::filesystem::exists(directory / "path.csv.json"));
 }
 
+TEST(PathCommand, drawsThePathIfAsked) {
+    ScratchDirectory const directory;
+    writePlane(directory / "plane.quads");
+    Outcome const outcome =
+        run(directory, {"path", "plane.quads", "path.csv", "--step", "3", "--standoff", "20", "--footprint",
+                        "1", "--require-coverage", "90", "--picture", "path.png"});
+    EXPECT_EQ(outcome.status, 3) << "also where it is not fit: " << outcome.errors;
+    EXPECT_EQ(itemIn(outcome.output, "image"), "path.png");
+    EXPECT_EQ(readText(directory / "path.png").substr(1, 3), "PNG");
+    EXPECT_NE(readText(directory / "path.png.json").find("\"command\": \"path\""), std::string::npos);
+}
+
 TEST(PathCommand, endsWithThreeIfLessIsCoveredThanRequired) {
     ScratchDirectory const directory;
     writePlane(directory / "plane.quads");
@@ -51,6 +63,29 @@ TEST(PathCommand, endsWithThreeIfLessIsCoveredThanRequired) {
     EXPECT_TRUE(std::filesystem::exists(directory / "path.csv"));
 }
 
+TEST(PathCommand, tellsTheLongestGapInThePartsOwnPlace) {
+    ScratchDirectory const directory;
+    std::string text;
+    for (int v = 0; v <= 10; ++v) {
+        for (int u = 0; u <= 10; ++u) {
+            text += "v " + std::to_string(500000 + u) + " " + std::to_string(v) + " 0\n";
+        }
+    }
+    for (int v = 0; v < 10; ++v) {
+        for (int low = 11 * v + 1; low < 11 * v + 11; ++low) {
+            text += "f " + std::to_string(low) + " " + std::to_string(low + 1) + " " +
+                    std::to_string(low + 12) + " " + std::to_string(low + 11) + "\n";
+        }
+    }
+    writeText(directory / "far.obj", text);
+    ASSERT_EQ(run(directory, {"prepare", "far.obj", "far.quads", "--pixel", "0.5"}).status, 0);
+    Outcome const outcome = run(
+        directory, {"path", "far.quads", "path.csv", "--step", "4", "--standoff", "20", "--footprint", "1"});
+    ASSERT_EQ(outcome.status, 0) << outcome.errors;
+    std::string const gap = itemIn(outcome.output, "longest gap");
+    EXPECT_NE(gap.find("at (50000"), std::string::npos) << gap;
+}
+
 TEST(PathCommand, saysInOneLineWhatIsWrong) {
     ScratchDirectory const directory;
     writePlane(directory / "plane.quads");
@@ -58,6 +93,15 @@ TEST(PathCommand, saysInOneLineWhatIsWrong) {
                     {{"path", "plane.quads", "path.csv", "--standoff", "20"}, "--step is required"});
     expectComplaint(directory, {{"path", "plane.quads", "p.csv", "--step", "1e-4", "--standoff", "20"},
                                 "the path would have more than 10 million poses; take a larger step"});
+    expectComplaint(directory,
+                    {{"path", "plane.quads", "p.csv", "--step", "1", "--standoff", "20", "--picture"},
+                     "--picture: 1 required OUT.png missing"});
+    expectComplaint(
+        directory, {{"path", "plane.quads", "p.csv", "--step", "1", "--standoff", "20", "--picture", "p.csv"},
+                    "p.csv: is to be written twice"});
+    expectComplaint(directory, {{"path", "plane.quads", "p.csv", "--step", "1", "--standoff", "20",
+                                 "--picture", "nowhere/p.png"},
+                                "nowhere/p.png: cannot be written (No such file or directory)"});
     EXPECT_FALSE(std::filesystem::exists(directory / "p.csv"));
 }
 

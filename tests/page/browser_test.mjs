@@ -194,6 +194,53 @@ describe('a page with WebGL', () => {
         assert.ok(distance(told, marker) < 1e-3);
     });
 
+    test('the axes of the C-scan tell lengths on the part, and the numbers of the pixel pointed at', async () => {
+        const count = (length, at) => Array.from({ length }, (_, i) => at(i)).filter(([u, v]) => stateOf(u, v) !== 0).length;
+        // The fullest line, of equal ones that nearest to the middle.
+        const fullest = (lines, countOf) =>
+            Array.from({ length: lines }, (_, i) => i).reduce((best, i) => {
+                const [more, off] = [countOf(i) - countOf(best), (line) => Math.abs(line - lines / 2)];
+                return more > 0 || (more === 0 && off(i) < off(best)) ? i : best;
+            });
+        const row = fullest(height, (v) => count(width, (u) => [u, v]));
+        const column = fullest(width, (u) => count(height, (v) => [u, v]));
+        const texts = await tab.evaluate(`(() => {
+            const { cscan } = window.page;
+            const context = cscan.canvas.getContext('2d');
+            const texts = [];
+            context.fillText = (text, ...rest) => {
+                texts.push(String(text));
+                CanvasRenderingContext2D.prototype.fillText.call(context, text, ...rest);
+            };
+            cscan.drawNow();
+            delete context.fillText;
+            return texts;
+        })()`);
+        assert.ok(texts.some((text) => text.startsWith(`u: length along row v = ${row} [mm]`)), String(texts));
+        assert.ok(texts.includes(`v: length along column u = ${column} [mm]`), String(texts));
+        assert.ok(texts.includes('u 180') && texts.includes('v 40'), 'what the test before points at');
+
+        const { alongU, alongV } = await tab.evaluate(
+            '({ alongU: window.page.cscan.ticksAlongU(), alongV: window.page.cscan.ticksAlongV() })',
+        );
+        // The whole is shown: u over an arc of about 120 mm, v over 80.
+        const wayTo = (place, at) => {
+            let way = 0;
+            for (let i = 0; i < 400; ++i) {
+                way += distance(at((place * i) / 400), at((place * (i + 1)) / 400));
+            }
+            return way;
+        };
+        assert.ok(alongU.length >= 3 && alongV.length >= 3);
+        for (const { length, place } of alongU) {
+            assert.ok(texts.includes(String(length)));
+            assert.ok(Math.abs(wayTo(place, (u) => nodeOf(u, row + 0.5)) - length) < 0.05, `${length} at ${place}`);
+        }
+        for (const { length, place } of alongV) {
+            assert.ok(Math.abs(wayTo(place, (v) => nodeOf(column + 0.5, v)) - length) < 0.05, `${length} at ${place}`);
+        }
+    });
+
     test('marks in the C-scan what is pointed at in space', async () => {
         for (const [u, v] of [
             [30, 100],

@@ -7,6 +7,7 @@ import { deflateSync } from 'node:zlib';
 import { Scale, bandsIn, paint, tableOf } from '../../page/src/colours.js';
 import { bytesOf, numbersOf, realsOf } from '../../page/src/decode.js';
 import { indicationsOf, isIn } from '../../page/src/indications.js';
+import { LengthAxis, axesOf } from '../../page/src/lengthaxis.js';
 import { circleOn, lengthOf, profileOf, shortestWay } from '../../page/src/measure.js';
 import { Picker } from '../../page/src/picking.js';
 import { Scan } from '../../page/src/scan.js';
@@ -174,6 +175,32 @@ test('a circle on stretched and sheared pixels is round in space', () => {
         const [x, y] = scan.placeAt(...place);
         assert.ok(Math.abs(Math.hypot(x - centre[0], y - centre[1]) - 3) < 1e-9);
     }
+});
+
+test('axes tell lengths on the surface along the row and the column with most of it', () => {
+    const [alongU, alongV] = axesOf(scanOf(40, 30, flat, (u, v) => v !== 15 || u > 5));
+    assert.equal(alongU.number, 14, 'the fuller row nearest to the middle');
+    assert.equal(alongV.number, 20);
+    assert.ok(Math.abs(alongU.lengthAt(40) - 20) < 1e-12 && Math.abs(alongV.lengthAt(30) - 15) < 1e-12);
+    assert.equal(alongU.lengthAt(-3), 0);
+
+    // Columns of width 1, 2, 3, ...: the centre of column u lies at (u + 1)^2 / 2.
+    const [uneven] = axesOf(scanOf(40, 3, (u, v) => [0.5 * u * (u + 1), v, 0]));
+    assert.ok(Math.abs(uneven.lengthAt(30.5) - uneven.lengthAt(10.5) - 0.5 * (31 ** 2 - 11 ** 2)) < 1e-9);
+    for (const place of [0, 0.25, 7, 19.75, 40]) {
+        assert.ok(Math.abs(uneven.placeOf(uneven.lengthAt(place)) - place) < 1e-12);
+    }
+});
+
+test('an axis bridges a gap straight, and measures arcs by their chords', () => {
+    const places = [[0, 0, 0], [1, 0, 0], null, null, [4, 0, 0], [4, 1, 0]];
+    assert.deepEqual(new LengthAxis(0, places).lengths, [0, 1, 2, 3, 4, 5, 6]);
+    assert.deepEqual(new LengthAxis(0, [null, null]).lengths, [0, 1, 2], 'of no surface: pixels');
+    assert.deepEqual(new LengthAxis(0, [[0, 0, 0]]).lengths, [0, 1]);
+    const [, alongV] = axesOf(scanOf(30, 4, cylinder(10, 0.5)));
+    assert.ok(Math.abs(alongV.lengthAt(4) - 2) < 1e-12);
+    const [around] = axesOf(scanOf(30, 4, cylinder(10, 0.5)));
+    assert.ok(Math.abs(around.lengthAt(30) - 15) < 0.01, 'an arc of 15, cut by short chords');
 });
 
 test('a ray meets the first of all quads', () => {

@@ -96,6 +96,20 @@ Frame frameOf(RigidMotion const& motion) {
     return {turnOfMatrix(rows), tripleOf(motion.shift), "mm"};
 }
 
+/// Measures the part in the cell, and corrects the cell's frame by the front wall into frame.json.
+FrameCorrection corrected(Inspected const& part, Cell const& cell) {
+    MeasuredScanOptions options = part.scanOptions();
+    options.unit = "mm";
+    options.doKeepShots = true;
+    part.scanOf(measure(part.setup), cell, options);
+    FrameCorrectionOptions correction;
+    correction.result = options.result;
+    correction.front = "front";
+    correction.couplantSpeed = part.setup.instrument.couplantSpeed;
+    correction.out = part.directory / "frame.json";
+    return correctFrame(correction, nullptr);
+}
+
 } // namespace
 
 TEST(Inspection, EveryDialectOfPosesGivesTheSameCScan) {
@@ -222,16 +236,7 @@ TEST(Inspection, AMisplacedPartIsFoundByItsFrontWall) {
     part.setup.instrument.frontNoise = 0.05;
     Cell cell; // tells the part's place wrongly by 2.1 mm and a degree
     cell.frame = {rotationZyx(0.6, -0.6, 0.5), Vector(1.2, -1.2, 1.0)};
-    MeasuredScanOptions options = part.scanOptions();
-    options.unit = "mm";
-    options.doKeepShots = true;
-    part.scanOf(measure(part.setup), cell, options);
-    FrameCorrectionOptions correction;
-    correction.result = options.result;
-    correction.front = "front";
-    correction.couplantSpeed = part.setup.instrument.couplantSpeed;
-    correction.out = part.directory / "frame.json";
-    FrameCorrection const found = correctFrame(correction, nullptr);
+    FrameCorrection const found = corrected(part, cell);
 
     EXPECT_TRUE(found.fit.freeMotions.empty());
     Frame const left = found.frame * frameOf(cell.frame).getInverse();
@@ -250,19 +255,10 @@ TEST(Inspection, ACylinderDoesNotTellHowFarItIsTurnedOrShiftedAlongItsAxis) {
     part.setup.instrument.frontNoise = 0.05;
     Cell cell;
     cell.frame = {rotationZyx(0.0, 0.5, 0.0), Vector(1.0, -1.0, 0.0)};
-    MeasuredScanOptions options = part.scanOptions();
-    options.unit = "mm";
-    options.doKeepShots = true;
-    part.scanOf(measure(part.setup), cell, options);
-    FrameCorrectionOptions correction;
-    correction.result = options.result;
-    correction.front = "front";
-    correction.couplantSpeed = part.setup.instrument.couplantSpeed;
-    correction.out = part.directory / "frame.json";
-    FrameCorrection const found = correctFrame(correction, nullptr);
+    FrameCorrection const found = corrected(part, cell);
 
     EXPECT_FALSE(found.isWritten);
-    EXPECT_FALSE(std::filesystem::exists(correction.out));
+    EXPECT_FALSE(std::filesystem::exists(part.directory / "frame.json"));
     ASSERT_EQ(found.fit.freeMotions.size(), 2U);
     for (FreeMotion const& motion : found.fit.freeMotions) {
         EXPECT_NEAR(std::abs(motion.direction[2]), 1.0, 1e-2);

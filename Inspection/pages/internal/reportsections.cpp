@@ -282,8 +282,8 @@ Html distortionSection(ReportContent const& content) {
 namespace {
 
 /// Numbers of indications at their centres.
-ValuePictureOptions pictureOptions(ReportContent const& content) {
-    ValuePictureOptions options;
+ValuePictureOptions pictureOptions(ReportContent const& content, ValueMap const& map) {
+    ValuePictureOptions options = usualStyleOf(map);
     if (!content.indications) {
         return options;
     }
@@ -361,11 +361,11 @@ Html picturesSection(ReportContent const& content, ProgressListener* listener) {
                   "and a column. Nothing is averaged." +
                       std::string(content.indications ? " Numbers are those of the indications." : ""),
                   "small");
-    ValuePictureOptions const options = pictureOptions(content);
     announce(listener, "Drawing...");
     for (ValueMap const* const map : content.values) {
         checkpoint(listener);
-        html += figureHtml(valuePicture(content.result, *map, options), map->name, captionOf(*map));
+        html += figureHtml(valuePicture(content.result, *map, pictureOptions(content, *map)), map->name,
+                           captionOf(*map));
     }
     Html caption = element("strong", textHtml("States"));
     caption += textHtml(": what is known of each pixel.");

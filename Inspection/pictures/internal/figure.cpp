@@ -1,7 +1,7 @@
 #include "Inspection/pictures/internal/figure.h"
 
 #include "Inspection/pictures/internal/colourmap.h"
-#include "Inspection/pictures/internal/font.h"
+#include "Inspection/pictures/internal/layout.h"
 
 #include <algorithm>
 
@@ -9,29 +9,13 @@ namespace QELT::Inspection {
 
 namespace {
 
-constexpr int margin = 24;
-constexpr int gap = 12;
-constexpr int titleScale = 3;
-constexpr int labelScale = 2;
-constexpr int lineHeight = glyphHeight * labelScale + 4;
-constexpr int barWidth = 28;
-constexpr int tickLength = 6;
+constexpr int lineHeight = labelHeight + 4;
 constexpr int minBarHeight = 200;
 constexpr int outlineThickness = 3;
-constexpr Colour inkColour{40, 40, 40};
-
-int labelWidth(std::string const& text) {
-    return widthOfText(text) * labelScale;
-}
 
 std::size_t reductionOf(QuadMap const& map) {
     std::size_t const side = std::max(map.getWidth(), map.getHeight());
     return std::max<std::size_t>((side + longestSide - 1) / longestSide, 1);
-}
-
-int magnificationOf(QuadMap const& map) {
-    std::size_t const side = std::max<std::size_t>({map.getWidth(), map.getHeight(), 1});
-    return static_cast<int>(std::clamp<std::size_t>(magnifiedSide / side, 1, 64));
 }
 
 Colour colourOf(Cell const& cell, Scale const& scale) {
@@ -47,7 +31,7 @@ Colour colourOf(Cell const& cell, Scale const& scale) {
 }
 
 Image pixelsOf(QuadMap const& map, Scale const& scale) {
-    int const magnification = magnificationOf(map);
+    int const magnification = magnificationOf(map.getWidth(), map.getHeight());
     auto const width = static_cast<int>(map.getWidth());
     auto const height = static_cast<int>(map.getHeight());
     Image image(width * magnification, height * magnification);
@@ -114,18 +98,18 @@ std::string legendOf(QuadMap const& quads) {
 
 Layout layoutOf(Image const& map, QuadMap const& quads, FigureStyle const& style) {
     Layout layout;
-    layout.mapLeft = margin + labelWidth(std::to_string(quads.getHeight())) + gap;
-    layout.mapTop = margin + glyphHeight * titleScale + gap;
+    layout.mapLeft = pictureMargin + labelWidth(std::to_string(quads.getHeight())) + pictureGap;
+    layout.mapTop = pictureMargin + glyphHeight * titleScale + pictureGap;
     layout.mapWidth = map.getWidth();
     layout.mapHeight = map.getHeight();
-    layout.barLeft = layout.mapLeft + layout.mapWidth + 2 * gap;
+    layout.barLeft = layout.mapLeft + layout.mapWidth + 2 * pictureGap;
     layout.barHeight = std::max(layout.mapHeight, minBarHeight);
-    layout.noteTop = layout.mapTop + layout.barHeight + gap + lineHeight;
-    int const barRight = layout.barLeft + barWidth + tickLength + gap + widestTickLabel(style.scale);
-    int const textRight = margin + std::max({widthOfText(style.title) * titleScale, labelWidth(style.note),
-                                             labelWidth(legendOf(quads))});
-    layout.width = std::max(barRight, textRight) + margin;
-    layout.height = layout.noteTop + 2 * lineHeight + margin;
+    layout.noteTop = layout.mapTop + layout.barHeight + pictureGap + lineHeight;
+    int const barRight = layout.barLeft + barWidth + tickLength + pictureGap + widestTickLabel(style.scale);
+    int const textRight = pictureMargin + std::max({widthOfText(style.title) * titleScale,
+                                                    labelWidth(style.note), labelWidth(legendOf(quads))});
+    layout.width = std::max(barRight, textRight) + pictureMargin;
+    layout.height = layout.noteTop + 2 * lineHeight + pictureMargin;
     return layout;
 }
 
@@ -140,23 +124,23 @@ void drawBar(Image& image, Layout const& layout, Scale const& scale) {
     for (double const tick : scale.ticks()) {
         int const y = layout.mapTop + static_cast<int>((1.0 - scale.shareOf(tick)) * (height - 1) + 0.5);
         image.fillRectangle(right, y, tickLength, 1, inkColour);
-        image.drawText(right + tickLength + gap / 2, y - 7 * labelScale / 2, scale.labelOf(tick), labelScale,
-                       inkColour);
+        image.drawText(right + tickLength + pictureGap / 2, y - capitalHeight / 2, scale.labelOf(tick),
+                       labelScale, inkColour);
     }
 }
 
 /// The names of the axes and the number of quads along them.
 void drawAxes(Image& image, Layout const& layout, QuadMap const& quads) {
     int const bottom = layout.mapTop + layout.mapHeight;
-    int const below = bottom + gap / 2;
+    int const below = bottom + pictureGap / 2;
     std::string const uCount = std::to_string(quads.getWidth());
     std::string const vCount = std::to_string(quads.getHeight());
-    int const leftOfMap = layout.mapLeft - gap / 2;
+    int const leftOfMap = layout.mapLeft - pictureGap / 2;
     image.drawText(layout.mapLeft, below, "0", labelScale, inkColour);
     image.drawText(layout.mapLeft + layout.mapWidth / 2, below, "u", labelScale, inkColour);
     image.drawText(layout.mapLeft + layout.mapWidth - labelWidth(uCount), below, uCount, labelScale,
                    inkColour);
-    image.drawText(leftOfMap - labelWidth("0"), bottom - 7 * labelScale, "0", labelScale, inkColour);
+    image.drawText(leftOfMap - labelWidth("0"), bottom - capitalHeight, "0", labelScale, inkColour);
     image.drawText(leftOfMap - labelWidth("v"), layout.mapTop + layout.mapHeight / 2, "v", labelScale,
                    inkColour);
     image.drawText(leftOfMap - labelWidth(vCount), layout.mapTop, vCount, labelScale, inkColour);
@@ -169,16 +153,17 @@ Image figureOf(QuadMap const& quads, FigureStyle const& style) {
     QuadMap const shown = quads.averaged(reduction);
     Image map = pixelsOf(shown, style.scale);
     drawOutlines(map, style.outlines,
-                 static_cast<double>(magnificationOf(shown)) / static_cast<double>(reduction));
+                 static_cast<double>(magnificationOf(shown.getWidth(), shown.getHeight())) /
+                     static_cast<double>(reduction));
     Layout const layout = layoutOf(map, quads, style);
     Image image(layout.width, layout.height);
-    image.drawText(margin, margin, style.title, titleScale, black);
+    image.drawText(pictureMargin, pictureMargin, style.title, titleScale, black);
     image.paste(map, layout.mapLeft, layout.mapTop);
     image.drawFrame(layout.mapLeft, layout.mapTop, layout.mapWidth, layout.mapHeight, inkColour);
     drawBar(image, layout, style.scale);
     drawAxes(image, layout, quads);
-    image.drawText(margin, layout.noteTop, style.note, labelScale, inkColour);
-    image.drawText(margin, layout.noteTop + lineHeight, legendOf(quads), labelScale, inkColour);
+    image.drawText(pictureMargin, layout.noteTop, style.note, labelScale, inkColour);
+    image.drawText(pictureMargin, layout.noteTop + lineHeight, legendOf(quads), labelScale, inkColour);
     return image;
 }
 

@@ -30,7 +30,4 @@ constexpr Colour noValueColour = white;
 /// The longest side of a map in pixels beyond which quads are averaged.
 constexpr std::size_t longestSide = 1600;
 
-/// The side up to which small maps are magnified.
-constexpr std::size_t magnifiedSide = 900;
-
 } // namespace QELT::Inspection

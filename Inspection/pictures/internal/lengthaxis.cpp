@@ -1,8 +1,8 @@
 #include "Inspection/pictures/internal/lengthaxis.h"
 
+#include "Inspection/results/internal/pixelline.h"
+
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
 
 // The chain of pixel centres along the line, which is that of the surface to within its curvature over a
 // pixel. A gap in the surface is bridged by the chord between its ends, shared out evenly.
@@ -11,16 +11,7 @@ namespace QELT::Inspection {
 
 namespace {
 
-/// Pixels in a row or a column.
-struct Line {
-    std::size_t first;
-    std::size_t stride;
-    std::size_t count;
-
-    std::size_t at(std::size_t i) const { return first + i * stride; }
-};
-
-std::size_t surfaceIn(Result const& result, Line const& line) {
+std::size_t surfaceIn(Result const& result, PixelLine const& line) {
     std::size_t count = 0;
     for (std::size_t i = 0; i < line.count; ++i) {
         count += result.hasSurface(line.at(i)) ? 1U : 0U;
@@ -28,18 +19,8 @@ std::size_t surfaceIn(Result const& result, Line const& line) {
     return count;
 }
 
-double distanceBetween(Result const& result, std::size_t a, std::size_t b) {
-    double sum = 0.0;
-    for (std::size_t i = 0; i < 3; ++i) {
-        double const difference =
-            static_cast<double>(result.points[3 * a + i]) - static_cast<double>(result.points[3 * b + i]);
-        sum += difference * difference;
-    }
-    return std::isfinite(sum) ? std::sqrt(sum) : 0.0;
-}
-
 /// Steps from centre to centre; those that no surface tells are the mean of the others.
-std::vector<double> stepsAlong(Result const& result, Line const& line) {
+std::vector<double> stepsAlong(Result const& result, PixelLine const& line) {
     std::vector<double> steps(line.count > 0 ? line.count - 1 : 0, -1.0);
     std::size_t last = line.count;
     double known = 0.0;
@@ -60,7 +41,7 @@ std::vector<double> stepsAlong(Result const& result, Line const& line) {
     return steps;
 }
 
-LengthAxis axisOf(Result const& result, std::size_t number, Line const& line) {
+LengthAxis axisOf(Result const& result, std::size_t number, PixelLine const& line) {
     LengthAxis axis{number, {0.0}};
     std::vector<double> const steps = stepsAlong(result, line);
     for (std::size_t i = 0; i < line.count; ++i) {
@@ -104,15 +85,11 @@ double LengthAxis::placeOf(double length) const {
 }
 
 LengthAxis axisAlongU(Result const& result) {
-    return bestAxis(result, result.height, [&](std::size_t v) {
-        return Line{v * result.width, 1, result.width};
-    });
+    return bestAxis(result, result.height, [&](std::size_t v) { return rowOfPixels(result, v); });
 }
 
 LengthAxis axisAlongV(Result const& result) {
-    return bestAxis(result, result.width, [&](std::size_t u) {
-        return Line{u, result.width, result.height};
-    });
+    return bestAxis(result, result.width, [&](std::size_t u) { return columnOfPixels(result, u); });
 }
 
 } // namespace QELT::Inspection

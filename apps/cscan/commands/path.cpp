@@ -1,4 +1,4 @@
-#include "Inspection/planning/planpath.h"
+#include "Inspection/pictures/pathpicture.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commandline/partoptions.h"
@@ -42,8 +42,8 @@ std::string placeText(Plan const& plan, Vector const& place) {
     return vectorText(place - plan.move);
 }
 
-std::string placeText(std::array<double, 3> const& place) {
-    return vectorText(Vector(place[0], place[1], place[2]));
+std::string placeText(Plan const& plan, std::array<double, 3> const& place) {
+    return placeText(plan, Vector(place[0], place[1], place[2]));
 }
 
 void printPath(std::ostream& output, PlanOptions const& options, Plan const& plan) {
@@ -96,15 +96,19 @@ void printCheck(std::ostream& output, PlanOptions const& options, Plan const& pl
     if (coverage.longestGap > 0.0) {
         printItem(output, "longest gap",
                   lengthText(plan, coverage.longestGap) + " along the surface, at " +
-                      placeText(coverage.gapPlace));
+                      placeText(plan, coverage.gapPlace));
     }
 }
 
-ExitStatus printPlanned(std::ostream& output, PlanOptions const& options, Plan const& plan) {
+ExitStatus printPlanned(std::ostream& output, DrawnPlanOptions const& drawn, Plan const& plan) {
+    PlanOptions const& options = drawn.plan;
     printPath(output, options, plan);
     printSharpPlaces(output, plan);
     printCheck(output, options, plan);
     printItem(output, "path", options.path.string());
+    if (drawn.image) {
+        printItem(output, "image", drawn.image->string());
+    }
     if (plan.check.blockedCount > 0) {
         printItem(output, "verdict",
                   "NOT fit: at " + counted(plan.check.blockedCount, "pose", "poses") +
@@ -172,7 +176,8 @@ void addRimOptions(CLI::App& command, PathSettings& settings) {
 } // namespace
 
 Command addPath(CLI::App& app) {
-    auto const options = std::make_shared<PlanOptions>();
+    auto const drawn = std::make_shared<DrawnPlanOptions>();
+    PlanOptions* const options = &drawn->plan;
     CLI::App* const command =
         app.add_subcommand("path", "Plan the path of a probe over a grid, and check it by firing it back");
     command->add_option("GRID", options->grid, "Grid of the part, a .quads file")->required();
@@ -194,10 +199,10 @@ Command addPath(CLI::App& app) {
             "--unit", options->unit,
             "The part's unit of length, for texts; if not given, the one that the grid's record names")
         ->type_name("NAME");
+    command->add_option("--picture", drawn->image, "Picture to draw of the path over the grid")
+        ->type_name("OUT.png");
     return commandOf(
-        command, [options] { return *options; },
-        [](PlanOptions const& asked, ProgressListener* listener) { return planPath(asked, listener); },
-        printPlanned);
+        command, [drawn] { return *drawn; }, drawPlan, printPlanned);
 }
 
 } // namespace cscan

@@ -1,4 +1,4 @@
-#include "Inspection/pictures/valuepicture.h"
+#include "Inspection/pictures/drawnresult.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commands/commands.h"
 #include "apps/cscan/report/report.h"

@@ -1,5 +1,5 @@
 #include "Inspection/pictures/cscanimages.h"
-#include "Inspection/pictures/valuepicture.h"
+#include "Inspection/pictures/drawnresult.h"
 #include "Inspection/records/numbers.h"
 #include "apps/cscan/commandline/arguments.h"
 #include "apps/cscan/commandline/measuringoptions.h"

@@ -4,9 +4,9 @@
 #include "Inspection/pages/report.h"
 #include "Inspection/pages/view.h"
 #include "Inspection/parts/partcheck.h"
+#include "Inspection/pictures/drawnresult.h"
 #include "Inspection/pictures/indicationpicture.h"
-#include "Inspection/pictures/valuepicture.h"
-#include "Inspection/planning/planpath.h"
+#include "Inspection/pictures/pathpicture.h"
 #include "Inspection/poses/pose.h"
 #include "Inspection/poses/registerpoints.h"
 #include "Inspection/records/failure.h"
@@ -35,7 +35,8 @@ constexpr double beamWidth = 1.5;
 constexpr double soundSpeed = 2900.0;
 constexpr double backWall = 80.0;                   ///< percent of the full screen, of the sound part
 constexpr char const* toolText = "0,60,130,0,0,90"; ///< how the probe is fixed to the flange
-constexpr double farthest = 0.5;                    ///< an indication may be from its flaw
+constexpr double farthestFront = 0.1; ///< the front wall may be from the part, as the root mean square
+constexpr double farthest = 0.5;      ///< an indication may be from its flaw
 
 class Story {
 public:
@@ -65,6 +66,7 @@ public:
     void registerPart();
     void measure();
     void scan();
+    void agree();
     void find();
     void compare();
     void look();
@@ -138,15 +140,17 @@ void Story::prepareGrid() {
 
 void Story::plan() {
     Stopwatch const watch;
-    PlanOptions options;
-    options.grid = file("part.quads");
-    options.path = file("path.csv");
-    options.settings.step = pixel;
-    options.settings.standoff = standoff;
-    options.settings.speed = 100.0;
-    Plan const planned = planPath(options, listener);
+    DrawnPlanOptions options;
+    options.plan.grid = file("part.quads");
+    options.plan.path = file("path.csv");
+    options.plan.settings.step = pixel;
+    options.plan.settings.standoff = standoff;
+    options.plan.settings.speed = 100.0;
+    options.image = file("path.png");
+    Plan const planned = drawPlan(options, listener);
     QELT::Inspection::require(planned.isFit(), "the demonstration's path is not fit");
     addFile("path.csv");
+    addFile("path.png");
     addRow("plan a path", watch,
            counted(planned.path.lineCount, "line", "lines") + ", " +
                toFixedText(planned.path.length / 1000.0, 1) + " m, covers " +
@@ -210,6 +214,7 @@ void Story::scan() {
         options.scan.quantities.values.push_back(valueRequestIn(value));
     }
     options.scan.quantities.depth = DepthOptions{"tof", soundSpeed, {}, {}};
+    options.scan.quantities.front = FrontOptions{"front", setup.instrument.couplantSpeed};
     options.scan.fill = pixel;
     options.scan.doKeepShots = true;
     options.scan.result = file("result.h5");
@@ -221,6 +226,23 @@ void Story::scan() {
            toFixedText(100.0 * drawn.scan.coverage.reachedShare(), 1) +
                " % of the surface reached, longest gap " + toShortText(drawn.scan.coverage.longestGap, 2) +
                " mm");
+}
+
+/// The front wall's echo tells the standoff that was; the pose and the part tell the one that should be.
+void Story::agree() {
+    double sum = 0.0;
+    double count = 0.0;
+    for (double const residual : valueMapOf(drawn.scan.result, "residual").values) {
+        if (std::isfinite(residual)) {
+            sum += residual * residual;
+            count += 1.0;
+        }
+    }
+    double const rms = std::sqrt(sum / count);
+    QELT::Inspection::require(rms < farthestFront, "the front wall is not where the part is");
+    found.table.push_back(
+        {"", "",
+         "measured standoffs agree with the part within " + toShortText(rms, 2) + " mm (root mean square)"});
 }
 
 /// Where the back wall's echo is lost something lies before it.
@@ -310,6 +332,7 @@ void tellStory(std::filesystem::path const& folder, DemoResult& found, ProgressL
     story.registerPart();
     story.measure();
     story.scan();
+    story.agree();
     story.find();
     story.compare();
     story.look();

@@ -110,6 +110,22 @@ TEST(ValuePicture, mapsRunEvenlyFromDarkToLight) {
     EXPECT_GE(dotsOf(image, Colour{245, 245, 245}), dotsPerPixel);
 }
 
+TEST(ValuePicture, ResidualsHaveTheirZeroInTheMiddleOfDivergingColours) {
+    ValueMap map;
+    map.quantity = "residual";
+    map.values = {-0.1, NAN, 0.3, 0.7};
+    ValuePictureOptions const style = usualStyleOf(map);
+    EXPECT_EQ(ColourMap::Diverging, style.map);
+    ASSERT_TRUE(style.limits);
+    EXPECT_EQ(-1.0, (*style.limits)[0]); // in steps of a half
+    EXPECT_EQ(1.0, (*style.limits)[1]);
+
+    map.values = {NAN};
+    EXPECT_FALSE(usualStyleOf(map).limits);
+    map.quantity = "standoff";
+    EXPECT_EQ(ColourMap::Colour, usualStyleOf(map).map);
+}
+
 TEST(ValuePicture, limitsAndBandsHaveToRise) {
     Result const result = row();
     ValuePictureOptions options;

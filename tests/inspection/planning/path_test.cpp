@@ -47,6 +47,8 @@ TEST(Path, OverAPlaneIsTheRasterOneWouldDraw) {
         EXPECT_NEAR(static_cast<double>(i), pose.way, 1e-4);
         EXPECT_EQ(static_cast<std::size_t>(2.0 * pose.foot.getdX() + 1e-3), pose.u);
         EXPECT_EQ(static_cast<std::size_t>(2.0 * pose.foot.getdY() + 1e-3), pose.v);
+        EXPECT_NEAR(2.0 * pose.foot.getdX(), pose.at.getU(), 1e-4);
+        EXPECT_NEAR(2.0 * pose.foot.getdY(), pose.at.getV(), 1e-4);
     }
 }
 
@@ -111,6 +113,8 @@ TEST(Path, GoesOnPastTheRim) {
     EXPECT_EQ(PathPose::Scan, path.poses[12].kind);
     EXPECT_EQ(PathPose::Overshoot, path.poses[13].kind);
     EXPECT_LT(lengthOf(path.poses[0].foot - Vector(-2.0, 0.5, 0.0)), 1e-5);
+    EXPECT_NEAR(-4.0, path.poses[0].at.getU(), 1e-4);
+    EXPECT_NEAR(1.0, path.poses[0].at.getV(), 1e-4);
     EXPECT_LT(lengthOf(path.poses[14].foot - Vector(12.0, 0.5, 0.0)), 1e-5);
     EXPECT_LT(lengthOf(path.poses[15].foot - Vector(12.0, 1.5, 0.0)), 1e-5);
 }
@@ -310,6 +314,10 @@ TEST(PathCheck, FindsTheWholePlaneCovered) {
     EXPECT_NEAR(1.0, check.coverage.reachedShare(), 1e-9);
     EXPECT_EQ(0.0, check.coverage.longestGap);
     EXPECT_NEAR(0.0, check.largestAngle, 1e-3);
+    EXPECT_EQ(std::vector<PoseFate>(100, PoseFate::Met), check.fates);
+    for (std::size_t pixel = 0; pixel < check.pixels.size(); ++pixel) {
+        EXPECT_TRUE(check.pixels.isReached(pixel)) << pixel;
+    }
 }
 
 TEST(PathCheck, MeasuresWhatDiscsThatOnlyTouchLeaveOpen) {
@@ -329,6 +337,7 @@ TEST(PathCheck, TellsShotsThatMiss) {
     PathCheck const check = checkPath(plane(), path, settings);
     EXPECT_EQ(1U, check.missedCount);
     EXPECT_LT(lengthOf(check.firstMissed - Vector(7.5, 0.5, 0.0)), 1e-4);
+    EXPECT_EQ(PoseFate::Missed, check.fates[7]);
 }
 
 TEST(PathCheck, TellsWhereThePartIsInTheWay) {
@@ -353,9 +362,11 @@ TEST(PathCheck, MeasuresTheLargestAngle) {
     PathSettings settings = steps(1.01, 5.0); // eight to a line of 10.05 between margins: one is on the ridge
     settings.margin = 1.0;
     settings.footprint = 1.8;
-    PathCheck const check = checkPath(grid, pathOver(grid, settings), settings);
+    Path const path = pathOver(grid, settings);
+    PathCheck const check = checkPath(grid, path, settings);
     EXPECT_NEAR(std::atan(0.1) * 180.0 / std::numbers::pi, check.largestAngle, 0.35);
     EXPECT_NEAR(5.0, check.largestAnglePlace.getdX(), 0.1);
+    EXPECT_NEAR(50.0, path.poses[check.largestAnglePose].at.getU(), 1.0);
 }
 
 TEST(PathCheck, DoesNotCoverAnotherFaceThatIsNear) {
