@@ -1,7 +1,7 @@
 #include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/trimesh/files/internal/meshpath.h"
 #include "Geometry/trimesh/files/internal/textscanner.h"
-#include "Geometry/trimesh/internal/facestitcher.h"
+#include "Geometry/trimesh/internal/stitching.h"
 #include "Geometry/trimesh/mesh.h"
 
 #include <algorithm>
@@ -164,7 +164,7 @@ bool readSurface(char const* path, std::string const& name, SurfaceBuilder const
     std::vector<Face> faces = readFaces(scanner, vertexCount, listener);
     reportMessage(listener, "Constructing triangle mesh...");
     checkFaces(faces, vertexCount);
-    FaceStitcher(builder, std::move(faces), listener).run();
+    stitchFaces(builder, std::move(faces), listener);
     return flatCount == vertexCount;
 }
 
