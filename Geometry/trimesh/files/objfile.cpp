@@ -28,7 +28,7 @@
 // usually start a record, so they may pass or never reach 100. Each vertex is added before its percentage is
 // reported: a listener that throws leaves the vertices read until then. Room is made for no more vertices
 // than the text can hold. Cost: four passes over the text, five and the way to the first flat place with a
-// listener, and the stitching (facestitcher.cpp).
+// listener, and the stitching (stitching.cpp).
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
