@@ -14,6 +14,12 @@ Triangle::Triangle(Mesh* owner, std::vector<unsigned long> indices, std::vector<
     }
 }
 
+Triangle::Triangle(Mesh* owner, std::array<std::uint32_t, 3> const& indices)
+    : vertexIndices(indices),
+      adjacentTriangles{nullptr, nullptr, nullptr},
+      adjacentTriangleEdgeIndices{invalidEdgeIndex, invalidEdgeIndex, invalidEdgeIndex},
+      mesh(owner) {}
+
 Triangle::Triangle(Triangle const& other)
     : vertexIndices(other.vertexIndices),
       adjacentTriangles(other.adjacentTriangles),

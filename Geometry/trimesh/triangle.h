@@ -50,6 +50,9 @@ private:
     Triangle(Mesh* owner, std::vector<unsigned long> indices, std::vector<Triangle*> triangles,
              std::vector<unsigned long> edgeIndices);
 
+    /// Without neighbours.
+    Triangle(Mesh* owner, std::array<std::uint32_t, 3> const& indices);
+
     static std::uint32_t wrapped(unsigned long i) { return static_cast<std::uint32_t>(i) % 3U; }
 
     Mesh* getMesh() const { return mesh; }

@@ -1,5 +1,5 @@
 #include "Geometry/foundations/internal/percentage.h"
-#include "Geometry/trimesh/internal/facestitcher.h"
+#include "Geometry/trimesh/internal/stitching.h"
 #include "Geometry/trimesh/mesh.h"
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
@@ -16,7 +16,7 @@ void Mesh::construct(std::vector<Point> const& points, std::vector<Face> const& 
         builder.addVertex(Vertex(point));
     }
     reportMessage(progressListener, "Constructing triangle mesh...");
-    FaceStitcher(builder, faces, progressListener).run();
+    stitchFaces(builder, faces, progressListener);
     clean();
     calculateVertexNormals();
 }

@@ -1,7 +1,7 @@
 #include "Geometry/foundations/internal/percentage.h"
 #include "Geometry/trimesh/files/internal/meshpath.h"
 #include "Geometry/trimesh/files/internal/textscanner.h"
-#include "Geometry/trimesh/internal/facestitcher.h"
+#include "Geometry/trimesh/internal/stitching.h"
 #include "Geometry/trimesh/mesh.h"
 
 #include <algorithm>
@@ -28,7 +28,7 @@
 // usually start a record, so they may pass or never reach 100. Each vertex is added before its percentage is
 // reported: a listener that throws leaves the vertices read until then. Room is made for no more vertices
 // than the text can hold. Cost: four passes over the text, five and the way to the first flat place with a
-// listener, and the stitching (facestitcher.cpp).
+// listener, and the stitching (stitching.cpp).
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
@@ -164,7 +164,7 @@ bool readSurface(char const* path, std::string const& name, SurfaceBuilder const
     std::vector<Face> faces = readFaces(scanner, vertexCount, listener);
     reportMessage(listener, "Constructing triangle mesh...");
     checkFaces(faces, vertexCount);
-    FaceStitcher(builder, std::move(faces), listener).run();
+    stitchFaces(builder, std::move(faces), listener);
     return flatCount == vertexCount;
 }
 

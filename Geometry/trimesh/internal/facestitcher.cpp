@@ -1,11 +1,10 @@
 #include "Geometry/trimesh/internal/facestitcher.h"
 
 #include "Geometry/foundations/internal/percentage.h"
+#include "Geometry/trimesh/internal/stitching.h"
 
 #include <algorithm>
 #include <numeric>
-#include <optional>
-#include <stdexcept>
 
 // The surface grows from the first face, and a face joins it where it shares a side with it. Which face is
 // next decides how triangles are turned and numbered, and so what is saved and which fan a vertex shows; it
@@ -29,31 +28,7 @@ namespace {
 
 constexpr std::uint32_t noSlot = 0xFFFFFFFFU;
 
-[[noreturn]] void throwConstructionFailure() {
-    throw std::runtime_error("Mesh construction failure");
-}
-
-/// The side of the triangle that starts at the vertex, of equal ones that of the first place.
-std::optional<Edge> findSideFrom(Triangle const& triangle, std::uint32_t v) {
-    for (unsigned long place = 0; place < 3; ++place) {
-        if (triangle.getAdjacentVertexIndex(place) == v) {
-            return triangle.getEdge(place + 2);
-        }
-    }
-    return std::nullopt;
-}
-
 } // namespace
-
-void checkFaces(std::vector<Face> const& faces, std::size_t vertexCount) {
-    for (Face const& face : faces) {
-        for (std::uint32_t const index : face) {
-            if (index >= vertexCount) {
-                throw std::runtime_error("Invalid vertex index");
-            }
-        }
-    }
-}
 
 FaceStitcher::FaceStitcher(SurfaceBuilder const& newBuilder, std::vector<Face> newFaces,
                            ProgressListener* const& ownersListener)
@@ -63,7 +38,8 @@ FaceStitcher::FaceStitcher(SurfaceBuilder const& newBuilder, std::vector<Face> n
       vertexCount(builder.getConnectivity().getNumberOfVertices()),
       faceInSlot(faces.size()),
       slotOfFace(faces.size()),
-      recordedSides(faces.size(), 0) {
+      recordedSides(faces.size(), 0),
+      readySlots(faces.size()) {
     std::iota(faceInSlot.begin(), faceInSlot.end(), 0U);
     std::iota(slotOfFace.begin(), slotOfFace.end(), 0U);
     seekers.reserve(3 * faces.size());
@@ -76,9 +52,6 @@ FaceStitcher::FaceStitcher(SurfaceBuilder const& newBuilder, std::vector<Face> n
 }
 
 void FaceStitcher::run() {
-    if (faces.empty()) {
-        throwConstructionFailure();
-    }
     builder.reserveTriangles(faces.size());
     Triangle* const first = addFirstFace();
     emptySlot(0);
@@ -107,11 +80,11 @@ Triangle* FaceStitcher::addFirstFace() {
 
 /// The next slot whose face would join, from `from` on and then from the first.
 std::uint32_t FaceStitcher::takeNextSlot(std::uint32_t from) const {
-    auto next = readySlots.lower_bound(from);
-    if (next == readySlots.end()) {
-        next = readySlots.begin();
+    auto next = readySlots.findFrom(from);
+    if (!next) {
+        next = readySlots.findFrom(0);
     }
-    if (next == readySlots.end()) {
+    if (!next) {
         throwConstructionFailure(); // no face that is left shares a side with the surface
     }
     return *next;
@@ -177,7 +150,7 @@ void FaceStitcher::emptySlot(std::uint32_t slot) {
     if (lastSlot != slot) {
         faceInSlot[slot] = moved;
         slotOfFace[moved] = slot;
-        if (readySlots.erase(lastSlot) != 0) {
+        if (readySlots.erase(lastSlot)) {
             readySlots.insert(slot);
         }
     }

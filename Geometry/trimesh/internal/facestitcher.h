@@ -1,26 +1,23 @@
 #pragma once
 
 #include "Geometry/foundations/progresslistener.h"
+#include "Geometry/trimesh/internal/slotset.h"
 #include "Geometry/trimesh/internal/surfacebuilder.h"
 #include "Geometry/trimesh/mesh.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <set>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
-/// \throws std::runtime_error "Invalid vertex index" if a face names a vertex that is not there.
-void checkFaces(std::vector<Face> const& faces, std::size_t vertexCount);
-
 /// Builds the connectivity of a mesh from faces: the surface grows from the first face, and faces join it one
 /// at a time where they share a side with it.
 class FaceStitcher {
 public:
-    /// `ownersListener` must outlive the stitcher.
+    /// `ownersListener` must outlive the stitcher. There must be a face.
     FaceStitcher(SurfaceBuilder const& newBuilder, std::vector<Face> newFaces,
                  ProgressListener* const& ownersListener);
 
@@ -59,7 +56,7 @@ private:
     std::vector<std::uint32_t> faceInSlot;
     std::vector<std::uint32_t> slotOfFace;
     std::vector<std::uint32_t> recordedSides;
-    std::set<std::uint32_t> readySlots;
+    SlotSet readySlots;
 };
 
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

@@ -44,7 +44,8 @@ bool SurfaceBuilder::addFloatingTriangle(std::vector<unsigned long> const& indic
             return true;
         }
     }
-    Triangle* const triangle = triangles.create(&owner, indices);
+    Triangle* const triangle =
+        triangles.create(&owner, {toUInt32(indices[0]), toUInt32(indices[1]), toUInt32(indices[2])});
     for (unsigned long const v : indices) {
         getTrianglesAt(v).front() = triangle;
     }
@@ -59,13 +60,13 @@ bool SurfaceBuilder::addBoundaryTriangle(Edge const& e, std::uint32_t w) const {
 }
 
 bool SurfaceBuilder::addWithFloatingApex(Edge const& e, std::uint32_t w) const {
-    Triangle* const triangle = triangles.create(&owner, {e.dest(), e.org(), w});
+    Triangle* const triangle = triangles.create(&owner, {toUInt32(e.dest()), toUInt32(e.org()), w});
     getTrianglesAt(w).front() = triangle;
     return e.triangle->connect(e.triangleEdgeIndex, triangle, 2);
 }
 
 bool SurfaceBuilder::addWithAttachedApex(Edge const& e, std::uint32_t w) const {
-    Triangle* const triangle = triangles.create(&owner, {e.org(), w, e.dest()});
+    Triangle* const triangle = triangles.create(&owner, {toUInt32(e.org()), w, toUInt32(e.dest())});
     try {
         return e.triangle->connect(e.triangleEdgeIndex, triangle, 1) && stitchSidesAtApex(triangle);
     } catch (...) {

@@ -32,14 +32,12 @@ void TriangleArena::startSurface() {
     }
 }
 
-Triangle* TriangleArena::create(Mesh* mesh, std::vector<unsigned long> const& indices) {
+Triangle* TriangleArena::create(Mesh* mesh, std::array<std::uint32_t, 3> const& indices) {
     if (runs.empty() || runs.back().size == runs.back().capacity) {
         startRun(runs.empty() ? smallestRun : 2 * runs.back().capacity);
     }
     Run& run = runs.back();
-    std::vector<Triangle*> const noTriangles(3, nullptr);
-    std::vector<unsigned long> const noEdges(3, Triangle::invalidEdgeIndex);
-    Triangle* const triangle = new (run.triangles + run.size) Triangle(mesh, indices, noTriangles, noEdges);
+    Triangle* const triangle = new (run.triangles + run.size) Triangle(mesh, indices);
     ++run.size;
     return triangle;
 }

@@ -3,6 +3,7 @@
 #include "Geometry/trimesh/triangle.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -40,7 +41,7 @@ public:
     void renumberVertices(std::vector<std::uint32_t> const& newIndex);
 
     /// A new triangle with these vertices and no neighbours.
-    Triangle* create(Mesh* mesh, std::vector<unsigned long> const& indices);
+    Triangle* create(Mesh* mesh, std::array<std::uint32_t, 3> const& indices);
 
     /// Ends the triangle made last. It may not be asked twice in a row.
     void removeLast();
