@@ -3,8 +3,10 @@
 #include "Geometry/spatial/tree.h"
 
 #include <algorithm>
-#include <typeinfo>
-#include <unordered_set>
+#include <array>
+#include <memory>
+#include <utility>
+#include <vector>
 
 // The k nearest objects by descents to a leaf, each followed by a walk up to the root that notes what lies
 // across each plane (after Friedman, Bentley and Finkel, "An Algorithm for Finding Best Matches in
@@ -23,9 +25,12 @@
 // another distance than they should. The last distance can be several times the true one.
 //
 // Candidates are dropped at the start of a descent only, so the worst of them, by which all pruning goes, is
-// loose, and a search looks at most of the tree. The fillers at 1e39, beyond any distance of floats, make it
-// finite from the start and stand for what is not there. All this is kept for its results; which of equally
-// near objects come first is the heap's affair and no promise.
+// loose, and a search looks at most of the tree. What keeps that bearable: nodes carry numbers, by which a
+// search marks them in flat arrays, and a walk up passes over the nodes across whose planes there is nothing
+// left to visit, by links to the next that are shortened as they are followed (Tarjan, "Efficiency of a Good
+// But Not Linear Set Union Algorithm", 1975). Neither changes what is looked at, or when. The fillers at
+// 1e39, beyond any distance of floats, make it finite from the start and stand for what is not there. All
+// this is kept for its results; which of equally near objects come first is the heap's affair and no promise.
 
 namespace QELT::Geometry::ThreeDimensional::BinarySpacePartition {
 
@@ -34,14 +39,40 @@ namespace {
 /// Farther than any distance of two points of floats: what stands in for an object not found.
 constexpr double distanceOfNone = 1e39;
 
+/// A value for each number below a count, made in pages as they are asked for: a search that sees little of a
+/// tree pays for little.
+template <class Value>
+class Marks {
+public:
+    explicit Marks(std::size_t count) : pages(count / pageSize + 1) {}
+
+    Value& operator[](std::size_t number) {
+        std::unique_ptr<Page>& page = pages[number / pageSize];
+        if (page == nullptr) {
+            page = std::make_unique<Page>();
+        }
+        return (*page)[number % pageSize];
+    }
+
+private:
+    static constexpr std::size_t pageSize = 256;
+    using Page = std::array<Value, pageSize>;
+
+    std::vector<std::unique_ptr<Page>> pages;
+};
+
 } // namespace
 
 /// One search: descents to the leaf on the point's side, each followed by a walk up to the root that notes
 /// the far children which may still matter.
 class Tree::Search {
 public:
-    Search(std::uint32_t newK, Point const* newPoint)
-        : k(newK), point(newPoint), best(newK, Candidate(nullptr, distanceOfNone)) {}
+    Search(std::uint32_t newK, Point const* newPoint, std::size_t numberOfNodes)
+        : k(newK),
+          point(newPoint),
+          best(newK, Candidate(nullptr, distanceOfNone)),
+          isVisited(numberOfNodes),
+          closed(numberOfNodes) {}
 
     void run(InternalNode const* root) {
         push(root);
@@ -49,11 +80,11 @@ public:
             Pending const pending = work.back();
             work.pop_back();
             bool const isTooFar = !best.empty() && pending.distance > best.front().gett();
-            if (isTooFar || visitedNodes.contains(pending.node)) {
+            if (isTooFar || isVisited[pending.node->getNumber()]) {
                 continue;
             }
             trim();
-            visitedNodes.insert(pending.node);
+            isVisited[pending.node->getNumber()] = true;
             if (LeafNode const* const leaf = descend(pending.node)) {
                 take(leaf);
                 climb(leaf);
@@ -81,10 +112,8 @@ private:
         double distance;
     };
 
-    /// The dynamic cast, where no class is derived from the kinds of nodes: comparing types takes a fraction
-    /// of its time, and searches do little else.
     static InternalNode const* getAsInternal(Node const* node) {
-        bool const isInternal = node != nullptr && typeid(*node) == typeid(InternalNode);
+        bool const isInternal = node != nullptr && node->getIsInternal();
         return isInternal ? static_cast<InternalNode const*>(node) : nullptr;
     }
 
@@ -118,42 +147,61 @@ private:
     }
 
     void take(LeafNode const* leaf) {
-        visitedLeaves.insert(leaf);
+        isVisited[leaf->getNumber()] = true;
         best.emplace_back(leaf->getObject(), leaf->getObject()->getMinMaxDistance(*point));
         std::push_heap(best.begin(), best.end());
     }
 
     void climb(LeafNode const* leaf) {
-        for (InternalNode const* node = leaf->getParentNode(); node != nullptr;
-             node = node->getParentNode()) {
+        for (InternalNode const* node = getOpen(leaf->getParentNode()); node != nullptr;
+             node = getOpen(node->getParentNode())) {
             if (best.front().gett() < point->getMinMaxDistance(node->getPlane())) {
                 continue;
             }
             Node const* const far =
                 point->getIsAbove(node->getPlane()) ? node->getDownNode() : node->getUpNode();
-            if (auto const* const internal = getAsInternal(far)) {
-                if (!visitedNodes.contains(internal)) {
-                    push(internal);
-                }
-            } else if (auto const* const farLeaf = static_cast<LeafNode const*>(far)) {
-                if (!visitedLeaves.contains(farLeaf)) {
-                    take(farLeaf);
-                }
+            if (far == nullptr || isVisited[far->getNumber()]) {
+                close(node);
+            } else if (auto const* const internal = getAsInternal(far)) {
+                push(internal);
+            } else {
+                take(static_cast<LeafNode const*>(far));
             }
         }
     }
+
+    /// A node whose far child is none or was visited: no climb finds anything there any more.
+    void close(InternalNode const* node) { closed[node->getNumber()] = {node->getParentNode(), true}; }
+
+    /// The node, or the next one above it that is not closed; those in between are passed over at once from
+    /// then on.
+    InternalNode const* getOpen(InternalNode const* node) {
+        InternalNode const* open = node;
+        while (open != nullptr && closed[open->getNumber()].isClosed) {
+            open = closed[open->getNumber()].above;
+        }
+        while (node != open) {
+            node = std::exchange(closed[node->getNumber()].above, open);
+        }
+        return open;
+    }
+
+    struct Closed {
+        InternalNode const* above = nullptr;
+        bool isClosed = false;
+    };
 
     std::uint32_t k;
     Point const* point;
     std::vector<Candidate> best;
     std::vector<Pending> work;
-    std::unordered_set<InternalNode const*> visitedNodes;
-    std::unordered_set<LeafNode const*> visitedLeaves;
+    Marks<bool> isVisited; ///< an internal node from which was descended, a leaf that was taken
+    Marks<Closed> closed;
 };
 
 bool Tree::getkNearestNeighbours(unsigned long k, Point const* point, Object const** objects,
                                  double* distances) const {
-    Search search(toUInt32(k), point);
+    Search search(toUInt32(k), point, nodes != nullptr ? nodes->size() : 0);
     if (rootNode != nullptr) {
         search.run(rootNode);
     }

@@ -4,6 +4,8 @@
 #include "Geometry/foundations/object.h"
 #include "Geometry/foundations/plane.h"
 
+#include <cstddef>
+
 namespace QELT::Geometry::ThreeDimensional::BinarySpacePartition {
 
 class InternalNode;
@@ -20,6 +22,17 @@ public:
 protected:
     friend class Tree;
 
+    /// Of the kind of an internal node, or not.
+    explicit Node(bool newIsInternal) : isInternal(newIsInternal) {}
+
+    /// What the dynamic cast would tell, at a fraction of its cost.
+    bool getIsInternal() const { return isInternal; }
+
+    /// Each node of a tree has another, from 0 on.
+    std::size_t getNumber() const { return number; }
+
+    void setNumber(std::size_t newNumber) { number = newNumber; }
+
     /// Null at the root.
     InternalNode const* getParentNode() const { return parentNode; }
 
@@ -27,10 +40,15 @@ protected:
 
 private:
     InternalNode* parentNode = nullptr;
+    std::size_t number = 0;
+    bool isInternal = false;
 };
 
 /// A node with a splitting plane. A side without objects has no child.
 class QELT_EXPORT InternalNode : public Node {
+public:
+    InternalNode() : Node(true) {}
+
 protected:
     friend class Tree;
 

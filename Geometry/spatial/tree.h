@@ -44,6 +44,7 @@ public:
 private:
     struct Item;
     struct Split;
+    class PointSplitter;
     class Search;
 
     void plantRoot();

@@ -2,6 +2,7 @@
 #include "tests/support/plain_resampling.h"
 #include "tests/support/randomindex.h"
 
+#include "Geometry/quadmesh/generation/internal/resampler.h"
 #include "Geometry/quadmesh/rectmesh.h"
 #include "Geometry/trimesh/triangle.h"
 
@@ -18,6 +19,7 @@ namespace {
 
 namespace Plain = PlainResampling;
 using Geometry::ThreeDimensional::QuadMesh::RectMesh;
+using Geometry::ThreeDimensional::QuadMesh::Resampler;
 using Geometry::ThreeDimensional::TriMesh::Triangle;
 using Geometry::ThreeDimensional::TriMesh::Vertex;
 using Node = Geometry::TwoDimensional::Point<int>;
@@ -661,6 +663,50 @@ TEST(Resampling, GivesThePlainVersionsGridOnWildMaps) {
         overlaps += expectPlainResult(*mesh, 0.25 / (ratio * ratio)).repeatedStores;
     }
     EXPECT_GT(overlaps, 1000U);
+}
+
+TEST(Resampling, GivesThePlainVersionsGridOnLongLinesOfTheLattice) {
+    // Lines of up to 160 nodes in a triangle, with corners on the lattice, between its nodes, and on lines
+    // that are almost, or wholly, along the rows; places beyond all measure and undefined ones among them.
+    std::mt19937 generator(6);
+    for (std::uint32_t round = 0; round < 36; ++round) {
+        SCOPED_TRACE(round);
+        MeshPointer const mesh = makeMesh(withShuffledVertices(makeWavyPatch(3, 3), 3));
+        double const grain = round % 3 == 0 ? 0.0625 : (round % 3 == 1 ? 0.03125 : 1e-9);
+        for (unsigned long v = 0; v < mesh->getNumberOfVertices(); ++v) {
+            double const u = randomBelow(generator, 1001) * 0.01;
+            double const w =
+                round % 2 == 0 ? randomBelow(generator, 1001) * 0.01 : randomBelow(generator, 9) * 1.25;
+            mesh->getVertex(v).setPoint2D({std::round(u / grain) * grain, std::round(w / grain) * grain});
+        }
+        mesh->getVertex(0).setPoint2D({0.0, 0.0});
+        double const ratio = Plain::resample(plainCopyOf(*mesh), 1.0).spacing;
+        double const area = 0.0625 * 0.0625 / (ratio * ratio);
+        if (round >= 24) {
+            std::array<double, 4> const strange{1e99, -1e101, 1e160,
+                                                std::numeric_limits<double>::quiet_NaN()};
+            mesh->getVertex(1 + round % 14U)
+                .setPoint2D({strange[round % 4U], randomBelow(generator, 10) * 1.0});
+        }
+        if (round < 24) {
+            expectPlainResult(*mesh, area);
+            continue;
+        }
+        // Such a map has no extent that a grid could have: its triangles are stored in a grid that is there.
+        RectMesh grid;
+        grid.init({170, 170});
+        PlainGrid expected = plainGridOf(grid);
+        Resampler const resampler(grid.getNodes(), 0.0625);
+        std::vector<Triangle*> list;
+        std::vector<Triangle*>::iterator first;
+        std::vector<Triangle*>::iterator last;
+        mesh->getTriangles(list, first, last);
+        for (auto triangle = first; triangle != last; ++triangle) {
+            resampler.rasterise(**triangle);
+        }
+        Plain::storeTriangles(expected, plainCopyOf(*mesh), 0.0625);
+        EXPECT_TRUE(sameGrid(grid, expected));
+    }
 }
 
 TEST(Resampling, AMapThatDoesNotStartAtTheOriginIsCutAtTheGrid) {

@@ -84,6 +84,30 @@ TEST(NearestNeighbours, AreThoseOfThePlainSearchToTheBit) {
     }
 }
 
+TEST(NearestNeighbours, OfManyPointsAreThoseOfThePlainSearchToTheBit) {
+    std::mt19937 generator(2);
+    for (bool const isLattice : {false, true}) {
+        Points points = Testing::uniformCloud(41, 5000);
+        for (Point& p : points) {
+            if (isLattice) { // where most distances have equals, and some points coincide
+                p.set(std::round(9.0 * p.getX()), std::round(9.0 * p.getY()), std::round(5.0 * p.getZ()));
+            }
+        }
+        Tree const tree = treeOf(points);
+        PlainTree const plain = Testing::plainTree(objectsOf(points));
+        for (Point const& query : queriesOf(points, tree, generator)) {
+            for (std::uint32_t const k : {1U, 3U, 8U, 100U}) {
+                Neighbours const found = askFor(k, tree, query);
+                auto const expected = Testing::plainNearestInTree(plain, query, k);
+                for (std::uint32_t i = 0; i < k; ++i) {
+                    ASSERT_EQ(found.objects[i], expected[i].first) << "k " << k << ", place " << i;
+                    ASSERT_TRUE(sameBits(found.distances[i], expected[i].second));
+                }
+            }
+        }
+    }
+}
+
 TEST(NearestNeighbours, AreInexactAndRepeatedAsOftenAsTheHeaderSays) {
     int missedNearest = 0;
     int inexact = 0;

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -85,13 +86,14 @@ private:
 
 } // namespace
 
-TEST(TreeAllocation, ANewTreeThatFailsCanBeAskedAndBuiltAgain) {
-    Points points = somePoints(3);
-    Objects const objects = objectsOf(points);
+namespace {
+
+/// Builds a tree of the objects with each of its allocations failing once; how many those are.
+std::size_t failEachAllocationOfATree(Objects const& objects) {
     Tree whole;
     whole.construct(objects, objects.size());
     std::vector<Answer> const expected = askMuch(whole);
-    std::size_t const failures = failEachAllocation(
+    return failEachAllocation(
         all, [] { return std::make_unique<Tree>(); },
         [&](Tree& tree) { tree.construct(objects, objects.size()); },
         [&](Tree& tree, std::size_t given) {
@@ -103,7 +105,22 @@ TEST(TreeAllocation, ANewTreeThatFailsCanBeAskedAndBuiltAgain) {
             EXPECT_EQ(tree.depth, whole.depth);
             expectHonest(copy, objects);
         });
-    EXPECT_GT(failures, 200U);
+}
+
+} // namespace
+
+TEST(TreeAllocation, ANewTreeThatFailsCanBeAskedAndBuiltAgain) {
+    Points points = somePoints(3);
+    EXPECT_GT(failEachAllocationOfATree(objectsOf(points)), 2 * numberOfPoints);
+}
+
+TEST(TreeAllocation, ANewTreeOfObjectsThatMustBeAskedAndThatFailsCanBeAskedAndBuiltAgain) {
+    Points points = somePoints(3);
+    int patience = std::numeric_limits<int>::max();
+    TouchyPoint asked(points.back(), patience);
+    Objects objects = objectsOf(points);
+    objects.back() = &asked;
+    EXPECT_GT(failEachAllocationOfATree(objects), 200U);
 }
 
 TEST(TreeAllocation, ATreeOverAnotherThatFailsCanBeAskedAndBuiltAgain) {
@@ -132,7 +149,7 @@ TEST(TreeAllocation, ATreeOverAnotherThatFailsCanBeAskedAndBuiltAgain) {
             tree.construct(objects, objects.size());
             EXPECT_EQ(askMuch(tree), expected);
         });
-    EXPECT_GT(failures, 200U);
+    EXPECT_GT(failures, 2 * numberOfPoints) << "a node for each point, and one above it";
     EXPECT_EQ(stayed, 3U) << "the earlier tree stays until the new one has a list of nodes and a root in it";
 }
 

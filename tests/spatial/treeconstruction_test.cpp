@@ -224,6 +224,67 @@ TEST(TreeConstruction, OfSmallRandomCloudsIsThePlainTreeNodeByNode) {
     }
 }
 
+/// A point of another class, which the tree must ask.
+class AskedPoint : public Point {
+public:
+    explicit AskedPoint(Point const& point, int& newQuestions) : Point(point), questions(&newQuestions) {}
+
+    bool getIsAbove(Plane const& plane) const override {
+        ++*questions;
+        return Point::getIsAbove(plane);
+    }
+
+private:
+    int* questions;
+};
+
+TEST(TreeConstruction, OfObjectsThatMustBeAskedIsThePlainTreeNodeByNode) {
+    for (CloudFamily& family : Testing::cloudFamilies(9)) {
+        SCOPED_TRACE(family.name);
+        int questions = 0;
+        std::vector<AskedPoint> asked;
+        for (Point const& point : family.points) {
+            asked.emplace_back(point, questions);
+        }
+        Objects all;
+        Objects one = objectsOf(family.points);
+        for (AskedPoint& point : asked) {
+            all.push_back(&point);
+        }
+        one.back() = all.back();
+        for (Objects const& objects : {all, one}) {
+            Tree const tree = treeOf(objects);
+            EXPECT_GT(questions, 0);
+            ASSERT_TRUE(sameTree(tree, Testing::plainTree(objects)));
+            questions = 0;
+        }
+    }
+}
+
+TEST(TreeConstruction, OfCloudsAboutTheLimitOfDifferencesIsThePlainTreeNodeByNode) {
+    for (float const share : {0.12F, 0.125F, 0.126F, 0.25F, 0.5F, 1.0F}) {
+        SCOPED_TRACE(share);
+        double const size =
+            static_cast<double>(share) * static_cast<double>(std::numeric_limits<float>::max());
+        Points points = Testing::uniformCloud(31, 60);
+        for (Point& p : points) {
+            p.set(size * p.getX(), size * p.getY(), p.getZ());
+        }
+        points[7].set(-size, size, 0.0);
+        Objects const objects = objectsOf(points);
+        ASSERT_TRUE(sameTree(treeOf(objects), Testing::plainTree(objects)));
+    }
+}
+
+TEST(TreeConstruction, OfACloudOfManyPointsIsThePlainTreeNodeByNode) {
+    Points points = Testing::uniformCloud(33, 6000);
+    for (std::size_t i = 0; i < 2000; ++i) { // a third in a cluster, some of them coincident
+        points[i].set(0.5 + 1e-5 * std::round(50.0 * points[i].getX()), 1e-5 * points[i].getY(), 0.25);
+    }
+    Objects const objects = objectsOf(points);
+    ASSERT_TRUE(sameTree(treeOf(objects), Testing::plainTree(objects)));
+}
+
 TEST(TreeConstruction, GivesEachObjectOneLeaf) {
     for (CloudFamily& family : Testing::cloudFamilies(6)) {
         SCOPED_TRACE(family.name);

@@ -330,4 +330,14 @@ Result resample(PlainMesh const& mesh, double quadArea, std::uint32_t quadsPerSe
     return result;
 }
 
+void storeTriangles(PlainGrid& grid, PlainMesh const& mesh, double spacing) {
+    Result result;
+    result.grid = grid;
+    result.spacing = spacing;
+    for (int const triangle : mesh.walkedTriangles()) {
+        rasterise(result, mesh, triangle);
+    }
+    grid = result.grid;
+}
+
 } // namespace QELT::Testing::PlainResampling

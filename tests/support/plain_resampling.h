@@ -30,4 +30,7 @@ struct Result {
 
 Result resample(PlainMesh const& mesh, double quadArea, std::uint32_t quadsPerSearchPoint = 4096);
 
+/// Its first step alone: stores the lattice points of all triangles in a grid that is there.
+void storeTriangles(PlainGrid& grid, PlainMesh const& mesh, double spacing);
+
 } // namespace QELT::Testing::PlainResampling

@@ -22,7 +22,13 @@
 // inside both, and the later one's value stands: any tolerance above 0 would let triangles reach beyond the
 // outline and change the outer row of nodes, any below 0 would leave gaps along shared sides.
 //
-// Cost: the lattice points of the triangles' boxes, which is near the nodes plus the triangles.
+// Spans: along a line of the lattice the value of an edge function, as it is computed, never turns back,
+// since differences, products with a constant and their roundings keep order. So the nodes inside lie side by
+// side: the first of a long line is found by halving over the sides that bound it on the left, and the line
+// is left with the first node outside behind it. That needs numbers without NaN: where places are infinite,
+// undefined or near the end of the range, every node of the box is tested.
+//
+// Cost: the nodes plus the triangles, and in lines of up to 16 lattice points those left of a triangle.
 //
 // Odd on purpose: the flat map counts from (0, 0), not from its box's corner. A map that is placed otherwise
 // is cut at the grid. A triangle turned over in the map holds no node, one without flat area holds those on
@@ -41,7 +47,7 @@ using Triangles = std::vector<TriMesh::Triangle*>;
 FlatBox getFlatBox(TriMesh::Mesh const& mesh) {
     FlatBox box;
     for (unsigned long v = 0; v < mesh.getNumberOfVertices(); ++v) {
-        FlatBox const vertexBox = mesh.getVertex(v).getPoint2D().getBoundingBox();
+        FlatBox const vertexBox(mesh.getVertex(v).getPoint2D(), FlatVector());
         if (v == 0) {
             box = vertexBox;
         }
