@@ -34,7 +34,7 @@ std::vector<Command> addCommands(CLI::App& app) {
 
 /// Offers the help of a command as a command.
 void addHelp(CLI::App& app) {
-    app.add_subcommand("help", "Print the help of a command")
+    addCommand(app, "help", "Print the help of a command")
         ->add_option("COMMAND", "Of the program itself if none is given")
         ->type_name("TEXT");
 }

@@ -67,7 +67,7 @@ void addBeamOptions(CLI::App& footprint, SpreadingBeam& beam) {
 Command addFootprint(CLI::App& app) {
     auto const options = std::make_shared<FootprintOptions>();
     CLI::App* const footprint =
-        app.add_subcommand("footprint", "Draw what a spreading beam covers of a grid, to first order");
+        addCommand(app, "footprint", "Draw what a spreading beam covers of a grid, to first order");
     footprint->add_option("GRID", options->grid, "Grid of the part, a .quads file")->required();
     addBeamOptions(*footprint, options->beam);
     footprint->add_option("--image", options->image, "Picture to write")->type_name("PNG")->required();
