@@ -6,7 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 build_packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev libcli11-dev libpng-dev locales
     libeigen3-dev libembree-dev libassimp-dev nlohmann-json3-dev zlib1g-dev libhdf5-dev libtiff-dev)
-check_packages=(clang clang-format clang-tidy libclang-rt-14-dev chromium
+check_packages=(clang clang-format clang-tidy libclang-rt-14-dev lld chromium
     python3-numpy python3-pil python3-vtk9 python3-h5py)
 # Where node comes from elsewhere, Debian's npm cannot be installed beside it.
 if ! command -v npm >/dev/null; then

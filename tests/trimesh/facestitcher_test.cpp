@@ -1,6 +1,7 @@
 #include "tests/support/loadcomparison.h"
 #include "tests/support/meshfamilies.h"
 #include "tests/support/randomindex.h"
+#include "tests/support/watched.h"
 
 #include "Geometry/trimesh/mesh.h"
 
@@ -92,7 +93,7 @@ TEST(FaceStitcher, SoupsThatDoNotJoinFailInTheSameStateAsByPlainRounds) {
 
 TEST(FaceStitcher, RandomProperFacesAreBuiltAsByPlainRounds) {
     std::mt19937 generator(7);
-    for (int round = 0; round < 1500; ++round) {
+    for (int round = 0; round < samples(1500, 400); ++round) {
         std::uint32_t const vertices = 3 + randomBelow(generator, 5);
         std::string const text = randomFaces(generator, vertices, 1 + randomBelow(generator, 12), true);
         ASSERT_TRUE(loadsLikePlainLoader(text)) << round;
@@ -101,7 +102,7 @@ TEST(FaceStitcher, RandomProperFacesAreBuiltAsByPlainRounds) {
 
 TEST(FaceStitcher, RandomFacesWithRepeatedVerticesAreBuiltAsByPlainRounds) {
     std::mt19937 generator(8);
-    for (int round = 0; round < 1500; ++round) {
+    for (int round = 0; round < samples(1500, 400); ++round) {
         std::uint32_t const vertices = 1 + randomBelow(generator, 5);
         std::string const text = randomFaces(generator, vertices, 1 + randomBelow(generator, 6), false);
         EXPECT_TRUE(loadsLikePlainLoader(text)) << round;

@@ -2,6 +2,7 @@
 
 #include "tests/support/meshfamilies.h"
 #include "tests/support/randomindex.h"
+#include "tests/support/watched.h"
 
 #include "Geometry/trimesh/mesh.h"
 
@@ -117,7 +118,7 @@ TEST(TextScanner, EveryFormOfNumberReadsAsTheCLibraryReadsIt) {
 
 TEST(TextScanner, RandomNumbersReadAsTheCLibraryReadsThem) {
     std::mt19937 generator(1);
-    for (int round = 0; round < 1500; ++round) {
+    for (int round = 0; round < samples(1500, 400); ++round) {
         std::string text;
         for (int record = 0; record < 6; ++record) {
             text += "v" + randomText(generator, " \t0123456789.eE+-xXpPaAfFnNiIyYtT", 14) + " " +
@@ -129,7 +130,7 @@ TEST(TextScanner, RandomNumbersReadAsTheCLibraryReadsThem) {
 
 TEST(TextScanner, RandomCharactersReadAsTheCLibraryReadsThem) {
     std::mt19937 generator(2);
-    for (int round = 0; round < 1500; ++round) {
+    for (int round = 0; round < samples(1500, 400); ++round) {
         std::string text = "v 0 0 0 v 1 0 0 v 0 1 0 ";
         for (int record = 0; record < 8; ++record) {
             char const* const starts[] = {"v", "vt", "f", "v ", "vt ", "f ", "\nv 1 2 3", "\nf 1 2 3"};

@@ -7,6 +7,7 @@
 #include <any>
 #include <functional>
 #include <iosfwd>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -43,6 +44,9 @@ struct Command {
     /// Of what was parsed. Throws a `UsageError` where that does not fit together.
     std::function<Request()> request;
 };
+
+/// Adds a command to the program's parser, which owns it.
+CLI::App* addCommand(CLI::App& app, std::string const& name, std::string const& description);
 
 /// What `act` gives back as a status, and success if it gives nothing.
 template <class Act, class... Arguments>

@@ -31,7 +31,7 @@ ExitStatus printCheck(std::ostream& output, CheckOptions const& options, CheckRe
 Command addCheck(CLI::App& app) {
     auto const options = std::make_shared<CheckOptions>();
     CLI::App* const command =
-        app.add_subcommand("check", "Tell all that is wrong with a part, and what to do about it");
+        addCommand(app, "check", "Tell all that is wrong with a part, and what to do about it");
     addPartOptions(*command, "PART", options->part, "The part, of any format that import reads");
     command
         ->add_option("--pixel",

@@ -35,7 +35,7 @@ std::vector<Command> addCommands(CLI::App& app) {
 
 /// Offers the help of a command as a command.
 CLI::App const& addHelp(CLI::App& app) {
-    CLI::App& help = *app.add_subcommand("help", "Print the help of a command");
+    CLI::App& help = *addCommand(app, "help", "Print the help of a command");
     help.add_option("COMMAND", "Of the program itself if none is given")->type_name("TEXT");
     help.add_flag("--man")->description("Print the manual page of the program, in the macros of man(7)");
     return help;

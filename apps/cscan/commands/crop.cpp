@@ -177,8 +177,8 @@ void addShapeOptions(CLI::App& command, CropArguments& arguments) {
 
 Command addCrop(CLI::App& app) {
     auto const arguments = std::make_shared<CropArguments>();
-    CLI::App* const command = app.add_subcommand(
-        "crop", "Cut the face to inspect out of a part; what is asked for must hold all together");
+    CLI::App* const command = addCommand(
+        app, "crop", "Cut the face to inspect out of a part; what is asked for must hold all together");
     addPartOptions(*command, "PART", arguments->options.part, "The part, of any format that import reads");
     command->add_option("OUT", arguments->options.result, "Mesh to write, an OBJ file")->required();
     addPlaceOptions(*command, arguments->options.choice);

@@ -69,7 +69,7 @@ void addDirectionOptions(CLI::App& command, TubeCut& cut) {
 Command addCut(CLI::App& app) {
     auto const options = std::make_shared<CutOptions>();
     CLI::App* const command =
-        app.add_subcommand("cut", "Slit a tube from rim to rim, so that it can be prepared");
+        addCommand(app, "cut", "Slit a tube from rim to rim, so that it can be prepared");
     addPartOptions(*command, "PART", options->part, "Mesh of the part: OBJ, STL, PLY or OFF");
     command
         ->add_option("OUT", options->result,

@@ -23,7 +23,7 @@ void printDemo(std::ostream& output, DemoOptions const&, DemoResult const& resul
 
 Command addDemo(CLI::App& app) {
     auto const options = std::make_shared<DemoOptions>();
-    CLI::App* const demo = app.add_subcommand("demo", "Run the whole job on a built-in blade");
+    CLI::App* const demo = addCommand(app, "demo", "Run the whole job on a built-in blade");
     options->directory = "cscan-demo";
     demo->add_option("DIR", options->directory, "Where its files go; made if it is not there")
         ->capture_default_str();

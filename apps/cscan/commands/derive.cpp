@@ -116,8 +116,7 @@ void printDerive(std::ostream& output, DeriveOptions const& options, GridSummary
 
 Command addDerive(CLI::App& app) {
     auto const raw = std::make_shared<RawDerive>();
-    CLI::App* const command =
-        app.add_subcommand("derive", "Make another grid of a grid, in one of these ways");
+    CLI::App* const command = addCommand(app, "derive", "Make another grid of a grid, in one of these ways");
     command->add_option("IN", raw->options.source, "Grid to start from, a .quads file")->required();
     command->add_option("OUT", raw->options.result, "Grid to write, a .quads file")->required();
     command->add_flag("--flatten", raw->doFlatten, "Roll it out into a plane of equal quads");

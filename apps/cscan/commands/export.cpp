@@ -33,8 +33,9 @@ void printExported(std::ostream& output, ExportOptions const& /*options*/, Expor
 Command addExport(CLI::App& app) {
     auto const options = std::make_shared<ExportOptions>();
     CLI::App* const command =
-        app.add_subcommand("export", "Write a measured C-scan for other programs, as the name's end says: "
-                                     ".vts, .vtm, .ply, .npz or .tif");
+        addCommand(app, "export",
+                   "Write a measured C-scan for other programs, as the name's end says: "
+                   ".vts, .vtm, .ply, .npz or .tif");
     command->add_option("RESULT", options->result, "Measured C-scan, an HDF5 file")->required();
     command->add_option("OUT", options->output, "File to write")->required();
     command->add_option("--value", options->value, "The one value to export; all, if not given")

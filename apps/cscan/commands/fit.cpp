@@ -60,7 +60,7 @@ void printFit(std::ostream& output, FitOptions const&, FitResult const& result) 
 
 Command addFit(CLI::App& app) {
     auto const options = std::make_shared<FitOptions>();
-    CLI::App* const command = app.add_subcommand("fit", "Fit a surface to a cloud of points");
+    CLI::App* const command = addCommand(app, "fit", "Fit a surface to a cloud of points");
     std::map<std::string, FitSurface> const surfaces{{"sphere", FitSurface::Sphere},
                                                      {"cylinder", FitSurface::Cylinder},
                                                      {"paraboloid", FitSurface::Paraboloid}};

@@ -56,7 +56,7 @@ ExitStatus printCorrectedFrame(std::ostream& output, FrameCorrectionOptions cons
 Command addFitFrame(CLI::App& app) {
     auto const options = std::make_shared<FrameCorrectionOptions>();
     CLI::App* const fit =
-        app.add_subcommand("fit-frame", "Correct where the part lies by where its surface was measured");
+        addCommand(app, "fit-frame", "Correct where the part lies by where its surface was measured");
     fit->add_option("RESULT", options->result, "Result of 'cscan scan --data --keep-shots'")->required();
     fit->add_option("--front", options->front, "Column of the times at which the surface answered")
         ->type_name("NAME")

@@ -68,7 +68,7 @@ void addBeamOptions(CLI::App& footprint, SpreadingBeam& beam) {
 Command addFootprint(CLI::App& app) {
     auto const options = std::make_shared<FootprintOptions>();
     CLI::App* const footprint =
-        app.add_subcommand("footprint", "Draw what a spreading beam covers of a grid, to first order");
+        addCommand(app, "footprint", "Draw what a spreading beam covers of a grid, to first order");
     footprint->add_option("GRID", options->grid, "Grid of the part, a .quads file")->required();
     addBeamOptions(*footprint, options->beam);
     addFrameOption(*footprint, options->frame, "takes the beam to the part's coordinates");

@@ -73,7 +73,7 @@ void addPartRepairOptions(CLI::App& command, RepairArguments& repair) {
 
 Command addImport(CLI::App& app) {
     auto const options = std::make_shared<ImportOptions>();
-    CLI::App* const command = app.add_subcommand("import", "Make a part of any format ready");
+    CLI::App* const command = addCommand(app, "import", "Make a part of any format ready");
     addPartOptions(*command, "IN", options->in,
                    "The part: STL, PLY, OFF, OBJ, glTF, 3MF, or a table of points (XYZ, CSV)");
     command

@@ -159,7 +159,7 @@ void printFoundIndications(std::ostream& output, DrawnIndicationsOptions const& 
 Command addIndications(CLI::App& app) {
     auto const options = std::make_shared<DrawnIndicationsOptions>();
     CLI::App* const command =
-        app.add_subcommand("indications", "Find what a measured C-scan shows, with its true sizes");
+        addCommand(app, "indications", "Find what a measured C-scan shows, with its true sizes");
     command->add_option("RESULT", options->indications.result, "Measured C-scan, an HDF5 file")->required();
     addThresholdOptions(*command, options->indications.search);
     addSizeOptions(*command, options->indications.search);

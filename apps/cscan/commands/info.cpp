@@ -146,8 +146,8 @@ void print(std::ostream& output, InfoOptions const& options, ResultFileInfo cons
 
 Command addInfo(CLI::App& app) {
     auto const options = std::make_shared<InfoOptions>();
-    CLI::App* const info = app.add_subcommand(
-        "info", "Tell what a part, a grid, a result or a table holds, and how it was made");
+    CLI::App* const info =
+        addCommand(app, "info", "Tell what a part, a grid, a result or a table holds, and how it was made");
     info->add_option("FILE", options->file, "The file")->required();
     return commandOf(
         info, [options] { return *options; }, describe,

@@ -28,8 +28,8 @@ void printNeighbours(std::ostream& output, NeighboursOptions const&,
 
 Command addNeighbours(CLI::App& app) {
     auto const options = std::make_shared<NeighboursOptions>();
-    CLI::App* const neighbours = app.add_subcommand(
-        "neighbours", "Find points of a cloud near a place; the search may miss some of the nearest");
+    CLI::App* const neighbours = addCommand(
+        app, "neighbours", "Find points of a cloud near a place; the search may miss some of the nearest");
     addPartOptions(*neighbours, "CLOUD", options->cloud,
                    "Points: XYZ, CSV, PLY, OFF, OBJ, or those of a mesh");
     neighbours->add_option("--at", "The place")

@@ -179,7 +179,7 @@ Command addPath(CLI::App& app) {
     auto const drawn = std::make_shared<DrawnPlanOptions>();
     PlanOptions* const options = &drawn->plan;
     CLI::App* const command =
-        app.add_subcommand("path", "Plan the path of a probe over a grid, and check it by firing it back");
+        addCommand(app, "path", "Plan the path of a probe over a grid, and check it by firing it back");
     command->add_option("GRID", options->grid, "Grid of the part, a .quads file")->required();
     command
         ->add_option("PATH", options->path,

@@ -37,7 +37,7 @@ std::vector<double> bandsIn(std::string_view text) {
 
 Command addPicture(CLI::App& app) {
     auto const options = std::make_shared<PictureOptions>();
-    CLI::App* const picture = app.add_subcommand("picture", "Draw a value of a result as a C-scan");
+    CLI::App* const picture = addCommand(app, "picture", "Draw a value of a result as a C-scan");
     picture->add_option("RESULT", options->result, "Result of 'cscan scan --data'")->required();
     picture->add_option("IMAGE", options->image, "Picture to write, a PNG file")->required();
     picture

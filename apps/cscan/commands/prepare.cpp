@@ -202,7 +202,7 @@ DrawnPrepareOptions optionsOf(RawPrepare const& raw, CLI::App const& prepare) {
 Command addPrepare(CLI::App& app) {
     auto const raw = std::make_shared<RawPrepare>();
     PrepareOptions& options = raw->options.prepare;
-    CLI::App* const prepare = app.add_subcommand("prepare", "Turn a part into a grid of quads");
+    CLI::App* const prepare = addCommand(app, "prepare", "Turn a part into a grid of quads");
     addPartOptions(
         *prepare, "PART", options.part,
         "The part: a mesh (STL, PLY, OBJ, OFF, glTF, 3MF) or a cloud of its points (XYZ, CSV, PLY, "

@@ -27,7 +27,7 @@ void printReconstruct(std::ostream& output, ReconstructOptions const& options,
 Command addReconstruct(CLI::App& app) {
     auto const options = std::make_shared<ReconstructOptions>();
     CLI::App* const command =
-        app.add_subcommand("reconstruct", "Build a triangle mesh through a cloud of points");
+        addCommand(app, "reconstruct", "Build a triangle mesh through a cloud of points");
     addPartOptions(*command, "CLOUD", options->cloud, "Points of the part: XYZ, CSV, PLY, OFF or OBJ");
     command->add_option("OUT", options->part, "Mesh to write, an OBJ file")->required();
     addRepairOptions(*command, options->repair);

@@ -76,7 +76,7 @@ void printRegistered(std::ostream& output, RegisterOptions const& options, Regis
 Command addRegister(CLI::App& app) {
     auto const raw = std::make_shared<RawRegister>();
     CLI::App* const registration =
-        app.add_subcommand("register", "Find the map that takes points to their places");
+        addCommand(app, "register", "Find the map that takes points to their places");
     registration
         ->add_option("PAIRS", raw->options.pairs,
                      "A table with the columns sx,sy,sz,tx,ty,tz: 3 to 1000 pairs for a rigid motion, which "

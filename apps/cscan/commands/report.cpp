@@ -39,7 +39,7 @@ ExitStatus print(std::ostream& output, ReportOptions const& options, Report cons
 Command addReport(CLI::App& app) {
     auto const options = std::make_shared<ReportOptions>();
     CLI::App* const report =
-        app.add_subcommand("report", "Write a result as a page for paper: figures, C-scans, limits, digests");
+        addCommand(app, "report", "Write a result as a page for paper: figures, C-scans, limits, digests");
     report->add_option("RESULT", options->result, "Result of 'cscan scan --data'")->required();
     report->add_option("PAGE.html", options->page, "The page to write; a browser prints it on A4")
         ->required();

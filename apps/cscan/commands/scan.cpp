@@ -248,8 +248,8 @@ ExitStatus printMeasured(std::ostream& output, DrawnMeasuredScanOptions const& o
 
 Command addScan(CLI::App& app) {
     auto const raw = std::make_shared<RawScan>();
-    CLI::App* const scan = app.add_subcommand(
-        "scan", "Fire beams at a grid and draw the C-scans, or place measured shots on it");
+    CLI::App* const scan =
+        addCommand(app, "scan", "Fire beams at a grid and draw the C-scans, or place measured shots on it");
     scan->add_option("GRID", raw->grids.files, "Grid of the part, a .quads file; several share a scan plane")
         ->required();
     addPlaneOptions(*scan, *raw);

@@ -59,8 +59,9 @@ void printSelftest(std::ostream& output, SelftestOptions const& options, StripeT
 
 Command addSelftest(CLI::App& app) {
     auto const options = std::make_shared<SelftestOptions>();
-    CLI::App* const test = app.add_subcommand(
-        "selftest", "Test a grid's search: move an array of beams along random lines, each at a known quad");
+    CLI::App* const test =
+        addCommand(app, "selftest",
+                   "Test a grid's search: move an array of beams along random lines, each at a known quad");
     test->add_option("GRID", options->grid, "Grid of the part, a .quads file")->required();
     test->add_option("--lines", "How many lines")
         ->check(reading(options->lineCount, wholeNumberFrom(1, maxLines)))

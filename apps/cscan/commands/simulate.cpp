@@ -213,8 +213,8 @@ void printSimulated(std::ostream& output, SimulateOptions const& options, Simula
 
 Command addSimulate(CLI::App& app) {
     auto const raw = std::make_shared<RawSimulation>();
-    CLI::App* const command = app.add_subcommand(
-        "simulate", "Simulate a part with flaws and its measurement, with the truth about both");
+    CLI::App* const command = addCommand(
+        app, "simulate", "Simulate a part with flaws and its measurement, with the truth about both");
     auto const names = QELT::Simulation::caseNames();
     command->add_option("CASE", raw->caseName, "cylinder, cap or blade")
         ->check(CLI::IsMember(std::set<std::string>(names.begin(), names.end())))

@@ -51,8 +51,8 @@ void addTables(CLI::App& view, ViewOptions& options) {
 
 Command addView(CLI::App& app) {
     auto const options = std::make_shared<ViewOptions>();
-    CLI::App* const view = app.add_subcommand(
-        "view", "Write a page to look at a part and its C-scan in a browser: one file, no server");
+    CLI::App* const view = addCommand(
+        app, "view", "Write a page to look at a part and its C-scan in a browser: one file, no server");
     view->add_option("INPUT", options->input, "A result of 'scan', a .quads file or a part")->required();
     view->add_option("PAGE.html", options->output, "The page to write")->required();
     addTables(*view, *options);

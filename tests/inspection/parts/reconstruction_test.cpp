@@ -97,7 +97,7 @@ void expectWhole(std::vector<Point> const& cloud, ScannedSurface const& surface,
 
 TEST(LineScans, areReconstructedAsOneSheet) {
     for (ScannedSurface const& surface : sampledSurfaces()) {
-        for (double const ratio : {5.0, 20.0}) {
+        for (double const ratio : sampledRatios()) {
             SCOPED_TRACE(surface.name + " " + std::to_string(ratio));
             LineScan scan;
             scan.ratio = ratio;
@@ -108,7 +108,7 @@ TEST(LineScans, areReconstructedAsOneSheet) {
 
 TEST(LineScans, areReconstructedWithNoiseOfATenthOfTheirDistance) {
     for (ScannedSurface const& surface : sampledSurfaces()) {
-        for (double const ratio : {5.0, 20.0}) {
+        for (double const ratio : sampledRatios()) {
             SCOPED_TRACE(surface.name + " " + std::to_string(ratio));
             LineScan scan;
             scan.ratio = ratio;

@@ -87,6 +87,11 @@ inline std::vector<ScannedSurface> sampledSurfaces() {
     return QELT::Testing::isWatched ? std::vector{surfaces.back()} : surfaces;
 }
 
+/// Distances of lines in steps along them.
+inline std::vector<double> sampledRatios() {
+    return QELT::Testing::isWatched ? std::vector{5.0} : std::vector{5.0, 20.0};
+}
+
 inline Vector noiseOf(double deviation, Dice& dice) {
     double const x = deviation * dice.normal();
     double const y = deviation * dice.normal();
