@@ -1,0 +1,58 @@
+# Installs each component by itself and compares its files with the list beside this script, <component>.txt: there a
+# line "HEADERS Geometry" stands for the public headers below that folder. What no component holds is a failure, too.
+
+cmake_minimum_required(VERSION 3.25)
+
+# The files below a folder and the links, without their folders' names.
+function(files_below tree result)
+    file(GLOB_RECURSE files LIST_DIRECTORIES OFF RELATIVE ${tree} ${tree}/*)
+    list(SORT files)
+    set(${result} "${files}" PARENT_SCOPE)
+endfunction()
+
+function(install_into tree)
+    file(REMOVE_RECURSE ${tree})
+    file(MAKE_DIRECTORY ${tree})
+    execute_process(COMMAND ${CMAKE_COMMAND} --install ${build} --prefix ${tree} ${ARGN} OUTPUT_QUIET
+                            COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+function(expected_files component result)
+    set(expected "")
+    file(STRINGS ${CMAKE_CURRENT_LIST_DIR}/${component}.txt lines)
+    foreach(line IN LISTS lines)
+        if(line MATCHES "^HEADERS (.*)$")
+            file(GLOB_RECURSE headers RELATIVE ${source} ${source}/${CMAKE_MATCH_1}/*.h)
+            list(FILTER headers EXCLUDE REGEX "/internal/")
+            list(TRANSFORM headers PREPEND include/QELTGeometry/)
+            list(APPEND expected ${headers})
+        else()
+            string(CONFIGURE "${line}" line @ONLY)
+            list(APPEND expected ${line})
+        endif()
+    endforeach()
+    list(SORT expected)
+    set(${result} "${expected}" PARENT_SCOPE)
+endfunction()
+
+function(compare what found expected)
+    set(surplus ${found})
+    list(REMOVE_ITEM surplus ${expected})
+    set(missing ${expected})
+    list(REMOVE_ITEM missing ${found})
+    if(surplus OR missing)
+        message(SEND_ERROR "${what}: missing '${missing}', not expected '${surplus}'")
+    endif()
+endfunction()
+
+set(all "")
+foreach(component IN LISTS components)
+    install_into(${trees}/${component} --component ${component})
+    files_below(${trees}/${component} found)
+    expected_files(${component} expected)
+    compare(${component} "${found}" "${expected}")
+    list(APPEND all ${found})
+endforeach()
+install_into(${trees}/all)
+files_below(${trees}/all installed)
+compare("the whole installation" "${installed}" "${all}")
