@@ -84,9 +84,9 @@ REAL = {"double": "float64", "float": "float32"}
 
 # What may be given for it, where that is more than what is shown.
 GIVEN_TYPES = {
-    "std::filesystem::path": "StrPath",
-    "Point": "Triple",
-    "Vector": "Triple",
+    "std::filesystem::path": "_StrPath",
+    "Point": "_Triple",
+    "Vector": "_Triple",
     "GridIndex": "Sequence[int]",
     "GridOffset": "Sequence[int]",
     "FlatPoint": "Sequence[float]",
@@ -429,7 +429,7 @@ def stub_of_structure(description, cpp):
 
 def stub_of_call(description, function):
     given = keyword_parameters(description, description.options_of(function))
-    given.append("progress: Progress | None = ...")
+    given.append("progress: _Progress | None = ...")
     result = description.python_type(function.result)
     return f"def {headers.snake_case(function.name)}(*, {', '.join(given)}) -> {result}: ..."
 

@@ -93,6 +93,7 @@ template <class Search>
 void fire(Search& search, Batch const& batch, Hits& hits, ProgressListener* listener) {
     std::size_t const count = hits.size();
     std::vector<Beam> block;
+    std::size_t told = 0;
     for (std::size_t first = 0; first < count; first += block.size()) {
         block.resize(std::min(beamsInBlock, count - first));
         batch.fill(block, first);
@@ -100,7 +101,11 @@ void fire(Search& search, Batch const& batch, Hits& hits, ProgressListener* list
         for (std::size_t i = 0; i < block.size(); ++i) {
             hits.set(first + i, result.hits[i]);
         }
-        listener->setPercentage(100 * (first + block.size()) / count);
+        std::size_t const percent = 100 * (first + block.size()) / count;
+        if (percent != told) {
+            told = percent;
+            listener->setPercentage(percent);
+        }
     }
 }
 
@@ -203,7 +208,7 @@ GridGroups groupsFromFiles(py::object const& files, py::object const& offsets) {
 }
 
 void bindHits(py::module_& module) {
-    py::class_<Hits> type(module, "Hits",
+    py::class_<Hits> type(module, "Hits", plainType(),
                           "What beams met, in arrays with an entry a beam, in the beams' order.");
     type.def("__len__", &Hits::size);
     type.def_readonly("indices", &Hits::indices, "(n, 2) int32: the quad (u, v); -1 of a miss.");
@@ -219,7 +224,7 @@ void bindHits(py::module_& module) {
 }
 
 void bindGroup(py::module_& module) {
-    py::class_<SharedGroup> type(module, "Group",
+    py::class_<SharedGroup> type(module, "Group", plainType(),
                                  "Several grids that answer a beam as one, which stay what they are.");
     type.def(py::init<std::vector<GridHandle> const&>(), py::arg("grids"));
     type.def_property_readonly(
@@ -231,7 +236,7 @@ void bindGroup(py::module_& module) {
 }
 
 void bindGroups(py::module_& module) {
-    py::class_<GridGroups> type(module, "Groups",
+    py::class_<GridGroups> type(module, "Groups", plainType(),
                                 "Groups of grids from files that answer a beam as one, by walking.");
     type.def_static("from_files", &groupsFromFiles, py::arg("files"), py::arg("offsets"),
                     "Loads groups: a list of lists of .quads files, and the same of offsets (u, v).");

@@ -65,6 +65,11 @@ struct Field {
     void (*set)(void* structure, py::handle value, std::string const& subject); ///< null but for options
 };
 
+/// The metaclass of all our classes: Python's own, as their types are declared.
+inline py::metaclass plainType() {
+    return py::metaclass(py::handle(reinterpret_cast<PyObject*>(&PyType_Type)));
+}
+
 /// \throws py::type_error with what is expected and what came.
 [[noreturn]] void refuse(py::handle value, std::string const& subject, char const* expected);
 

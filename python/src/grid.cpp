@@ -354,7 +354,7 @@ py::object gridOf(Grid const& grid) {
 }
 
 void bindGrid(py::module_& module) {
-    py::class_<SharedGrid, GridHandle> type(module, "Grid",
+    py::class_<SharedGrid, GridHandle> type(module, "Grid", plainType(),
                                             "A surface as a grid of points, whose quads are the pixels of a "
                                             "scan. Its nodes never change; what derives "
                                             "another grid returns it. One call at a time works on a grid, "

@@ -196,7 +196,8 @@ void defineShowing(py::class_<Mesh, MeshHandle>& type) {
 
 void bindMesh(py::module_& module) {
     py::class_<Mesh, MeshHandle> type(
-        module, "Mesh", "The triangulated surface of a part. One call at a time works on a mesh.");
+        module, "Mesh", plainType(),
+        "The triangulated surface of a part. One call at a time works on a mesh.");
     defineMaking(type);
     defineWork(type);
     defineShowing(type);

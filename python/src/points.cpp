@@ -57,7 +57,7 @@ py::tuple nearestOf(NearestPoints const& index, py::handle placeArray, std::size
 }
 
 void bindNearestPoints(py::module_& module) {
-    py::class_<NearestPoints> type(module, "NearestPoints",
+    py::class_<NearestPoints> type(module, "NearestPoints", plainType(),
                                    "An index over points (n, 3), exact down to ties.");
     type.def(
         py::init([](py::object const& points) { return NearestPoints(finitePointsFrom(points, "points")); }),

@@ -55,7 +55,7 @@ void definePixels(py::class_<Result>& type) {
 }
 
 void bindResult(py::module_& module) {
-    py::class_<Result> type(module, "Result",
+    py::class_<Result> type(module, "Result", plainType(),
                             "A C-scan of measured data. Arrays of pixels are views, row by row from v = 0.");
     type.def_readonly("width", &Result::width, "Pixels along u.");
     type.def_readonly("height", &Result::height, "Pixels along v.");
@@ -73,7 +73,7 @@ void bindResult(py::module_& module) {
 }
 
 void bindDistribution(py::module_& module) {
-    py::class_<Distribution> type(module, "Distribution", "How numbers are spread.");
+    py::class_<Distribution> type(module, "Distribution", plainType(), "How numbers are spread.");
     type.def_property_readonly("count", &Distribution::getCount, "Of numbers.");
     type.def_property_readonly("median", &Distribution::median, "To within 0.05 %.");
     type.def_property_readonly("least", &Distribution::least, "Exactly.");
@@ -95,7 +95,8 @@ py::array cellsOf(QuadMap const& map, Read read) {
 }
 
 void bindQuadMap(py::module_& module) {
-    py::class_<QuadMap> type(module, "QuadMap", "What is known of each quad of a grid or a scan plane.");
+    py::class_<QuadMap> type(module, "QuadMap", plainType(),
+                             "What is known of each quad of a grid or a scan plane.");
     type.def_property_readonly(
         "surface",
         [](QuadMap const& map) {

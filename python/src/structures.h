@@ -34,7 +34,7 @@ void defineFields(py::object type, std::span<Field const> fields, AddressOf addr
 template <class T>
 void bindStructure(py::module_& module) {
     using About = Description<T>;
-    py::class_<T> type(module, About::name, About::doc);
+    py::class_<T> type(module, About::name, plainType(), About::doc);
     defineFields(type, About::fields(),
                  [](py::handle self) -> void const* { return &self.cast<T const&>(); });
     if constexpr (About::isOption) {
