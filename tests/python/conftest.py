@@ -32,9 +32,9 @@ def cscan():
     """Runs the program; fails the test if it does not end well."""
 
     def run(*arguments):
-        return subprocess.run(
-            [os.environ["QELT_CSCAN"], *map(str, arguments)], check=True, capture_output=True, text=True
-        ).stdout
+        command = [os.environ["QELT_CSCAN"], *map(str, arguments)]
+        outcome = subprocess.run(command, capture_output=True, text=True)
+        assert outcome.returncode == 0, f"{command}\n{outcome.stdout}{outcome.stderr}"
 
     return run
 

@@ -23,7 +23,8 @@ def test_hits_are_those_of_the_programs_table(prepared, cscan, tmp_path, search)
     np.savetxt(
         tmp_path / "beams.csv", np.column_stack([origins, directions]), "%.17g", ",", header=header, comments=""
     )
-    cscan("scan", prepared, "--beams", tmp_path / "beams.csv", "--csv", tmp_path / "hits.csv", "--search", search)
+    files = ["--beams", tmp_path / "beams.csv", "--csv", tmp_path / "hits.csv", "--image", tmp_path / "hits"]
+    cscan("scan", prepared, *files, "--search", search)
     rows = rows_of(tmp_path / "hits.csv")
     hits = grid.intersect(origins, directions, search)
     assert len(hits) == len(rows) > 1000
