@@ -23,7 +23,7 @@ def beams_over(grid, step):
     x, y = np.meshgrid(np.arange(low[0], high[0], step), np.arange(low[1], high[1], step))
     x[1::2] = x[1::2, ::-1]  # to and fro, as a probe moves
     down = np.broadcast_to([0.0, 0.0, -1.0], (x.size, 3))
-    return np.stack([x.ravel(), y.ravel(), np.full(x.size, 30.0)], axis=1), np.ascontiguousarray(down)
+    return np.stack([x.ravel(), y.ravel(), np.full(x.size, 80.0)], axis=1), np.ascontiguousarray(down)
 
 
 def seconds_of(grid, origins, directions, search):
