@@ -149,7 +149,7 @@ public:
         std::ranges::transform(grids, std::back_inserter(all),
                                [](GridHandle const& each) { return each.get(); });
         std::ranges::sort(all);
-        all.erase(std::ranges::unique(all).begin(), all.end());
+        all.erase(std::unique(all.begin(), all.end()), all.end());
         return all;
     }
 
