@@ -181,7 +181,6 @@ class Description:
 
     def python_name(self, cpp):
         names = {"Found<std::uint32_t>": "FoundIndices", "Found<SideEnds>": "FoundSides"}
-        names["Found<std::array<std::uint32_t, 2>>"] = "FoundSides"
         return names.get(cpp, cpp.replace("::", ""))
 
     def is_required(self, field):

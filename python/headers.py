@@ -31,10 +31,6 @@ class Structure:
     base: str = ""
     fields: list = dataclasses.field(default_factory=list)
 
-    @property
-    def python_name(self):
-        return self.name.replace("::", "").replace("<", "").replace(">", "")
-
 
 @dataclasses.dataclass
 class Enumeration:
