@@ -13,6 +13,15 @@ foreach(tree IN ITEMS ${CPACK_TEMPORARY_DIRECTORY})
         endif()
     endforeach()
 
+    # Python finds there what packages bring, for whichever of its versions.
+    file(GLOB modules ${tree}/python/usr/lib/python3.*/site-packages)
+    if(modules)
+        file(MAKE_DIRECTORY ${tree}/python/usr/lib/python3)
+        file(RENAME ${modules} ${tree}/python/usr/lib/python3/dist-packages)
+        get_filename_component(emptied ${modules} DIRECTORY)
+        file(REMOVE_RECURSE ${emptied})
+    endif()
+
     # Each package tells of itself where Debian looks for it.
     file(GLOB components ${tree}/*)
     foreach(component IN LISTS components)

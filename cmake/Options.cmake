@@ -25,6 +25,13 @@ if(QELT_BUILD_INSPECTION)
 endif()
 cmake_dependent_option(QELT_WITH_PAGE "Build the page that 'cscan view' writes, with npm and node" ${qelt_page_default}
                        QELT_BUILD_INSPECTION OFF)
+option(QELT_BUILD_PYTHON "Build the Python module" OFF)
+if(QELT_BUILD_PYTHON AND NOT QELT_BUILD_INSPECTION)
+    message(FATAL_ERROR "QELT_BUILD_PYTHON needs QELT_BUILD_INSPECTION")
+endif()
+if(QELT_BUILD_PYTHON AND NOT BUILD_SHARED_LIBS)
+    message(FATAL_ERROR "QELT_BUILD_PYTHON needs BUILD_SHARED_LIBS")
+endif()
 option(QELT_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(QELT_BUILD_FUZZERS "Build the fuzz harnesses as programs that replay files" ${PROJECT_IS_TOP_LEVEL})
 cmake_dependent_option(QELT_FUZZ_WITH_LIBFUZZER "Build the fuzz harnesses as libFuzzer programs (Clang)" OFF

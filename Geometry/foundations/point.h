@@ -153,6 +153,9 @@ public:
 
     float getZ() const { return z; }
 
+    /// The three coordinates in a row, as they are kept. Points in a row are `sizeof(Point)` bytes apart.
+    float const* getCoordinates() const { return &x; }
+
     bool operator==(Point const& other) const { return x == other.x && y == other.y && z == other.z; }
 
     bool operator!=(Point const& other) const { return !(*this == other); }

@@ -88,6 +88,14 @@ void RectMesh::setPoint(TwoDimensional::Point<int> const& p, ThreeDimensional::P
     setPointFlag(p, Valid, true);
 }
 
+std::shared_ptr<ThreeDimensional::Point const> RectMesh::getRow(unsigned long v) const {
+    std::uint32_t const row = toUInt32(v);
+    if (!getHasRows() || row > extents.v) {
+        return nullptr;
+    }
+    return {points, points[row].get()};
+}
+
 bool RectMesh::getIsPointInBounds(TwoDimensional::Point<int> const& p) const {
     return p.getU() >= 0 && p.getU() <= static_cast<int>(extents.u) && p.getV() >= 0 &&
            p.getV() <= static_cast<int>(extents.v);

@@ -99,6 +99,11 @@ public:
     /// Stores the point and makes the node valid. No range check.
     void setPoint(TwoDimensional::Point<int> const& p, ThreeDimensional::Point const& point);
 
+    /// The stored points of row `v`, one more than there are quads along u, valid or not; null if there is no
+    /// such row. They are shared and not copied: a later change in place shows in them, and they outlive the
+    /// grid and any replacement of its rows.
+    std::shared_ptr<ThreeDimensional::Point const> getRow(unsigned long v) const;
+
     /// Whether the node lies in the grid, compared as signed numbers. An empty grid admits (0, 0) although
     /// it has no node there; flags of that node read as 0.
     bool getIsPointInBounds(TwoDimensional::Point<int> const& p) const;

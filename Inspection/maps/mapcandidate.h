@@ -31,7 +31,7 @@ struct MapCandidate {
     bool isSolved() const { return isMade() && flattening.isTrustworthy(); }
 
     /// Whether it is solved, turns over next to nothing, and keeps areas alike.
-    bool isFit() const;
+    QELT_INSPECTION_EXPORT bool isFit() const;
 };
 
 /// Flattens the mesh and measures the map. What the core refuses, and a map without area, is the candidate's

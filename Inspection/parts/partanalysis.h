@@ -95,15 +95,15 @@ struct PartAnalysis {
     std::array<double, 6> facingArea{}; ///< of the largest piece, within 60 degrees of x, -x, y, -y, z, -z
     Point middleOfLargestFace;
 
-    double size() const;
-    bool isTube() const;
+    QELT_INSPECTION_EXPORT double size() const;
+    QELT_INSPECTION_EXPORT bool isTube() const;
 
     /// The rim of the most sides of the largest piece: what is rolled out. Null if that is closed.
-    PartRim const* outline() const;
+    QELT_INSPECTION_EXPORT PartRim const* outline() const;
 
     /// What the turning of that rim lacks to a full turn, in radians: how far it misses its start where it is
     /// rolled out into the plane. 4 pi for a part that is closed but for a small hole.
-    double rollingGap() const;
+    QELT_INSPECTION_EXPORT double rollingGap() const;
 };
 
 /// Faces of about a pixel are those of a scan, and bend with its noise; wider ones are facets.

@@ -44,7 +44,7 @@ struct Condition {
     double value = 0.0;
     std::string text; ///< as it was written
 
-    bool holds(double number) const;
+    QELT_INSPECTION_EXPORT bool holds(double number) const;
 };
 
 /// Of "amplitude>=0.2".

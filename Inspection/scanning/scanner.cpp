@@ -43,6 +43,16 @@ ScanResult resultOf(std::vector<Beam> const& beams, ProgressListener* listener, 
     return result;
 }
 
+/// Once more from a fresh start if the first answer is no good one.
+template <class Grids>
+Hit askedTwice(Grids& grids, Beam const& beam) {
+    Status const status = grids.getIntersectionStatus(beam.origin, beam.direction, false);
+    return hitOf(status.getIsGoodIntersection()
+                     ? status
+                     : grids.getIntersectionStatus(beam.origin, beam.direction, true),
+                 beam.origin);
+}
+
 bool doTouch(GridIndex const& a, GridIndex const& b) {
     return std::abs(a.getU() - b.getU()) <= 1 && std::abs(a.getV() - b.getV()) <= 1;
 }
@@ -75,13 +85,12 @@ ScanResult fireBeams(Grid& grid, std::vector<Beam> const& beams, ProgressListene
 
 ScanResult fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups& groups,
                      std::vector<Beam> const& beams, ProgressListener* listener) {
-    return resultOf(beams, listener, [&](Beam const& beam) {
-        Status const status = groups.getIntersectionStatus(beam.origin, beam.direction, false);
-        return hitOf(status.getIsGoodIntersection()
-                         ? status
-                         : groups.getIntersectionStatus(beam.origin, beam.direction, true),
-                     beam.origin);
-    });
+    return resultOf(beams, listener, [&](Beam const& beam) { return askedTwice(groups, beam); });
+}
+
+ScanResult fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroup& group,
+                     std::vector<Beam> const& beams, ProgressListener* listener) {
+    return resultOf(beams, listener, [&](Beam const& beam) { return askedTwice(group, beam); });
 }
 
 ScanStatistics statisticsOf(ScanResult const& result) {

@@ -31,6 +31,11 @@ QELT_INSPECTION_EXPORT ScanResult
 fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups& groups, std::vector<Beam> const& beams,
           ProgressListener* listener = nullptr);
 
+/// The same of one group.
+QELT_INSPECTION_EXPORT ScanResult fireBeams(QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroup& group,
+                                            std::vector<Beam> const& beams,
+                                            ProgressListener* listener = nullptr);
+
 struct ScanStatistics {
     std::size_t beamCount = 0;
     std::size_t hitCount = 0;

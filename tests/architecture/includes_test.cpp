@@ -273,7 +273,7 @@ TEST(Architecture, TheFoldersOfTheApplicationStandInNoCircle) {
 }
 
 TEST(Architecture, ClientsIncludePublicHeadersAlone) {
-    for (char const* folder : {"Inspection", "apps", "examples", "benchmarks", "fuzz"}) {
+    for (char const* folder : {"Inspection", "apps", "examples", "benchmarks", "fuzz", "python"}) {
         for (auto const& [file, includes] : readTree(folder)) {
             for (std::string const& included : includes.quoted) {
                 bool const isOfTheCore = included.starts_with("Geometry/");

@@ -123,7 +123,7 @@ TEST(Inspection, TheUmbrellaHeaderReachesEveryPublicHeader) {
 }
 
 TEST(Inspection, ApplicationsIncludePublicHeadersAlone) {
-    for (char const* folder : {"apps", "simulation"}) {
+    for (char const* folder : {"apps", "simulation", "python"}) {
         IncludeTable const table = readTree(folder);
         ASSERT_FALSE(table.empty()) << folder;
         for (auto const& [file, includes] : table) {

@@ -261,6 +261,15 @@ Point randomPoint(std::mt19937& generator, int range) {
     return Point(place.getdX(), place.getdY(), place.getdZ());
 }
 
+TEST(SpatialPoint, CoordinatesStandInARow) {
+    std::array const points = {Point(1.0, 2.0, 3.0), Point(4.0, 5.0, 6.0)};
+    for (Point const& point : points) {
+        EXPECT_EQ(point.getCoordinates()[0], point.getX());
+        EXPECT_EQ(point.getCoordinates()[1], point.getY());
+        EXPECT_EQ(point.getCoordinates()[2], point.getZ());
+    }
+}
+
 TEST(SpatialPoint, StartsAtTheOrigin) {
     EXPECT_TRUE(is(Point(), 0.0F, 0.0F, 0.0F));
 }

@@ -710,6 +710,35 @@ TEST_F(Grid, BoundaryEdgesAgreeWithThePlainGridOverAllFamilies) {
     EXPECT_GT(found, 15);
 }
 
+TEST_F(Grid, RowsAreSharedAndNotCopied) {
+    RectMesh grid = flatGrid(3, 2);
+    std::shared_ptr<SpacePoint const> const row = grid.getRow(2);
+    ASSERT_NE(row, nullptr);
+    for (int u = 0; u <= 3; ++u) {
+        EXPECT_EQ(row.get()[u], grid.getPoint({u, 2})) << u;
+    }
+    grid.setPoint({1, 2}, SpacePoint(7.0, 8.0, 9.0));
+    EXPECT_EQ(row.get()[1], SpacePoint(7.0, 8.0, 9.0));
+    EXPECT_EQ(RectMesh(grid).getRow(2), row);
+}
+
+TEST_F(Grid, ARowOutlivesItsGrid) {
+    auto grid = std::make_unique<RectMesh>(flatGrid(3, 2));
+    SpacePoint const last = grid->getPoint({3, 1});
+    std::shared_ptr<SpacePoint const> const row = grid->getRow(1);
+    *grid = flatGrid(1, 1);
+    EXPECT_NE(grid->getRow(1), row);
+    grid.reset();
+    EXPECT_EQ(row.get()[3], last);
+}
+
+TEST_F(Grid, ARowThatIsNotThereIsNull) {
+    EXPECT_EQ(RectMesh().getRow(0), nullptr);
+    RectMesh const grid = flatGrid(3, 2);
+    EXPECT_EQ(grid.getRow(3), nullptr);
+    EXPECT_EQ(grid.getRow(0x100000000UL), grid.getRow(0));
+}
+
 TEST_F(Grid, ArbitraryEdgeOfANodePointsAlongU) {
     RectMesh grid = flatGrid(3, 3);
     EXPECT_EQ(grid.getVertexArbitraryEdge({2, 1}), Edge(&grid, {2, 1}, Edge::PositiveU));

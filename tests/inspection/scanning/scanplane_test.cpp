@@ -53,6 +53,35 @@ TEST(ScanPlane, gridsAnswerInTheIndicesOfThePlane) {
     EXPECT_FALSE(hits[2].isHit());
 }
 
+TEST(ScanPlane, oneGroupAnswersAsGroupsOfItAloneDo) {
+    ScratchDirectory const directory;
+    writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
+    writePlane(directory / "b.quads", 6, 4, 3.0, 1.0);
+    std::vector<PlacedGrid> const grids = {{directory / "a.quads", {0, 1}, 0},
+                                           {directory / "b.quads", {8, 0}, 0}};
+    ScanPlane const plane = loadScanPlane(grids, 0, false);
+    QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroup group;
+    for (auto const& grid : plane.grids) {
+        group.addQuadMesh(grid.get());
+    }
+    GridGroups groups = loadGroups(grids, 0, false);
+    std::vector<Beam> beams;
+    for (int i = 0; i < 40; ++i) {
+        beams.push_back(downAt(0.31 * i - 1.0, 1.6));
+    }
+    auto const ours = fireBeams(group, beams).hits;
+    auto const theirs = fireBeams(groups, beams).hits;
+    int hitCount = 0;
+    for (std::size_t i = 0; i < beams.size(); ++i) {
+        EXPECT_EQ(ours[i].state, theirs[i].state) << i;
+        EXPECT_EQ(ours[i].quad, theirs[i].quad) << i;
+        EXPECT_EQ(ours[i].distance, theirs[i].distance) << i;
+        hitCount += ours[i].isHit() ? 1 : 0;
+    }
+    EXPECT_GT(hitCount, 20);
+    EXPECT_LT(hitCount, 40);
+}
+
 TEST(ScanPlane, gridsAnswerOnlyWhileTheirPositionIsActive) {
     ScratchDirectory const directory;
     writePlane(directory / "a.quads", 5, 4, 0.0, 0.0);
