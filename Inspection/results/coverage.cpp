@@ -36,7 +36,7 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double patchFactor = 1.5;
 
 /// The way from the pixel before a run to the one behind it, which may be the rim.
-double lengthOf(Result const& result, PixelLine const& line, std::size_t begin, std::size_t end) {
+double lengthAlong(Result const& result, PixelLine const& line, std::size_t begin, std::size_t end) {
     bool const isOpenBefore = begin == 0 || !result.hasSurface(line.at(begin - 1));
     bool const isOpenBehind = end == line.count || !result.hasSurface(line.at(end));
     double length = 0.0;
@@ -67,7 +67,7 @@ void takeRuns(Result const& result, PixelLine const& line, std::vector<double>& 
             ++begin;
             continue;
         }
-        double const length = lengthOf(result, line, begin, end);
+        double const length = lengthAlong(result, line, begin, end);
         for (; begin < end; ++begin) {
             gaps[line.at(begin)] = std::min(gaps[line.at(begin)], length);
         }

@@ -24,14 +24,14 @@ static_assert(std::endian::native == std::endian::little, "numbers are written a
 
 constexpr std::uint32_t noVertex = std::numeric_limits<std::uint32_t>::max();
 
-struct Face {
+struct PlyFace {
     std::size_t pixel;
     std::array<std::uint32_t, 4> vertices;
 };
 
 struct Surface {
     std::vector<double> places; ///< three a vertex
-    std::vector<Face> faces;
+    std::vector<PlyFace> faces;
 };
 
 class SurfaceMaker {
@@ -147,7 +147,7 @@ void writePly(Destination const& to, Result const& result, ValueMap const& map, 
     output << headOf(result, map, limits, surface);
     auto const places = bytesOf(surface.places);
     output.write(reinterpret_cast<char const*>(places.data()), static_cast<std::streamsize>(places.size()));
-    for (Face const& face : surface.faces) {
+    for (PlyFace const& face : surface.faces) {
         ByteRun run;
         run.add(std::uint8_t{4});
         for (std::uint32_t const vertex : face.vertices) {
