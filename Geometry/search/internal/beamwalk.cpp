@@ -24,7 +24,8 @@
 //
 // Odd on purpose: the step is not damped, and the retreat after a hit, see `findHit`. A quad without area or
 // a beam along its plane gives infinite or NaN steps; those saturate or become zero, and end by the same
-// limits. A step costs four nodes, read once for the test and the projection; none allocates.
+// limits. A step costs four nodes, read once for the test and the projection; none allocates. What bounds a
+// beam is operations that wait for each other: a root and two divisions lead to a step, a third one to a hit.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
