@@ -73,7 +73,8 @@ bool RectMesh::getDoesIntersectQuad(GridPoint const& quad, Point const& origin, 
         return false;
     }
     if (data != nullptr) {
-        if (auto const measured = crossing.measure(corners, origin, direction, doFlipNormals)) {
+        QuadMeasurements const both = crossing.measure(corners, origin, direction, doFlipNormals);
+        if (auto const measured = both.get(crossing.getTriangle())) {
             *data = *measured;
         }
     }

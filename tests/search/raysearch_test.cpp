@@ -3,6 +3,7 @@
 #include "tests/search/searchtwin.h"
 #include "tests/support/gridfamilies.h"
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -60,6 +61,22 @@ Beam alongProfile() {
 } // namespace
 
 // The exact test of one quad
+
+/// The differences of the sliver's corners are rounded, and its long edges then open like a wedge: a beam in
+/// their line meets it some sixty times its length away. So no box around a grid, with whatever margin, tells
+/// which beams miss it.
+TEST_F(RaySearch, ASliverIsMetFarBeyondItsCorners) {
+    std::array<SpacePoint, 4> const nodes{
+        SpacePoint(0x1.56a5b2p-29, 0x1.b9a6dap-32, 0.0), SpacePoint(0x1.33b2a2p-4, 0x1.9d2618p-6, 0.0),
+        SpacePoint(0.2, 1.0, 0.0), SpacePoint(0x1.21e8e2p+0, 0x1.8543bap-2, 0.0)};
+    RectMesh grid = makeGrid(1, 1, [&](int u, int v) { return nodes[static_cast<std::size_t>(2 * v + u)]; });
+    Beam const far = down(0x1.21e8e2p+6, 0x1.8543bap+4);
+    ASSERT_TRUE(hits(grid, {0, 0}, far));
+    QuadIndicesIntersectionStatus const status = ask(grid, far, true);
+    ASSERT_TRUE(status.getIsValid());
+    EXPECT_EQ(status.getQuadPoint(), SpacePoint(0x1.21e8e2p+6, 0x1.8543bap+4, 0.0));
+    EXPECT_FALSE(hits(grid, {0, 0}, down(0x1.21e8e2p+6, 0x1.8543bap+4 + 0.01)));
+}
 
 TEST_F(RaySearch, QuadTestMeasuresAHeadOnHit) {
     RectMesh const grid = flatGrid(4, 4);

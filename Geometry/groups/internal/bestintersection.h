@@ -18,7 +18,11 @@
 // good is the one limit here, a quarter turn from head-on: a narrower one asks everyone more often, a wider
 // one stays longer on a grid that the beam sees from behind while another faces it.
 //
-// Cost: one member's search on a good run, every member's otherwise; nothing is allocated.
+// No box around a grid spares asking it: by rounding a sliver is met far beyond its corners, and a query of a
+// grid changes what the grid remembers even on a miss.
+//
+// Cost: one member's search on a good run, every member's otherwise; nothing is allocated. Beams in no order
+// cost what the cold walks past the grids that they miss cost.
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 

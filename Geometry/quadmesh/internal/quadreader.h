@@ -68,10 +68,7 @@ public:
     /// asked for.
     QuadCorners getCorners(TwoDimensional::Point<int> const& quad) const {
         if (!isPlain) {
-            using Step = TwoDimensional::Vector<int>;
-            shown = std::array{grid.getPoint(quad), grid.getPoint(quad + Step(1, 0)),
-                               grid.getPoint(quad + Step(0, 1)), grid.getPoint(quad + Step(1, 1))};
-            return {shown->data(), shown->data() + 2};
+            return getShownCorners(quad);
         }
         auto const u = static_cast<std::size_t>(quad.getU());
         return {pointRows[quad.getV()].get() + u, pointRows[quad.getV() + 1].get() + u};
@@ -83,6 +80,14 @@ public:
     }
 
 private:
+    /// By itself, so that reading the rows stays in line.
+    QuadCorners getShownCorners(TwoDimensional::Point<int> const& quad) const {
+        using Step = TwoDimensional::Vector<int>;
+        shown = std::array{grid.getPoint(quad), grid.getPoint(quad + Step(1, 0)),
+                           grid.getPoint(quad + Step(0, 1)), grid.getPoint(quad + Step(1, 1))};
+        return {shown->data(), shown->data() + 2};
+    }
+
     RectMesh const& grid;
     PointRows pointRows;
     FlagRows flagRows;

@@ -10,6 +10,28 @@
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
+/// How a beam meets each of a quad's two triangles.
+struct QuadMeasurements {
+    DoublePair t; ///< along the beam
+    DoublePair distances;
+    DoublePair sines; ///< of the angles to the normals, times the lengths of both
+    DoublePair cosines;
+    DoublePair toCentre; ///< squared distances to the quad's centre
+
+    /// Of a triangle, if it is met nearer than the limit beyond which nothing is measured.
+    std::optional<QuadIntersectionData> get(std::size_t triangle) const {
+        constexpr double measuredDistanceLimit = 10000.0;
+        double const distance = distances[triangle];
+        if (!(measuredDistanceLimit > distance)) {
+            return std::nullopt;
+        }
+        double const signedDistance = t[triangle] > 0.0 ? distance : -distance;
+        double const distanceSqrToCentre = toCentre[triangle];
+        return QuadIntersectionData(signedDistance, std::atan2(sines[triangle], cosines[triangle]),
+                                    distanceSqrToCentre);
+    }
+};
+
 /// Where a beam's line crosses the planes of a quad's two triangles, the one below the diagonal first.
 class QuadCrossing {
 public:
@@ -21,38 +43,27 @@ public:
     /// Whether the line meets a triangle strictly inside its edges.
     bool getIsHit() const { return insideOf != 0; }
 
-    /// The hit, or without one where the line crosses the upper triangle's plane.
+    /// Which triangle counts: 0, the lower one, if that is met, and otherwise 1.
+    std::size_t getTriangle() const { return (static_cast<std::size_t>(insideOf) & 1U) ^ 1U; }
+
+    /// Where the line crosses the plane of the triangle that counts.
     Point getPoint() const {
-        std::size_t const half = getHalf();
-        return {points.x[half], points.y[half], points.z[half]};
+        std::size_t const triangle = getTriangle();
+        return {points.x[triangle], points.y[triangle], points.z[triangle]};
     }
 
-    /// How the beam meets the quad, for a hit nearer than the limit beyond which nothing is measured. With
-    /// `isFlipped` the angle is that to the opposite of the normal.
-    [[nodiscard]] std::optional<QuadIntersectionData> measure(QuadCorners const& corners, Point const& origin,
-                                                              Vector const& direction, bool isFlipped) const {
-        // For both triangles, as which of them counts is known last of all.
-        DoublePair const distances = points.dSqr(origin).getRoots();
+    /// How the beam meets both triangles, as which of them counts is known last of all. With `isFlipped` the
+    /// angles are those to the opposite of the normals.
+    QuadMeasurements measure(QuadCorners const& corners, Point const& origin, Vector const& direction,
+                             bool isFlipped) const {
         VectorPair const across = normals.cross(VectorPair(direction));
-        DoublePair const sines = across.dot(across).getRoots();
-        DoublePair const cosines = normals.dot(VectorPair(direction)) * DoublePair(isFlipped ? -1.0 : 1.0);
         Point const centre =
             corners.low() + 0.5 * ((corners.alongU() - corners.low()) + (corners.alongV() - corners.low()));
-        DoublePair const toCentre = points.dSqr(centre);
-        std::size_t const half = getHalf();
-        double const distance = distances[half];
-        if (!(measuredDistanceLimit > distance)) {
-            return std::nullopt;
-        }
-        double const signedDistance = t[half] > 0.0 ? distance : -distance;
-        double const distanceSqrToCentre = toCentre[half];
-        return QuadIntersectionData(signedDistance, std::atan2(sines[half], cosines[half]),
-                                    distanceSqrToCentre);
+        return {t, points.dSqr(origin).getRoots(), across.dot(across).getRoots(),
+                normals.dot(VectorPair(direction)) * DoublePair(isFlipped ? -1.0 : 1.0), points.dSqr(centre)};
     }
 
 private:
-    static constexpr double measuredDistanceLimit = 10000.0;
-
     /// With the lower triangle in the first half of each pair and the upper one in the second.
     QuadCrossing(QuadCorners const& corners, VectorPair const& direction, Point const& origin,
                  PointPair const& opposite, PointPair const& low, PointPair const& beside)
@@ -75,9 +86,6 @@ private:
                    sideOf(edges, PointPair(corners.low(), corners.alongV())).getPositive() &
                    sideOf(ends, PointPair(corners.alongU(), corners.opposite())).getPositive();
     }
-
-    /// Which triangle counts: the lower one if that is met.
-    std::size_t getHalf() const { return (static_cast<std::size_t>(insideOf) & 1U) ^ 1U; }
 
     VectorPair normals; ///< as long as twice the triangles' areas
     DoublePair t;       ///< along the beam
