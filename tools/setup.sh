@@ -1,4 +1,4 @@
-# Shell code that ./test, ./demo and .ci/run share; to be sourced. Sets the working directory to the
+# Shell code that ./test, ./demo, ./bench and .ci/run share; to be sourced. Sets the working directory to the
 # repository's root.
 
 set -euo pipefail
@@ -8,6 +8,8 @@ build_packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev l
     libeigen3-dev libembree-dev libassimp-dev nlohmann-json3-dev zlib1g-dev libhdf5-dev libtiff-dev)
 check_packages=(clang clang-format clang-tidy libclang-rt-14-dev chromium
     python3-numpy python3-pil python3-vtk9 python3-h5py)
+# What the library is measured beside, for ./bench.
+peer_packages=(libcgal-dev libnanoflann-dev libtinyobjloader-dev)
 # Where node comes from elsewhere, Debian's npm cannot be installed beside it.
 if ! command -v npm >/dev/null; then
     build_packages+=(nodejs npm)
