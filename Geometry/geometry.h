@@ -14,6 +14,7 @@
 #include "Geometry/foundations/progressterminator.h"
 #include "Geometry/foundations/quaternion.h"
 #include "Geometry/foundations/vector.h"
+#include "Geometry/foundations/version.h"
 #include "Geometry/groups/mtf_list.h"
 #include "Geometry/groups/rectmeshgroup.h"
 #include "Geometry/groups/rectmeshgroups.h"

@@ -24,9 +24,6 @@ file(GLOB_RECURSE qelt_inspection_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR
 file(GLOB_RECURSE qelt_inspection_headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/Inspection/*.h)
 list(FILTER qelt_inspection_headers EXCLUDE REGEX "/internal/")
 
-set_source_files_properties(${PROJECT_SOURCE_DIR}/Inspection/records/version.cpp
-                            PROPERTIES COMPILE_DEFINITIONS QELT_INSPECTION_VERSION="${PROJECT_VERSION}")
-
 include(cmake/Page.cmake)
 
 # Compiled once, for the library and for its tests: these reach internal functions, which the library hides.
@@ -76,14 +73,17 @@ set_target_properties(QELTInspection PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(
     TARGETS QELTInspection
     EXPORT QELTInspectionTargets
-    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT inspection
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    FILE_SET HEADERS DESTINATION ${qelt_include_dir})
+            COMPONENT inspection
+            NAMELINK_COMPONENT inspection-dev
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT inspection-dev
+    FILE_SET HEADERS DESTINATION ${qelt_include_dir} COMPONENT inspection-dev)
 install(
     EXPORT QELTInspectionTargets
     NAMESPACE QELTGeometry::
-    DESTINATION ${qelt_package_dir})
+    DESTINATION ${qelt_package_dir}
+    COMPONENT inspection-dev)
 
 set(qelt_inspection_pc_cflags "")
 if(NOT BUILD_SHARED_LIBS)
@@ -94,4 +94,5 @@ if(QELT_WITH_ASSIMP)
     set(qelt_inspection_pc_libs "-lassimp")
 endif()
 configure_file(cmake/qeltinspection.pc.in ${PROJECT_BINARY_DIR}/qeltinspection.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/qeltinspection.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/qeltinspection.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT inspection-dev)

@@ -39,10 +39,12 @@ bool RectMesh::getConeIntersection(Point const& origin, Vector const& axisA, Vec
                               hits[2], hits[3], hits[4])) {
         return false;
     }
-    DualBasis const dual(getQuadBasis(quad));
+    auto const [alongU, alongV] = getQuadBasis(quad);
+    DualBasis const dual(VectorPair(alongU, alongV));
     double const scale = unity;
     auto const toSteps = [&](Vector const& way) {
-        return GridStep(truncateToInt32(way.dot(dual.u) * scale), truncateToInt32(way.dot(dual.v) * scale));
+        DoublePair const steps = dual.getCoordinates(way) * DoublePair(scale);
+        return GridStep(truncateToInt32(steps[0]), truncateToInt32(steps[1]));
     };
     GridPoint const corner(wrappedProduct(quad.getU(), unity), wrappedProduct(quad.getV(), unity));
     info = {corner + toSteps(hits[0] - getPoint(quad)),

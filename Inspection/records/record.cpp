@@ -250,10 +250,12 @@ std::vector<RecordedFile> recordedInputsOf(Record const& record, ProgressListene
     for (Record::Input const& input : record.getInputs()) {
         FileDigest digest;
         if (input.isRegular) {
-            digest = digestOf(input.file, listener);
+            digest =
+                input.sha256.empty() ? digestOf(input.file, listener) : FileDigest{input.size, input.sha256};
             auto const now = naming(input.file.string(), [&] { return stateOf(input.file); });
             require(now.size == input.size && now.time == input.time && digest.byteCount == input.size,
                     input.file.string() + ": was changed while it was worked with; run this again");
+            input.sha256 = digest.sha256;
         }
         files.push_back({input.file.filename().string(), digest});
     }

@@ -69,6 +69,7 @@ public:
         std::uintmax_t size = 0;
         std::filesystem::file_time_type time;
         bool isRegular = false;
+        mutable std::string sha256; ///< kept once it is known, so that it is read for it once
     };
 
     explicit Record(std::string newCommand) : command(std::move(newCommand)) {}

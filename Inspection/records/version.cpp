@@ -1,9 +1,11 @@
 #include "Inspection/records/version.h"
 
+#include "Geometry/foundations/version.h"
+
 namespace QELT::Inspection {
 
 std::string libraryVersion() {
-    return QELT_INSPECTION_VERSION;
+    return QELT_VERSION_STRING;
 }
 
 } // namespace QELT::Inspection

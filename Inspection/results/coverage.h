@@ -27,8 +27,7 @@ struct Coverage {
     std::array<double, pixelStateCount> areas{}; ///< by the pixels' states
     std::array<std::size_t, pixelStateCount> pixels{};
     double reachedArea = 0.0;
-    double typicalGap =
-        0.0; ///< the median distance between pixels that were reached, around those that were not
+    double typicalGap = 0.0; ///< the median of the pixels' gaps over the surface: 0 where most were reached
     double longestGap = 0.0;
     std::size_t gapU = 0; ///< a pixel in the middle of the longest gap
     std::size_t gapV = 0;

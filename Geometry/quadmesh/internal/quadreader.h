@@ -2,18 +2,31 @@
 
 #include "Geometry/quadmesh/rectmesh.h"
 
+#include <array>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <typeinfo>
 
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
-/// The corners of a quad.
-struct QuadCorners {
-    Point low;
-    Point alongU;
-    Point opposite;
-    Point alongV;
+/// The corners of a quad, as they stand in the rows of a grid.
+class QuadCorners {
+public:
+    /// From the two corners of the lower row and those of the higher one.
+    QuadCorners(Point const* newLowRow, Point const* newHighRow) : lowRow(newLowRow), highRow(newHighRow) {}
+
+    Point const& low() const { return lowRow[0]; }
+
+    Point const& alongU() const { return lowRow[1]; }
+
+    Point const& opposite() const { return highRow[1]; }
+
+    Point const& alongV() const { return highRow[0]; }
+
+private:
+    Point const* lowRow;
+    Point const* highRow;
 };
 
 /// The quads of a grid for a search that reads many of them. A plain grid is read from its rows, a derived
@@ -51,16 +64,17 @@ public:
         return (static_cast<unsigned>(low[0] & low[1] & high[0] & high[1]) & validBit) != 0;
     }
 
-    /// Of a quad inside the grid, existing or not.
+    /// Of a quad inside the grid, existing or not. Those of a derived grid stand here until the next are
+    /// asked for.
     QuadCorners getCorners(TwoDimensional::Point<int> const& quad) const {
         if (!isPlain) {
             using Step = TwoDimensional::Vector<int>;
-            return {grid.getPoint(quad), grid.getPoint(quad + Step(1, 0)), grid.getPoint(quad + Step(1, 1)),
-                    grid.getPoint(quad + Step(0, 1))};
+            shown = std::array{grid.getPoint(quad), grid.getPoint(quad + Step(1, 0)),
+                               grid.getPoint(quad + Step(0, 1)), grid.getPoint(quad + Step(1, 1))};
+            return {shown->data(), shown->data() + 2};
         }
-        Point const* const low = pointRows[quad.getV()].get() + quad.getU();
-        Point const* const high = pointRows[quad.getV() + 1].get() + quad.getU();
-        return {low[0], low[1], high[1], high[0]};
+        auto const u = static_cast<std::size_t>(quad.getU());
+        return {pointRows[quad.getV()].get() + u, pointRows[quad.getV() + 1].get() + u};
     }
 
     /// Of a node inside the grid.
@@ -75,6 +89,7 @@ private:
     int extentU;
     int extentV;
     bool isPlain;
+    mutable std::optional<std::array<Point, 4>> shown;
 };
 
 // In line, so that nothing of the reader is made that its user does not ask for.

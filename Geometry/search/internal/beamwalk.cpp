@@ -85,13 +85,15 @@ bool BeamWalk::getDoesMeetQuad(QuadCorners const& corners) {
 
 /// From the quad at hand to the one under which the beam's line meets its plane.
 GridStep BeamWalk::getStepToFoot(QuadCorners const& corners) const {
-    std::pair const basis(corners.alongU - corners.low, corners.alongV - corners.low);
-    DualBasis const dual(basis);
-    Point const centre = corners.low + 0.5 * (basis.first + basis.second);
-    Vector const normal = basis.first.cross(basis.second) / std::sqrt(dual.determinant);
+    Vector const alongU = corners.alongU() - corners.low();
+    Vector const alongV = corners.alongV() - corners.low();
+    DualBasis const dual(PointPair(corners.alongU(), corners.alongV()) -
+                         PointPair(corners.low(), corners.low()));
+    Point const centre = corners.low() + 0.5 * (alongU + alongV);
+    Vector const normal = alongU.cross(alongV) / std::sqrt(dual.getDeterminant());
     double const t = (centre - origin).dot(normal) / direction.dot(normal);
-    Vector const way = (origin + t * direction) - centre;
-    return {roundToInt32(way.dot(dual.u)), roundToInt32(way.dot(dual.v))};
+    DoublePair const step = dual.getCoordinates((origin + t * direction) - centre);
+    return {roundToInt32(step[0]), roundToInt32(step[1])};
 }
 
 GridPoint BeamWalk::getRetreat(QuadReader const& quads, GridPoint good, GridPoint bad) {

@@ -7,7 +7,7 @@
 namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 class QuadReader;
-struct QuadCorners;
+class QuadCorners;
 
 /// The walk of one beam across a grid, from quad to quad, until it stands on the one that the beam meets. It
 /// keeps references to the grid's quads and the beam, and allocates nothing.

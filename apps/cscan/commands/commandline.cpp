@@ -1,6 +1,7 @@
 #include "apps/cscan/commands/commandline.h"
 
 #include "Inspection/records/version.h"
+#include "apps/cscan/commandline/manpage.h"
 #include "apps/cscan/commands/commands.h"
 
 #include <CLI/CLI.hpp>
@@ -33,10 +34,11 @@ std::vector<Command> addCommands(CLI::App& app) {
 }
 
 /// Offers the help of a command as a command.
-void addHelp(CLI::App& app) {
-    app.add_subcommand("help", "Print the help of a command")
-        ->add_option("COMMAND", "Of the program itself if none is given")
-        ->type_name("TEXT");
+CLI::App const& addHelp(CLI::App& app) {
+    CLI::App& help = *app.add_subcommand("help", "Print the help of a command");
+    help.add_option("COMMAND", "Of the program itself if none is given")->type_name("TEXT");
+    help.add_flag("--man")->description("Print the manual page of the program, in the macros of man(7)");
+    return help;
 }
 
 /// `help COMMAND` asks for what `COMMAND --help` does.
@@ -69,7 +71,7 @@ CommandLine parseCommandLine(int argumentCount, char const* const* arguments) {
     app.require_subcommand(1);
     app.set_version_flag("--version", "cscan " + libraryVersion() + "\n", "Print the version and exit");
     auto const commands = addCommands(app);
-    addHelp(app);
+    CLI::App const& help = addHelp(app);
     try {
         parse(app, {arguments + std::min(argumentCount, 1), arguments + argumentCount});
     } catch (CLI::CallForVersion const& version) {
@@ -78,6 +80,9 @@ CommandLine parseCommandLine(int argumentCount, char const* const* arguments) {
         return {{}, app.help()};
     } catch (CLI::ParseError const& error) {
         throw UsageError(oneLine(error.what()));
+    }
+    if (help.count("--man") > 0) {
+        return {{}, manPageOf(app, libraryVersion())};
     }
     auto const asked = std::find_if(commands.begin(), commands.end(),
                                     [](Command const& command) { return command.app->parsed(); });
