@@ -242,9 +242,10 @@ Contest sureSetUp(int side, Path path) {
             }};
 }
 
-Row rowOf(std::string const& task, Contest (*makeContest)(int, Path), Path path, char const* peer) {
+Row rowOf(std::string const& task, Contest (*makeContest)(int, Path), Path path, char const* peer,
+          int largest = 1000) {
     Row row{"beams", task, peer, "quads", {}};
-    for (int const side : {200, 500, 1000, 2000}) {
+    for (int const side : {largest / 8, largest / 4, largest / 2, largest}) {
         row.sizes.push_back({double(side) * side, [=] { return makeContest(side, path); }});
     }
     return row;
@@ -254,7 +255,7 @@ Row rowOf(std::string const& task, Contest (*makeContest)(int, Path), Path path,
 
 std::vector<Row> beamRows() {
     char const* const kernel = "Embree, rtcIntersect1";
-    return {rowOf("one grid, along normals", oneGrid, Path::AlongNormals, kernel),
+    return {rowOf("one grid, along normals", oneGrid, Path::AlongNormals, kernel, 2000),
             rowOf("one grid, raster", oneGrid, Path::Raster, kernel),
             rowOf("one grid, random", oneGrid, Path::Random, kernel),
             rowOf("one grid, each beam cold", coldGrid, Path::AlongNormals, kernel),
@@ -263,7 +264,7 @@ std::vector<Row> beamRows() {
             rowOf("group of four grids, random", groupOfFour, Path::Random, kernel),
             rowOf("four groups, along normals", fourGroups, Path::AlongNormals, kernel),
             rowOf("four groups, random", fourGroups, Path::Random, kernel),
-            rowOf("sure search, along normals", sureSearch, Path::AlongNormals, kernel),
+            rowOf("sure search, along normals", sureSearch, Path::AlongNormals, kernel, 2000),
             rowOf("sure search, raster", sureSearch, Path::Raster, kernel),
             rowOf("sure search, random", sureSearch, Path::Random, kernel),
             rowOf("sure search, set up", sureSetUp, Path::AlongNormals, "Embree, scene of the same quads")};

@@ -119,7 +119,7 @@ class Run {
 public:
     explicit Run(Options const& newOptions) : options(newOptions), kept(newOptions.results) {
         if (options.isShort) {
-            effort = {3, 3, 0.0};
+            effort = {3, 3, 0.0, 30.0};
         }
     }
 

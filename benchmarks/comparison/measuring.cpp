@@ -42,7 +42,8 @@ std::string compareAndTime(Size const& size, Effort const& effort) {
     }
     std::ostringstream text;
     for (std::size_t pair = 0; pair < effort.mostPairs; ++pair) {
-        if (pair >= effort.leastPairs && processorSeconds() - begin > effort.seconds) {
+        double const taken = processorSeconds() - begin;
+        if ((pair >= effort.leastPairs && taken > effort.seconds) || (pair > 0 && taken > effort.patience)) {
             break;
         }
         bool const areOursFirst = pair % 2 == 0 || !contest.peer;

@@ -35,8 +35,9 @@ struct Measurement {
 
 struct Effort {
     std::size_t leastPairs = 3;
-    std::size_t mostPairs = 15;
-    double seconds = 2.0; ///< of the processor, for a size; more only for the least pairs
+    std::size_t mostPairs = 11;
+    double seconds = 0.8;   ///< of the processor, for a size; more only for the least pairs
+    double patience = 30.0; ///< from so many on one pair is enough
 };
 
 /// Compares the answers, then times both sides in turns, then takes the memory of each alone.

@@ -18,28 +18,40 @@ namespace {
 
 using namespace Benchmarks;
 
-/// Surfaces agree if their areas and numbers of triangles do, to this part.
-constexpr double tolerance = 0.01;
-
 constexpr double extent = 100.0;
 
-/// The points of a lattice on a corrugated sheet, where most distances have equals, or those of a wavy patch
-/// with each moved by up to half a step, which leaves nothing of the lattice. The closest pair has points on
-/// its left.
-std::vector<Point> makeCloud(int side, bool isLattice) {
+/// Where the points of a cloud lie: on the lattice of a corrugated sheet, where most distances have equals; a
+/// quarter of a step around those of a wavy patch, as a scanner leaves them; or anywhere on the patch.
+enum class CloudKind { Lattice, Scan, Random };
+
+/// How far areas and numbers of triangles may be apart, as a part of the peer's. Through random points the
+/// library lays triangles over each other, and more of them.
+double toleranceOf(CloudKind kind) {
+    return kind == CloudKind::Random ? 0.5 : 0.02;
+}
+
+/// The closest pair has points on its left.
+std::vector<Point> makeCloud(int side, CloudKind kind) {
     std::mt19937 generator(1);
     double const step = extent / side;
-    auto const jitter = [&] { return step * (static_cast<double>(generator()) / 4294967296.0 - 0.5); };
+    auto const random = [&] { return static_cast<double>(generator()) / 4294967296.0; };
+    auto const placed = [&](int i) {
+        return kind == CloudKind::Random
+                   ? extent * random()
+                   : step * (i + (kind == CloudKind::Scan ? 0.5 * (random() - 0.5) : 0.0));
+    };
     std::vector<Point> points;
     for (int i = 0; i < side * side; ++i) {
-        double const x = step * (i % side) + (isLattice ? 0.0 : jitter());
-        double const y = step * (side - i / side) + (isLattice ? 0.0 : jitter());
-        points.push_back(isLattice ? Point(x, y, 5.0 * std::sin(0.07 * x)) : wavyPlace(x, y));
+        double const x = placed(i % side);
+        double const y = placed(side - i / side);
+        points.push_back(kind == CloudKind::Lattice ? Point(x, y, 5.0 * std::sin(0.07 * x))
+                                                    : wavyPlace(x, y));
     }
     return points;
 }
 
 struct Surfaces {
+    CloudKind kind = CloudKind::Lattice;
     std::vector<Point> points;
     PointCloud::Cloud cloud;
     std::vector<std::array<float, 3>> places;
@@ -84,6 +96,7 @@ Amount amountOfPeers(Surfaces const& state) {
 std::string differenceOf(Surfaces const& state) {
     Amount const ours = amountOfOurs(state);
     Amount const peer = amountOfPeers(state);
+    double const tolerance = toleranceOf(state.kind);
     bool const areAlike = std::abs(ours.area - peer.area) <= tolerance * peer.area &&
                           std::abs(ours.triangles - peer.triangles) <= tolerance * peer.triangles;
     auto const told = [](Amount const& amount) {
@@ -92,9 +105,10 @@ std::string differenceOf(Surfaces const& state) {
     return areAlike ? "" : told(ours) + " and " + told(peer);
 }
 
-Contest contestOf(int side, bool isLattice) {
+Contest contestOf(int side, CloudKind kind) {
     auto const state = std::make_shared<Surfaces>();
-    state->points = makeCloud(side, isLattice);
+    state->kind = kind;
+    state->points = makeCloud(side, kind);
     for (Point const& p : state->points) {
         state->cloud.addPoint(p);
         state->places.push_back({p.getX(), p.getY(), p.getZ()});
@@ -110,10 +124,10 @@ Contest contestOf(int side, bool isLattice) {
             }};
 }
 
-std::vector<Size> cloudSizes(bool isLattice) {
+std::vector<Size> cloudSizes(CloudKind kind) {
     std::vector<Size> sizes;
     for (int const side : {100, 200, 400, 632}) {
-        sizes.push_back({double(side) * side, [=] { return contestOf(side, isLattice); }});
+        sizes.push_back({double(side) * side, [=] { return contestOf(side, kind); }});
     }
     return sizes;
 }
@@ -122,8 +136,10 @@ std::vector<Size> cloudSizes(bool isLattice) {
 
 std::vector<Row> reconstructionRows() {
     char const* const peer = "CGAL's advancing_front_surface_reconstruction";
-    return {{"reconstruction", "surface through scattered points", peer, "points", cloudSizes(false)},
-            {"reconstruction", "surface through a lattice", peer, "points", cloudSizes(true)}};
+    return {
+        {"reconstruction", "surface through a lattice", peer, "points", cloudSizes(CloudKind::Lattice)},
+        {"reconstruction", "surface through a scan", peer, "points", cloudSizes(CloudKind::Scan)},
+        {"reconstruction", "surface through random points", peer, "points", cloudSizes(CloudKind::Random)}};
 }
 
 } // namespace Comparison
