@@ -1,6 +1,7 @@
 // Tasks of this library beside other libraries, at growing sizes, and a page of what came of it.
 //
 //     comparison_benchmark [--short] --template PAGE --out PAGE [--results FILE] [--only TABLE]... [--draw]
+//         [--note TEXT]
 //
 // With --short each task is done once at its smallest size: whether all that works, not how fast. With
 // --results a run that was ended goes on where it stood, and with --draw nothing more is measured. Ends with
@@ -35,6 +36,7 @@ struct Options {
     std::string page;
     std::string out;
     std::string results;
+    std::string note;
     std::vector<std::string> only; ///< tables to measure; none for all
 };
 
@@ -58,6 +60,8 @@ Options optionsOf(std::vector<std::string> const& arguments) {
             options.out = value();
         } else if (name == "--results") {
             options.results = value();
+        } else if (name == "--note") {
+            options.note = value();
         } else if (name == "--only") {
             options.only.push_back(value());
         } else {
@@ -87,7 +91,7 @@ std::string loadAverage() {
     return text.str();
 }
 
-std::string machineText(std::string const& loadBefore) {
+std::string machineText(std::string const& loadBefore, std::string const& note) {
     std::ostringstream text;
     double const gigabytes =
         1024.0 * std::strtod(firstLineWith("/proc/meminfo", "MemTotal").c_str(), nullptr) / 1e9;
@@ -95,7 +99,8 @@ std::string machineText(std::string const& loadBefore) {
          << std::thread::hardware_concurrency() << " cores, " << shownCount(gigabytes)
          << " GB of memory; one thread used.\n"
          << "- Load average (of a minute): " << loadBefore << " at the beginning of the run, "
-         << loadAverage() << " at its end. Anything above 1 is others' work.\n"
+         << loadAverage() << " at its end. Anything above 1 is others' work."
+         << (note.empty() ? "" : " " + note) << "\n"
          << "- Compiler: " << QELT_COMPILER << ", release build.\n- Peers: ";
     auto const versions = peerVersions();
     for (std::size_t i = 0; i < versions.size(); ++i) {
@@ -119,7 +124,7 @@ class Run {
 public:
     explicit Run(Options const& newOptions) : options(newOptions), kept(newOptions.results) {
         if (options.isShort) {
-            effort = {3, 3, 0.0, 30.0};
+            effort = {3, 3, 0.0, 30.0, true};
         }
     }
 
@@ -155,6 +160,7 @@ private:
             if (!known && options.isDrawnOnly) {
                 continue;
             }
+            effort.takesMemory = options.isShort || &size == &row.sizes.back();
             Measurement const result = known ? *known : measure(size, effort);
             if (!known) {
                 kept.add(row, result);
@@ -231,7 +237,7 @@ int compareAll(Options const& options) {
     std::string const loadBefore = loadAverage();
     Run run(options);
     auto texts = run.measureAll();
-    texts["machine"] = machineText(loadBefore);
+    texts["machine"] = machineText(loadBefore, options.note);
     texts["kind of run"] =
         options.isShort ? "This is a short run, at the smallest sizes: its times say nothing." : "";
     if (!options.out.empty()) {

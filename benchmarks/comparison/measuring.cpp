@@ -97,6 +97,18 @@ void settleTimes(Measurement& result, std::vector<double> const& pairs) {
     result.ratio = result.hasPeer ? spreadOf(ratios) : Spread();
 }
 
+void settleMemory(Measurement& result, Size const& size) {
+    for (bool const isPeer : {false, true}) {
+        ChildReport const memory = runInChild([&] { return takeMemory(size, isPeer); });
+        std::vector<double> const bytes = numbersIn(memory.text);
+        if (!memory.failure.empty()) {
+            result.failure = "memory: " + memory.failure;
+        } else if (!bytes.empty()) {
+            (isPeer ? result.peerBytes : result.ourBytes) = bytes.front();
+        }
+    }
+}
+
 } // namespace
 
 Spread spreadOf(std::vector<double> values) {
@@ -136,14 +148,8 @@ Measurement measure(Size const& size, Effort const& effort) {
         return result;
     }
     settleTimes(result, numbersIn(timed.text));
-    for (bool const isPeer : {false, true}) {
-        ChildReport const memory = runInChild([&] { return takeMemory(size, isPeer); });
-        std::vector<double> const bytes = numbersIn(memory.text);
-        if (!memory.failure.empty()) {
-            result.failure = "memory: " + memory.failure;
-        } else if (!bytes.empty()) {
-            (isPeer ? result.peerBytes : result.ourBytes) = bytes.front();
-        }
+    if (effort.takesMemory) {
+        settleMemory(result, size);
     }
     return result;
 }

@@ -36,11 +36,13 @@ struct Measurement {
 struct Effort {
     std::size_t leastPairs = 3;
     std::size_t mostPairs = 11;
-    double seconds = 0.8;   ///< of the processor, for a size; more only for the least pairs
+    double seconds = 0.4;   ///< of the processor, for a size; more only for the least pairs
     double patience = 30.0; ///< from so many on one pair is enough
+    bool takesMemory = true;
 };
 
-/// Compares the answers, then times both sides in turns, then takes the memory of each alone.
+/// Compares the answers, then times both sides in turns, then takes the memory of each alone if that is asked
+/// for.
 Measurement measure(Size const& size, Effort const& effort);
 
 } // namespace Comparison
