@@ -16,6 +16,7 @@
 #include <memory>
 #include <numbers>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 
 namespace Comparison {
@@ -29,9 +30,10 @@ using Values = QELT::LinearAlgebra::Vector;
 using EigenMatrix = Eigen::SparseMatrix<double>;
 using EigenValues = Eigen::VectorXd;
 
-/// Two solutions of an inside agree if no value is farther off, as a part of the greatest one. The normal
-/// equations of a long rim lose half of their digits.
-constexpr double insideTolerance = 1e-7;
+/// How far apart the greatest values of two solutions may lie, as a part of the greatest: of an inside for
+/// each vertex, since the condition grows with their number. The normal equations of a long rim lose half of
+/// their digits.
+constexpr double insideTolerance = 1e-11;
 constexpr double rimTolerance = 1e-3;
 
 EigenMatrix eigenMatrixOf(SparseMatrix const& matrix) {
@@ -75,14 +77,16 @@ struct System {
     EigenValues peerRightSide;
     std::optional<Values> ours;
     EigenValues peer;
-    double tolerance = insideTolerance;
+    double tolerance = 0.0;
     int refinements = 2;
 };
 
 std::string differenceOf(System const& system) {
     EigenValues const ours = eigenValuesOf(*system.ours);
     double const off = (ours - system.peer).cwiseAbs().maxCoeff() / system.peer.cwiseAbs().maxCoeff();
-    return off <= system.tolerance ? "" : "solutions lie " + std::to_string(off) + " apart";
+    std::ostringstream text;
+    text << "solutions lie " << off << " apart";
+    return off <= system.tolerance ? "" : text.str();
 }
 
 Contest contestOf(std::shared_ptr<System> const& system, std::function<void(System&)> const& solve) {
@@ -105,6 +109,7 @@ std::shared_ptr<System> insideOfPatch(unsigned side) {
     auto system = std::make_shared<System>();
     system->matrix = solver.matrix;
     system->rightSide = solver.rightSide;
+    system->tolerance = insideTolerance * side * side;
     system->peerMatrix = eigenMatrixOf(*system->matrix);
     system->peerRightSide = eigenValuesOf(*system->rightSide);
     return system;
