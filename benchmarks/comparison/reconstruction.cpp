@@ -135,7 +135,6 @@ std::vector<Row> reconstructionRows() {
     char const* const peer = "CGAL's advancing_front_surface_reconstruction";
     return {
         {"reconstruction", "surface through a lattice", peer, "points", cloudSizes(CloudKind::Lattice)},
-        {"reconstruction", "surface through a scan", peer, "points", cloudSizes(CloudKind::Scan)},
         {"reconstruction", "surface through random points", peer, "points", cloudSizes(CloudKind::Random)}};
 }
 
