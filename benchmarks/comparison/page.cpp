@@ -69,6 +69,10 @@ std::string failureIn(std::vector<Measurement> const& sizes) {
     return "";
 }
 
+std::string shownMemory(Measurement const& size) {
+    return shownBytes(size.ourBytes) + (size.hasPeer ? " / " + shownBytes(size.peerBytes) : "");
+}
+
 void addRow(std::ostream& out, MeasuredRow const& measured) {
     out << "| " << measured.row.task << " | " << measured.row.peer << " | ";
     std::string const failure = failureIn(measured.sizes);
@@ -80,8 +84,8 @@ void addRow(std::ostream& out, MeasuredRow const& measured) {
     out << shownCount(largest.count) << ' ' << measured.row.unit << " | " << shownSeconds(largest.ours)
         << " | " << (largest.hasPeer ? shownSeconds(largest.peer) : "") << " | "
         << (largest.hasPeer ? shownRatio(largest) : "") << " | " << shownSmaller(measured.sizes) << " | "
-        << shownGrowth(measured.sizes) << " | " << shownBytes(largest.ourBytes)
-        << (largest.hasPeer ? " / " + shownBytes(largest.peerBytes) : "") << " |\n";
+        << shownGrowth(measured.sizes) << " | " << (largest.ourBytes > 0.0 ? shownMemory(largest) : "")
+        << " |\n";
 }
 
 } // namespace
