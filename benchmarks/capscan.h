@@ -2,8 +2,6 @@
 
 #include "Geometry/geometry.h"
 
-#include <benchmark/benchmark.h>
-
 #include <cmath>
 #include <stdexcept>
 #include <vector>
@@ -49,11 +47,6 @@ inline std::vector<Beam> makeSerpentine(int lines, int beamsPerLine) {
         }
     }
     return beams;
-}
-
-inline void countHits(benchmark::State& state, std::size_t hits, std::size_t beams) {
-    state.SetItemsProcessed(static_cast<std::int64_t>(beams));
-    state.counters["hit rate"] = static_cast<double>(hits) / static_cast<double>(beams);
 }
 
 } // namespace Benchmarks

@@ -49,6 +49,8 @@ if(PROJECT_IS_TOP_LEVEL AND NOT DEFINED QELT_BUILD_BENCHMARKS)
     endif()
 endif()
 option(QELT_BUILD_BENCHMARKS "Build the benchmarks" ${qelt_benchmarks_default})
+cmake_dependent_option(QELT_BENCHMARK_PEERS "Build the benchmarks that need CGAL, nanoflann and tinyobjloader" OFF
+                       QELT_BUILD_BENCHMARKS OFF)
 
 get_property(qelt_is_multi_config GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
 if(PROJECT_IS_TOP_LEVEL AND NOT qelt_is_multi_config AND NOT CMAKE_BUILD_TYPE)

@@ -1,4 +1,4 @@
-# Shell code that ./test, ./demo and .ci/run share; to be sourced. Sets the working directory to the
+# Shell code that ./test, ./demo, ./bench and .ci/run share; to be sourced. Sets the working directory to the
 # repository's root.
 
 set -euo pipefail
@@ -11,6 +11,8 @@ python_packages=(python3-dev python3-venv python3-pip python3-setuptools python3
     python3-pytest python3-matplotlib mypy)
 check_packages=(clang clang-format clang-tidy libclang-rt-14-dev lld lintian man-db chromium
     python3-numpy python3-pil python3-vtk9 python3-h5py)
+# What the library is measured beside, for ./bench.
+peer_packages=(libcgal-dev libnanoflann-dev libtinyobjloader-dev)
 # Where node comes from elsewhere, Debian's npm cannot be installed beside it.
 if ! command -v npm >/dev/null; then
     build_packages+=(nodejs npm)

@@ -1,6 +1,7 @@
 // Beams on a grid: what a scanning application asks thousands of times a second.
 
 #include "benchmarks/capscan.h"
+#include "benchmarks/hitcounters.h"
 
 namespace {
 

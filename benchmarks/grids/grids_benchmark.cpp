@@ -2,7 +2,8 @@
 // move the same data: resampling, `.quads` files, extension, derived grids, areas and boxes. Ratios between
 // the rows are what counts: all of them touch fresh memory, whose price differs from machine to machine.
 
-#include "Geometry/geometry.h"
+#include "benchmarks/temporaryfile.h"
+#include "benchmarks/wavygrid.h"
 
 #include <benchmark/benchmark.h>
 
@@ -18,65 +19,18 @@
 
 namespace {
 
-using namespace QELT::Geometry;
-using namespace QELT::Geometry::ThreeDimensional;
-using QuadMesh::RectMesh;
+using namespace Benchmarks;
 
 constexpr int side = 2000;
-constexpr double spacing = 0.05;
 
-Point wavyPlace(double x, double y) {
-    return {x, y, 5.0 * std::sin(0.07 * x) * std::cos(0.05 * y)};
-}
-
-/// A wavy grid of `side` by `side` quads whose outline is a disc, unless it fills its rectangle.
 RectMesh const& getGrid(bool isDisc) {
-    auto const make = [](bool isDiscMade) {
-        RectMesh grid;
-        grid.setAsPlane(TwoDimensional::Vector<double>(side * spacing, side * spacing), spacing, true, 1000);
-        for (int v = 0; v <= side; ++v) {
-            for (int u = 0; u <= side; ++u) {
-                Point const p = grid.getPoint({u, v});
-                grid.setPoint({u, v}, wavyPlace(p.getX(), p.getY()));
-                double const radius = std::hypot(u - 0.5 * side, v - 0.5 * side);
-                grid.setPointValidity({u, v}, !isDiscMade || radius < 0.48 * side);
-            }
-        }
-        RectMesh settled;
-        grid.getSubSampled(RectMesh::Factor, 1, settled);
-        return settled;
-    };
-    static RectMesh const disc = make(true);
-    static RectMesh const full = make(false);
+    static RectMesh const disc = makeWavyGrid(side, true);
+    static RectMesh const full = makeWavyGrid(side, false);
     return isDisc ? disc : full;
 }
 
 void countQuads(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * side * side);
-}
-
-/// The nodes of a grid as plain rows.
-struct PlainRows {
-    PlainRows(std::size_t nodesU, std::size_t nodesV) : points(nodesV), flags(nodesV) {
-        for (std::size_t v = 0; v < nodesV; ++v) {
-            points[v] = std::make_unique<Point[]>(nodesU);
-            flags[v] = std::make_unique<char[]>(nodesU);
-        }
-    }
-
-    std::vector<std::unique_ptr<Point[]>> points;
-    std::vector<std::unique_ptr<char[]>> flags;
-};
-
-PlainRows makePlainRows(RectMesh const& grid) {
-    PlainRows rows(side + 1, side + 1);
-    for (int v = 0; v <= side; ++v) {
-        for (int u = 0; u <= side; ++u) {
-            rows.points[static_cast<std::size_t>(v)][static_cast<std::size_t>(u)] = grid.getPoint({u, v});
-            rows.flags[static_cast<std::size_t>(v)][static_cast<std::size_t>(u)] = grid.getPointFlags({u, v});
-        }
-    }
-    return rows;
 }
 
 /// A wavy patch of 200000 triangles that is flattened by its projection, its faces in an order that jumps
@@ -149,24 +103,8 @@ void writeNodes(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(nodesU * nodesV));
 }
 
-/// A file in the folder for temporary ones for as long as the object lives.
-class TemporaryFile {
-public:
-    TemporaryFile() : path((std::filesystem::temp_directory_path() / "qelt_benchmark.quads").string()) {}
-
-    TemporaryFile(TemporaryFile const&) = delete;
-    TemporaryFile& operator=(TemporaryFile const&) = delete;
-
-    ~TemporaryFile() { std::filesystem::remove(path); }
-
-    char const* getPath() const { return path.c_str(); }
-
-private:
-    std::string path;
-};
-
 void save(benchmark::State& state) {
-    TemporaryFile const file;
+    TemporaryFile const file(".quads");
     RectMesh grid(getGrid(false));
     for (auto _ : state) {
         grid.save(file.getPath());
@@ -176,7 +114,7 @@ void save(benchmark::State& state) {
 
 /// The bytes of the same file, in pieces of 64 kB, from memory that holds them already.
 void writeBytes(benchmark::State& state) {
-    TemporaryFile const file;
+    TemporaryFile const file(".quads");
     std::vector<char> bytes((side + 1) * (side + 1) * std::size_t{13}, 'x');
     constexpr std::size_t piece = 1U << 16;
     for (auto _ : state) {
@@ -190,7 +128,7 @@ void writeBytes(benchmark::State& state) {
 }
 
 void load(benchmark::State& state) {
-    TemporaryFile const file;
+    TemporaryFile const file(".quads");
     RectMesh source(getGrid(false));
     source.save(file.getPath());
     for (auto _ : state) {
@@ -203,7 +141,7 @@ void load(benchmark::State& state) {
 
 /// The bytes of the same file at once, into new memory.
 void readBytes(benchmark::State& state) {
-    TemporaryFile const file;
+    TemporaryFile const file(".quads");
     RectMesh source(getGrid(false));
     source.save(file.getPath());
     std::size_t const size = std::filesystem::file_size(file.getPath());
@@ -307,7 +245,7 @@ void measureAreas(benchmark::State& state) {
 }
 
 void measureAreasPlainly(benchmark::State& state) {
-    PlainRows const rows = makePlainRows(getGrid(false));
+    PlainRows const rows = plainRowsOf(getGrid(false));
     for (auto _ : state) {
         double min = 1e11;
         double max = 0.0;
@@ -340,7 +278,7 @@ void measureBox(benchmark::State& state) {
 }
 
 void measureBoxPlainly(benchmark::State& state) {
-    PlainRows const rows = makePlainRows(getGrid(false));
+    PlainRows const rows = plainRowsOf(getGrid(false));
     for (auto _ : state) {
         Point low = rows.points[0][0];
         Point high = low;

@@ -1,6 +1,7 @@
 // The beams of a scan over a million quads, asked of one grid and of four groups that hold a quarter each.
 
 #include "benchmarks/capscan.h"
+#include "benchmarks/hitcounters.h"
 
 #include <filesystem>
 #include <string>

@@ -4,51 +4,25 @@
 //     /usr/bin/time -v maps_benchmark --benchmark_filter=direct.*/1000
 
 #include "Inspection/maps/flattening.h"
+#include "benchmarks/scannedpatch.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
-#include <random>
-#include <vector>
 
 namespace {
 
 using namespace QELT::Inspection;
-using QELT::Geometry::ThreeDimensional::TriMesh::Face;
-
-constexpr double patchSize = 100.0;
-
-/// What a scanner makes of a curved patch: side * side points, each a little off, triangles along diagonals
-/// of random direction.
-void constructScan(Mesh& mesh, std::uint32_t side) {
-    std::mt19937 generator(7);
-    double const step = patchSize / (side - 1);
-    auto const noise = [&] { return 0.3 * step * (static_cast<double>(generator()) / 4294967296.0 - 0.5); };
-    std::vector<Point> points;
-    std::vector<Face> faces;
-    for (std::uint32_t p = 0; p < side * side; ++p) {
-        double const x = step * (p % side) + noise();
-        double const y = step * (p / side) + noise();
-        points.emplace_back(x, y, 5.0 * std::sin(0.07 * x) * std::cos(0.05 * y) + 0.1 * noise());
-    }
-    for (std::uint32_t p = 0; p + side < side * side; ++p) {
-        if (p % side + 1 < side) {
-            bool const isRising = generator() % 2 == 0;
-            faces.push_back({p, p + 1, isRising ? p + side + 1 : p + side});
-            faces.push_back({isRising ? p : p + 1, p + side + 1, p + side});
-        }
-    }
-    mesh.construct(points, faces);
-}
 
 void flattenScan(benchmark::State& state, FlatteningOptions const& options) {
     FlatteningReport report;
     for (auto _ : state) {
         state.PauseTiming();
         Mesh mesh;
-        constructScan(mesh, static_cast<std::uint32_t>(state.range(0)));
+        Benchmarks::ScannedPatch const patch =
+            Benchmarks::makeScannedPatch(static_cast<std::uint32_t>(state.range(0)));
+        mesh.construct(patch.points, patch.faces);
         state.ResumeTiming();
         report = flatten(mesh, options, nullptr);
     }

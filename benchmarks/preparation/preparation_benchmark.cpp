@@ -1,13 +1,13 @@
 // Preparation of a part, stage by stage: what runs once before a scan.
 
 #include "Geometry/geometry.h"
+#include "benchmarks/quietoutput.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <random>
 #include <sstream>
 #include <string>
@@ -15,6 +15,7 @@
 namespace {
 
 using namespace QELT::Geometry::ThreeDimensional;
+using Benchmarks::QuietOutput;
 
 constexpr double patchSize = 100.0;
 
@@ -57,23 +58,6 @@ public:
 
 private:
     std::string path;
-};
-
-/// Keeps the solver's newline off the report.
-class QuietOutput {
-public:
-    QuietOutput() : former(std::cout.rdbuf(nullptr)) {}
-
-    QuietOutput(QuietOutput const&) = delete;
-    QuietOutput& operator=(QuietOutput const&) = delete;
-
-    ~QuietOutput() {
-        std::cout.rdbuf(former);
-        std::cout.clear();
-    }
-
-private:
-    std::streambuf* former;
 };
 
 void load(benchmark::State& state) {
