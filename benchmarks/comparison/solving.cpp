@@ -318,7 +318,7 @@ std::vector<Row> solvingRows() {
              "Eigen's SimplicialLDLT, factor, solve, refine twice", "vertices",
              insideSizes({50, 100, 200, 316}, solveDirectly)},
             {"solving", "rim's normal equations, conjugate gradients", "Eigen's SimplicialLDLT of the same",
-             "edges", normalEquationSizes({250, 500, 1000, 2000})},
+             "edges", normalEquationSizes({250, 500, 750, 1000})},
             {"solving", "rim's least squares, the inspection's direct solver, refined and checked",
              "Eigen's SimplicialLDLT of the normal equations", "edges", rimSizes({500, 1000, 4000, 10000})},
             {"solving", "all of a developable map but its solves", "4096 plain turns of all points alone",
