@@ -15,7 +15,8 @@ struct RecordedFile {
     FileDigest digest;
 };
 
-/// The inputs of a run, read again to their ends unless that was done before. Fails if one has changed since it was added to the record.
+/// The inputs of a run, read again to their ends unless that was done before. Fails if one has changed since
+/// it was added to the record.
 std::vector<RecordedFile> recordedInputsOf(Record const& record, ProgressListener* listener);
 
 /// The text of a record: of a result's files, the result itself first, and all that went into it.
