@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <compare>
 #include <functional>
 #include <iterator>
 #include <limits>
@@ -55,7 +54,7 @@ struct Place {
 
     Place getOpposite() const { return {-u, -v}; }
 
-    auto operator<=>(Place const&) const = default;
+    bool operator<(Place const& other) const { return u < other.u || (u == other.u && v < other.v); }
 };
 
 using Places = std::vector<Place>;

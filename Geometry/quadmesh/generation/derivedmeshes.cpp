@@ -259,7 +259,7 @@ void RectMesh::getSubSampled(ResampleDataType type, unsigned long value, RectMes
 
 void RectMesh::getRestrictedToAABB(GridBox const& box, RectMesh& result) const {
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
-    GridPoint const corner = box.getp();
+    GridPoint const& corner = box.getp();
     result.setDerivedNodes(
         makeSelected({*this, getNodes()}, toExtents(box.getd()), {corner.getU(), 1}, {corner.getV(), 1}));
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
