@@ -50,7 +50,7 @@ class BuildByCMake(build_ext):
 
 
 def version():
-    return re.search(r"VERSION (\d+\.\d+\.\d+)", (ROOT / "CMakeLists.txt").read_text())[1]
+    return re.search(r'QELT_VERSION_STRING "([^"]*)"', (ROOT / "Geometry/foundations/version.h").read_text())[1]
 
 
 setup(

@@ -214,7 +214,8 @@ class Description:
             return self.template_type(template, arguments, is_given)
         name = self.python_name(cpp)
         if is_given:
-            return f"{name} | dict[str, Any]"
+            file = "_StrPath | " if name == "PlacedPart" else ""  # mostly a file alone
+            return f"{file}{name} | dict[str, Any]"
         return name + (" | None" if is_pointer else "")
 
     def template_type(self, template, arguments, is_given):

@@ -120,6 +120,11 @@ struct Conversion {
         if (py::isinstance<T>(value)) {
             return value.cast<T const&>();
         }
+        if constexpr (std::same_as<T, PlacedPart>) { // mostly a file alone
+            if (!py::isinstance<py::dict>(value)) {
+                return pathFrom(value, subject);
+            }
+        }
         if (!py::isinstance<py::dict>(value)) {
             refuse(value, subject, Description<T>::expected);
         }

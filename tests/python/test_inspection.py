@@ -323,3 +323,13 @@ def test_frame_correction(prepared, tmp_path):
 
 def test_versions():
     assert qelt.library_version() == qelt.__version__
+
+
+def test_a_part_in_a_cells_coordinates_comes_with_its_frame(cap, tmp_path):
+    frame = tmp_path / "frame.json"
+    rotation = [[1, 0, 0], [0, 1, 0], [0, 0, 1]]
+    frame.write_text(json.dumps({"kind": "rigid frame", "version": 1, "rotation": rotation, "translation": [1, 2, 3]}))
+    qelt.import_part(in_=cap, out=tmp_path / "cell.obj")
+    qelt.import_part(in_={"file": cap, "frame": frame}, out=tmp_path / "part.obj")
+    moved = qelt.Mesh.load(tmp_path / "part.obj").points - qelt.Mesh.load(tmp_path / "cell.obj").points
+    assert np.allclose(moved, [1, 2, 3], atol=1e-4)
