@@ -2,6 +2,7 @@
 
 #include "Geometry/geometry.h"
 #include "benchmarks/comparison/contest.h"
+#include "benchmarks/uniformcloud.h"
 
 #include <nanoflann.hpp>
 
@@ -9,31 +10,18 @@
 #include <array>
 #include <cmath>
 #include <memory>
-#include <random>
 
 namespace Comparison {
 
 namespace {
 
+using Benchmarks::makeUniformCloud;
 using QELT::Geometry::ThreeDimensional::Point;
 using QELT::Geometry::ThreeDimensional::BinarySpacePartition::Object;
 using QELT::Geometry::ThreeDimensional::BinarySpacePartition::Tree;
 using QELT::Geometry::ThreeDimensional::PointCloud::NearestPoints;
 
 constexpr std::size_t neighbourCount = 8;
-
-std::vector<Point> makeUniformCloud(std::size_t count, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::uniform_real_distribution<double> coordinate(-1.0, 1.0);
-    std::vector<Point> points;
-    for (std::size_t i = 0; i < count; ++i) {
-        double const x = coordinate(generator);
-        double const y = coordinate(generator);
-        double const z = coordinate(generator);
-        points.emplace_back(x, y, z);
-    }
-    return points;
-}
 
 /// The points as the peer asks for them.
 struct PeerCloud {

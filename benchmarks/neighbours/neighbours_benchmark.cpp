@@ -3,37 +3,24 @@
 // for nearest points must agree; the counters tell how far the tree differs.
 
 #include "Geometry/geometry.h"
+#include "benchmarks/uniformcloud.h"
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <random>
 #include <set>
 #include <stdexcept>
 #include <vector>
 
 namespace {
 
+using Benchmarks::makeUniformCloud;
 using QELT::Geometry::ThreeDimensional::Point;
 using QELT::Geometry::ThreeDimensional::BinarySpacePartition::Object;
 using QELT::Geometry::ThreeDimensional::BinarySpacePartition::Tree;
 using QELT::Geometry::ThreeDimensional::PointCloud::NearestPoints;
-
-std::vector<Point> makeUniformCloud(std::size_t count, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::uniform_real_distribution<double> coordinate(-1.0, 1.0);
-    std::vector<Point> points;
-    points.reserve(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        double const x = coordinate(generator);
-        double const y = coordinate(generator);
-        double const z = coordinate(generator);
-        points.emplace_back(x, y, z);
-    }
-    return points;
-}
 
 /// A cloud, its tree, and queries from all over the cube.
 struct Task {

@@ -3,12 +3,12 @@
 // tree, which its results depend on: what is compared is time alone.
 
 #include "Geometry/geometry.h"
+#include "benchmarks/uniformcloud.h"
 
 #include <benchmark/benchmark.h>
 
 #include <array>
 #include <cstddef>
-#include <random>
 #include <vector>
 
 #if __has_include(<nanoflann.hpp>)
@@ -17,26 +17,13 @@
 
 namespace {
 
+using Benchmarks::makeUniformCloud;
 using QELT::Geometry::ThreeDimensional::Point;
 using QELT::Geometry::ThreeDimensional::BinarySpacePartition::Object;
 using QELT::Geometry::ThreeDimensional::BinarySpacePartition::Tree;
 using QELT::Geometry::ThreeDimensional::PointCloud::NearestPoints;
 
 constexpr std::size_t k = 8;
-
-/// A cloud in the cube (-1, 1), the same for the same arguments.
-std::vector<Point> makeCloud(std::size_t count, unsigned seed) {
-    std::mt19937 generator(seed);
-    std::uniform_real_distribution<double> coordinate(-1.0, 1.0);
-    std::vector<Point> points;
-    points.reserve(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        double const x = coordinate(generator);
-        double const y = coordinate(generator);
-        points.emplace_back(x, y, coordinate(generator));
-    }
-    return points;
-}
 
 std::vector<Object*> objectsOf(std::vector<Point>& points) {
     std::vector<Object*> objects;
@@ -47,7 +34,7 @@ std::vector<Object*> objectsOf(std::vector<Point>& points) {
 }
 
 void buildTree(benchmark::State& state) {
-    std::vector<Point> points = makeCloud(static_cast<std::size_t>(state.range(0)), 1);
+    std::vector<Point> points = makeUniformCloud(static_cast<std::size_t>(state.range(0)), 1);
     std::vector<Object*> const objects = objectsOf(points);
     for (auto _ : state) {
         Tree tree;
@@ -57,11 +44,11 @@ void buildTree(benchmark::State& state) {
 }
 
 void searchTree(benchmark::State& state, unsigned long wanted) {
-    std::vector<Point> points = makeCloud(static_cast<std::size_t>(state.range(0)), 1);
+    std::vector<Point> points = makeUniformCloud(static_cast<std::size_t>(state.range(0)), 1);
     std::vector<Object*> const objects = objectsOf(points);
     Tree tree;
     tree.construct(objects, objects.size());
-    std::vector<Point> const queries = makeCloud(16, 2);
+    std::vector<Point> const queries = makeUniformCloud(16, 2);
     std::array<Object const*, k> found{};
     std::array<double, k> distances{};
     std::size_t next = 0;
@@ -72,7 +59,7 @@ void searchTree(benchmark::State& state, unsigned long wanted) {
 }
 
 void buildNearestPoints(benchmark::State& state) {
-    std::vector<Point> const points = makeCloud(static_cast<std::size_t>(state.range(0)), 1);
+    std::vector<Point> const points = makeUniformCloud(static_cast<std::size_t>(state.range(0)), 1);
     for (auto _ : state) {
         NearestPoints const index(points);
         benchmark::DoNotOptimize(&index);
@@ -80,8 +67,8 @@ void buildNearestPoints(benchmark::State& state) {
 }
 
 void searchNearestPoints(benchmark::State& state) {
-    NearestPoints const index(makeCloud(static_cast<std::size_t>(state.range(0)), 1));
-    std::vector<Point> const queries = makeCloud(16, 2);
+    NearestPoints const index(makeUniformCloud(static_cast<std::size_t>(state.range(0)), 1));
+    std::vector<Point> const queries = makeUniformCloud(16, 2);
     std::size_t next = 0;
     for (auto _ : state) {
         benchmark::DoNotOptimize(index.getNearest(queries[next++ % queries.size()], k));
@@ -109,7 +96,7 @@ using Flann = nanoflann::KDTreeSingleIndexAdaptor<nanoflann::L2_Simple_Adaptor<f
                                                   std::uint32_t>;
 
 void buildNanoflann(benchmark::State& state) {
-    std::vector<Point> const points = makeCloud(static_cast<std::size_t>(state.range(0)), 1);
+    std::vector<Point> const points = makeUniformCloud(static_cast<std::size_t>(state.range(0)), 1);
     Adaptor const adaptor{points};
     for (auto _ : state) {
         Flann index(3, adaptor);
