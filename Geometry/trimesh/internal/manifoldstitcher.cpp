@@ -58,10 +58,7 @@ void ManifoldStitcher::addFirstFace() {
 
 /// The next slot whose face would join, from `from` on and then from the first.
 std::uint32_t ManifoldStitcher::takeNextSlot(std::uint32_t from) const {
-    auto next = readySlots.findFrom(from);
-    if (!next) {
-        next = readySlots.findFrom(0);
-    }
+    auto const next = readySlots.findAround(from);
     if (!next) {
         throwConstructionFailure(); // no face that is left shares a side with the surface
     }

@@ -42,6 +42,12 @@ public:
         return true;
     }
 
+    /// The least number of the set from `from` on, or, if there is none, from the first.
+    std::optional<std::uint32_t> findAround(std::size_t from) const {
+        auto const next = findFrom(from);
+        return next ? next : findFrom(0);
+    }
+
     /// The least number of the set that is not below `from`.
     std::optional<std::uint32_t> findFrom(std::size_t from) const {
         for (std::size_t level = 0; level < levels.size(); ++level) {
