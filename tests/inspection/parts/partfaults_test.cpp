@@ -2,6 +2,7 @@
 
 #include "Inspection/maps/flattening.h"
 #include "Inspection/parts/partcheck.h"
+#include "Inspection/parts/partcrop.h"
 #include "Inspection/parts/tubecut.h"
 #include "tests/inspection/parts/partshapes.h"
 #include "tests/inspection/sampleparts.h"
@@ -9,7 +10,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <random>
+#include <sstream>
+#include <utility>
 
 namespace QELT::Inspection {
 namespace {
@@ -117,6 +121,62 @@ TEST(PartFaults, OfClosedPartsNameTheCommandThatCutsAFaceOut) {
     EXPECT_EQ(ofBox[0].remedy, "cscan crop p/wing.stl p/wing_face.obj --grow 0,6.66667,20 --crease 30");
     EXPECT_TRUE(ofBox[0].isInTheWay);
     EXPECT_FALSE(ofBox[1].isInTheWay);
+}
+
+/// A sphere with a hole around its upper pole.
+FaceMesh nearlyClosedSphere() {
+    FaceMesh mesh = sphere(40, 60);
+    CropChoice belowPole;
+    belowPole.boxes = {{Point(-20.0, -20.0, -20.0), Point(20.0, 20.0, 9.0)}};
+    cropFaces(mesh, belowPole);
+    return mesh;
+}
+
+/// What is cut out by the axis that a command names.
+FaceMesh croppedAsTold(FaceMesh mesh, std::string const& command) {
+    std::array<double, 3> way{};
+    std::string const option = "--facing ";
+    EXPECT_NE(command.find(option), std::string::npos) << command;
+    std::istringstream numbers(command.substr(command.find(option) + option.size()));
+    char comma = ' ';
+    numbers >> way[0] >> comma >> way[1] >> comma >> way[2];
+    CropChoice choice;
+    choice.facing = CropFacing{Vector(way[0], way[1], way[2]), fullTurn / 6.0};
+    choice.islandShare = 0.01;
+    cropFaces(mesh, choice);
+    return mesh;
+}
+
+TEST(PartFaults, OfANearlyClosedPartNameACutThatOpensIt) {
+    auto const faults = faultsIn(nearlyClosedSphere());
+    auto const kinds = kindsIn(faults);
+    auto const found = std::find(kinds.begin(), kinds.end(), FaultKind::NearlyClosed);
+    ASSERT_NE(found, kinds.end());
+    PartFault const& fault = faults[static_cast<std::size_t>(found - kinds.begin())];
+    EXPECT_FALSE(fault.isInTheWay);
+    std::string const command = cutOutCommand(nearlyClosedSphere(), "p/wing.stl");
+    EXPECT_EQ(fault.remedy, "if cscan prepare refuses it: " + command);
+    auto const left = kindsIn(faultsIn(croppedAsTold(nearlyClosedSphere(), command)));
+    EXPECT_EQ(std::count(left.begin(), left.end(), FaultKind::NearlyClosed), 0);
+}
+
+/// Creases run around one point alone: a cut along them leaves the spike, or all but it, as its greatest face
+/// lies on the spike or not.
+TEST(PartFaults, ACutAlongCreasesIsNamedOnlyIfItOpensThePart) {
+    for (auto const& [point, height] : {std::pair{600U, 0.3}, std::pair{130U, 0.1}}) {
+        FaceMesh spiked = nearlyClosedSphere();
+        spiked.points[point] = spiked.points[point] + (spiked.points[point] - Point(0.0, 0.0, 0.0)) * height;
+        PartAnalysis const analysis = analysePart(spiked, 0.05);
+        ASSERT_GT(analysis.largestJump.angle, fullTurn / 12.0);
+        auto const faults = faultsOf(spiked, analysis, "p/wing.stl");
+        ASSERT_EQ(kindsIn(faults), (std::vector{FaultKind::NearlyClosed, FaultKind::Facets}));
+        EXPECT_EQ(faults[0].remedy.find("--grow"), std::string::npos) << faults[0].remedy;
+        EXPECT_EQ(faults[1].remedy.find("--grow"), std::string::npos) << faults[1].remedy;
+    }
+}
+
+TEST(PartFaults, NoCutIsNamedThatLeavesThePartAsItIs) {
+    EXPECT_EQ(cutOutCommand(flatSheet(20, 20), "p/wing.stl"), "");
 }
 
 TEST(PartFaults, OfACloudAreNoneButTheSurfaceThatIsMissing) {
