@@ -174,7 +174,11 @@ std::uint32_t RectMesh::getNumberOfMBs(unsigned long u, unsigned long v) {
     return (toUInt32(u) + 1U) * (toUInt32(v) + 1U) / nodesPerMB;
 }
 
-Edge RectMesh::getBoundaryEdge(std::uint32_t margin) {
+Edge RectMesh::getBoundaryEdge() {
+    return getInnerBoundaryEdge(0);
+}
+
+Edge RectMesh::getInnerBoundaryEdge(std::uint32_t margin) {
     // The scan goes up to the u extent in both directions; rows past the grid have no quads to offer.
     std::uint32_t const rows = std::min(extents.u, extents.v) - 2U * margin;
     for (std::uint32_t v = margin; v <= margin + rows; ++v) {

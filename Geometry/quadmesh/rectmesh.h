@@ -507,7 +507,8 @@ private:
 
     /// The first boundary edge of the grid, or of what is left of it without so many nodes on each side,
     /// outside of which none is valid. \throws std::runtime_error "No boundary found".
-    Edge getBoundaryEdge(std::uint32_t margin = 0);
+    Edge getBoundaryEdge();
+    Edge getInnerBoundaryEdge(std::uint32_t margin);
 
     /// Measures all quads, see `getMeanQuadArea`.
     void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;

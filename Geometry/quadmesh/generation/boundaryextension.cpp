@@ -233,7 +233,7 @@ void RectMesh::extendUnwatched(std::uint32_t passes, unsigned long smoothingPass
     grown.setNodes(makeLarger(getNodes(), passes));
     Growth growth(grown.getNodes(), {0, 0});
     for (std::uint32_t margin = passes; margin > 0; --margin) {
-        growth.extrapolate({grown, margin}, grown.getBoundaryEdge(margin));
+        growth.extrapolate({grown, margin}, grown.getInnerBoundaryEdge(margin));
         growth.finish();
         grown.smoothBoundary(smoothingPasses, margin - 1);
     }
@@ -254,7 +254,7 @@ void RectMesh::extendBoundaryBasic(unsigned long smoothingPasses) {
 
 void RectMesh::smoothBoundary(unsigned long passes, std::uint32_t margin) {
     for (std::uint32_t i = 0; i < toUInt32(passes); ++i) {
-        for (auto const& [node, point] : getSmoothed(*this, getBoundaryEdge(margin))) {
+        for (auto const& [node, point] : getSmoothed(*this, getInnerBoundaryEdge(margin))) {
             setPoint(node, point);
         }
     }
