@@ -35,11 +35,13 @@ constexpr double degrees = 180.0 / std::numbers::pi;
 
 /// Of the cuts that are suggested.
 constexpr double usualFacing = 60.0 / degrees;
-constexpr double usualCrease = 30.0 / degrees;
 constexpr double usualIslandShare = 0.01;
 
 /// A cut that leaves less of the area than this is no face to inspect but a splinter.
 constexpr double splinterShare = 0.05;
+
+/// Noise of a scan leaves holes with rims shorter than so many pixels where a face is cut out along creases.
+constexpr double noiseRimPixels = 10.0;
 
 constexpr std::array<char const*, 6> axisTexts{"1,0,0", "-1,0,0", "0,1,0", "0,-1,0", "0,0,1", "0,0,-1"};
 
@@ -156,10 +158,10 @@ private:
 
     std::string cropStart() const { return "cscan crop " + wordsFor(part) + " " + beside(part, "_face.obj"); }
 
-    bool hasCreases() const { return analysis.largestJump.angle > usualCrease; }
+    bool hasCreases() const { return analysis.largestJump.angle > patchCrease; }
 
     std::string cropGrowing() const {
-        return cropStart() + " --grow " + argumentText(analysis.middleOfLargestFace) + " --crease 30";
+        return cropStart() + " --grow " + argumentText(analysis.placeOnLargestPatch) + " --crease 30";
     }
 
     std::string cropFacing(std::size_t axis) const {
@@ -171,6 +173,7 @@ private:
     std::optional<std::size_t> axisOfSoundFace() const;
     std::vector<std::size_t> axesByArea() const;
     bool leavesSoundFace(CropChoice const& choice) const;
+    bool isPiercedByNoise(PartAnalysis const& face) const;
 
     void collectBrokenFaces();
     void collectBrokenSurface();
@@ -193,16 +196,21 @@ bool FaultList::leavesSoundFace(CropChoice const& choice) const {
         return false;
     }
     PartAnalysis const left = analysePart(face);
-    return left.pieces.size() == 1 && left.pieces.front().handleCount == 0U && left.turnedFaces.count == 0 &&
-           !left.isTube() && left.area >= splinterShare * analysis.area &&
-           left.rollingGap() <= nearlyClosedGap;
+    return !(choice.growth && isPiercedByNoise(left)) && left.pieces.size() == 1 &&
+           left.pieces.front().handleCount == 0U && left.turnedFaces.count == 0 && !left.isTube() &&
+           left.area >= splinterShare * analysis.area && left.rollingGap() <= nearlyClosedGap;
+}
+
+bool FaultList::isPiercedByNoise(PartAnalysis const& face) const {
+    return std::any_of(face.rims.begin(), face.rims.end(),
+                       [&](PartRim const& rim) { return rim.length < noiseRimPixels * analysis.pixel; });
 }
 
 bool FaultList::doesGrowingLeaveSoundFace() {
     if (!growsSoundFace) {
         CropChoice choice;
-        choice.growth = CropGrowth{analysis.middleOfLargestFace, usualCrease};
-        growsSoundFace = analysis.facetSides.count > 0 && hasCreases() && leavesSoundFace(choice);
+        choice.growth = CropGrowth{analysis.placeOnLargestPatch, patchCrease};
+        growsSoundFace = hasCreases() && leavesSoundFace(choice);
     }
     return *growsSoundFace;
 }

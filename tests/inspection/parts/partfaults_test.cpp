@@ -175,6 +175,53 @@ TEST(PartFaults, ACutAlongCreasesIsNamedOnlyIfItOpensThePart) {
     }
 }
 
+/// A bent plate as a modeller exports it: long strips, and ends of two faces that are the largest of all.
+FaceMesh bentPlate() {
+    constexpr unsigned strips = 40;
+    FaceMesh mesh;
+    for (unsigned k = 0; k <= strips; ++k) {
+        double const angle = fullTurn / 3.6 * (k / double{strips} - 0.5);
+        for (double const radius : {75.0, 80.0}) {
+            for (double const y : {0.0, 120.0}) {
+                mesh.points.emplace_back(radius * std::sin(angle), y, radius * std::cos(angle));
+            }
+        }
+    }
+    for (unsigned a = 0; a < 4 * strips; a += 4) { // inner points a and a + 1, outer ones a + 2 and a + 3
+        addSquare(mesh, a + 2, a + 6, a + 7, a + 3);
+        addSquare(mesh, a, a + 1, a + 5, a + 4);
+        addSquare(mesh, a, a + 4, a + 6, a + 2);
+        addSquare(mesh, a + 1, a + 3, a + 7, a + 5);
+    }
+    addSquare(mesh, 0, 2, 3, 1);
+    addSquare(mesh, 4 * strips, 4 * strips + 1, 4 * strips + 3, 4 * strips + 2);
+    return mesh;
+}
+
+TEST(PartFaults, OfAThinPlateTheLargestSmoothSideIsCutOut) {
+    auto const faults = faultsIn(bentPlate());
+    ASSERT_EQ(faults.at(0).kind, FaultKind::Closed);
+    PartAnalysis const analysis = analysePart(bentPlate());
+    CropChoice choice;
+    choice.growth = CropGrowth{analysis.placeOnLargestPatch, patchCrease};
+    FaceMesh face = bentPlate();
+    EXPECT_EQ(cropFaces(face, choice).keptCount, 80U);
+    EXPECT_NEAR(analysePart(face).area, 80.0 * fullTurn / 3.6 * 120.0, 5.0);
+    EXPECT_NE(faults[0].remedy.find(" --grow "), std::string::npos) << faults[0].remedy;
+}
+
+/// What bends by more than the crease here and there is noise, and a cut along it would be full of holes.
+TEST(PartFaults, ANoisyPartIsNotCutAlongItsNoise) {
+    FaceMesh mesh = sphere(80, 120);
+    std::mt19937 random(7);
+    for (int i = 0; i < 60; ++i) {
+        Point& point = mesh.points[random() % 9600];
+        point = point + (point - Point(0.0, 0.0, 0.0)) * 0.05;
+    }
+    ASSERT_GT(analysePart(mesh).largestJump.angle, patchCrease);
+    EXPECT_EQ(faultsIn(mesh).at(0).remedy.find(" --grow "), std::string::npos);
+}
+
 TEST(PartFaults, NoCutIsNamedThatLeavesThePartAsItIs) {
     EXPECT_EQ(cutOutCommand(flatSheet(20, 20), "p/wing.stl"), "");
 }
