@@ -374,6 +374,8 @@ def free_port():
         return probe.getsockname()[1]
 
 
+LIMIT = ("--idle-timeout", "300 s")  # of a scheduler that is left alone
+
 # What workers of these tests do besides: they take their time, and one part is their end.
 PRELOAD = """
 import os, time
@@ -405,7 +407,7 @@ class Machines:
     def begin(self):
         quiet = {"stdout": self.log, "stderr": self.log, "env": self.environment, "cwd": self.folder}
         where = ["--host", "127.0.0.1", "--no-dashboard"]
-        self.scheduler = self.start("-m", "distributed.cli.dask_scheduler", "--port", self.port, *where, **quiet)
+        self.scheduler = self.start("-m", "distributed.cli.dask_scheduler", "--port", self.port, *where, *LIMIT, **quiet)
         more = ["--nthreads", 1, "--no-dashboard", "--preload", self.folder / "preload.py", "--death-timeout", 60]
         worker = ["-m", "distributed.cli.dask_worker", self.address, *more, "--host", "127.0.0.1", "--local-directory"]
         self.workers = [self.start(*worker, self.folder / f"scratch-{i}", **quiet) for i in range(2)]

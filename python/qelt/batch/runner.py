@@ -257,9 +257,9 @@ class Runner:
             else:
                 self._take_result(what, result)
         elif status == "error":
-            error = future.exception(timeout=self.cluster.heartbeat)
+            told = future.exception(timeout=FETCH_SECONDS)
             self._done_with(key)
-            self._take_error(what, error, was_alone)
+            self._take_error(what, told, was_alone)
         else:
             raise Lost(f"the scheduler has given up work ({status})")
 
