@@ -26,6 +26,10 @@ struct IndicationsOptions {
 struct FoundIndications {
     Result result;
     IndicationSearch search;
+    bool isTorn = false; ///< shots are farther apart than pixels: one flaw is found anew on each line of them
+    bool isFilled = false; ///< the result has values for what lies between, which were not taken
+
+    bool isFit() const { return !isTorn || search.indications.empty(); }
 };
 
 /// Finds the indications of a result and writes them. Fails if a file cannot be read or written, if there are

@@ -96,7 +96,9 @@ struct PartAnalysis {
     FoundSides facetSides; ///< jumps of more than `facetAngle` between faces wider than `facetPixels`
 
     std::array<double, 6> facingArea{}; ///< of the largest piece, within 60 degrees of x, -x, y, -y, z, -z
-    Point middleOfLargestFace;
+    /// Middle of the largest face of the largest smooth patch: of the faces that hang together over sides at
+    /// which the surface bends by no more than `patchCrease`.
+    Point placeOnLargestPatch;
 
     /// The diagonal of the box.
     QELT_INSPECTION_EXPORT double size() const;
@@ -112,6 +114,9 @@ struct PartAnalysis {
 
 /// Faces of about a pixel are those of a scan, and bend with its noise; wider ones are facets.
 inline constexpr double facetPixels = 4.0;
+
+/// In radians; 30 degrees.
+inline constexpr double patchCrease = 0.523598775598;
 
 /// In radians; 5 degrees.
 inline constexpr double facetAngle = 0.0872664625997;

@@ -49,6 +49,14 @@ constexpr std::size_t mostPatches = 10;
 /// if that is given.
 QELT_INSPECTION_EXPORT Coverage coverageOf(Result const& result, std::optional<double> requiredGap = {});
 
+/// The share of the measured pixels beside which surface was not: small where whole patches are missing, and
+/// near 1 where a raster is coarser than the pixels, so that each of its lines stands alone. Pixels that show
+/// others' values count as measured if `areFilledTaken`. 0 if nothing was measured.
+QELT_INSPECTION_EXPORT double tornShare(Result const& result, bool areFilledTaken);
+
+/// From which share on what is found on a result falls to pieces.
+constexpr double tornLimit = 0.25;
+
 /// Lets pixels that no shot met show the values of the nearest that one did, along the surface within
 /// `distance`. They stay what they are.
 QELT_INSPECTION_EXPORT void fill(Result& result, double distance);
