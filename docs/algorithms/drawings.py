@@ -698,7 +698,7 @@ def derivedgrids():
         svg.line(shape(x, y, 0, 0), shape(x, y, 1, 0), RED, 2.5, arrow=True)
     def bent(x, y, i, j):
         return (x + 17 * i + 4 * math.sin(j), y + 90 - 15 * j + 9 * math.sin(0.9 * i))
-    names = ("source", "flattened", "normalised", "thinned out by 2", "restricted", "mirrored")
+    names = ("source", "flattened", "normalised", "thinned out by 2", "restricted in space", "mirrored")
     for k, name in enumerate(names):
         x, y = 34 + 280 * (k % 3), 44 + 136 * (k // 3)
         svg.text((x, y - 8), name, INK, 13, bold=True)
@@ -718,7 +718,7 @@ def derivedgrids():
             grid(x, y + 2, lambda x, y, i, j: bent(x, y, 2 * i, 2 * j), 3, 2)
             svg.text((x + 122, y + 44), "what is left over", GREY, 12)
             svg.text((x + 122, y + 60), "at the end goes", GREY, 12)
-        elif name == "restricted":
+        elif name == "restricted in space":
             grid(x, y + 2, lambda x, y, i, j: bent(x, y, i + 2, j + 1), 3, 2)
             svg.path([bent(x, y + 2, a, b) for a, b in ((1, 0), (3.5, 0), (7, 0), (7, 2.5), (7, 5), (3.5, 5), (1, 5), (1, 2.5))], GREY, 1.0, dash="3 3", closed=True)
             svg.text((x + 140, y + 36), "ring of empty", GREY, 12)
