@@ -35,7 +35,8 @@ struct MirrorGrid {
     QELT::Geometry::ThreeDimensional::QuadMesh::CanonicalPlane plane =
         QELT::Geometry::ThreeDimensional::QuadMesh::PlaneYZ;
     QELT::Geometry::ThreeDimensional::QuadMesh::CanonicalAxis axis =
-        QELT::Geometry::ThreeDimensional::QuadMesh::AxisU; ///< reversed, so that the outside stays outside
+        QELT::Geometry::ThreeDimensional::QuadMesh::AxisU; ///< U turns columns end for end, V rows, so that
+                                                           ///< the outside stays outside
 };
 
 /// Scaled about the origin.
