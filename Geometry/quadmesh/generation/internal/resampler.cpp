@@ -251,6 +251,9 @@ void Resampler::rasterise(FlatTriangle const& triangle) const {
     LatticeRun const alongU(FlatExtent(triangle.u), spacing);
     LatticeRun const alongV(FlatExtent(triangle.v), spacing);
     Run const columns = alongU.getInside(nodes.extentU);
+    if (columns.first >= columns.last) {
+        return;
+    }
     if (columns.last - columns.first <= maxColumns) {
         rasteriseShortLines(nodes, triangle, alongU, alongV);
     } else {
