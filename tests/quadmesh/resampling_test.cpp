@@ -18,8 +18,8 @@ namespace QELT::Testing {
 namespace {
 
 namespace Plain = PlainResampling;
-using Geometry::ThreeDimensional::QuadMesh::RectMesh;
 using Geometry::ThreeDimensional::QuadMesh::FlatTriangle;
+using Geometry::ThreeDimensional::QuadMesh::RectMesh;
 using Geometry::ThreeDimensional::QuadMesh::Resampler;
 using Geometry::ThreeDimensional::TriMesh::Triangle;
 using Geometry::ThreeDimensional::TriMesh::Vertex;
