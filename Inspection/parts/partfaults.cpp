@@ -132,6 +132,9 @@ public:
     /// to creases, or what faces along an axis, the axis with the most area first. Empty if none does.
     std::string soundCrop();
 
+    /// How a tube without other faults is slit, if a cut is found; else a face is cut out of it.
+    std::string tubeRemedy();
+
 private:
     FaceMesh const& mesh;
     PartAnalysis const& analysis;
@@ -180,6 +183,7 @@ private:
     void tellPieces();
     void collectShape();
     void tellTube();
+    std::pair<PartRim const&, PartRim const&> tubeRims() const;
     void collectNotes();
     void tellUnusedPoints();
 };
@@ -346,21 +350,26 @@ void FaultList::collectShape() {
     }
 }
 
-void FaultList::tellTube() {
-    auto const& rims = analysis.pieces.front().rims;
-    PartRim const& first = analysis.rims[rims[0]];
-    PartRim const& second = analysis.rims[rims[1]];
-    bool const isClear = faults.empty();
-    auto const cut = isClear ? findTubeCut(mesh, first.middle, second.middle) : std::nullopt;
+std::string FaultList::tubeRemedy() {
+    auto const [first, second] = tubeRims();
+    auto const cut = findTubeCut(mesh, first.middle, second.middle);
     constexpr std::string_view axes = "xyz";
-    std::string remedy = isClear ? cropCommand() : repairCommand();
-    if (cut) {
-        remedy = "cscan cut " + wordsFor(part) + " " + beside(part, "_slit.obj") + " --metric " +
-                 (cut->isFromGreatest ? "max" : "min") + " --axis " + axes[cut->axis] + " --across " +
-                 axes[cut->normalAxis];
-    }
+    return cut ? "cscan cut " + wordsFor(part) + " " + beside(part, "_slit.obj") + " --metric " +
+                     (cut->isFromGreatest ? "max" : "min") + " --axis " + axes[cut->axis] + " --across " +
+                     axes[cut->normalAxis]
+               : cropCommand();
+}
+
+std::pair<PartRim const&, PartRim const&> FaultList::tubeRims() const {
+    auto const& rims = analysis.pieces.front().rims;
+    return {analysis.rims[rims[0]], analysis.rims[rims[1]]};
+}
+
+void FaultList::tellTube() {
+    auto const [first, second] = tubeRims();
     tellInTheWay(FaultKind::Tube, "a tube that is not slit",
-                 "rims around " + pointText(first.middle) + " and " + pointText(second.middle), remedy);
+                 "rims around " + pointText(first.middle) + " and " + pointText(second.middle),
+                 faults.empty() ? tubeRemedy() : repairCommand());
 }
 
 void FaultList::tellUnusedPoints() {
@@ -493,7 +502,9 @@ std::vector<std::string> nextCommands(PartAnalysis const& analysis, std::vector<
 }
 
 std::string cutOutCommand(FaceMesh const& mesh, PlacedPart const& part) {
-    return FaultList(mesh, analysePart(mesh), part).soundCrop();
+    PartAnalysis const analysis = analysePart(mesh);
+    FaultList list(mesh, analysis, part);
+    return analysis.isTube() ? list.tubeRemedy() : list.soundCrop();
 }
 
 std::optional<PartFault> faultBehind(std::string const& refusal, FaceMesh const& mesh,

@@ -72,8 +72,9 @@ QELT_INSPECTION_EXPORT SuggestedMode suggestedModeOf(PartAnalysis const& analysi
 QELT_INSPECTION_EXPORT std::vector<std::string>
 nextCommands(PartAnalysis const& analysis, std::vector<PartFault> const& faults, PlacedPart const& part);
 
-/// The command that cuts a face to inspect out of a part whose map is bad: one whose face has been tried, in
-/// one sheet, smaller than the part and open enough to be laid flat. Empty if no way leaves such a face.
+/// The command that makes a face to inspect of a part whose map is bad: a tube is slit; out of others a face
+/// is cut, and that has been tried: it is one sheet, smaller than the part and open enough to be laid flat.
+/// Empty if no way leaves such a face.
 QELT_INSPECTION_EXPORT std::string cutOutCommand(FaceMesh const& mesh, PlacedPart const& part);
 
 /// What is behind a refusal of the core to build or to flatten a part, of which `refusal` is the text.

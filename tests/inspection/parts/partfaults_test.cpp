@@ -254,6 +254,7 @@ TEST(PartFaults, OfATubeNameACutThatWorks) {
     ASSERT_FALSE(faults.empty());
     ASSERT_EQ(faults[0].kind, FaultKind::Tube);
     EXPECT_EQ(faults[0].remedy, "cscan cut tube.obj tube_slit.obj --metric max --axis z --across x");
+    EXPECT_EQ(cutOutCommand(mesh, "tube.obj"), faults[0].remedy);
     auto const found = findTubeCut(mesh, Point(0.0, 0.0, 0.0), Point(0.0, 0.0, 19.0));
     ASSERT_TRUE(found.has_value());
     EXPECT_EQ(cut({directory / "tube.obj", directory / "slit.obj", *found}, nullptr).part.loops.size(), 1U);
