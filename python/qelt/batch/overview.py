@@ -157,6 +157,8 @@ def files_shown(outcome: Outcome) -> list[str]:
 def page_of(outcomes: Sequence[Outcome]) -> str:
     counts = collections.Counter(outcome.status for outcome in outcomes)
     buttons = "".join(button(status, counts[status]) for status in STATUSES if counts[status] or status == "done")
+    found = sum(has_indications(outcome) for outcome in outcomes)
+    buttons += FOUND.format(found) if found else ""
     usable = counts["done"]
     verdict = "All results can be used." if usable == len(outcomes) else f"{len(outcomes) - usable} of them cannot be used."
     return PAGE.format(
@@ -170,6 +172,10 @@ def page_of(outcomes: Sequence[Outcome]) -> str:
         attention=attention(outcomes),
         cards="\n".join(card(outcome) for outcome in outcomes),
     )
+
+
+def has_indications(outcome: Outcome) -> bool:
+    return bool(last_figure(outcome, "indications"))
 
 
 def button(status: str, number: int) -> str:
@@ -204,9 +210,10 @@ def card(outcome: Outcome) -> str:
     name = html.escape(outcome.name)
     figures = "".join(f"<dt>{label}</dt><dd>{html.escape(text)}</dd>" for label, text in headline(outcome))
     links = "".join(f'<a href="{link(outcome, file)}">{html.escape(file)}</a>' for file in files_shown(outcome))
+    found = " data-found" if has_indications(outcome) else ""
     reason = "" if outcome.is_usable else f'<p class="reason">{html.escape(outcome.reason)}</p>'
     return (
-        f'<article id="{name}" class="{outcome.status}" data-status="{outcome.status}">{thumbnails(outcome)}'
+        f'<article id="{name}" class="{outcome.status}" data-status="{outcome.status}"{found}>{thumbnails(outcome)}'
         f"<h3>{name}</h3><p>{badge(outcome)}</p>{reason}<dl>{figures}</dl><nav>{links}</nav></article>"
     )
 
@@ -223,6 +230,8 @@ def thumbnail(outcome: Outcome, picture: str) -> str:
     place, name = link(outcome, picture), html.escape(picture)
     return f'<a href="{place}" title="{name}"><img src="{place}" alt="{name}" loading="lazy" decoding="async"></a>'
 
+
+FOUND = '<button class="count found" data-status="found" aria-pressed="false"><b>{:,}</b> with indications</button>'
 
 PAGE = """<!DOCTYPE html>
 <html lang="en">
@@ -256,21 +265,22 @@ header p { margin: 0 0 1rem; color: var(--dim) } a { color: #0b5cad }
   padding: .45rem .9rem; font: inherit; cursor: pointer } .count b { font-size: 1.25rem; margin-right: .2rem }
 .count[aria-pressed=true] { outline: 2px solid var(--c); background: color-mix(in srgb, var(--c) 10%, #fff) }
 input { border: 1px solid var(--line); border-radius: 6px; padding: .45rem .8rem; font: inherit; margin-left: auto }
-.done { --c: var(--good) } .unfit { --c: var(--fair) } .failed { --c: var(--bad) } .killed { --c: var(--odd) } .open { --c: var(--wait) }
+.done { --c: var(--good) } .unfit { --c: var(--fair) } .failed { --c: var(--bad) } .killed { --c: var(--odd) } .open { --c: var(--wait) } .found { --c: #0b5cad }
+article[data-found] dl dt:first-child, article[data-found] dl dd:nth-child(2) { font-weight: 700; color: #0b5cad }
 table { border-collapse: collapse; width: 100%; background: #fff; border: 1px solid var(--line) }
 th, td { text-align: left; vertical-align: top; padding: .45rem .8rem; border-bottom: 1px solid var(--line) }
 th { color: var(--dim); font-weight: 600 } td:nth-child(-n+2) { white-space: nowrap } td:nth-child(n+3) { overflow-wrap: anywhere }
 .badge { display: inline-block; border-radius: 999px; padding: .05rem .65rem; color: #fff; background: var(--c); font-size: .82rem }
 small { color: var(--dim) }
-main { display: grid; grid-template-columns: repeat(auto-fill, minmax(250px, 1fr)); gap: 1rem }
+main { display: grid; grid-template-columns: repeat(auto-fill, minmax(290px, 1fr)); gap: 1rem }
 article { background: #fff; border: 1px solid var(--line); border-top: 4px solid var(--c); border-radius: 6px; padding: .7rem .8rem;
-  content-visibility: auto; contain-intrinsic-size: 250px 380px; scroll-margin: 1rem; min-width: 0 }
+  content-visibility: auto; contain-intrinsic-size: 290px 470px; scroll-margin: 1rem; min-width: 0 }
 article:target { outline: 3px solid var(--c) } article[hidden] { display: none }
 article h3 { margin: .5rem 0 .15rem; font-size: 1rem; overflow-wrap: anywhere } article p { margin: 0 0 .35rem }
-.large img { width: 100%; height: 170px; object-fit: contain; background: #fff; display: block }
-.strip { display: flex; gap: .3rem; margin-top: .3rem; min-height: 44px }
-.strip a { flex: 0 1 33% ; min-width: 0 } .strip img { width: 100%; height: 44px; object-fit: contain; border: 1px solid var(--line); background: #fff }
-.none { height: 218px; display: grid; place-items: center; color: var(--dim); background: repeating-linear-gradient(45deg, #f1f3f5 0 8px, #e8ebee 8px 16px) }
+.large img { width: 100%; height: 215px; object-fit: contain; background: #fff; display: block }
+.strip { display: flex; gap: .3rem; margin-top: .3rem; min-height: 62px }
+.strip a { flex: 0 1 33% ; min-width: 0 } .strip img { width: 100%; height: 62px; object-fit: contain; border: 1px solid var(--line); background: #fff }
+.none { height: 281px; display: grid; place-items: center; color: var(--dim); background: repeating-linear-gradient(45deg, #f1f3f5 0 8px, #e8ebee 8px 16px) }
 .reason { color: var(--c); font-size: .86rem; overflow-wrap: anywhere; display: -webkit-box; -webkit-box-orient: vertical; -webkit-line-clamp: 4; overflow: hidden }
 dl { display: grid; grid-template-columns: auto 1fr; gap: 0 .8rem; margin: 0 0 .35rem } dt { color: var(--dim) }
 dd { margin: 0; text-align: right; font-variant-numeric: tabular-nums }
@@ -281,10 +291,15 @@ nav { font-size: .82rem; display: flex; flex-wrap: wrap; gap: .1rem .7rem; borde
 SCRIPT = """
 const chosen = new Set(), search = document.querySelector("input");
 const cards = [...document.querySelectorAll("article")];
+const statuses = () => [...chosen].filter((each) => each !== "found");
+function isChosen(card) {
+  if (chosen.has("found") && !("found" in card.dataset)) return false;
+  return statuses().length === 0 || chosen.has(card.dataset.status);
+}
 function show() {
   const text = search.value.toLowerCase();
   for (const card of cards)
-    card.hidden = (chosen.size > 0 && !chosen.has(card.dataset.status)) || !card.id.toLowerCase().includes(text);
+    card.hidden = !isChosen(card) || !card.id.toLowerCase().includes(text);
 }
 for (const button of document.querySelectorAll("button"))
   button.onclick = () => {
