@@ -1,7 +1,7 @@
 """Batches on one process and two beside a plain loop; writes docs/scaling.md from the template beside this.
 
-Times are of the clock and, as other work may go on, of the processor: all processes of a run together, the run itself and
-its scheduler among them. Runs are taken in turns, and what is told is the median.
+Times are of the clock and, as other work may go on, of the processor: all processes of a run together, the run itself
+and its scheduler among them. Runs are taken in turns, and what is told is the median.
 
 usage: PYTHONPATH=build/release/python /usr/bin/python3 benchmarks/scaling/scaling.py [--short] [--out docs/scaling.md]
 """
@@ -268,8 +268,8 @@ def meaning_text(
     lines = [
         f"- **10,000 such parts** are {time_text(many * part)} of one core, and {time_text(many * part / 100)} on 100. "
         f"Dask adds {time_text(many * job)} of processor time and {size_text(many * wire)} over the wire in all; parts and "
-        f"results go over the file system, not through the scheduler. One scheduler's {figure(1000 * job)} ms a job is the "
-        f"limit of how fast jobs can be handed out: about {figure(part / job)} workers could be kept busy with parts like these.",
+        f"results go over the file system, not through the scheduler. Were all of the "
+        f"{figure(1000 * job)} ms a job the scheduler's, it could keep {figure(part / job)} workers busy with such parts.",
         f"- **10^10 beams** are {time_text(all_beams * beam)} of one core at the {figure(1e6 * beam)} microseconds of a beam, "
         f"with reading, writing and joining: {time_text(all_beams * beam / 100)} on 100. In blocks of 1,000,000 they are "
         f"{pieces:,.0f} pieces, which cost {time_text(pieces * job)} of handing out and {size_text(pieces * wire)} over the wire. "

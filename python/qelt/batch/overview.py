@@ -34,6 +34,7 @@ MEANINGS = {
     "open": "the run ended before it was done: run the same command again",
 }
 PICTURES_SHOWN = 4
+CARDS_AT_ONCE = 12  # whose pictures do not wait until they come into view
 LEAST_TELLING = ("states", "coverage", "pixels", "map", "incidence", "standoff", "angle")
 
 
@@ -159,19 +160,24 @@ def page_of(outcomes: Sequence[Outcome]) -> str:
     buttons = "".join(button(status, counts[status]) for status in STATUSES if counts[status] or status == "done")
     found = sum(has_indications(outcome) for outcome in outcomes)
     buttons += FOUND.format(found) if found else ""
-    usable = counts["done"]
-    verdict = "All results can be used." if usable == len(outcomes) else f"{len(outcomes) - usable} of them cannot be used."
     return PAGE.format(
         style=STYLE,
         script=SCRIPT,
         count=len(outcomes),
         word="part" if len(outcomes) == 1 else "parts",
-        verdict=verdict,
+        verdict=verdict_on(counts),
         version=html.escape(qelt.library_version()),
         buttons=buttons,
         attention=attention(outcomes),
-        cards="\n".join(card(outcome) for outcome in outcomes),
+        cards="\n".join(card(outcome, number < CARDS_AT_ONCE) for number, outcome in enumerate(outcomes)),
     )
+
+
+def verdict_on(counts: collections.Counter[str]) -> str:
+    bad = sum(counts.values()) - counts["done"] - counts["open"]
+    texts = [f"{bad:,} of the results cannot be used."] if bad else []
+    texts += [f"{counts['open']:,} are not done yet: run the same command again."] if counts["open"] else []
+    return " ".join(texts) or "All results can be used."
 
 
 def has_indications(outcome: Outcome) -> bool:
@@ -185,7 +191,7 @@ def button(status: str, number: int) -> str:
 
 def attention(outcomes: Sequence[Outcome]) -> str:
     """Those that cannot be used, with why and what to do."""
-    rows = [attention_row(outcome) for outcome in outcomes if not outcome.is_usable]
+    rows = [attention_row(outcome) for outcome in outcomes if not outcome.is_usable and outcome.status != "open"]
     if not rows:
         return ""
     heading = "<tr><th>part</th><th>status</th><th>why</th><th>what to do</th></tr>"
@@ -206,29 +212,30 @@ def badge(outcome: Outcome) -> str:
     return f'<span class="badge {outcome.status}" title="{title}">{STATUSES[outcome.status]}</span>{kept}'
 
 
-def card(outcome: Outcome) -> str:
+def card(outcome: Outcome, is_at_once: bool) -> str:
     name = html.escape(outcome.name)
     figures = "".join(f"<dt>{label}</dt><dd>{html.escape(text)}</dd>" for label, text in headline(outcome))
     links = "".join(f'<a href="{link(outcome, file)}">{html.escape(file)}</a>' for file in files_shown(outcome))
     found = " data-found" if has_indications(outcome) else ""
     reason = "" if outcome.is_usable else f'<p class="reason">{html.escape(outcome.reason)}</p>'
     return (
-        f'<article id="{name}" class="{outcome.status}" data-status="{outcome.status}"{found}>{thumbnails(outcome)}'
+        f'<article id="{name}" class="{outcome.status}" data-status="{outcome.status}"{found}>{thumbnails(outcome, is_at_once)}'
         f"<h3>{name}</h3><p>{badge(outcome)}</p>{reason}<dl>{figures}</dl><nav>{links}</nav></article>"
     )
 
 
-def thumbnails(outcome: Outcome) -> str:
+def thumbnails(outcome: Outcome, is_at_once: bool) -> str:
     pictures = pictures_of(outcome)[:PICTURES_SHOWN]
     if not pictures:
         return '<div class="none">no picture</div>'
-    first, *rest = (thumbnail(outcome, picture) for picture in pictures)
+    first, *rest = (thumbnail(outcome, picture, is_at_once) for picture in pictures)
     return f'<div class="large">{first}</div><div class="strip">{"".join(rest)}</div>'
 
 
-def thumbnail(outcome: Outcome, picture: str) -> str:
+def thumbnail(outcome: Outcome, picture: str, is_at_once: bool) -> str:
     place, name = link(outcome, picture), html.escape(picture)
-    return f'<a href="{place}" title="{name}"><img src="{place}" alt="{name}" loading="lazy" decoding="async"></a>'
+    when = "" if is_at_once else ' loading="lazy" decoding="async"'
+    return f'<a href="{place}" title="{name}"><img src="{place}" alt="{name}"{when}></a>'
 
 
 FOUND = '<button class="count found" data-status="found" aria-pressed="false"><b>{:,}</b> with indications</button>'
