@@ -411,7 +411,8 @@ class Machines:
     def begin(self):
         quiet = {"stdout": self.log, "stderr": self.log, "env": self.environment, "cwd": self.folder}
         where = ["--host", "127.0.0.1", "--no-dashboard"]
-        self.scheduler = self.start("-m", "distributed.cli.dask_scheduler", "--port", self.port, *where, *LIMIT, **quiet)
+        scheduler = ["-m", "distributed.cli.dask_scheduler", "--port", self.port, *where, *LIMIT]
+        self.scheduler = self.start(*scheduler, **quiet)
         more = ["--nthreads", 1, "--no-dashboard", "--preload", self.folder / "preload.py", "--death-timeout", 60]
         worker = ["-m", "distributed.cli.dask_worker", self.address, *more, "--host", "127.0.0.1", "--local-directory"]
         self.workers = [self.start(*worker, self.folder / f"scratch-{i}", **quiet) for i in range(2)]
