@@ -23,6 +23,7 @@ enum class BeamSearch : std::uint8_t {
     Walk, ///< by the core's walk from one beam's quad to the next, which can miss or end on another sheet
 };
 
+/// Which beams to fire at which grids, and what to write.
 struct ScanOptions {
     std::vector<PlacedGrid> grids; ///< at least one
     bool isOnPlane = false;     ///< whether the grids are asked as groups in a scan plane; else there is one
