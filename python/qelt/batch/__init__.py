@@ -3,9 +3,9 @@
 A job is a name and one step or several, each a function of `qelt` with its options; its steps go one after the other,
 on one worker, so that a part goes from its file to its result. `python3 -m qelt.batch jobs.json --out results` runs
 them on processes of this machine, or with `--scheduler tcp://...` on a scheduler of yours; `run` does the same from a
-program. A job's files are in `results/parts/NAME`, beside `piece.json`, which tells what was done; `results/summary.csv`
-and `results/overview.html` tell of all. A second run does only what is not there yet: what was made of the same files, with
-the same settings, by the same version of the library, stays.
+program. A job's files are in `results/parts/NAME`, beside `piece.json`, which tells what was done;
+`results/summary.csv` and `results/overview.html` tell of all. A second run does only what is not there yet:
+what was made of the same files, with the same settings, by the same version of the library, stays.
 
 Tables of jobs (`read_jobs`), file names in them being relative to the table, or to the job's folder if the job writes
 them:
