@@ -1,7 +1,7 @@
 """Batches on one process and two beside a plain loop; writes docs/scaling.md from the template beside this.
 
-Times are of the clock and, as other work may go on, of the processor: all processes of a run together, the run itself and
-its scheduler among them. Runs are taken in turns, and what is told is the median.
+Times are of the clock and, as other work may go on, of the processor: all processes of a run together, the run itself
+and its scheduler among them. Runs are taken in turns, and what is told is the median.
 
 usage: PYTHONPATH=build/release/python /usr/bin/python3 benchmarks/scaling/scaling.py [--short] [--out docs/scaling.md]
 """
@@ -183,18 +183,19 @@ class Bench:
         values = {"values": [{"quantity": "amp", "statistic": "mean"}]}
         result = self.folder / "scan.h5"
         grids = [{"file": grid}]
-        return median(
-            [
-                cost_of(lambda: qelt.measured_scan(grids=grids, shots={"shots": table}, quantities=values, result=result))
-                for _ in range(self.size.turns)
-            ]
-        )
+        shots = {"shots": table}
+
+        def scan() -> object:
+            return qelt.measured_scan(grids=grids, shots=shots, quantities=values, result=result)
+
+        return median([cost_of(scan) for _ in range(self.size.turns)])
 
 
 def costs_table(costs: dict[str, Cost], unit: str, count: int) -> str:
     plain = costs["plain loop"]
     lines = [
-        f"| | clock, s | processor, s | {unit} a second of the clock | beside the loop: clock | processor | over the wire |",
+        f"| | clock, s | processor, s | {unit} a second of the clock | beside the loop: clock | processor "
+        "| over the wire |",
         "|---|---|---|---|---|---|---|",
     ]
     for name, cost in costs.items():
@@ -232,7 +233,7 @@ def sections(bench: Bench) -> dict[str, str]:
     shots = bench.shots()
     loads = f"the load average was {load:.1f} at the beginning and {os.getloadavg()[0]:.1f} at the end"
     return {
-        "machine": f"{os.cpu_count()} cores; {loads}; {bench.size.turns} turns, library version {qelt.library_version()}.",
+        "machine": f"{os.cpu_count()} cores; {loads}; {bench.size.turns} turns, version {qelt.library_version()}.",
         "parts": f"{bench.size.parts} parts.\n\n" + costs_table(parts, "parts", bench.size.parts),
         "blocks": f"{beams:,} beams in {blocks} blocks.\n\n" + costs_table(scan, "beams", beams),
         "overhead": overhead_text(empty, bench.size.empty),
@@ -246,7 +247,8 @@ def overhead_text(empty: dict[str, Cost], count: int) -> str:
     wire = (one.wire - start.wire) / (count - 1)
     return (
         f"| what | figure |\n|---|---|\n"
-        f"| to start and end scheduler and one worker | {start.wall:.1f} s of the clock, {start.cpu:.1f} s of the processor |\n"
+        f"| to start and end scheduler and one worker | {start.wall:.1f} s of the clock, {start.cpu:.1f} s of the "
+        "processor |\n"
         f"| a job that does next to nothing, all processes together | {figure(1000 * each[0])} ms of the processor |\n"
         f"| the same of the clock, one worker | {figure(1000 * each[1])} ms |\n"
         f"| the same of the clock, two workers | {figure(1000 * (two.wall - start.wall) / (count - 1))} ms |\n"
@@ -267,15 +269,18 @@ def meaning_text(
     pieces = all_beams / 1_000_000
     lines = [
         f"- **10,000 such parts** are {time_text(many * part)} of one core, and {time_text(many * part / 100)} on 100. "
-        f"Dask adds {time_text(many * job)} of processor time and {size_text(many * wire)} over the wire in all; parts and "
-        f"results go over the file system, not through the scheduler. One scheduler's {figure(1000 * job)} ms a job is the "
-        f"limit of how fast jobs can be handed out: about {figure(part / job)} workers could be kept busy with parts like these.",
-        f"- **10^10 beams** are {time_text(all_beams * beam)} of one core at the {figure(1e6 * beam)} microseconds of a beam, "
-        f"with reading, writing and joining: {time_text(all_beams * beam / 100)} on 100. In blocks of 1,000,000 they are "
-        f"{pieces:,.0f} pieces, which cost {time_text(pieces * job)} of handing out and {size_text(pieces * wire)} over the wire. "
+        f"Dask adds {time_text(many * job)} of processor time and {size_text(many * wire)} over the wire in all; "
+        f"parts and results go over the file system, not through the scheduler. Were all of the "
+        f"{figure(1000 * job)} ms a job the scheduler's, it could keep {figure(part / job)} workers busy with "
+        "such parts.",
+        f"- **10^10 beams** are {time_text(all_beams * beam)} of one core at the {figure(1e6 * beam)} microseconds of "
+        f"a beam, with reading, writing and joining: {time_text(all_beams * beam / 100)} on 100. In blocks of "
+        f"1,000,000 they are {pieces:,.0f} pieces, which cost {time_text(pieces * job)} of handing out and "
+        f"{size_text(pieces * wire)} over the wire. "
         "A raster has 5 x 10^7 beams at most, so that this is a table of beams.",
-        f"- **10^10 measured shots** are {time_text(all_beams * shot)} of one core, at {figure(1e6 * shot)} microseconds a shot. "
-        "A table of shots is not cut into blocks (see above), so that they have to come as many tables, as they do when "
+        f"- **10^10 measured shots** are {time_text(all_beams * shot)} of one core, at {figure(1e6 * shot)} "
+        "microseconds a shot. A table of shots is not cut into blocks (see above), so that they have to come as many "
+        "tables, as they do when "
         f"each part or each pass is one: in 1,000 tables on 100 workers they take {time_text(all_beams * shot / 100)}.",
     ]
     return "\n".join(lines)

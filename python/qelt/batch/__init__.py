@@ -1,17 +1,17 @@
 """Many parts on many machines: a table of jobs on Dask's distributed scheduler.
 
-A job is a name and one step or several, each a function of `qelt` with its options; its steps go one after the other, on
-one worker, so that a part goes from its file to its result. `python3 -m qelt.batch jobs.json --out results` runs them on
-processes of this machine, or with `--scheduler tcp://...` on a scheduler of yours; `run` does the same from a program.
-A job's files are in `results/parts/NAME`, beside `piece.json`, which tells what was done; `results/summary.csv` and
-`results/overview.html` tell of all. A second run does only what is not there yet: what was made of the same files, with
-the same settings, by the same version of the library, stays.
+A job is a name and one step or several, each a function of `qelt` with its options; its steps go one after the other,
+on one worker, so that a part goes from its file to its result. `python3 -m qelt.batch jobs.json --out results` runs
+them on processes of this machine, or with `--scheduler tcp://...` on a scheduler of yours; `run` does the same from a
+program. A job's files are in `results/parts/NAME`, beside `piece.json`, which tells what was done;
+`results/summary.csv` and `results/overview.html` tell of all. A second run does only what is not there yet:
+what was made of the same files, with the same settings, by the same version of the library, stays.
 
 Tables of jobs (`read_jobs`), file names in them being relative to the table, or to the job's folder if the job writes
 them:
 
-- JSON, a list of jobs: `{"name": "a", "steps": [{"function": "prepare", "options": {...}}, ...]}`; a job of one step may
-  have `function` and `options` itself.
+- JSON, a list of jobs: `{"name": "a", "steps": [{"function": "prepare", "options": {...}}, ...]}`; a job of one
+  step may have `function` and `options` itself.
 - JSON, steps for many parts: `{"steps": [...], "parts": [{"name": "a", "part": "a.stl"}, ...]}`. `{part}` in a text of
   the steps stands for what the part has of that name; a text that is nothing else becomes the value itself.
 - CSV with a column `function`: a row a step, rows of one name after another being the steps of that job; all other

@@ -12,10 +12,10 @@ import qelt
 from qelt import batch
 
 EPILOG = """\
-status: 0 all results can be used; 1 a job failed, or its workers ended; 2 the command line or the table of jobs is wrong,
-or dask's scheduler is not installed; 3 all was done, but some results are not fit for inspection; 4 there was no
-scheduler, or no worker, for longer than --patience; 130 interrupted. What was finished stays, whatever the status: run the
-same command again."""
+status: 0 all results can be used; 1 a job failed, or its workers ended; 2 the command line or the table of jobs is
+wrong, or dask's scheduler is not installed; 3 all was done, but some results are not fit for inspection; 4 there was no
+scheduler, or no worker, for longer than --patience; 130 interrupted. What was finished stays, whatever the status: run
+the same command again."""
 
 
 def parser() -> argparse.ArgumentParser:
@@ -27,7 +27,7 @@ def parser() -> argparse.ArgumentParser:
     made.add_argument("jobs", type=pathlib.Path, help="the table, JSON or CSV; its files are relative to it")
     made.add_argument("--steps", type=pathlib.Path, help="JSON: steps for all parts, where the table is one of parts")
     made.add_argument("--out", type=pathlib.Path, default=pathlib.Path("results"), help="folder to write (results)")
-    made.add_argument("--scheduler", help="address of a scheduler, such as tcp://node1:8786; else processes are started")
+    made.add_argument("--scheduler", help="of yours, such as tcp://node1:8786; else processes are started")
     made.add_argument("--workers", type=int, help="how many processes to start; else one a core")
     made.add_argument("--memory", help="memory of each of them, such as 4GB; else a share of the machine's")
     made.add_argument("--retries", type=int, default=2, help="how often to try again (2)")

@@ -223,7 +223,8 @@ def check_block(job: Job) -> None:
         raise TableError(f"the job '{job.name}' has a block, which goes with 'scan' as its only step")
     if options.get("search", "sure") != "sure" or options.get("do_compare") or options.get("range") is not None:
         raise TableError(
-            f"the job '{job.name}' cannot be cut into blocks: the walk depends on the beam before, and a range is cut out"
+            f"the job '{job.name}' cannot be cut into blocks: "
+            "the walk depends on the beam before, and a range is cut out already"
         )
     if not isinstance(options.get("hits"), str):
         raise TableError(f"the job '{job.name}' names no table of hits to write")

@@ -147,7 +147,9 @@ class JobInRun:
 class Runner:
     """The work of a run: what waits, what is handed in, what has come back."""
 
-    def __init__(self, jobs: Sequence[Job], settings: Settings, cluster: Cluster, journal: Journal, stream: TextIO | None):
+    def __init__(
+        self, jobs: Sequence[Job], settings: Settings, cluster: Cluster, journal: Journal, stream: TextIO | None
+    ):
         results, base = (str(pathlib.Path(each).resolve()) for each in (settings.results, settings.base))
         self.jobs = [JobInRun(job, results, base) for job in jobs]
         self.settings = settings
@@ -300,7 +302,8 @@ class Runner:
                 self.journal.tell("suspected", name=what.name, reason=reason)
                 self._suspects.append(what)
         elif not self._may_retry(what, reason):
-            self._end(what, Outcome(what.name, "failed", reason, "see that all workers have the same qelt and its modules"))
+            remedy = "see that all workers have the same qelt and its modules"
+            self._end(what, Outcome(what.name, "failed", reason, remedy))
 
     def _end(self, what: Work, outcome: Outcome) -> None:
         if what.job.outcome is None:

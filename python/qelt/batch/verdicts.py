@@ -86,7 +86,8 @@ def of_plan(result: Any) -> Shortcoming | None:
     if result.is_fit:
         return None
     if result.check.blocked_count:
-        return Shortcoming(f"{result.check.blocked_count} poses are blocked", "change the standoff or the line direction")
+        blocked = f"{result.check.blocked_count} poses are blocked"
+        return Shortcoming(blocked, "change the standoff or the lines' direction")
     return Shortcoming("the path covers less than is required", "take a smaller step")
 
 

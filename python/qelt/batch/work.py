@@ -49,8 +49,8 @@ class Piece:
 class Outcome:
     """What became of a piece, or of a job.
 
-    The status is `done`, `unfit` (done, and the result cannot be used) or `failed`; of a job also `killed`: every worker
-    that tried it ended. What `is_passing` may go well if it is tried again, as a lack of memory does.
+    The status is `done`, `unfit` (done, and the result cannot be used) or `failed`; of a job also `killed`: every
+    worker that tried it ended. What `is_passing` may go well if it is tried again, as a lack of memory does.
     """
 
     name: str
@@ -260,11 +260,13 @@ def put_in_place(attempt: pathlib.Path, folder: pathlib.Path, key: str, outcome:
 
 
 def write_whole(path: pathlib.Path, text: str) -> None:
-    """Writes a file by rename: it is there with all of the text, or as it was."""
+    """Writes a file by rename: it is there with all of the text, or as it was.
+
+    It does not wait for the disk: what a machine that lost its power leaves does not go with its hashes, and is made
+    anew.
+    """
     handle, scratch = tempfile.mkstemp(dir=path.parent, prefix=f".{path.name}.")
     with open(handle, "w", encoding="utf-8") as file:
         file.write(text)
-        file.flush()
-        os.fsync(file.fileno())
     os.chmod(scratch, 0o644)
     os.replace(scratch, path)
