@@ -224,7 +224,8 @@ def code_span(inside):
 
 def code_block(language, lines):
     kinds = {"cpp": ".cpp", "python": ".py"}
-    return "\n".join(["", f"~~~~{{{kinds.get(language, '.unparsed')}}}", *lines, "~~~~", ""])
+    block = [f"~~~~{{{kinds.get(language, '.unparsed')}}}", *lines, "~~~~"]
+    return "\n".join(["", '<div class="output">', "", *block, "", "</div>", ""] if language == "text" else ["", *block, ""])
 
 
 def escaped(odd, following):
