@@ -124,3 +124,15 @@ def test_a_comment_is_of_all_functions_below_it():
 def test_what_stands_above_the_namespace_is_of_the_header():
     text = filter_header.filtered("#pragma once\n\n/// Of the header.\nnamespace X {\n}\n")
     assert text.endswith("/** \\file\nOf the header.\n*/\n") and "/// Of the header." not in text
+
+
+def test_pictures_that_pages_leave_lie_by_the_pages_way(site, tmp_path):
+    (tmp_path / "out/page").mkdir(parents=True)
+    (tmp_path / "out/page/made.png").write_bytes(b"png")
+    assert '<img src="pictures/page_page_made.png"' in site("![made](page/made.png)")
+
+
+def test_no_page_works_within_the_folder_of_another():
+    names = [run_pages.name_of(path) for path in [*(ROOT / "docs").rglob("*.md"), ROOT / "README.md", ROOT / "python/README.md"]]
+    assert len(set(names)) == len(names)
+    assert not [(a, b) for a in names for b in names if b.startswith(a + "/")]
