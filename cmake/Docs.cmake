@@ -41,5 +41,8 @@ if(QELT_BUILD_TESTS)
         endif()
     endforeach()
     add_test(NAME docs.sources COMMAND ${qelt_run_pages} --sources)
-    set_tests_properties(docs.sources PROPERTIES LABELS docs TIMEOUT 600)
+    # What these tools refuse.
+    add_test(NAME docs.tools COMMAND ${Python_EXECUTABLE} -m pytest -q -p no:cacheprovider
+                                     ${PROJECT_SOURCE_DIR}/tests/documentation)
+    set_tests_properties(docs.sources docs.tools PROPERTIES LABELS docs TIMEOUT 600)
 endif()

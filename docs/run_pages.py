@@ -72,15 +72,10 @@ class Page:
 
 
 def name_of(path):
-    """Where a page's work lies: docs/guide/tube.md is guide/tube, python/README.md is python, README.md is readme."""
+    """Where a page's work lies: docs/guide/tube.md is guide/tube, python/README.md is python/README."""
     path = path.resolve()
     place = path.relative_to(ROOT if ROOT in path.parents else path.parent)
-    parts = list(place.with_suffix("").parts)
-    if parts[0] == "docs":
-        parts = parts[1:]
-    if parts[-1] == "README" and len(parts) > 1:
-        parts = parts[:-1]
-    return "/".join(parts) if parts[-1] != "README" else "readme"
+    return place.with_suffix("").as_posix().removeprefix("docs/")
 
 
 class Reader:

@@ -116,10 +116,15 @@ def tab(kind, title, url="", inner=""):
     return f"{start}>\n{inner}</tab>\n" if inner else f"{start}/>\n"
 
 
+def short(title):
+    """For the sidebar: what stands before a colon."""
+    return title.partition(":")[0]
+
+
 def write_layout(folder, sections):
     inner = tab("mainpage", "Overview")
     for title, listed in sections:
-        inner += tab("usergroup", title, "", "".join(tab("user", page.title, f"@ref {page.id}") for page in listed))
+        inner += tab("usergroup", title, "", "".join(tab("user", short(page.title), f"@ref {page.id}") for page in listed))
         if title == "Files":
             reference = tab("classlist", "Classes") + tab("namespacelist", "Namespaces") + tab("filelist", "Headers")
             inner += tab("usergroup", "C++", "", reference + tab("classindex", "Index") + tab("classmembers", "Members"))

@@ -180,7 +180,9 @@ class Site:
         return escaped(match["odd"], text[match.end() : match.end() + 1])
 
     def picture(self, page, alt, target):
-        for base in (page.path.parent, self.pictures / pathlib.PurePath(page.name).parent):
+        place = page.path.parent
+        made = [self.pictures / place.relative_to(self.root).as_posix().removeprefix("docs").lstrip("/")]
+        for base in [place, *(made if place.is_relative_to(self.root) else [])]:
             found = (base / target).resolve()
             if found.is_file():
                 name = "pictures/" + re.sub(r"[^\w.]+", "_", f"{page.name}_{target}".lstrip("./"))
@@ -224,7 +226,8 @@ def code_span(inside):
 
 def code_block(language, lines):
     kinds = {"cpp": ".cpp", "python": ".py"}
-    return "\n".join(["", f"~~~~{{{kinds.get(language, '.unparsed')}}}", *lines, "~~~~", ""])
+    block = [f"~~~~{{{kinds.get(language, '.unparsed')}}}", *lines, "~~~~"]
+    return "\n".join(["", '<div class="output">', "", *block, "", "</div>", ""] if language == "text" else ["", *block, ""])
 
 
 def escaped(odd, following):

@@ -58,7 +58,7 @@ class Writer:
 
     def page(self, key):
         title, about = PAGES[key]
-        parts = [f"# qelt: {title.lower()}", about, ""]
+        parts = [f"# {title} of qelt", about, ""]
         for entry in sorted((e for e in self.entries if e.page == key), key=lambda e: (e.name.lower())):
             parts.append(f"## `{entry.name}`\n")
             parts += self.function(entry) if isinstance(entry.node, ast.FunctionDef) else self.class_(entry)
@@ -132,7 +132,8 @@ def signature(node, name, is_short):
         arguments = f"*, {arguments}, ..." if arguments else "*, ..."
     call = f"{name}({arguments}) -> {ast.unparse(node.returns)}"
     if len(call) > 100:
-        call = call.replace(", ", ",\n    ").replace("(", "(\n    ", 1)
+        arguments = re.sub(r", (?![^\[]*\])", ",\n    ", arguments)
+        call = f"{name}(\n    {arguments}\n) -> {ast.unparse(node.returns)}"
     return f"```python\n{call}\n```\n"
 
 
