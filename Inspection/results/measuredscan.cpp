@@ -113,8 +113,8 @@ void noteOnShots(MeasuredScanOptions const& options, MeasuredScan& scan) {
                                                                     [](double depth) { return depth < 0.0; });
         if (isBelow) {
             scan.notes.emplace_back(
-                "some depths are below 0: times may count from the surface already, or --zero and "
-                "--front do not fit");
+                "some depths are below 0: if times count from the surface already give --zero 0, else "
+                "--zero or --front do not fit");
         }
     }
     bool const hasGate = !options.quantities.gates.empty() || !options.quantities.conditions.empty();
