@@ -44,8 +44,10 @@ struct ScaleGrid {
     double scale = 1.0; ///< finite and not 0
 };
 
+/// One of the ways to derive a grid.
 using Derivation = std::variant<FlattenGrid, NormaliseGrid, ThinOutGrid, RestrictGrid, MirrorGrid, ScaleGrid>;
 
+/// What to derive from which grid.
 struct DeriveOptions {
     std::filesystem::path source; ///< grid to start from, a .quads file
     std::filesystem::path result; ///< grid to write, a .quads file

@@ -124,6 +124,18 @@ void noteOnShots(MeasuredScanOptions const& options, MeasuredScan& scan) {
     }
 }
 
+/// What is found on such a result falls to pieces along the lines of shots.
+void noteOnGaps(MeasuredScan& scan) {
+    if (scan.coverage.typicalGap > 0.0 && tornShare(scan.result, true) > tornLimit) {
+        std::string const gap = toShortText(scan.coverage.typicalGap, 2);
+        scan.notes.push_back("the shots lie " + gap + " apart, farther than the pixels are wide: --fill " +
+                             gap +
+                             " shows what lies between, which cscan indications takes with --filled; or make "
+                             "the grid with cscan prepare --pixel " +
+                             gap);
+    }
+}
+
 void addFilesOf(ShotOptions const& shots, Record& record) {
     record.addCompanion(shots.shots);
     if (shots.poses) {
@@ -301,6 +313,7 @@ void judge(MeasuredScan& scan, MeasuredScanOptions const& options) {
     scan.isCoverageReached =
         !options.requiredCoverage || scan.coverage.reachedShare() >= *options.requiredCoverage;
     noteOnShots(options, scan);
+    noteOnGaps(scan);
 }
 
 } // namespace
