@@ -187,7 +187,7 @@ def stitching():
         svg.text((middle[0], middle[1] - 1), str(order[number] + 1), BLUE, 14, "middle", bold=True)
         svg.text((middle[0], middle[1] + 13), f"f{number + 1}", INK, 11, "middle")
     svg.text((50, 38), "blue: order in which faces join; grey: order in the file", GREY, 12)
-    svg.aside = 30
+    svg.aside = 10
     svg.text((420, 38), "the slots that are looked at, round and round", GREY, 12)
     for row in range(5):
         for k, face in enumerate(history[row]):
