@@ -1,5 +1,5 @@
-// Two grids side by side, each with its place in the scan plane, answer beams as one. The grid that answered last is
-// asked first, so a probe that goes along the part costs no more than over one grid.
+// Two grids side by side, each with its place in the scan plane, answer beams as one. The grid that answered
+// last is asked first, so a probe that goes along the part costs no more than over one grid.
 
 #include "Geometry/geometry.h"
 
