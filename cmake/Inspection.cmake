@@ -59,8 +59,7 @@ set_target_properties(
     PROPERTIES VERSION ${PROJECT_VERSION}
                SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
                EXPORT_NAME Inspection
-               LINKER_LANGUAGE CXX
-               VERIFY_INTERFACE_HEADER_SETS ${QELT_VERIFY_HEADERS})
+               LINKER_LANGUAGE CXX)
 qelt_limit_exports(QELTInspection)
 if(BUILD_SHARED_LIBS)
     target_compile_definitions(qelt_inspection_objects PRIVATE QELT_BUILDING_INSPECTION)

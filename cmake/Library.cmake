@@ -45,8 +45,7 @@ set_target_properties(
     QELTGeometry
     PROPERTIES LINKER_LANGUAGE CXX
                VERSION ${PROJECT_VERSION}
-               SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}
-               VERIFY_INTERFACE_HEADER_SETS ${QELT_VERIFY_HEADERS})
+               SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 qelt_limit_exports(QELTGeometry)
 if(BUILD_SHARED_LIBS)
     target_compile_definitions(qelt_geometry_objects PRIVATE QELT_BUILDING_LIBRARY)

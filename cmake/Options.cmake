@@ -36,7 +36,7 @@ option(QELT_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(QELT_BUILD_FUZZERS "Build the fuzz harnesses as programs that replay files" ${PROJECT_IS_TOP_LEVEL})
 cmake_dependent_option(QELT_FUZZ_WITH_LIBFUZZER "Build the fuzz harnesses as libFuzzer programs (Clang)" OFF
                        QELT_BUILD_FUZZERS OFF)
-option(QELT_VERIFY_HEADERS "Compile each public header alone, with the tests" ON)
+option(QELT_VERIFY_HEADERS "Compile each public header alone, by GCC and Clang, as one of the tests" ON)
 option(QELT_TEST_SUITES_WHOLE "Run the tests of a suite in one process, instead of one for each test" OFF)
 option(QELT_WARNINGS_AS_ERRORS "Treat warnings in this project's own code as errors" OFF)
 

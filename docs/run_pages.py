@@ -346,7 +346,7 @@ for name, each in vars(qelt).items():
         if inspect.isclass(each):
             found += [member.__doc__ for member in vars(each).values()]
 texts = [inspect.cleandoc(text) for text in found if isinstance(text, str) and ">>> " in text]
-print(json.dumps(["import qelt\n>>> import qelt\n" + text for text in dict.fromkeys(texts)]))
+print(json.dumps([">>> import qelt\n\n" + text for text in dict.fromkeys(texts)]))
 '''
 
 

@@ -52,6 +52,7 @@ enum CanonicalAxis : int { AxisU = 0, AxisV = 1 };
 /// A coordinate plane of space.
 enum CanonicalPlane : int { PlaneYZ = 0, PlaneXZ = 1, PlaneXY = 2 };
 
+/// How a grid grows past its outline: there is one way.
 enum BoundaryExtensionAlgorithm : int { Basic = 0 };
 
 /// A surface as a grid of points: node (u, v), 0 <= u <= `extents.u`, 0 <= v <= `extents.v`, each with a flag
@@ -123,6 +124,7 @@ public:
     bool getPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id) const;
     char getPointFlags(TwoDimensional::Point<int> const& p) const;
 
+    /// Whether the node holds a surface point.
     bool getIsPointValid(TwoDimensional::Point<int> const& p) const { return getPointFlag(p, Valid); }
 
     void setPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id, bool value);

@@ -194,6 +194,7 @@ public:
         return vertices[toUInt32(i) % toUInt32(vertices.size())];
     }
 
+    /// Vertex i, modulo their number.
     Vertex& getVertex(unsigned long i) { return vertices[toUInt32(i) % toUInt32(vertices.size())]; }
 
     /// Gathers the triangles in ascending order of their addresses, which is the order in which they were

@@ -13,6 +13,7 @@
 
 namespace QELT::Inspection {
 
+/// What to look for in which result, and what to write.
 struct IndicationsOptions {
     std::filesystem::path result; ///< what `writeResult` has written
     IndicationOptions search;
@@ -21,6 +22,7 @@ struct IndicationsOptions {
     std::optional<double> standoff;             ///< of these beams from the surface
 };
 
+/// What was found.
 struct FoundIndications {
     Result result;
     IndicationSearch search;

@@ -16,6 +16,7 @@
 /// What is wrong with a part, in words: cause, place and remedy.
 namespace QELT::Inspection {
 
+/// What can be wrong with a part, each with a remedy of its own.
 enum class FaultKind : std::uint8_t {
     NoFaces,
     StrayFaces,
@@ -37,6 +38,7 @@ enum class FaultKind : std::uint8_t {
     Facets,
 };
 
+/// A fault, where it is, and what to do.
 struct PartFault {
     FaultKind kind = FaultKind::NoFaces;
     std::string cause;       ///< "2 pieces that share no side"
@@ -44,9 +46,11 @@ struct PartFault {
     std::string remedy;      ///< a command to type as it stands, or what else to do
     bool isInTheWay = false; ///< the part cannot be prepared as it is
 
+    /// Both in one text.
     std::string causeAndPlace() const { return place.empty() ? cause : cause + " (" + place + ")"; }
 };
 
+/// Whether one of the faults keeps the part from being prepared.
 QELT_INSPECTION_EXPORT bool isAnyInTheWay(std::vector<PartFault> const& faults);
 
 /// All faults of a part, those in the way first. The commands name `part` and what they write beside it.
@@ -60,6 +64,7 @@ struct SuggestedMode {
     std::string reason;
 };
 
+/// Judges by how far the rim is from closing when it is rolled out.
 QELT_INSPECTION_EXPORT SuggestedMode suggestedModeOf(PartAnalysis const& analysis);
 
 /// What to type next: where nothing is in the way, the preparation; otherwise the repair with another check

@@ -23,19 +23,20 @@ struct UnreachedPatch {
 
 /// How much of the surface was reached, in true areas of quads.
 struct Coverage {
-    double surfaceArea = 0.0;
+    double surfaceArea = 0.0;                    ///< all of it, in the square of the part's unit
     std::array<double, pixelStateCount> areas{}; ///< by the pixels' states
     std::array<std::size_t, pixelStateCount> pixels{};
-    double reachedArea = 0.0;
-    double typicalGap = 0.0; ///< the median of the pixels' gaps over the surface: 0 where most were reached
-    double longestGap = 0.0;
-    std::size_t gapU = 0; ///< a pixel in the middle of the longest gap
+    double reachedArea = 0.0; ///< with a shot that was not refused
+    double typicalGap = 0.0;  ///< the median of the pixels' gaps over the surface: 0 where most were reached
+    double longestGap = 0.0;  ///< in the part's unit
+    std::size_t gapU = 0;     ///< a pixel in the middle of the longest gap
     std::size_t gapV = 0;
     std::array<double, 3> gapPlace{};
     double patchGap = 0.0;               ///< from which gap on a pixel belongs to a patch that is told
     std::vector<UnreachedPatch> patches; ///< the largest first, at most `mostPatches`
     std::size_t patchCount = 0;          ///< of all
 
+    /// 0 to 1 of the surface, by area.
     double reachedShare() const { return surfaceArea > 0.0 ? reachedArea / surfaceArea : 0.0; }
 };
 

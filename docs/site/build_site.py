@@ -14,6 +14,7 @@ import urllib.parse
 
 import pages
 import pythonpages
+import undocumented
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
@@ -151,6 +152,9 @@ def run_doxygen(settings, work):
     shutil.rmtree(settings.out, ignore_errors=True)
     if subprocess.run(["doxygen", str(work / "Doxyfile")], cwd=ROOT).returncode:
         sys.exit("Doxygen has warnings")
+    wanting = sorted(set(undocumented.wanting(settings.out.parent / "xml")))
+    if wanting:
+        sys.exit("\n".join(wanting))
 
 
 class Links(html.parser.HTMLParser):

@@ -1,7 +1,8 @@
 """Takes the Markdown pages of the repository to what Doxygen reads: links and pictures that stand, nothing by chance.
 
 Links are relative to the page, as in the repository. A page or a heading of one becomes a reference, a header the page
-of that header, and any other file of the repository is put beside the site. Whatever cannot be found is an error.
+of that header, and any other file of the repository is put beside the site; what is said of a folder of the repository
+stays without a link. Whatever cannot be found is an error.
 """
 
 import dataclasses
@@ -203,6 +204,8 @@ class Site:
             name = "files/" + path.relative_to(self.root).as_posix()
             self.files[name] = path
             return f'<a href="{name}">{label}</a>'
+        if path.is_dir() and self.root in path.parents:
+            return label  # the site does not hold the repository's folders
         raise Wrong(f"{page.path}: the link {target} leads nowhere")
 
     def reference(self, page, label, other, part, target):

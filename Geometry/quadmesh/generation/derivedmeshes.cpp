@@ -22,6 +22,9 @@
 // is made aside and then taken over, so that the result may be the source and, where memory is short, stays
 // as it was. Whoever derives settles the areas anew; the search points only in the forms below that say so.
 //
+// Areas are measured row by row, as each is made, by the general form but for flattened grids, whose quads
+// are rectangles and take a product each.
+//
 // Normalising: both forms round to floats before they scale, one the shifted point, the other the box's
 // centre and each point's difference from it; the last bits hang on that. Which side of the box is the
 // largest is asked with strict signs, so that a tie for it goes to z, also where z is the smallest.
@@ -110,12 +113,18 @@ struct Derived {
     AreaStatistics areas;
 };
 
+/// Measures quads between two rows.
+void addQuads(AreaStatistics& areas, StoredNodes const& low, StoredNodes const& high,
+              std::uint32_t quadCount) {
+    areas.addQuads(low, high, quadCount);
+}
+
 /// Nodes taken from a grid, row by row: for each that is valid there `take` is called with the source's row
 /// of shown points and the node's place in the source, and answers with the point of the result, or with
-/// nothing where the node is not taken.
-template <class Take>
+/// nothing where the node is not taken. `measure` adds the areas between two rows.
+template <class Take, class Measure = decltype(addQuads)>
 Derived makeDerived(Source const& source, GridExtents const& extents, Selection const& alongU,
-                    Selection const& alongV, Take take) {
+                    Selection const& alongV, Take take, Measure measure = addQuads) {
     Derived result;
     std::size_t const nodesU = toUInt32(extents.getdU()) + std::size_t{1};
     auto const nodesFrom = [&](std::int64_t lowest) {
@@ -141,11 +150,31 @@ Derived makeDerived(Source const& source, GridExtents const& extents, Selection 
             });
         }
         if (j > 0) {
-            result.areas.addQuads(rowBelow, {points, flags}, toUInt32(extents.getdU()));
+            measure(result.areas, rowBelow, {points, flags}, toUInt32(extents.getdU()));
         }
         rowBelow = {points, flags};
     });
     return result;
+}
+
+/// Adds the areas between two rows of a grid that lies in a plane along its axes, on finite points that do
+/// not go back. Of the general form, the two cross products are then the product of the quad's sides and its
+/// negative, exactly, since the sides are floats; their squares are far from the ends of doubles, so that
+/// their roots are the product again, and its halves add up to it.
+void addRectangles(AreaStatistics& areas, StoredNodes const& low, StoredNodes const& high,
+                   std::uint32_t quadCount) {
+    AreaStatistics sums = areas; // not where the flag bytes might lie too
+    bool isLeftValid = getHasFlag(low.flags[0] & high.flags[0], RectMesh::Valid);
+    for (std::size_t u = 0; u < quadCount; ++u) {
+        bool const isRightValid = getHasFlag(low.flags[u + 1] & high.flags[u + 1], RectMesh::Valid);
+        if (isLeftValid && isRightValid) {
+            Vector const width = low.points[u + 1] - low.points[u];
+            Vector const height = high.points[u] - low.points[u];
+            sums.add(width.getdX() * height.getdY());
+        }
+        isLeftValid = isRightValid;
+    }
+    areas = sums;
 }
 
 /// All nodes in their places, with the points that `toPoint` makes of what they show.
@@ -253,11 +282,16 @@ void RectMesh::setDerivedNodes(Nodes const& nodes, AreaStatistics const& storedA
 
 void RectMesh::getFlattened(RectMesh& result) const {
     double const side = std::sqrt(meanQuadArea);
-    auto const [nodes, areas] =
-        makeDerived(Source{*this, getNodes()}, getExtents(), {}, {},
-                    [side](auto const&, std::size_t u, std::int64_t v) -> std::optional<Point> {
-                        return Point(static_cast<int>(u) * side, static_cast<int>(v) * side, 0.0);
-                    });
+    auto const place = [side](std::size_t u, std::int64_t v) {
+        return Point(static_cast<int>(u) * side, static_cast<int>(v) * side, 0.0);
+    };
+    auto const take = [place](auto const&, std::size_t u, std::int64_t v) -> std::optional<Point> {
+        return place(u, v);
+    };
+    Point const last = place(extents.u, extents.v);
+    bool const isFinite = std::isfinite(last.getX()) && std::isfinite(last.getY());
+    auto const [nodes, areas] = makeDerived(Source{*this, getNodes()}, getExtents(), {}, {}, take,
+                                            isFinite ? addRectangles : addQuads);
     result.setDerivedNodes(nodes, areas);
 }
 
