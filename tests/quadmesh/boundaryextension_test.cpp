@@ -4,6 +4,7 @@
 #include "tests/support/gridchecks.h"
 #include "tests/support/gridfamilies.h"
 #include "tests/support/plain_extension.h"
+#include "tests/support/randomindex.h"
 #include "tests/support/recordinglistener.h"
 
 #include <cstdint>
@@ -616,23 +617,24 @@ TEST_P(ExtensionDifferential, SameBitsOnSparseGridsOfAnyAspectOverManyPasses) {
     std::mt19937 random(GetParam() + 30);
     int compared = 0;
     for (int i = 0; i < 120; ++i) {
-        std::uint32_t const extentU = 1U + random() % 14U;
-        std::uint32_t const extentV = 1U + random() % 14U;
+        std::uint32_t const extentU = 1U + randomBelow(random, 14);
+        std::uint32_t const extentV = 1U + randomBelow(random, 14);
         RectMesh source = wavyGrid(extentU, extentV, 1.0);
-        std::uint32_t const gap = 2U + random() % 5U;
+        std::uint32_t const gap = 2U + randomBelow(random, 5);
         for (int v = 0; v <= static_cast<int>(extentV); ++v) {
             for (int u = 0; u <= static_cast<int>(extentU); ++u) {
-                source.setPointFlags({u, v}, random() % gap == 0U ? char{0} : valid);
+                source.setPointFlags({u, v}, randomBelow(random, gap) == 0 ? char{0} : valid);
             }
         }
         settle(source);
-        addRubbish(source, random());
+        addRubbish(source, GetParam() + randomBelow(random, 1000));
         if (!plainGridOf(source).getBoundaryEdge()) {
             continue;
         }
         RectMesh grid;
-        std::uint32_t const passes = 1U + random() % 9U;
-        ASSERT_TRUE(extendsAsThePlainVersion(source, grid, plainAsStored, passes, random() % 3U)) << i;
+        std::uint32_t const passes = 1U + randomBelow(random, 9);
+        ASSERT_TRUE(extendsAsThePlainVersion(source, grid, plainAsStored, passes, randomBelow(random, 3)))
+            << i;
         ++compared;
     }
     EXPECT_GT(compared, 60);
