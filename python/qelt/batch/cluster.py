@@ -56,7 +56,8 @@ class Cluster:
         """Asks the scheduler, if it is time to, and raises `Lost` if it is not the one that was connected to."""
         if self.client.status != "running":
             raise Lost("the connection is closed")
-        if is_due or time.monotonic() - self._asked >= self.heartbeat:
+        wait = self.heartbeat if self.worker_count else min(self.heartbeat, 1.0)
+        if is_due or time.monotonic() - self._asked >= wait:
             self._ask()
 
     def _ask(self) -> None:
