@@ -1,6 +1,16 @@
 #pragma once
 
-/// Everything public of QELTGeometry.
+/// Everything public of QELTGeometry: from a file of triangles to the pixel that a beam meets.
+///
+/// \code
+/// TriMesh::Mesh mesh;
+/// mesh.load("examples/cap.obj");
+/// mesh.conformalMap(false, nullptr, false);
+/// QuadMesh::RectMesh grid;
+/// grid.construct(mesh, 0.25);
+/// auto const status = grid.getIntersection(Point(3.0, 4.0, 50.0), Vector(0.0, 0.0, -1.0));
+/// std::cout << status.getIsValid() << ' ' << status.getIndices().getU() << '\n';
+/// \endcode
 
 #include "Geometry/fitting/utility.h"
 #include "Geometry/foundations/affinemap.h"

@@ -1,6 +1,16 @@
 #pragma once
 
-/// Everything public of the inspection library.
+/// Everything public of the inspection library: a function a command.
+///
+/// \code
+/// PrepareOptions options;
+/// options.part = "examples/cap.obj";
+/// options.grid = "cap.quads";
+/// options.resolution.pixel = 0.5;
+/// for (Shortcoming const& each : prepare(options, nullptr).shortcomings) {
+///     std::cout << each.what << ": " << each.remedy << '\n';
+/// }
+/// \endcode
 
 #include "Inspection/exports/exportresult.h"
 #include "Inspection/fits/registration.h"

@@ -34,6 +34,11 @@ foreach(target IN ITEMS qelt_geometry_objects QELTGeometry)
     target_compile_options(${target} PUBLIC $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-ffp-contract=off>)
 endforeach()
 
+# Roots that may report an error one by one cannot be taken several at a time. No value hangs on that.
+set_source_files_properties(
+    ${PROJECT_SOURCE_DIR}/Geometry/quadmesh/areastatistics.cpp
+    PROPERTIES COMPILE_OPTIONS $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-fno-math-errno> SKIP_UNITY_BUILD_INCLUSION ON)
+
 # Inline functions stay visible: many classes are defined in their headers alone, and their type identity is
 # shared by the library and its users.
 set_target_properties(

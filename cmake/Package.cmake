@@ -80,5 +80,7 @@ if(TARGET qelt_python)
     qelt_add_package(python python3-qelt python "inspection of curved parts from Python"
                      "The module qelt: meshes, grids and beams as arrays of numpy, and every command
 of the inspection library as a function." "${qelt_core} (= ${qelt_debian_version}), ${qelt_inspection} (= ${qelt_debian_version}), python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
+    # Of qelt.batch alone.
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS python3-distributed)
 endif()
 include(CPack)

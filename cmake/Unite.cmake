@@ -149,4 +149,6 @@ function(qelt_unite target part)
         set_property(SOURCE ${source} PROPERTY UNITY_GROUP ${chosen})
     endforeach()
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+    # What a source has for itself is no less so where it is included by a group.
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()

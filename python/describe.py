@@ -20,9 +20,9 @@ CORE_HEADERS = [
 # Functions of options and a listener.
 CALLS = [
     "importPart", "checkPart", "cropPart", "cut", "reconstruct", "findNeighbours", "prepare", "drawPreparation",
-    "derive", "fileInfoOf", "scan", "drawScan", "drawFootprint", "selftest", "measuredScan", "drawMeasuredScan", "fit",
-    "registerPoints", "correctFrame", "indications", "drawIndications", "planPath", "drawResult", "exportResult",
-    "view", "report",
+    "derive", "fileInfoOf", "countBeams", "scan", "drawScan", "drawFootprint", "selftest", "measuredScan",
+    "drawMeasuredScan", "fit", "registerPoints", "correctFrame", "indications", "drawIndications", "planPath",
+    "drawResult", "exportResult", "view", "report",
 ]  # fmt: skip
 
 # What other functions of the module take as options, or give.

@@ -8,9 +8,9 @@ build_packages=(g++ cmake ninja-build pkg-config libgtest-dev libbenchmark-dev l
     libeigen3-dev libembree-dev libassimp-dev nlohmann-json3-dev zlib1g-dev libhdf5-dev libtiff-dev)
 # Of the Python module, its tests and its example.
 python_packages=(python3-dev python3-venv python3-pip python3-setuptools python3-wheel pybind11-dev python3-numpy
-    python3-pytest python3-matplotlib mypy)
+    python3-pytest python3-matplotlib python3-h5py python3-distributed python3-dask mypy)
 check_packages=(clang clang-format clang-tidy libclang-rt-14-dev lld lintian chromium
-    python3-numpy python3-pil python3-vtk9 python3-h5py)
+    python3-numpy python3-pil python3-vtk9 doxygen)
 # What the library is measured beside, for ./bench.
 peer_packages=(libcgal-dev libnanoflann-dev libtinyobjloader-dev)
 # Where node comes from elsewhere, Debian's npm cannot be installed beside it.

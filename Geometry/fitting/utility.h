@@ -20,44 +20,56 @@ public:
     /// As in `TriangleMeasures` and `Angles`.
     ///@{
 
+    /// As `TriangleMeasures::twoATN`.
     static Vector twoATN(Point const& a, Point const& b, Point const& c) {
         return TriangleMeasures::twoATN(a, b, c);
     }
 
+    /// As `TriangleMeasures::twoAT`.
     static double twoAT(Point const& a, Point const& b, Point const& c) {
         return TriangleMeasures::twoAT(a, b, c);
     }
 
+    /// As `TriangleMeasures::ATSqr`.
     static double ATSqr(Point const& a, Point const& b, Point const& c) {
         return TriangleMeasures::ATSqr(a, b, c);
     }
 
+    /// As `TriangleMeasures::rTSqr`.
     static double rTSqr(Point const& a, Point const& b, Point const& c) {
         return TriangleMeasures::rTSqr(a, b, c);
     }
 
+    /// As `TriangleMeasures::rT`.
     static double rT(Point const& a, Point const& b, Point const& c) { return TriangleMeasures::rT(a, b, c); }
 
+    /// As `TriangleMeasures::riT`.
     static double riT(Point const& a, Point const& b, Point const& c) {
         return TriangleMeasures::riT(a, b, c);
     }
 
+    /// As `TriangleMeasures::bary` of two points.
     static Point bary(Point const& a, Point const& b, double wa, double wb) {
         return TriangleMeasures::bary(a, b, wa, wb);
     }
 
+    /// As `TriangleMeasures::bary` of three points.
     static Point bary(Point const& a, Point const& b, Point const& c, double wa, double wb, double wc) {
         return TriangleMeasures::bary(a, b, c, wa, wb, wc);
     }
 
+    /// As `TriangleMeasures::isAbove`.
     static bool isAbove(Point const& p, Point const& q, Vector const& n) {
         return TriangleMeasures::isAbove(p, q, n);
     }
 
+    /// In radians, as `Angles::degToRad`.
     static double degToRad(double degrees) { return Angles::degToRad(degrees); }
 
+    /// In degrees, as `Angles::radToDeg`.
     static double radToDeg(double radians) { return Angles::radToDeg(radians); }
 
+    /// A full turn in radians, 2 pi.
     static constexpr double twopi() { return Angles::fullTurn; }
 
     ///@}

@@ -32,8 +32,9 @@
 // are negative, so inner triangles may fold over where the surface is far from flat; nothing here prevents
 // that.
 //
-// Cost: linear for assembly; conjugate gradients take about the square root of the number of vertices in
-// iterations, each linear. Rows start with room for 8 entries: a vertex with six neighbours has seven.
+// Cost: linear for assembly. With the outline fixed, conjugate gradients take about the square root of the
+// number of vertices in iterations, each linear; with two pins nearly as many as vertices. Rows start with
+// room for 8 entries: a vertex with six neighbours has seven.
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 

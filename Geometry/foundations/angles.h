@@ -13,10 +13,12 @@ inline constexpr double quarterTurn = fullTurn * 0.25;
 
 inline constexpr double fullTurnInDegrees = 360.0;
 
+/// Degrees in radians.
 constexpr double degToRad(double degrees) {
     return degrees * fullTurn / fullTurnInDegrees;
 }
 
+/// Radians in degrees.
 constexpr double radToDeg(double radians) {
     return radians * fullTurnInDegrees / fullTurn;
 }

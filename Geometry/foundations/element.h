@@ -10,14 +10,18 @@ namespace QELT {
 /// types are stored as they are.
 template <class T>
 struct Element {
+    /// What values of T are stored as.
     using Type = T;
 };
 
+/// Of 32 bits on every platform.
 template <>
 struct Element<unsigned long> {
+    /// What they are stored as.
     using Type = std::uint32_t;
 };
 
+/// What values of T are stored as.
 template <class T>
 using ElementType = typename Element<T>::Type;
 
@@ -38,6 +42,7 @@ constexpr E wrappedSum(E a, E b) {
     }
 }
 
+/// The difference, in the same arithmetic.
 template <class E>
 constexpr E wrappedDifference(E a, E b) {
     if constexpr (std::is_integral_v<E>) {
@@ -48,6 +53,7 @@ constexpr E wrappedDifference(E a, E b) {
     }
 }
 
+/// The product, in the same arithmetic.
 template <class E>
 constexpr E wrappedProduct(E a, E b) {
     if constexpr (std::is_integral_v<E>) {

@@ -118,6 +118,7 @@ public:
 
     LinearMap operator-(LinearMap const& other) const;
 
+    /// The determinant, the sum of the diagonal, and the matrix with rows for columns.
     double det() const;
     double trace() const;
     LinearMap transpose() const;

@@ -11,7 +11,9 @@ namespace QELT::Geometry::ThreeDimensional::TriMesh {
 template <class K, class V>
 class Map {
 public:
+    /// What the key is stored as.
     using Key = ElementType<K>;
+    /// What the value is stored as, by which pairs are ranked.
     using Value = ElementType<V>;
 
     Map() = default;

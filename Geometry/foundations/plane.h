@@ -27,6 +27,7 @@ public:
         N = newN;
     }
 
+    /// The normal stays.
     void setp(Point const& newp) { p = newp; }
 
     void setN(Vector const& newN) { N = newN; }

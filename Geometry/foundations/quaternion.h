@@ -59,6 +59,7 @@ public:
     Quaternion operator-(Quaternion const& other) const;
     Quaternion& operator+=(Quaternion const& other);
 
+    /// The conjugate, the scalar product, and the squared length.
     Quaternion conj() const;
     double dot(Quaternion const& other) const;
     double normSqr() const;

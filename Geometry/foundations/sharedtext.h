@@ -26,6 +26,7 @@ public:
         return text == nullptr ? nothing : *text;
     }
 
+    /// The text with a zero behind it, as long as any copy is there.
     char const* c_str() const { return get().c_str(); }
 
 private:

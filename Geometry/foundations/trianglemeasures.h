@@ -34,17 +34,19 @@ QELT_EXPORT double rT(Point const& a, Point const& b, Point const& c);
 /// The radius of the inscribed circle of a triangle. NaN when all corners coincide.
 QELT_EXPORT double riT(Point const& a, Point const& b, Point const& c);
 
+/// wa a + wb b.
 inline double weightedSum(double a, double b, double wa, double wb) {
     return wa * a + wb * b;
 }
 
-/// The weighted sum of two or three points, in double precision up to the coordinates of the result. The
+/// The weighted sum of two points, in double precision up to the coordinates of the result. The
 /// weights need not add up to 1.
 inline Point bary(Point const& a, Point const& b, double wa, double wb) {
     return {weightedSum(a.getX(), b.getX(), wa, wb), weightedSum(a.getY(), b.getY(), wa, wb),
             weightedSum(a.getZ(), b.getZ(), wa, wb)};
 }
 
+/// The same of three points.
 inline Point bary(Point const& a, Point const& b, Point const& c, double wa, double wb, double wc) {
     return {weightedSum(a.getX(), b.getX(), wa, wb) + wc * double{c.getX()},
             weightedSum(a.getY(), b.getY(), wa, wb) + wc * double{c.getY()},

@@ -35,8 +35,10 @@ public:
 
     T getdV() const { return dV; }
 
+    /// Sets a component alone.
     void setdU(T value) { dU = static_cast<Stored>(value); }
 
+    /// Sets a component alone.
     void setdV(T value) { dV = static_cast<Stored>(value); }
 
     /// The component of that number: even gives `dU`, odd gives `dV`.
@@ -81,6 +83,7 @@ public:
 
     Vector& operator/=(T const& divisor) { return *this = *this / divisor; }
 
+    /// The scalar product.
     T dot(Vector const& other) const {
         return wrappedSum(wrappedProduct(dU, other.dU), wrappedProduct(dV, other.dV));
     }
@@ -145,11 +148,13 @@ public:
     /// Component number `i` modulo 3.
     void set(unsigned long i, double value) { component(i) = value; }
 
+    /// Component number `i` modulo 3.
     double get(unsigned long i) const {
         std::uint32_t const axis = toUInt32(i) % 3U;
         return axis == 0 ? dX : (axis == 1 ? dY : dZ);
     }
 
+    /// Adds to component number `i` modulo 3.
     void inc(unsigned long i, double value) { component(i) += value; }
 
     double getdX() const { return dX; }

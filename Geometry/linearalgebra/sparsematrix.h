@@ -59,6 +59,7 @@ public:
     /// Empty past the last row. Valid until the matrix changes.
     Row getRow(unsigned long r) const;
 
+    /// The matrix with rows for columns.
     SparseMatrix transpose() const;
 
     /// Sum and difference store every position that either operand stores, zeros that come out included.

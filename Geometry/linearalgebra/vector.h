@@ -31,10 +31,12 @@ public:
     void set(Vector const* other);
 
     void set(unsigned long i, double v);
+    /// Value i.
     double get(unsigned long i) const;
     /// Adds v to value i.
     void acc(unsigned long i, double v);
 
+    /// Makes all values 0, or 1.
     void zero();
     void allOnes();
 

@@ -14,6 +14,7 @@ class RectMesh;
 /// arithmetic. An edge does not own its mesh.
 class QELT_EXPORT Edge {
 public:
+    /// Which way an edge steps from its origin.
     enum Orientation : int {
         PositiveU = 0,
         PositiveV = 1,
@@ -37,6 +38,7 @@ public:
     /// The nodes at which the step starts and ends.
     TwoDimensional::Point<int> org() const { return origin; }
 
+    /// The node at which the step ends.
     TwoDimensional::Point<int> dest() const { return origin + getStep(orientation); }
 
     /// The next edge of the walk around the left quad.
@@ -48,6 +50,7 @@ public:
     /// The next edge out of the origin, counter-clockwise, and the previous one.
     Edge onext() const { return Edge(mesh, origin, turned(1)); }
 
+    /// The previous edge out of the origin, clockwise.
     Edge oprev() const { return Edge(mesh, origin, turned(3)); }
 
     /// Whether both ends are valid nodes.
@@ -63,6 +66,7 @@ public:
     ThreeDimensional::Point vphiorg3() const;
     ThreeDimensional::Point vphidest3() const;
 
+    /// The step on the surface, in double precision.
     ThreeDimensional::Vector vphi3() const { return vphidest3() - vphiorg3(); }
 
 private:

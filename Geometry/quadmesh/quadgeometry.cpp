@@ -1,4 +1,4 @@
-#include "Geometry/foundations/trianglemeasures.h"
+#include "Geometry/quadmesh/internal/areastatistics.h"
 #include "Geometry/quadmesh/internal/nodes.h"
 #include "Geometry/quadmesh/internal/quadarea.h"
 #include "Geometry/quadmesh/internal/shownrow.h"
@@ -31,9 +31,6 @@ namespace {
 
 using GridPoint = TwoDimensional::Point<int>;
 using GridStep = TwoDimensional::Vector<int>;
-
-/// No quad's area is expected to reach this: where the search for the smallest starts.
-constexpr double areaBeyondAll = 1e11;
 
 } // namespace
 
@@ -133,56 +130,12 @@ ThreeDimensional::Point RectMesh::getMeanQuadPoint(GridPoint const& p) const {
 
 namespace {
 
-/// The area of a quad with these corners.
-double getAreaOf(Point const& low, Point const& alongU, Point const& alongV, Point const& opposite) {
-    return 0.5 * TriangleMeasures::twoAT(low, alongU, alongV) +
-           0.5 * TriangleMeasures::twoAT(alongV, alongU, opposite);
-}
-
-/// What the areas come to that were added in their order.
-class AreaStatistics {
-public:
-    void add(double area) {
-        min = min > area ? area : min;
-        max = area > max ? area : max;
-        sum += area;
-        ++count;
-    }
-
-    double getMin() const { return min; }
-
-    double getMax() const { return max; }
-
-    double getMean() const { return count == 0 ? 0.0 : sum / count; }
-
-private:
-    double min = areaBeyondAll;
-    double max = 0.0;
-    double sum = 0.0;
-    std::uint32_t count = 0;
-};
-
-/// Adds the quads between rows v and v + 1 of a plain grid.
-void addStoredQuads(AreaStatistics& statistics, Nodes const& nodes, std::ptrdiff_t v) {
-    Point const* const low = nodes.points[v].get();
-    Point const* const high = nodes.points[v + 1].get();
-    char const* const lowFlags = nodes.flags[v].get();
-    char const* const highFlags = nodes.flags[v + 1].get();
-    bool isLeftValid = getHasFlag(lowFlags[0] & highFlags[0], RectMesh::Valid);
-    for (std::size_t u = 0; u < nodes.extentU; ++u) {
-        bool const isRightValid = getHasFlag(lowFlags[u + 1] & highFlags[u + 1], RectMesh::Valid);
-        if (isLeftValid && isRightValid) {
-            statistics.add(getAreaOf(low[u], low[u + 1], high[u], high[u + 1]));
-        }
-        isLeftValid = isRightValid;
-    }
-}
-
 /// The quads of a plain grid that is not empty, off its rows.
 AreaStatistics measureStoredQuads(Nodes const& nodes) {
     AreaStatistics statistics;
     for (std::uint32_t v = 0; v < nodes.extentV; ++v) {
-        addStoredQuads(statistics, nodes, v);
+        statistics.addQuads({nodes.points[v].get(), nodes.flags[v].get()},
+                            {nodes.points[v + 1].get(), nodes.flags[v + 1].get()}, nodes.extentU);
     }
     return statistics;
 }

@@ -14,6 +14,13 @@ namespace {
 /// Nodes in a megabyte at 25 bytes each.
 constexpr std::uint32_t nodesPerMB = 41943;
 
+Nodes makeCopy(Nodes const& source) {
+    std::size_t const nodesU = source.extentU + std::size_t{1};
+    return makeNodes({source.extentU, source.extentV}, [&](std::uint32_t v, Point* points, char* flags) {
+        constructCopies(source.points[v].get(), source.flags[v].get(), nodesU, points, flags);
+    });
+}
+
 } // namespace
 
 std::uint32_t RectMesh::creationCount = 0;
@@ -31,11 +38,9 @@ RectMesh& RectMesh::operator=(RectMesh const& other) {
     }
     uninit();
     if (other.getHasRows()) {
-        init(other.getExtents());
-        for (std::uint32_t v = 0; v <= extents.v; ++v) {
-            std::copy_n(other.points[v].get(), extents.u + std::size_t{1}, points[v].get());
-            std::copy_n(other.flags[v].get(), extents.u + std::size_t{1}, flags[v].get());
-        }
+        numberOfSearchPointsU = 1;
+        numberOfSearchPointsV = 1;
+        setNodes(makeCopy(other.getNodes()));
     }
     meanQuadArea = other.meanQuadArea;
     minQuadArea = other.minQuadArea;
@@ -170,10 +175,14 @@ std::uint32_t RectMesh::getNumberOfMBs(unsigned long u, unsigned long v) {
 }
 
 Edge RectMesh::getBoundaryEdge() {
+    return getInnerBoundaryEdge(0);
+}
+
+Edge RectMesh::getInnerBoundaryEdge(std::uint32_t margin) {
     // The scan goes up to the u extent in both directions; rows past the grid have no quads to offer.
-    std::uint32_t const rows = std::min(extents.u, extents.v);
-    for (std::uint32_t v = 0; v <= rows; ++v) {
-        for (std::uint32_t u = 0; u <= extents.u; ++u) {
+    std::uint32_t const rows = std::min(extents.u, extents.v) - 2U * margin;
+    for (std::uint32_t v = margin; v <= margin + rows; ++v) {
+        for (std::uint32_t u = margin; u <= extents.u - margin; ++u) {
             TwoDimensional::Point<int> const node(static_cast<int>(u), static_cast<int>(v));
             if (!getIsQuadValid(node)) {
                 continue; // all four edges of the walk have this quad on their left

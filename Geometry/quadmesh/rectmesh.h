@@ -31,9 +31,20 @@ class Mesh;
 
 namespace QuadMesh {
 
+class AreaStatistics;
 class QuadIndicesEllipseIntersectionInfo;
 class QuadReader;
 struct Nodes;
+
+/// Frees a row of nodes as the bare memory that it was made in: a point ends without anything to do, and
+/// `delete[]` would look at each of them to find that out.
+struct RowDeleter {
+    void operator()(void* row) const { ::operator delete(row); }
+};
+
+/// The points or the flag bytes of a row of a grid.
+template <class Node>
+using NodeRow = std::unique_ptr<Node[], RowDeleter>;
 
 /// A direction of the grid.
 enum CanonicalAxis : int { AxisU = 0, AxisV = 1 };
@@ -41,6 +52,7 @@ enum CanonicalAxis : int { AxisU = 0, AxisV = 1 };
 /// A coordinate plane of space.
 enum CanonicalPlane : int { PlaneYZ = 0, PlaneXZ = 1, PlaneXY = 2 };
 
+/// How a grid grows past its outline: there is one way.
 enum BoundaryExtensionAlgorithm : int { Basic = 0 };
 
 /// A surface as a grid of points: node (u, v), 0 <= u <= `extents.u`, 0 <= v <= `extents.v`, each with a flag
@@ -112,6 +124,7 @@ public:
     bool getPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id) const;
     char getPointFlags(TwoDimensional::Point<int> const& p) const;
 
+    /// Whether the node holds a surface point.
     bool getIsPointValid(TwoDimensional::Point<int> const& p) const { return getPointFlag(p, Valid); }
 
     void setPointFlag(TwoDimensional::Point<int> const& p, PointFlagID id, bool value);
@@ -470,10 +483,11 @@ private:
     void uninit();
 
     /// The rows as the algorithms beside the grid see them, and the other way round: other rows in place of
-    /// these. All that `uninit` clears is then 0; of a derived grid the areas are those of the new quads.
+    /// these. All that `uninit` clears is then 0; of a derived grid the areas are those of the new quads,
+    /// which were measured as the rows were made.
     Nodes getNodes() const;
     void setNodes(Nodes const& nodes);
-    void setDerivedNodes(Nodes const& nodes);
+    void setDerivedNodes(Nodes const& nodes, AreaStatistics const& storedAreas);
 
     /// The quads as the search reads them.
     QuadReader getQuadReader() const;
@@ -493,18 +507,21 @@ private:
 
     Edge getVertexArbitraryEdge(TwoDimensional::Point<int> const& p) { return {this, p, Edge::PositiveU}; }
 
-    /// \throws std::runtime_error "No boundary found".
+    /// The first boundary edge of the grid, or of what is left of it without so many nodes on each side,
+    /// outside of which none is valid. \throws std::runtime_error "No boundary found".
     Edge getBoundaryEdge();
+    Edge getInnerBoundaryEdge(std::uint32_t margin);
 
     /// Measures all quads, see `getMeanQuadArea`.
     void getMaxMeanMinQuadSize(double* max, double* mean, double* min) const;
 
-    /// One pass of an extension of the boundary, its two steps, which leave areas of 0 behind, and so many
-    /// passes of a grid at which nobody looks in between.
+    /// One pass of an extension of the boundary, and so many passes of a grid at which nobody looks in
+    /// between.
     void extendBoundaryBasic(unsigned long smoothingPasses);
-    void growBoundary();
-    void smoothBoundary(unsigned long passes);
     void extendUnwatched(std::uint32_t passes, unsigned long smoothingPasses);
+
+    /// Smooths the boundary of the grid without so many nodes on each side, outside of which none is valid.
+    void smoothBoundary(unsigned long passes, std::uint32_t margin);
 
     /// Reverses the grid along an axis, see `mirror`.
     void flipWinding(CanonicalAxis axis);
@@ -535,8 +552,8 @@ private:
                                  double& bestDistanceSqr, bool& hasInvalidQuad, unsigned long doNMoreCount,
                                  unsigned long sampleCount) const;
 
-    std::shared_ptr<std::unique_ptr<ThreeDimensional::Point[]>[]> points;
-    std::shared_ptr<std::unique_ptr<char[]>[]> flags;
+    std::shared_ptr<NodeRow<ThreeDimensional::Point>[]> points;
+    std::shared_ptr<NodeRow<char>[]> flags;
     Extents extents;
     double meanQuadArea = 0.0;
     double minQuadArea = 0.0;

@@ -21,6 +21,7 @@ public:
     Cloud& operator=(Cloud const& other);
     virtual ~Cloud() = default;
 
+    /// Adds a point at the end.
     void addPoint(Point const& point) { points.push_back(point); }
 
     unsigned long getNumberOfPoints() const { return toUInt32(points.size()); }

@@ -12,11 +12,16 @@ namespace QELT::Geometry::ThreeDimensional::PointCloud {
 /// Finds the nearest of a list of points, exactly: the answer is that of a sort of all of them by
 /// `Point::dSqr`, equally far ones by index, at a cost that grows with the logarithm of their number. It
 /// keeps a copy of the points. Queries change nothing, so several threads may ask at once.
+///
+/// \code
+/// PointCloud::NearestPoints const points({Point(0.0, 0.0, 0.0), Point(1.0, 0.0, 0.0)});
+/// auto const nearest = points.getNearest(Point(0.9, 0.1, 0.0), 1); // point 1
+/// \endcode
 class QELT_EXPORT NearestPoints {
 public:
     /// A point that was found: its squared distance as `Point::dSqr` gives it, and its index in the list.
     struct Neighbour {
-        double distanceSqr = 0.0;
+        double distanceSqr = 0.0; ///< in the square of the points' unit
         std::uint32_t index = 0;
 
         bool operator==(Neighbour const& other) const = default;

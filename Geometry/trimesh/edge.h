@@ -67,12 +67,14 @@ public:
     Point const& vphiorg3() const;
     Point const& vphidest3() const;
 
+    /// The way along the edge on the surface.
     Vector vphi3() const { return vphidest3() - vphiorg3(); }
 
     /// The ends in the flat map, and the way from one to the other.
     TwoDimensional::Point<double> const& vphiorg2() const;
     TwoDimensional::Point<double> const& vphidest2() const;
 
+    /// The way along the edge in the flat map.
     TwoDimensional::Vector<double> vphi2() const { return vphidest2() - vphiorg2(); }
 
     /// The unit normal of the triangle; NaN for a triangle without area.

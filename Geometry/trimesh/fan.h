@@ -16,6 +16,7 @@ namespace QELT::Geometry::ThreeDimensional::TriMesh {
 /// vertices and their numbers on its way, but no stitch.
 class Fan {
 public:
+    /// Goes around the vertex edge by edge.
     class Iterator {
     public:
         using value_type = Edge;

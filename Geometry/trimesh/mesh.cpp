@@ -2,9 +2,9 @@
 
 #include "Geometry/foundations/rounding.h"
 #include "Geometry/trimesh/internal/surfacebuilder.h"
+#include "Geometry/trimesh/internal/triangletally.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
 
@@ -20,32 +20,41 @@ SurfaceBuilder Mesh::getBuilder() {
     return {*this, vertices, vertexTriangles, *triangles};
 }
 
+namespace {
+
+/// How often the fans that the vertices show meet each triangle.
+TriangleTally getTallyOfFans(Connectivity const& surface, TriangleArena const& triangles) {
+    TriangleTally tally(triangles);
+    for (std::uint32_t v = 0; v < surface.getNumberOfVertices(); ++v) {
+        surface.visitFan(v, [&](Triangle const* triangle) { tally.add(triangle); });
+    }
+    return tally;
+}
+
+} // namespace
+
 void Mesh::getTriangles(std::vector<Triangle*>& list, std::vector<Triangle*>::iterator& first,
                         std::vector<Triangle*>::iterator& last) const {
-    Connectivity const surface = getConnectivity();
+    TriangleTally const tally = getTallyOfFans(getConnectivity(), *triangles);
     list.clear();
-    for (std::uint32_t v = 0; v < surface.getNumberOfVertices(); ++v) {
-        for (Edge const& spoke : surface.getFan(v)) {
-            list.push_back(spoke.getTriangle());
+    list.reserve(tally.getTotal());
+    tally.forEach([&](Triangle* triangle, std::uint32_t count) {
+        for (std::uint32_t i = 0; i < count; ++i) {
+            list.push_back(triangle);
         }
-    }
-    std::sort(list.begin(), list.end(), std::less<>());
+    });
     first = list.begin();
     last = std::unique(list.begin(), list.end());
 }
 
 std::vector<Triangle*> Mesh::getUnlistedTriangles() const {
-    std::vector<Triangle*> list;
-    std::vector<Triangle*>::iterator first;
-    std::vector<Triangle*>::iterator last;
-    getTriangles(list, first, last);
+    TriangleTally const tally = getTallyOfFans(getConnectivity(), *triangles);
     std::vector<Triangle*> unlisted;
-    triangles->forEachOfSurface([&](Triangle& triangle) {
-        if (!std::binary_search(first, last, &triangle, std::less<>())) {
-            unlisted.push_back(&triangle);
+    tally.forEach([&](Triangle* triangle, std::uint32_t count) {
+        if (count == 0) {
+            unlisted.push_back(triangle);
         }
     });
-    std::sort(unlisted.begin(), unlisted.end(), std::less<>());
     return unlisted;
 }
 

@@ -194,11 +194,12 @@ public:
         return vertices[toUInt32(i) % toUInt32(vertices.size())];
     }
 
+    /// Vertex i, modulo their number.
     Vertex& getVertex(unsigned long i) { return vertices[toUInt32(i) % toUInt32(vertices.size())]; }
 
     /// Gathers the triangles in ascending order of their addresses, which is the order in which they were
     /// made as far as they lie in one run of memory. They stand from `first` to `last`; what lies behind
-    /// `last` in `list` is left over from the work. Costs a walk around every vertex and a sort.
+    /// `last` in `list` is left over from the work. Costs a walk around every vertex.
     ///
     /// Of each vertex one fan of triangles is seen, mostly that which was built first. Where a surface meets
     /// itself in points, a triangle is missing if each of its three vertices shows another fan (2 of 25,988

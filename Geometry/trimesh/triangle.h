@@ -24,8 +24,10 @@ public:
     Triangle& operator=(Triangle const& other);
     virtual ~Triangle() = default;
 
+    /// The indices of all three corners.
     void getVertexIndices(unsigned long& a, unsigned long& b, unsigned long& c) const;
 
+    /// The index of corner i, modulo 3.
     unsigned long getAdjacentVertexIndex(unsigned long i) const { return vertexIndices[wrapped(i)]; }
 
     /// Side number `i` as an edge.

@@ -8,6 +8,7 @@
 /// Maps that take points to their places.
 namespace QELT::Inspection {
 
+/// A 3 by 3 matrix of the core.
 using LinearMap = QELT::Geometry::ThreeDimensional::LinearMap;
 
 /// A point and where it is to go.

@@ -14,23 +14,26 @@
 /// are in the cloud's unit.
 namespace QELT::Inspection {
 
+/// How well a surface fits, in the cloud's unit.
 struct FitQuality {
     bool isSettled = true; ///< whether the descent came to rest within its limit
     std::size_t usedCount = 0;
-    double meanResidual = 0.0;
-    double maxResidual = 0.0;
+    double meanResidual = 0.0; ///< distance of a point from the surface
+    double maxResidual = 0.0;  ///< the greatest
 };
 
+/// A sphere fitted to points.
 struct SphereFit {
     Point centre;
-    double radius = 0.0;
+    double radius = 0.0; ///< in the cloud's unit
     FitQuality quality;
 };
 
+/// A cylinder without ends, fitted to points with normals.
 struct CylinderFit {
     Point axisPoint;
     Vector axisDirection; ///< of unit length
-    double radius = 0.0;
+    double radius = 0.0;  ///< in the cloud's unit
     FitQuality quality;
 };
 
@@ -40,8 +43,8 @@ struct ParaboloidFit {
     Vector axisU;
     Vector axisV;
     Vector axisN;
-    double curvatureU = 0.0;
-    double curvatureV = 0.0;
+    double curvatureU = 0.0; ///< one over the radius, along u
+    double curvatureV = 0.0; ///< and along v
     FitQuality quality;
 };
 
@@ -55,13 +58,16 @@ QELT_INSPECTION_EXPORT CylinderFit fitCylinder(OrientedCloud const& cloud);
 /// curvature. On scattered points it runs to its limit of steps, which takes minutes.
 QELT_INSPECTION_EXPORT ParaboloidFit fitParaboloid(std::vector<Point> const& points);
 
+/// Which surface is fitted.
 enum class FitSurface { Sphere, Cylinder, Paraboloid };
 
+/// What to fit to which cloud.
 struct FitOptions {
     FitSurface surface = FitSurface::Sphere;
     PlacedPart cloud; ///< points of any format, of a mesh its points; for a cylinder with normals
 };
 
+/// The surface that was fitted.
 using FitResult = std::variant<SphereFit, CylinderFit, ParaboloidFit>;
 
 /// Fits the surface to a cloud's file. Fails if the file cannot be read and as above, naming the file.

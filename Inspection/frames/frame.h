@@ -34,7 +34,8 @@ struct Frame {
 /// back as the same value.
 QELT_INSPECTION_EXPORT void writeFrame(Frame const& frame, Destination const& to);
 
-/// Fails if the file is no frame, or if its matrix is no rotation within 1e-6.
+/// Fails if the file is no frame, or if its matrix is no rotation: if the products of its rows are off by
+/// more than 2e-6, as six decimals of a rotation never are.
 QELT_INSPECTION_EXPORT Frame readFrame(std::filesystem::path const& file);
 
 /// The same of a frame for coordinates in a unit. Fails also if both units are known and differ.

@@ -6,14 +6,15 @@
 
 namespace QELT::Inspection {
 
+/// Three coordinates in double precision.
 using Triple = std::array<double, 3>;
 
 /// A rotation in space, as a quaternion of unit length in doubles.
 struct Turn {
-    double w = 1.0;
-    double x = 0.0;
-    double y = 0.0;
-    double z = 0.0;
+    double w = 1.0; ///< cosine of half the angle
+    double x = 0.0; ///< sine of half the angle times the axis
+    double y = 0.0; ///< as x
+    double z = 0.0; ///< as x
 
     /// First `other`, then this one.
     QELT_INSPECTION_EXPORT Turn operator*(Turn const& other) const;
@@ -44,7 +45,9 @@ QELT_INSPECTION_EXPORT Triple slerp(Triple const& from, Triple const& to, double
 QELT_INSPECTION_EXPORT Triple operator+(Triple const& a, Triple const& b);
 QELT_INSPECTION_EXPORT Triple operator-(Triple const& a, Triple const& b);
 QELT_INSPECTION_EXPORT Triple operator*(double factor, Triple const& a);
+/// The scalar product.
 QELT_INSPECTION_EXPORT double dot(Triple const& a, Triple const& b);
+/// The length.
 QELT_INSPECTION_EXPORT double lengthOf(Triple const& a);
 
 } // namespace QELT::Inspection

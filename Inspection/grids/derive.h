@@ -35,7 +35,8 @@ struct MirrorGrid {
     QELT::Geometry::ThreeDimensional::QuadMesh::CanonicalPlane plane =
         QELT::Geometry::ThreeDimensional::QuadMesh::PlaneYZ;
     QELT::Geometry::ThreeDimensional::QuadMesh::CanonicalAxis axis =
-        QELT::Geometry::ThreeDimensional::QuadMesh::AxisU; ///< reversed, so that the outside stays outside
+        QELT::Geometry::ThreeDimensional::QuadMesh::AxisU; ///< U turns columns end for end, V rows, so that
+                                                           ///< the outside stays outside
 };
 
 /// Scaled about the origin.
@@ -43,8 +44,10 @@ struct ScaleGrid {
     double scale = 1.0; ///< finite and not 0
 };
 
+/// One of the ways to derive a grid.
 using Derivation = std::variant<FlattenGrid, NormaliseGrid, ThinOutGrid, RestrictGrid, MirrorGrid, ScaleGrid>;
 
+/// What to derive from which grid.
 struct DeriveOptions {
     std::filesystem::path source; ///< grid to start from, a .quads file
     std::filesystem::path result; ///< grid to write, a .quads file

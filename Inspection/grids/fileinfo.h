@@ -16,11 +16,13 @@
 /// What a file holds.
 namespace QELT::Inspection {
 
+/// Which file to tell of.
 struct InfoOptions {
     std::filesystem::path file; ///< a .quads file, told by its first bytes, a part of any format, a .csv file
                                 ///< or any other with a record
 };
 
+/// A grid's file.
 struct GridFileInfo {
     GridFileHeader header;
     std::uintmax_t byteCount = 0;
@@ -28,6 +30,7 @@ struct GridFileInfo {
     std::optional<FoundRecord> record; ///< of how the file was made, where one lies beside it
 };
 
+/// A mesh's file.
 struct MeshFileInfo {
     LoadReport load;
     std::uintmax_t byteCount = 0;
@@ -58,6 +61,7 @@ struct CloudFileInfo {
     std::optional<FoundRecord> record;
 };
 
+/// What a file is, and what it holds.
 using FileInfo = std::variant<GridFileInfo, MeshFileInfo, CloudFileInfo, TableFileInfo, RecordedFileInfo>;
 
 /// Reads the whole file and tells what it holds, and whether its record fits. Fails if it is of no kind above

@@ -16,15 +16,16 @@ struct GridFileHeader {
     std::string name;
     std::uint32_t extentU = 0;
     std::uint32_t extentV = 0;
-    double meanQuadArea = 0.0;
-    double minQuadArea = 0.0;
-    double maxQuadArea = 0.0;
+    double meanQuadArea = 0.0; ///< as settled when it was written, in the square of the part's unit
+    double minQuadArea = 0.0;  ///< the least
+    double maxQuadArea = 0.0;  ///< the greatest
     std::uint32_t coordinateDataType = 1; ///< version 0 files hold doubles
 };
 
 /// Whether the file begins as a `.quads` file does.
 QELT_INSPECTION_EXPORT bool isGridFile(std::filesystem::path const& path);
 
+/// Reads the header alone. Fails if the file cannot be read or is no grid.
 QELT_INSPECTION_EXPORT GridFileHeader readGridFileHeader(std::filesystem::path const& path);
 
 /// Loads the file into the grid. The core reads what there is and takes a file that was cut short for

@@ -21,13 +21,14 @@ struct GridSummary {
     std::size_t cutBoundaryCount = 0;
     std::size_t extendedCount = 0; ///< valid nodes that are neither interior nor boundary
     std::size_t validQuadCount = 0;
-    double minQuadArea = 0.0; ///< as the grid keeps them
-    double meanQuadArea = 0.0;
-    double maxQuadArea = 0.0;
-    Point low; ///< meaningful only with a valid node
+    double minQuadArea = 0.0;  ///< as the grid keeps them
+    double meanQuadArea = 0.0; ///< in the square of the part's unit
+    double maxQuadArea = 0.0;  ///< the greatest
+    Point low;                 ///< meaningful only with a valid node
     Point high;
 };
 
+/// Counts and measures all of the grid.
 QELT_INSPECTION_EXPORT GridSummary gridSummaryOf(Grid const& grid);
 
 /// Tells a record the counts, the areas and the box.

@@ -67,9 +67,11 @@ private:
     std::optional<Reconstruction> reconstruction; ///< of a cloud
     std::shared_ptr<Mesh> loaded;
     std::string remedy; ///< where the core refused the chosen map
+    std::string wayOut; ///< how a face is cut out that has a better map, once it is looked for
     PrepareResult result;
 
     std::shared_ptr<Mesh> makeMesh() const;
+    std::string const& cutOut();
     void addCandidate(std::shared_ptr<Mesh> const& mesh, FlatteningMode mode);
     void requireMap() const;
     void requireBearableGrid() const;
@@ -166,6 +168,22 @@ void Preparation::addCandidate(std::shared_ptr<Mesh> const& mesh, FlatteningMode
     }
 }
 
+/// Half of such a part lies on the other side of a fold or bend, and no mode helps.
+std::string const& Preparation::cutOut() {
+    if (!wayOut.empty()) {
+        return wayOut;
+    }
+    if (reconstruction) {
+        return wayOut =
+                   "build the surface with 'cscan reconstruct' and cut the face to inspect out of that with "
+                   "'cscan crop'";
+    }
+    std::string const command = cutOutCommand(readFaces(options.part).mesh, options.part);
+    return wayOut = command.empty() ? "cut the face to inspect out of the part with 'cscan crop', or slit a "
+                                      "tube with 'cscan cut'"
+                                    : command;
+}
+
 void Preparation::requireMap() const {
     MapCandidate const& best = result.map();
     require(best.isMade(), part + ": " + best.refusal + remedy);
@@ -178,7 +196,7 @@ void Preparation::flatten() {
         addCandidate(makeMesh(), FlatteningMode::Pinned);
     }
     requireMap();
-    result.shortcomings = shortcomingsOf(result.maps, result.chosen);
+    result.shortcomings = shortcomingsOf(result.maps, result.chosen, [&] { return cutOut(); });
     tell(PrepareStage::Flattened);
 }
 
@@ -241,7 +259,7 @@ void Preparation::resample() {
         resampleOnce();
     }
     result.nanNodes = nanNodesIn(*result.surface, *result.mesh, result.spacing.spacing);
-    auto const others = shortcomingsOf(result.sizes, result.nanNodes);
+    auto const others = shortcomingsOf(result.sizes, result.nanNodes, [&] { return cutOut(); });
     result.shortcomings.insert(result.shortcomings.end(), others.begin(), others.end());
     extend();
     result.resampleSeconds = watch.seconds();

@@ -21,6 +21,7 @@
 /// The way from a part to its grid.
 namespace QELT::Inspection {
 
+/// What to prepare, and how.
 struct PrepareOptions {
     PlacedPart part;            ///< mesh or cloud, of any format
     std::filesystem::path grid; ///< grid to write, a .quads file
@@ -63,13 +64,14 @@ struct PrepareResult {
     std::string unit;                   ///< of length, for texts; "units" if it is not known
     GridSpacing spacing;                ///< with the area that quads were to have on average
     GridSummary grid;
-    QuadSizes sizes;   ///< of the part's own quads, before the grid was extended
-    NanNodes nanNodes; ///< likewise
-    double resampleSeconds = 0.0;
+    QuadSizes sizes;               ///< of the part's own quads, before the grid was extended
+    NanNodes nanNodes;             ///< likewise
+    double resampleSeconds = 0.0;  ///< of the resampling alone
     std::shared_ptr<Grid> surface; ///< the grid itself, also if it is not written; null where none was made
     std::vector<Shortcoming> shortcomings; ///< none if the grid is fit for inspection
     bool isWritten = false;
 
+    /// The map that was taken.
     MapCandidate const& map() const { return maps.at(chosen); }
 
     bool isFit() const { return shortcomings.empty(); }

@@ -15,7 +15,7 @@ struct QuadSizes {
     std::size_t quadCount = 0; ///< valid ones
     std::size_t nanCount = 0;  ///< of them with an area that is no number
     double mean = 0.0;         ///< of the others, in the square of the part's unit
-    double median = 0.0;
+    double median = 0.0;       ///< in the square of the part's unit
     /// How many lie below 1/4 of the median, to 1/2, to 2, to 4 times, and above.
     std::array<std::size_t, 5> counts{};
 
@@ -30,6 +30,7 @@ struct QuadSizes {
 /// The area of a valid quad as the core reckons it: that of the two triangles on either side of its diagonal.
 QELT_INSPECTION_EXPORT double quadAreaOf(Grid const& grid, GridIndex const& quad);
 
+/// Measures all valid quads.
 QELT_INSPECTION_EXPORT QuadSizes quadSizesOf(Grid const& grid);
 
 /// How fine a grid is to be. At most one of the three is given; without any a pixel that suits the part's

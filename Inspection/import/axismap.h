@@ -34,6 +34,7 @@ QELT_INSPECTION_EXPORT std::string toText(AxisMap const& map);
 /// Whether the map is a mirror and no rotation: it turns polygons inside out.
 QELT_INSPECTION_EXPORT bool isMirror(AxisMap const& map);
 
+/// The point with its coordinates mapped.
 QELT_INSPECTION_EXPORT std::array<double, 3> mapped(AxisMap const& map, std::array<double, 3> const& point);
 
 } // namespace QELT::Inspection

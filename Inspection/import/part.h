@@ -16,6 +16,7 @@
 /// Parts made ready: what a file holds, welded, in triangles, without what no triangle needs.
 namespace QELT::Inspection {
 
+/// A point as files have it, in double precision.
 using SpacePoint = std::array<double, 3>;
 
 /// Where a part comes from: its file and, if that is in a cell's coordinates, the frame that takes these to
@@ -34,6 +35,7 @@ struct PlacedPart {
     std::string string() const { return file.string(); }
 };
 
+/// What is done with a part on its way in.
 struct LoadOptions {
     /// Points no farther apart become one, in the unit of the result. Unless given, STL and glTF files are
     /// welded within `defaultWeldShare` of the diagonal of their box, others are not.
@@ -75,6 +77,7 @@ struct LoadReport {
     std::string unit;    ///< of lengths, as the file or its format names it; empty if neither does
     SpacePoint offset{}; ///< what was taken off each point to bring the part near the origin
 
+    /// Whether single precision loses too much of it where it lies.
     bool liesFarOut() const { return reach > farOutRatio * size; }
 
     bool isMoved() const { return offset != SpacePoint{}; }

@@ -15,6 +15,7 @@
 /// scenes where the library is built with Assimp.
 namespace QELT::Inspection {
 
+/// What kind of file a part comes in.
 enum class PartFormat : std::uint8_t {
     StlText,
     StlBinary,

@@ -20,6 +20,7 @@ struct Threshold {
     double number = 0.0; ///< the level, or the share as a linear factor, such as 0.5; -6 dB are 0.501
 };
 
+/// What counts as an indication. Lengths are in the part's unit.
 struct IndicationOptions {
     std::string value; ///< name or quantity of a map of the result
     Threshold threshold;
@@ -44,19 +45,19 @@ struct SurfacePlace {
 struct Indication {
     std::size_t number = 0;              ///< from 1 on, the largest area first
     PixelState state = PixelState::Echo; ///< NoEcho: an echo is lost there; Saturated: the peak is at least
-    std::optional<double> peak; ///< in the value's unit; the least with `isBelow`; not of a lost echo
-    double level = 0.0;         ///< the threshold at the peak, in the value's unit
-    SurfacePlace centre;        ///< of its area, on the surface
-    SurfacePlace peakPlace;     ///< of several equal ones, the nearest to the centre
-    double length = 0.0;        ///< sides of the smallest rectangle that holds it, unrolled
-    double width = 0.0;
-    double area = 0.0;
-    std::optional<double> depth;                  ///< at the peak, of the first map of that quantity
-    std::optional<double> incidence;              ///< the same
-    bool doesTouchRim = false;                    ///< it goes on, perhaps, where the grid has no surface
-    bool doesTouchUnmeasured = false;             ///< or where no shot says anything
-    bool isUnderBeam = false;                     ///< no wider than a flaw of the beam's width would show
-    std::vector<std::uint32_t> pixels;            ///< beyond the threshold, ascending
+    std::optional<double> peak;        ///< in the value's unit; the least with `isBelow`; not of a lost echo
+    double level = 0.0;                ///< the threshold at the peak, in the value's unit
+    SurfacePlace centre;               ///< of its area, on the surface
+    SurfacePlace peakPlace;            ///< of several equal ones, the nearest to the centre
+    double length = 0.0;               ///< sides of the smallest rectangle that holds it, unrolled
+    double width = 0.0;                ///< the shorter side
+    double area = 0.0;                 ///< sum of its quads' own, in the square of the part's unit
+    std::optional<double> depth;       ///< at the peak, of the first map of that quantity
+    std::optional<double> incidence;   ///< the same
+    bool doesTouchRim = false;         ///< it goes on, perhaps, where the grid has no surface
+    bool doesTouchUnmeasured = false;  ///< or where no shot says anything
+    bool isUnderBeam = false;          ///< no wider than a flaw of the beam's width would show
+    std::vector<std::uint32_t> pixels; ///< beyond the threshold, ascending
     std::vector<std::vector<FlatPoint>> outlines; ///< closed lines in quads, counter-clockwise, holes not
 };
 

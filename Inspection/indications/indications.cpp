@@ -3,6 +3,7 @@
 #include "Inspection/indications/indicationtable.h"
 #include "Inspection/records/failure.h"
 #include "Inspection/records/internal/announce.h"
+#include "Inspection/results/coverage.h"
 #include "Inspection/results/internal/inresult.h"
 #include "Inspection/results/resultfile.h"
 
@@ -51,13 +52,17 @@ void addIndicationFiles(IndicationsOptions const& options, Record& record, Outpu
 FoundIndications indications(IndicationsOptions const& options, ProgressListener* listener, Record& record,
                              Outputs& outputs) {
     announce(listener, "Reading the result...");
-    FoundIndications found{readResult(options.result), {}};
+    FoundIndications found;
+    found.result = readResult(options.result);
     record.setUnit(found.result.unit);
     checkpoint(listener);
     announce(listener, "Finding indications...");
     found.search = inResult(options.result, [&] { return searchIndications(found.result, options.search); });
+    found.isTorn = tornShare(found.result, options.search.doUseFilled) > tornLimit;
+    found.isFilled = tornShare(found.result, true) <= tornLimit;
     checkpoint(listener);
     addFigures(record, found.search);
+    record.figure("isTorn", found.isTorn);
     writeIndicationFile(outputs.at(options.table), found.search.indications,
                         unitsOf(found.result, options.search));
     if (options.poses) {

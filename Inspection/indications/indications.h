@@ -13,6 +13,7 @@
 
 namespace QELT::Inspection {
 
+/// What to look for in which result, and what to write.
 struct IndicationsOptions {
     std::filesystem::path result; ///< what `writeResult` has written
     IndicationOptions search;
@@ -21,9 +22,14 @@ struct IndicationsOptions {
     std::optional<double> standoff;             ///< of these beams from the surface
 };
 
+/// What was found.
 struct FoundIndications {
     Result result;
     IndicationSearch search;
+    bool isTorn = false; ///< shots are farther apart than pixels: one flaw is found anew on each line of them
+    bool isFilled = false; ///< the result has values for what lies between, which were not taken
+
+    bool isFit() const { return !isTorn || search.indications.empty(); }
 };
 
 /// Finds the indications of a result and writes them. Fails if a file cannot be read or written, if there are

@@ -20,6 +20,7 @@ struct IndicationUnits {
     bool isBeamKnown = false;
 };
 
+/// As the result tells them.
 QELT_INSPECTION_EXPORT IndicationUnits unitsOf(Result const& result, IndicationOptions const& options);
 
 /// A line for each: number, state, peak, level, the centre (x, y, z, normal, u, v) and the peak's place the

@@ -29,6 +29,7 @@ struct DirectSolve {
     /// solution that is known was found again, whichever is more.
     double uncertainty = 0.0;
 
+    /// Whether the solution can be trusted.
     bool doesHold() const {
         return state == DirectSolveState::Solved || state == DirectSolveState::SolvedByLu;
     }
@@ -43,6 +44,7 @@ struct DirectSolve {
 /// seconds at most between two calls, and a process that flattens them takes 2.6 GB.
 class QELT_INSPECTION_EXPORT DirectSolver final : public QELT::LinearAlgebra::LinearSolver {
 public:
+    /// The core's name for what is solved with, on both sides, and what comes out.
     using Matrix = QELT::LinearAlgebra::SparseMatrix;
     using Values = QELT::LinearAlgebra::Vector;
     using Solution = QELT::LinearAlgebra::LinearSolution;

@@ -22,19 +22,22 @@ enum class SolverKind : std::uint8_t {
     ConjugateGradients, ///< the core's own: minutes from 100,000 vertices on, lost on rims of thousands
 };
 
+/// How to flatten.
 struct FlatteningOptions {
     FlatteningMode mode = FlatteningMode::Developable;
     SolverKind solver = SolverKind::Direct;
 };
 
+/// The core's report of a solve.
 using SolveReport = QELT::LinearAlgebra::SolveReport;
 
 /// A solve's residual for each unit of its right side; NaN of a solve that broke down.
 QELT_INSPECTION_EXPORT double relativeResidualOf(SolveReport const& solve);
 
+/// How the systems of a map were solved.
 struct FlatteningReport {
     QELT::Geometry::ThreeDimensional::TriMesh::ConformalMapReport solves;
-    double seconds = 0.0;
+    double seconds = 0.0; ///< of the whole map
     SolverKind solver = SolverKind::ConjugateGradients;
     std::optional<DirectSolve> boundary; ///< more on the solves, where the direct solver made them
     std::optional<DirectSolve> inside;

@@ -22,7 +22,7 @@ struct MapQuality {
     std::size_t flatlessCount = 0; ///< triangles whose flat area is zero or no number
     double surfaceArea = 0.0;      ///< of the others
     double areaRatio = 0.0;        ///< that over their flat area; 0 if there is none
-    double medianAreaRatio = 0.0;
+    double medianAreaRatio = 0.0;  ///< half of the surface is above
     /// The typical factor between the area ratio of a place and the mean one: e to the standard deviation of
     /// its logarithm. 1 is a map that is true to areas.
     double areaSpread = 1.0;
@@ -30,6 +30,7 @@ struct MapQuality {
     double meanAngleError = 0.0; ///< of the largest error of an angle at a place, in radians
     double highAngleError = 0.0; ///< 95 % of the surface are below it
 
+    /// The share of triangles that were turned over, 0 to 1.
     double turnedShare() const {
         return triangleCount == 0 ? 0.0
                                   : static_cast<double>(turnedCount) / static_cast<double>(triangleCount);

@@ -13,6 +13,7 @@
 /// A result on paper.
 namespace QELT::Inspection {
 
+/// What to report on, and where to write it.
 struct ReportOptions {
     std::filesystem::path result; ///< what `measuredScan` has written
     std::filesystem::path page;
@@ -23,6 +24,7 @@ struct ReportOptions {
     std::vector<std::string> values;                  ///< to be shown, by name or quantity; if empty, all
 };
 
+/// What became of a file that went into a result.
 enum class InputState : std::uint8_t {
     AsRecorded,
     Changed,     ///< a file of its name is there, and it is another
@@ -38,6 +40,7 @@ struct CheckedInput {
     InputState state = InputState::NotFound;
 };
 
+/// What the report holds.
 struct Report {
     std::vector<CheckedInput> inputs;
     std::vector<std::string> misfits; ///< sentences on what does not go with the result's record

@@ -11,11 +11,13 @@
 /// Pages to look at a part and its C-scan with, in any browser.
 namespace QELT::Inspection {
 
+/// How exactly the page holds values and places.
 enum class PagePrecision : std::uint8_t {
     Steps16, ///< values in 65,536 steps, places in a thousandth of a pixel; the page tells the errors
     Float32, ///< values and places in single precision
 };
 
+/// What to show, and where to write the page.
 struct ViewOptions {
     std::filesystem::path input;                      ///< a result of `scan`, a grid or a part
     std::filesystem::path output;                     ///< the page
@@ -28,6 +30,7 @@ struct ViewOptions {
     std::optional<std::filesystem::path> frame = {};
 };
 
+/// What the page shows.
 enum class ViewedKind : std::uint8_t { OfResult, OfGrid, OfPart };
 
 /// What the page holds, and how far its numbers are from those of the input at most.

@@ -8,6 +8,7 @@
 
 namespace QELT::Inspection {
 
+/// How the points of a cloud lie beside each other.
 enum class CloudForm : std::uint8_t {
     Even,    ///< points surround each other as they are
     Lines,   ///< dense along lines and sparse across them, as a line scanner leaves them

@@ -8,6 +8,7 @@
 
 namespace QELT::Inspection {
 
+/// The core's name for a triangle by its corners.
 using Face = QELT::Geometry::ThreeDimensional::TriMesh::Face;
 
 /// Points and the triangles between them, as files hold them.
@@ -16,6 +17,7 @@ struct FaceMesh {
     std::vector<Face> faces;
 };
 
+/// The vertices and listed triangles of a mesh.
 QELT_INSPECTION_EXPORT FaceMesh faceMeshOf(Mesh const& mesh);
 
 /// Takes out the points that no face touches and tells how many there were.

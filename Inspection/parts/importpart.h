@@ -8,6 +8,7 @@
 
 namespace QELT::Inspection {
 
+/// What to import, how, and where to write it.
 struct ImportOptions {
     PlacedPart in;
     std::filesystem::path out; ///< an .obj file for a mesh, an .xyz file for points
@@ -21,6 +22,7 @@ struct ImportOptions {
     std::optional<PartRepairOptions> repair = {};
 };
 
+/// What was found and done, from the file to the mesh.
 struct ImportResult : LoadReport {
     std::optional<PartRepairReport> repair; ///< if one was asked for
 };

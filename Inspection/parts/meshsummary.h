@@ -12,6 +12,7 @@ namespace QELT::Inspection {
 /// The triangles of a mesh, each once.
 QELT_INSPECTION_EXPORT std::vector<Triangle*> trianglesOf(Mesh const& mesh);
 
+/// The core's closed walk along a boundary.
 using BoundaryLoop = QELT::Geometry::ThreeDimensional::TriMesh::BoundaryLoop;
 
 /// The rims of the outline and of the holes, the longest first.
@@ -29,6 +30,7 @@ struct MeshSummary {
     double area = 0.0; ///< of the listed faces
 };
 
+/// Counts and measures a mesh.
 QELT_INSPECTION_EXPORT MeshSummary meshSummaryOf(Mesh const& mesh);
 
 /// Tells a record the counts, the box and the area.
@@ -40,12 +42,13 @@ QELT_INSPECTION_EXPORT double twiceFlatArea(Triangle const& triangle);
 /// The flat map of a mesh: its box, in the flat coordinates' own unit, and what came out badly.
 struct FlatSummary {
     FlatPoint low;
-    double width = 0.0;
-    double height = 0.0;
+    double width = 0.0;              ///< along the flat u
+    double height = 0.0;             ///< along the flat v
     std::size_t flippedCount = 0;    ///< triangles with a negative flat area
     std::size_t degenerateCount = 0; ///< triangles whose flat area is zero or no number
 };
 
+/// Measures the flat map of a mesh by these triangles.
 QELT_INSPECTION_EXPORT FlatSummary flatSummaryOf(Mesh const& mesh, std::vector<Triangle*> const& triangles);
 
 /// The triangles without a flat area that cover one of these places of the flat map, to within a

@@ -10,6 +10,7 @@
 
 namespace QELT::Inspection {
 
+/// Which place to look around, in which cloud.
 struct NeighboursOptions {
     PlacedPart cloud; ///< points of any format; of a mesh its points
     Point place;

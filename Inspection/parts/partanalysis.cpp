@@ -4,6 +4,7 @@
 #include "Inspection/parts/internal/facechoice.h"
 #include "Inspection/parts/internal/facetopology.h"
 #include "Inspection/parts/internal/flatfaces.h"
+#include "Inspection/parts/internal/joinedsets.h"
 #include "Inspection/parts/internal/rimwalk.h"
 
 #include <algorithm>
@@ -76,6 +77,7 @@ public:
         findFacings(topology);
         result.pixel = pixel.value_or(suggestedPixel(result.area, sound.size()));
         findJumps(topology);
+        findLargestPatch();
         return std::move(result);
     }
 
@@ -87,6 +89,7 @@ private:
     std::vector<Vector> normals;        ///< of the sound faces, as long as twice the area
     std::vector<bool> isFlat;           ///< of the sound faces: without a normal
     std::vector<double> fanAngles;
+    JoinedSets patches{0}; ///< of the sound faces, over sides that are no creases
 
     Point middleOf(Face const& face) const {
         constexpr double third = 1.0 / 3.0;
@@ -120,6 +123,7 @@ private:
     void findFacings(FaceTopology const& topology);
     void findJumps(FaceTopology const& topology);
     void findJump(SideEnds const& side, std::size_t a, std::size_t b, bool isSameWay);
+    void findLargestPatch();
 };
 
 SideEnds endsOf(FaceTopology const& topology, std::size_t side) {
@@ -210,7 +214,6 @@ void Examination::findCoincidentPoints() {
 }
 
 void Examination::measureFaces() {
-    double largest = 0.0;
     for (std::size_t i = 0; i < sound.size(); ++i) {
         auto const& [a, b, c] = sound[i];
         auto const& points = mesh.points;
@@ -224,10 +227,6 @@ void Examination::measureFaces() {
             add(result.flatFaces, numbers[i], middleOf(sound[i]));
         }
         result.area += 0.5 * twiceArea;
-        if (twiceArea > largest) {
-            largest = twiceArea;
-            result.middleOfLargestFace = middleOf(sound[i]);
-        }
     }
 }
 
@@ -397,6 +396,7 @@ void Examination::findFacings(FaceTopology const& topology) {
 }
 
 void Examination::findJumps(FaceTopology const& topology) {
+    patches = JoinedSets(sound.size());
     for (std::size_t side = 0; side < topology.sideCount(); ++side) {
         auto const corners = topology.cornersAt(side);
         if (corners.size() == 2 && !isFlat[corners[0] / 3] && !isFlat[corners[1] / 3]) {
@@ -408,6 +408,9 @@ void Examination::findJumps(FaceTopology const& topology) {
 
 void Examination::findJump(SideEnds const& side, std::size_t a, std::size_t b, bool isSameWay) {
     double const angle = angleBetween(normals[a], isSameWay ? normals[b] * -1.0 : normals[b]);
+    if (angle <= patchCrease) {
+        patches.join(a, b);
+    }
     if (angle > result.largestJump.angle) {
         result.largestJump = {angle, side, middleOf(side)};
     }
@@ -416,6 +419,22 @@ void Examination::findJump(SideEnds const& side, std::size_t a, std::size_t b, b
     double const width = facetPixels * result.pixel;
     if (angle > facetAngle && length >= width && lesserHeight >= width) {
         add(result.facetSides, side, middleOf(side));
+    }
+}
+
+/// Of equal ones the first.
+void Examination::findLargestPatch() {
+    std::vector<double> areas(sound.size(), 0.0);
+    for (std::size_t i = 0; i < sound.size(); ++i) {
+        areas[patches.setOf(i)] += 0.5 * std::sqrt(normals[i].lSqr());
+    }
+    auto const patch = static_cast<std::size_t>(std::max_element(areas.begin(), areas.end()) - areas.begin());
+    double largest = 0.0;
+    for (std::size_t i = 0; i < sound.size(); ++i) {
+        if (patches.setOf(i) == patch && normals[i].lSqr() > largest) {
+            largest = normals[i].lSqr();
+            result.placeOnLargestPatch = middleOf(sound[i]);
+        }
     }
 }
 

@@ -23,17 +23,20 @@ struct Found {
 
 inline constexpr std::size_t maxFoundTold = 4;
 
+/// Points, faces and sides that have a fault in common.
 using FoundPoints = Found<std::uint32_t>;
+/// The same of faces.
 using FoundFaces = Found<std::uint32_t>;
 
 /// The two ends of a side, the lower one first.
 using SideEnds = std::array<std::uint32_t, 2>;
+/// The same of sides.
 using FoundSides = Found<SideEnds>;
 
 /// A closed walk along sides of one face.
 struct PartRim {
     std::vector<std::uint32_t> points; ///< in walking order
-    double length = 0.0;
+    double length = 0.0;               ///< in the part's unit
     double turning = 0.0; ///< of the walk within the surface, in radians; 2 pi around a flat disc
     std::size_t piece = 0;
     bool isClosed = true; ///< false where it ends at a side of more than two faces
@@ -43,7 +46,7 @@ struct PartRim {
 /// Faces that hang together over sides.
 struct PartPiece {
     std::size_t faceCount = 0;
-    double area = 0.0;
+    double area = 0.0;      ///< in the square of the part's unit
     double volume = 0.0;    ///< if it is closed; below 0 if its faces look inward
     double curvature = 0.0; ///< added up over all inner points, in radians; 4 pi for a sphere, 0 for a tube
     std::vector<std::size_t> rims; ///< numbers of its rims, the longest first
@@ -69,7 +72,7 @@ struct PartAnalysis {
     std::size_t faceCount = 0;
     Point low; ///< of the box around the points that faces use
     Point high;
-    double area = 0.0;
+    double area = 0.0;  ///< of all faces, in the square of the part's unit
     double pixel = 0.0; ///< that facets are measured by: the one asked for, or a suggestion
 
     std::vector<PartPiece>
@@ -93,8 +96,11 @@ struct PartAnalysis {
     FoundSides facetSides; ///< jumps of more than `facetAngle` between faces wider than `facetPixels`
 
     std::array<double, 6> facingArea{}; ///< of the largest piece, within 60 degrees of x, -x, y, -y, z, -z
-    Point middleOfLargestFace;
+    /// Middle of the largest face of the largest smooth patch: of the faces that hang together over sides at
+    /// which the surface bends by no more than `patchCrease`.
+    Point placeOnLargestPatch;
 
+    /// The diagonal of the box.
     QELT_INSPECTION_EXPORT double size() const;
     QELT_INSPECTION_EXPORT bool isTube() const;
 
@@ -108,6 +114,9 @@ struct PartAnalysis {
 
 /// Faces of about a pixel are those of a scan, and bend with its noise; wider ones are facets.
 inline constexpr double facetPixels = 4.0;
+
+/// In radians; 30 degrees.
+inline constexpr double patchCrease = 0.523598775598;
 
 /// In radians; 5 degrees.
 inline constexpr double facetAngle = 0.0872664625997;

@@ -11,11 +11,13 @@
 
 namespace QELT::Inspection {
 
+/// Which part to check.
 struct CheckOptions {
     PlacedPart part;             ///< of any format that is read
     std::optional<double> pixel; ///< that facets are measured by, in the part's unit; above 0
 };
 
+/// What was found.
 struct CheckResult {
     PartFormat format = PartFormat::Obj;
     bool isMesh = false;

@@ -11,6 +11,7 @@
 /// Cutting the face to inspect out of a part.
 namespace QELT::Inspection {
 
+/// A box along the axes, both ends within.
 struct CropBox {
     Point low;
     Point high;
@@ -45,6 +46,7 @@ struct CropChoice {
     double islandShare = 0.0;
 };
 
+/// What was kept.
 struct CropReport {
     std::size_t keptCount = 0;
     std::size_t unwantedCount = 0;   ///< faces left out because they do not fit
@@ -61,12 +63,14 @@ struct CropReport {
 /// moves. Throws a `Failure` if no face is left, or if nothing was left out of a closed part.
 QELT_INSPECTION_EXPORT CropReport cropFaces(FaceMesh& mesh, CropChoice const& choice);
 
+/// What to cut out of which part, and where to write it.
 struct CropOptions {
     PlacedPart part;              ///< of any format that is read
     std::filesystem::path result; ///< mesh to write, an OBJ file
     CropChoice choice;
 };
 
+/// What came of it, with the faults that are left.
 struct CropResult {
     CropReport crop;
     PartAnalysis analysis; ///< of what was cut out
@@ -74,6 +78,7 @@ struct CropResult {
     std::vector<PartFault> faults;
     std::vector<std::string> nextCommands;
 
+    /// Whether no fault is in the way of `prepare`.
     bool canBePrepared() const { return !isAnyInTheWay(faults); }
 };
 

@@ -35,8 +35,13 @@ constexpr double degrees = 180.0 / std::numbers::pi;
 
 /// Of the cuts that are suggested.
 constexpr double usualFacing = 60.0 / degrees;
-constexpr double usualCrease = 30.0 / degrees;
 constexpr double usualIslandShare = 0.01;
+
+/// A cut that leaves less of the area than this is no face to inspect but a splinter.
+constexpr double splinterShare = 0.05;
+
+/// Noise of a scan leaves holes with rims shorter than so many pixels where a face is cut out along creases.
+constexpr double noiseRimPixels = 10.0;
 
 constexpr std::array<char const*, 6> axisTexts{"1,0,0", "-1,0,0", "0,1,0", "0,-1,0", "0,0,1", "0,0,-1"};
 
@@ -123,12 +128,20 @@ public:
         return std::move(faults);
     }
 
+    /// The first way of cutting a face out that leaves one which can go on: the side of the largest face up
+    /// to creases, or what faces along an axis, the axis with the most area first. Empty if none does.
+    std::string soundCrop();
+
+    /// How a tube without other faults is slit, if a cut is found; else a face is cut out of it.
+    std::string tubeRemedy();
+
 private:
     FaceMesh const& mesh;
     PartAnalysis const& analysis;
     PlacedPart const& part;
     std::vector<PartFault> faults;
-    std::string foundCrop; ///< the command, once it is looked for
+    std::optional<bool> growsSoundFace; ///< once it is looked for
+    std::string foundCrop;              ///< the command, once it is looked for
 
     void tellInTheWay(FaultKind kind, std::string const& cause, std::string const& place,
                       std::string const& remedy) {
@@ -148,10 +161,10 @@ private:
 
     std::string cropStart() const { return "cscan crop " + wordsFor(part) + " " + beside(part, "_face.obj"); }
 
-    bool hasCreases() const { return analysis.largestJump.angle > usualCrease; }
+    bool hasCreases() const { return analysis.largestJump.angle > patchCrease; }
 
     std::string cropGrowing() const {
-        return cropStart() + " --grow " + argumentText(analysis.middleOfLargestFace) + " --crease 30";
+        return cropStart() + " --grow " + argumentText(analysis.placeOnLargestPatch) + " --crease 30";
     }
 
     std::string cropFacing(std::size_t axis) const {
@@ -159,56 +172,91 @@ private:
     }
 
     std::string const& cropCommand();
+    bool doesGrowingLeaveSoundFace();
+    std::optional<std::size_t> axisOfSoundFace() const;
+    std::vector<std::size_t> axesByArea() const;
     bool leavesSoundFace(CropChoice const& choice) const;
+    bool isPiercedByNoise(PartAnalysis const& face) const;
 
     void collectBrokenFaces();
     void collectBrokenSurface();
     void tellPieces();
     void collectShape();
     void tellTube();
+    std::pair<PartRim const&, PartRim const&> tubeRims() const;
     void collectNotes();
     void tellUnusedPoints();
 };
 
-/// One sheet with a rim that can be laid flat.
+/// Less than before but no splinter, in one sheet with a rim, that can be laid flat without squeezing much of
+/// it.
 bool FaultList::leavesSoundFace(CropChoice const& choice) const {
     FaceMesh face = mesh;
     try {
-        cropFaces(face, choice);
+        if (cropFaces(face, choice).unwantedCount == 0) {
+            return false;
+        }
     } catch (Failure const&) {
         return false;
     }
     PartAnalysis const left = analysePart(face);
-    return left.pieces.size() == 1 && left.pieces.front().handleCount == 0U && left.turnedFaces.count == 0 &&
-           !left.isTube();
+    return !(choice.growth && isPiercedByNoise(left)) && left.pieces.size() == 1 &&
+           left.pieces.front().handleCount == 0U && left.turnedFaces.count == 0 && !left.isTube() &&
+           left.area >= splinterShare * analysis.area && left.rollingGap() <= nearlyClosedGap;
 }
 
-/// The first way of cutting a face out that leaves one which can go on: the side of the largest face up to
-/// creases, or what faces along an axis, the axis with the most area first; that one if none does.
-std::string const& FaultList::cropCommand() {
-    if (!foundCrop.empty()) {
-        return foundCrop;
+bool FaultList::isPiercedByNoise(PartAnalysis const& face) const {
+    return std::any_of(face.rims.begin(), face.rims.end(),
+                       [&](PartRim const& rim) { return rim.length < noiseRimPixels * analysis.pixel; });
+}
+
+bool FaultList::doesGrowingLeaveSoundFace() {
+    if (!growsSoundFace) {
+        CropChoice choice;
+        choice.growth = CropGrowth{analysis.placeOnLargestPatch, patchCrease};
+        growsSoundFace = hasCreases() && leavesSoundFace(choice);
     }
-    CropChoice choice;
-    choice.growth = CropGrowth{analysis.middleOfLargestFace, usualCrease};
-    if (analysis.facetSides.count > 0 && hasCreases() && leavesSoundFace(choice)) {
-        return foundCrop = cropGrowing();
-    }
-    std::array<std::size_t, 6> axes{0, 1, 2, 3, 4, 5};
+    return *growsSoundFace;
+}
+
+/// The one that the most area faces comes first.
+std::vector<std::size_t> FaultList::axesByArea() const {
+    std::vector<std::size_t> axes{0, 1, 2, 3, 4, 5};
     std::stable_sort(axes.begin(), axes.end(), [&](std::size_t a, std::size_t b) {
         return analysis.facingArea.at(a) > analysis.facingArea.at(b);
     });
-    choice = {};
+    return axes;
+}
+
+std::optional<std::size_t> FaultList::axisOfSoundFace() const {
+    CropChoice choice;
     choice.islandShare = usualIslandShare;
-    for (std::size_t const axis : axes) {
+    for (std::size_t const axis : axesByArea()) {
         std::array<double, 3> way{};
         way.at(axis / 2) = axis % 2 == 0 ? 1.0 : -1.0;
         choice.facing = CropFacing{Vector(way[0], way[1], way[2]), usualFacing};
         if (leavesSoundFace(choice)) {
-            return foundCrop = cropFacing(axis);
+            return axis;
         }
     }
-    return foundCrop = cropFacing(axes.front());
+    return std::nullopt;
+}
+
+std::string FaultList::soundCrop() {
+    if (doesGrowingLeaveSoundFace()) {
+        return cropGrowing();
+    }
+    auto const axis = axisOfSoundFace();
+    return axis ? cropFacing(*axis) : "";
+}
+
+/// The sound one; if there is none, what faces along the axis with the most area.
+std::string const& FaultList::cropCommand() {
+    if (foundCrop.empty()) {
+        std::string const sound = soundCrop();
+        foundCrop = sound.empty() ? cropFacing(axesByArea().front()) : sound;
+    }
+    return foundCrop;
 }
 
 void FaultList::collectBrokenFaces() {
@@ -291,7 +339,7 @@ void FaultList::collectShape() {
              "nearly closed: within its rim the part bends by " +
                  toFixedText(analysis.rollingGap() * degrees, 0) +
                  " of the 720 degrees of a closed one, so a map squeezes some of it",
-             place, cropCommand());
+             place, "if cscan prepare refuses it: " + cropCommand());
     }
     PartRim const* const rim = analysis.outline();
     if (rim != nullptr && rim->points.size() < minRollableSides) {
@@ -302,21 +350,26 @@ void FaultList::collectShape() {
     }
 }
 
-void FaultList::tellTube() {
-    auto const& rims = analysis.pieces.front().rims;
-    PartRim const& first = analysis.rims[rims[0]];
-    PartRim const& second = analysis.rims[rims[1]];
-    bool const isClear = faults.empty();
-    auto const cut = isClear ? findTubeCut(mesh, first.middle, second.middle) : std::nullopt;
+std::string FaultList::tubeRemedy() {
+    auto const [first, second] = tubeRims();
+    auto const cut = findTubeCut(mesh, first.middle, second.middle);
     constexpr std::string_view axes = "xyz";
-    std::string remedy = isClear ? cropCommand() : repairCommand();
-    if (cut) {
-        remedy = "cscan cut " + wordsFor(part) + " " + beside(part, "_slit.obj") + " --metric " +
-                 (cut->isFromGreatest ? "max" : "min") + " --axis " + axes[cut->axis] + " --across " +
-                 axes[cut->normalAxis];
-    }
+    return cut ? "cscan cut " + wordsFor(part) + " " + beside(part, "_slit.obj") + " --metric " +
+                     (cut->isFromGreatest ? "max" : "min") + " --axis " + axes[cut->axis] + " --across " +
+                     axes[cut->normalAxis]
+               : cropCommand();
+}
+
+std::pair<PartRim const&, PartRim const&> FaultList::tubeRims() const {
+    auto const& rims = analysis.pieces.front().rims;
+    return {analysis.rims[rims[0]], analysis.rims[rims[1]]};
+}
+
+void FaultList::tellTube() {
+    auto const [first, second] = tubeRims();
     tellInTheWay(FaultKind::Tube, "a tube that is not slit",
-                 "rims around " + pointText(first.middle) + " and " + pointText(second.middle), remedy);
+                 "rims around " + pointText(first.middle) + " and " + pointText(second.middle),
+                 faults.empty() ? tubeRemedy() : repairCommand());
 }
 
 void FaultList::tellUnusedPoints() {
@@ -352,7 +405,7 @@ void FaultList::collectNotes() {
                  " between faces wider than " + toFixedText(facetPixels, 0) + " pixels",
              placeText(found, "points", "points"),
              "facets: export with a chord under " + toShortText(analysis.pixel / 10.0, 2) +
-                 (hasCreases() ? "; creases: " + cropGrowing() : ""));
+                 (doesGrowingLeaveSoundFace() ? "; creases: " + cropGrowing() : ""));
     }
 }
 
@@ -446,6 +499,12 @@ std::vector<std::string> nextCommands(PartAnalysis const& analysis, std::vector<
         return {repairs.front(), "cscan check " + beside(part, "_repaired.obj")};
     }
     return commandsIn(faults, "cscan ");
+}
+
+std::string cutOutCommand(FaceMesh const& mesh, PlacedPart const& part) {
+    PartAnalysis const analysis = analysePart(mesh);
+    FaultList list(mesh, analysis, part);
+    return analysis.isTube() ? list.tubeRemedy() : list.soundCrop();
 }
 
 std::optional<PartFault> faultBehind(std::string const& refusal, FaceMesh const& mesh,

@@ -16,6 +16,7 @@
 /// What is wrong with a part, in words: cause, place and remedy.
 namespace QELT::Inspection {
 
+/// What can be wrong with a part, each with a remedy of its own.
 enum class FaultKind : std::uint8_t {
     NoFaces,
     StrayFaces,
@@ -37,6 +38,7 @@ enum class FaultKind : std::uint8_t {
     Facets,
 };
 
+/// A fault, where it is, and what to do.
 struct PartFault {
     FaultKind kind = FaultKind::NoFaces;
     std::string cause;       ///< "2 pieces that share no side"
@@ -44,9 +46,11 @@ struct PartFault {
     std::string remedy;      ///< a command to type as it stands, or what else to do
     bool isInTheWay = false; ///< the part cannot be prepared as it is
 
+    /// Both in one text.
     std::string causeAndPlace() const { return place.empty() ? cause : cause + " (" + place + ")"; }
 };
 
+/// Whether one of the faults keeps the part from being prepared.
 QELT_INSPECTION_EXPORT bool isAnyInTheWay(std::vector<PartFault> const& faults);
 
 /// All faults of a part, those in the way first. The commands name `part` and what they write beside it.
@@ -60,12 +64,18 @@ struct SuggestedMode {
     std::string reason;
 };
 
+/// Judges by how far the rim is from closing when it is rolled out.
 QELT_INSPECTION_EXPORT SuggestedMode suggestedModeOf(PartAnalysis const& analysis);
 
 /// What to type next: where nothing is in the way, the preparation; otherwise the repair with another check
 /// behind it, or the cut.
 QELT_INSPECTION_EXPORT std::vector<std::string>
 nextCommands(PartAnalysis const& analysis, std::vector<PartFault> const& faults, PlacedPart const& part);
+
+/// The command that makes a face to inspect of a part whose map is bad: a tube is slit; out of others a face
+/// is cut, and that has been tried: it is one sheet, smaller than the part and open enough to be laid flat.
+/// Empty if no way leaves such a face.
+QELT_INSPECTION_EXPORT std::string cutOutCommand(FaceMesh const& mesh, PlacedPart const& part);
 
 /// What is behind a refusal of the core to build or to flatten a part, of which `refusal` is the text.
 /// Nothing if it is none that is known, or if no fault is found.

@@ -9,6 +9,7 @@
 
 namespace QELT::Inspection {
 
+/// What is mended, and how.
 struct PartRepairOptions {
     /// Points no farther apart become one. Unless given, a millionth of the diagonal of the part's box.
     std::optional<double> weldTolerance;

@@ -25,12 +25,14 @@ QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(PlacedPart const& cloud, R
 QELT_INSPECTION_EXPORT Reconstruction reconstructFrom(PartAsLoaded const& part, PlacedPart const& cloud,
                                                       RepairOptions const& options);
 
+/// Which cloud to build a surface through, and where to write it.
 struct ReconstructOptions {
     PlacedPart cloud;           ///< points of the part, of any format
     std::filesystem::path part; ///< mesh to write, an OBJ file
     RepairOptions repair;
 };
 
+/// What came of it.
 struct ReconstructResult {
     MeshSummary part; ///< as it reads back from its file
     RepairReport repair;

@@ -37,6 +37,7 @@ struct CloudReport {
     std::optional<double> longestSide; ///< in use for the repair
 };
 
+/// What a repair did, from the cloud to the surface.
 struct RepairReport {
     std::size_t unlistedCount = 0; ///< triangles that the mesh that was built does not list, left out before
     std::size_t droppedCount = 0;  ///< triangles taken out

@@ -36,12 +36,14 @@ QELT_INSPECTION_EXPORT std::optional<CutPlane> cutTube(Mesh& mesh, TubeCut const
 QELT_INSPECTION_EXPORT std::optional<TubeCut> findTubeCut(FaceMesh const& tube, Point const& firstRim,
                                                           Point const& secondRim);
 
+/// Which tube to slit, and where to write it.
 struct CutOptions {
     PlacedPart part;              ///< mesh of a tube, of any format
     std::filesystem::path result; ///< mesh to write, an OBJ file
     TubeCut cut;
 };
 
+/// What came of it.
 struct CutResult {
     MeshSummary part; ///< slit
     CutPlane plane;   ///< that served

@@ -29,12 +29,14 @@ QELT_INSPECTION_EXPORT std::vector<std::filesystem::path>
 writeScanImages(std::string const& prefix, QuadMap const& surface, std::vector<Hit> const& hits,
                 std::string const& unit, Outputs& outputs, ProgressListener* listener);
 
+/// What to scan, and which pictures to write.
 struct DrawnScanOptions {
     ScanOptions scan;
     std::string imagePrefix; ///< of the images' names
     std::string unit;        ///< the part's unit of length; if empty, what the inputs' records name
 };
 
+/// What was scanned and drawn.
 struct DrawnScan {
     Scan scan;
     std::vector<std::filesystem::path> images;

@@ -13,12 +13,14 @@
 /// Results drawn as they are made, or from their files.
 namespace QELT::Inspection {
 
+/// What to place on the part, and which pictures to write.
 struct DrawnMeasuredScanOptions {
     MeasuredScanOptions scan;
     std::string
         imagePrefix; ///< of the names of pictures, one for each value and one of the states; none if empty
 };
 
+/// What was placed and drawn.
 struct DrawnMeasuredScan {
     MeasuredScan scan;
     std::vector<std::filesystem::path> images;
@@ -29,6 +31,7 @@ struct DrawnMeasuredScan {
 QELT_INSPECTION_EXPORT DrawnMeasuredScan drawMeasuredScan(DrawnMeasuredScanOptions const& options,
                                                           ProgressListener* listener);
 
+/// Which value of which result to draw.
 struct PictureOptions {
     std::filesystem::path result;
     std::string value; ///< its name or quantity; if empty, the states

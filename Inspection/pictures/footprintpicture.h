@@ -13,6 +13,7 @@ namespace QELT::Inspection {
 QELT_INSPECTION_EXPORT Image footprintPictureOf(Grid const& grid, SpreadingBeam const& beam,
                                                 Footprint const& footprint, std::string const& unit);
 
+/// Which beam to draw on which grid.
 struct FootprintOptions {
     std::filesystem::path grid; ///< a .quads file
     SpreadingBeam beam;

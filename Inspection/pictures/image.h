@@ -9,6 +9,7 @@
 
 namespace QELT::Inspection {
 
+/// Red, green and blue, 0 to 255 each.
 struct Colour {
     std::uint8_t red = 0;
     std::uint8_t green = 0;
@@ -37,6 +38,7 @@ public:
     /// `getWidth()` pixels from the left.
     Colour const* getRow(int y) const;
 
+    /// From pixel (left, top) on; what lies outside the image is left out, here and below.
     void fillRectangle(int left, int top, int rectangleWidth, int rectangleHeight, Colour colour);
 
     /// The rim of one pixel around a rectangle of the given inside.
@@ -45,6 +47,7 @@ public:
     /// A straight line with square brush of `thickness` pixels.
     void drawLine(double x0, double y0, double x1, double y1, int thickness, Colour colour);
 
+    /// The pixels whose middles lie between the corners (x[i], y[i]).
     void fillTriangle(double const (&x)[3], double const (&y)[3], Colour colour);
 
     /// Text whose top left corner is at (left, top); a glyph's dot is `scale` by `scale` pixels.

@@ -16,6 +16,7 @@ namespace QELT::Inspection {
 QELT_INSPECTION_EXPORT Image indicationPictureOf(Result const& result, ValueMap const& map,
                                                  std::vector<Indication> const& indications);
 
+/// What to look for, and the picture to write.
 struct DrawnIndicationsOptions {
     IndicationsOptions indications;
     std::optional<std::filesystem::path> image; ///< picture to write, a PNG file

@@ -15,6 +15,7 @@ namespace QELT::Inspection {
 /// more than 64 million quads.
 QELT_INSPECTION_EXPORT Image pathPictureOf(Plan const& plan, PathSettings const& settings);
 
+/// What to plan, and the picture to write.
 struct DrawnPlanOptions {
     PlanOptions plan;
     std::optional<std::filesystem::path> image; ///< picture to write, a PNG file

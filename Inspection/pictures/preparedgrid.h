@@ -14,11 +14,13 @@ namespace QELT::Inspection {
 /// The sides of a grid's pixels, the roots of its quads' areas, on its own quads.
 QELT_INSPECTION_EXPORT Image pixelPictureOf(Grid const& grid, std::string const& unit);
 
+/// What to prepare, and which pictures to write.
 struct DrawnPrepareOptions {
     PrepareOptions prepare;
     std::string imagePrefix; ///< of the images' names; empty if none are wished
 };
 
+/// What was prepared and drawn.
 struct DrawnPreparation {
     PrepareResult prepared;
     std::vector<std::filesystem::path> images;

@@ -13,6 +13,7 @@
 /// Paths of a probe over a part's grid.
 namespace QELT::Inspection {
 
+/// Which way the lines of a path run on the grid.
 enum class PathAxis : std::uint8_t { AlongU, AlongV };
 
 /// How a path is laid. Lengths are in the part's unit, along the surface where there is one.
@@ -30,15 +31,19 @@ struct PathSettings {
                                      ///< is told as a sharp edge
     bool doFlipNormals = false;      ///< take the grid's other side for the outside
 
+    /// The diameter of what a shot covers, as asked for or by the step.
     double footprintDiameter() const { return footprint.value_or(1.5 * step); }
 
     /// The largest distance between neighbouring lines on the surface.
     double lineSpacing() const { return overlap ? footprintDiameter() * (1.0 - *overlap) : step; }
 
+    /// How far shots stay off the rim, as asked for or half a line.
     double rimMargin() const { return margin.value_or(0.5 * lineSpacing()); }
 };
 
+/// A place of the probe on its path.
 struct PathPose {
+    /// What it does there.
     enum Kind : int {
         Scan,      ///< over the surface
         Overshoot, ///< past the end of a line, where nothing is met
@@ -66,6 +71,7 @@ struct SharpPlace {
     FlatPoint at;              ///< on the grid, in quads
 };
 
+/// The poses of a probe, in order.
 struct Path {
     std::vector<PathPose> poses;
     std::size_t lineCount = 0;
@@ -108,6 +114,7 @@ struct PathCheck {
     std::size_t largestAnglePose = 0;
 };
 
+/// Fires the path at the grid and measures what it covers. The listener, which may be null, may stop it.
 QELT_INSPECTION_EXPORT PathCheck checkPath(Grid const& grid, Path const& path, PathSettings const& settings,
                                            ProgressListener* listener = nullptr);
 

@@ -26,8 +26,8 @@ QELT_INSPECTION_EXPORT void writePath(std::ostream& output, Path const& path, st
 struct PlannedShot {
     std::size_t line = 0;
     Vector position;
-    Vector direction; ///< of unit length
-    double time = 0.0;
+    Vector direction;  ///< of unit length
+    double time = 0.0; ///< in seconds; 0 where the table tells none
 };
 
 /// Reads the poses of kind "scan" and "overshoot" from such a table, with or without a time, and without

@@ -11,6 +11,7 @@
 
 namespace QELT::Inspection {
 
+/// What to plan, over which grid, and where to write it.
 struct PlanOptions {
     std::filesystem::path grid; ///< a .quads file
     std::filesystem::path path; ///< table to write, see `writePath`
@@ -21,6 +22,7 @@ struct PlanOptions {
     std::optional<std::filesystem::path> frame = {};
 };
 
+/// What was planned, and what it covers.
 struct Plan {
     Path path;
     PathCheck check;

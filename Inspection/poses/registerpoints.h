@@ -17,6 +17,7 @@ enum class RegisterMap : std::uint8_t {
     Affine ///< through four pairs
 };
 
+/// Which pairs to fit, and what to write.
 struct RegisterOptions {
     std::filesystem::path pairs; ///< a table of 3 to 1000 pairs
     RegisterMap map = RegisterMap::ByCount;
@@ -24,6 +25,7 @@ struct RegisterOptions {
     std::string unit;                           ///< of the targets, to go with the frame; empty if not known
 };
 
+/// The map that was found, and how well it fits.
 struct RegisterResult {
     bool isRigid = true;
     Registration registration;

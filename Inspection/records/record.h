@@ -20,6 +20,7 @@ namespace QELT::Inspection {
 /// A figure or a setting. Numbers read back as the same value; one that is not finite reads back as null.
 class QELT_INSPECTION_EXPORT RecordValue {
 public:
+    /// What a value can be.
     using Kinds = std::variant<bool, std::int64_t, std::uint64_t, double, std::string, std::vector<double>>;
 
     RecordValue(bool newValue);
@@ -39,6 +40,7 @@ public:
     RecordValue& operator=(RecordValue const&) = delete;
     ~RecordValue();
 
+    /// As what it was given.
     Kinds const& get() const { return value; }
 
 private:
@@ -60,7 +62,9 @@ private:
 /// long the work took do not belong into it.
 class QELT_INSPECTION_EXPORT Record {
 public:
+    /// Names with their values, in the order in which they were told.
     using Values = std::vector<std::pair<std::string, RecordValue>>;
+    /// What was added to each coordinate.
     using Move = std::array<double, 3>;
 
     /// A file that is read, as it was when the run began to.
@@ -83,6 +87,7 @@ public:
     /// beams does: of moves it says nothing.
     void addCompanion(std::filesystem::path const& file);
 
+    /// Something that the run was told.
     void setting(std::string const& name, RecordValue const& value);
 
     /// What was not set is not told.
@@ -93,6 +98,7 @@ public:
         }
     }
 
+    /// Something that the run found.
     void figure(std::string const& name, RecordValue const& value);
 
     /// The part was moved by this.

@@ -7,6 +7,7 @@ namespace QELT::Inspection {
 /// The seconds since its making, by a clock that is never set.
 class Stopwatch {
 public:
+    /// Since it was made.
     double seconds() const { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
 private:

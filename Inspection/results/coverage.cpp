@@ -305,6 +305,25 @@ Coverage coverageOf(Result const& result, std::optional<double> requiredGap) {
     return coverage;
 }
 
+double tornShare(Result const& result, bool areFilledTaken) {
+    auto const isMeasured = [&](std::size_t pixel) {
+        return result.isReached(pixel) || (areFilledTaken && result.filledFrom[pixel] != Result::none);
+    };
+    std::size_t measured = 0;
+    std::size_t torn = 0;
+    for (std::size_t pixel = 0; pixel < result.size(); ++pixel) {
+        if (isMeasured(pixel)) {
+            bool isTorn = false;
+            forEachBeside(result, pixel, [&](std::size_t beside) {
+                isTorn = isTorn || (result.hasSurface(beside) && !isMeasured(beside));
+            });
+            ++measured;
+            torn += isTorn ? 1 : 0;
+        }
+    }
+    return measured == 0 ? 0.0 : static_cast<double>(torn) / static_cast<double>(measured);
+}
+
 void fill(Result& result, double distance) {
     require(distance > 0.0, "pixels are filled from a distance above 0");
     NearestReached nearest(result, distance);

@@ -19,11 +19,13 @@ public:
     /// The number below which a share of all lies, 0 to 1, to within 0.05 %; 0 if there is none.
     double quantile(double share) const;
 
+    /// To within 0.05 %.
     double median() const { return quantile(0.5); }
 
     /// Exactly.
     double least() const { return low; }
 
+    /// Exactly.
     double greatest() const { return high; }
 
 private:

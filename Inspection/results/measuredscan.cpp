@@ -113,14 +113,26 @@ void noteOnShots(MeasuredScanOptions const& options, MeasuredScan& scan) {
                                                                     [](double depth) { return depth < 0.0; });
         if (isBelow) {
             scan.notes.emplace_back(
-                "some depths are below 0: times may count from the surface already, or --zero and "
-                "--front do not fit");
+                "some depths are below 0: if times count from the surface already give --zero 0, else "
+                "--zero or --front do not fit");
         }
     }
     bool const hasGate = !options.quantities.gates.empty() || !options.quantities.conditions.empty();
     if (figures.echoCount == 0 && figures.noEchoCount > 0 && hasGate) {
         scan.notes.emplace_back(
             "no shot has an echo within gates and conditions: compare these with the columns' units");
+    }
+}
+
+/// What is found on such a result falls to pieces along the lines of shots.
+void noteOnGaps(MeasuredScan& scan) {
+    if (scan.coverage.typicalGap > 0.0 && tornShare(scan.result, true) > tornLimit) {
+        std::string const gap = toShortText(scan.coverage.typicalGap, 2);
+        scan.notes.push_back("the shots lie " + gap + " apart, farther than the pixels are wide: --fill " +
+                             gap +
+                             " shows what lies between, which cscan indications takes with --filled; or make "
+                             "the grid with cscan prepare --pixel " +
+                             gap);
     }
 }
 
@@ -301,6 +313,7 @@ void judge(MeasuredScan& scan, MeasuredScanOptions const& options) {
     scan.isCoverageReached =
         !options.requiredCoverage || scan.coverage.reachedShare() >= *options.requiredCoverage;
     noteOnShots(options, scan);
+    noteOnGaps(scan);
 }
 
 } // namespace

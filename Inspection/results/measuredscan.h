@@ -20,6 +20,7 @@
 /// From a table of shots to a C-scan of what was measured.
 namespace QELT::Inspection {
 
+/// Which shots to place on which grids, what to make of them, and what to write.
 struct MeasuredScanOptions {
     std::vector<PlacedGrid> grids; ///< at least one
     unsigned long position = 0;    ///< of the inspection, 0 to 31; which grids are active depends on it

@@ -19,6 +19,7 @@ struct ValueRequest {
     std::string quantity;
     Statistic statistic = Statistic::Max;
 
+    /// Such as "amplitude:max".
     std::string name() const { return quantity + ":" + nameOf(statistic); }
 };
 
@@ -28,8 +29,8 @@ QELT_INSPECTION_EXPORT ValueRequest valueRequestIn(std::string_view text);
 /// A window, its ends within, in the column's unit. What lies outside is no echo.
 struct Gate {
     std::string quantity;
-    double from = 0.0;
-    double to = 0.0;
+    double from = 0.0; ///< the least that is an echo
+    double to = 0.0;   ///< the greatest
 };
 
 /// Of "tof:2.1..8.4".
@@ -37,13 +38,15 @@ QELT_INSPECTION_EXPORT Gate gateIn(std::string_view text);
 
 /// What an echo has to fulfil, in the column's unit.
 struct Condition {
+    /// How a number of the shot stands to the value.
     enum class Relation : std::uint8_t { Less, LessOrEqual, Greater, GreaterOrEqual, Equal, Unequal };
 
     std::string quantity;
     Relation relation = Relation::GreaterOrEqual;
-    double value = 0.0;
-    std::string text; ///< as it was written
+    double value = 0.0; ///< what the number is compared with
+    std::string text;   ///< as it was written
 
+    /// Whether the number fulfils it.
     QELT_INSPECTION_EXPORT bool holds(double number) const;
 };
 
@@ -53,7 +56,7 @@ QELT_INSPECTION_EXPORT Condition conditionIn(std::string_view text);
 /// A number for a column, such as its ceiling.
 struct ColumnNumber {
     std::string quantity; ///< may be empty where only one column can be meant
-    double number = 0.0;
+    double number = 0.0;  ///< in the column's unit
 };
 
 /// Of "amplitude:100" or "100".
@@ -74,6 +77,7 @@ struct FrontOptions {
     double speed = 0.0; ///< metres a second, in the couplant
 };
 
+/// What is made of the columns of a table.
 struct QuantityOptions {
     std::vector<ValueRequest> values; ///< if empty, what suits each column
     std::vector<Gate> gates;

@@ -32,6 +32,7 @@ QELT_INSPECTION_EXPORT char const* nameOf(PixelState state);
 /// What becomes of several shots on one pixel.
 enum class Statistic : std::uint8_t { Min, Max, Mean, Median, Last, Count };
 
+/// As users write it, such as "max".
 QELT_INSPECTION_EXPORT char const* nameOf(Statistic statistic);
 
 /// One number a pixel, row by row from v = 0, each row along u. NaN where there is none.
@@ -53,6 +54,7 @@ struct Patch {
     std::size_t height = 0;
     std::vector<float> nodes; ///< 3 (width + 1) (height + 1), in the part's own place moved by `Result::move`
 
+    /// A node of the grid, u from 0 to its width.
     Point nodeAt(std::size_t u, std::size_t v) const {
         float const* const node = &nodes[3 * (v * (width + 1) + u)];
         return Point(node[0], node[1], node[2]);
@@ -80,10 +82,13 @@ struct Result {
     std::string unit;             ///< of lengths, such as "mm"; empty if it is not known
     std::string record;           ///< how it was made, as JSON
 
+    /// How many pixels there are.
     std::size_t size() const { return width * height; }
 
+    /// Where a pixel stands in the lists.
     std::size_t indexOf(std::size_t u, std::size_t v) const { return v * width + u; }
 
+    /// Whether the part has surface there.
     bool hasSurface(std::size_t pixel) const { return states[pixel] != PixelState::NoSurface; }
 
     /// Whether a shot that was not refused met it.

@@ -18,13 +18,13 @@
 ///     /pixels/count, refused, area, point (x, y, z), normal (x, y, z), patch, filled_from
 ///     /values/NAME       double, NaN without a value; attributes quantity, statistic, unit, ceiling
 ///     /patches/I/nodes   (height + 1) x (width + 1) x 3 float; attributes name, place (left, bottom)
-///     /shots             if they were kept, an entry a shot: line, outcome, pixel, standoff, incidence;
-///     three
-///                        numbers in a row each: origin, direction, point; values/NAME with its unit
+///     /shots             if they were kept, an entry a shot: line, outcome, pixel, standoff, incidence
+///     /shots/origin, direction, point, three numbers in a row each; /shots/values/I, name and unit
 namespace QELT::Inspection {
 
 /// Shots and what they met, an entry each.
 struct ShotRows {
+    /// What became of a shot.
     enum class Outcome : std::uint8_t {
         Missed = 0,
         RefusedByAngle = 1,
@@ -46,8 +46,10 @@ struct ShotRows {
     std::vector<Quantity> quantities;
     std::vector<double> values; ///< a row of all quantities for each
 
+    /// How many shots there are.
     std::size_t size() const { return lines.size(); }
 
+    /// Leaves no shot, and the quantities.
     QELT_INSPECTION_EXPORT void clear();
 };
 
@@ -63,7 +65,9 @@ public:
     ResultWriter& operator=(ResultWriter const&) = delete;
     ~ResultWriter();
 
+    /// Writes a block of shots, in order.
     void append(ShotRows const& shots);
+    /// Writes all else and ends the file.
     void finish(Result const& result);
 
 private:

@@ -55,6 +55,7 @@ public:
     ShotAccumulator(ShotAccumulator const&) = delete;
     ShotAccumulator& operator=(ShotAccumulator const&) = delete;
 
+    /// Takes shots in, in order.
     void add(ShotBlock const& block);
 
     ShotFigures const& getFigures() const { return figures; }

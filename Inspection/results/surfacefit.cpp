@@ -29,8 +29,8 @@
 //
 // Points far off, by more than four times the median distance, are left out of a round: they are no surface.
 //
-// Cost: a look for the nearest place a point and round, ten rounds or fewer. At most 100,000 points are used,
-// evenly chosen.
+// Cost: a look for the nearest place a point and round, mostly ten rounds or fewer, 60 at most. At most
+// 100,000 points are used, evenly chosen.
 
 namespace QELT::Inspection {
 

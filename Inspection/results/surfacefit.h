@@ -28,7 +28,7 @@ struct SurfaceFit {
     double shift = 0.0;  ///< how far it moves the middle of the points, in the part's unit
     double turn = 0.0;   ///< degrees
     double before = 0.0; ///< root mean square distance of the points from the surface, in the part's unit
-    double after = 0.0;
+    double after = 0.0;  ///< the same behind the correction
     std::size_t pointCount = 0;   ///< used
     std::size_t leftOutCount = 0; ///< beside the surface, or far off it
     std::vector<FreeMotion> freeMotions;
@@ -41,6 +41,7 @@ constexpr double leastEffect = 0.005;
 /// left out of the correction. Fails with fewer than 20 points on the surface.
 QELT_INSPECTION_EXPORT SurfaceFit fitToSurface(Result const& result, std::vector<Triple> const& points);
 
+/// Which result to correct the frame of, and how.
 struct FrameCorrectionOptions {
     std::filesystem::path result;               ///< with its shots kept
     std::string front;                          ///< column of the times at which the surface answered
@@ -50,6 +51,7 @@ struct FrameCorrectionOptions {
     std::filesystem::path out;
 };
 
+/// The corrected frame, and what speaks for it.
 struct FrameCorrection {
     SurfaceFit fit;
     Frame frame;            ///< from the table's coordinates to the part's, corrected

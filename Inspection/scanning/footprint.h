@@ -14,8 +14,8 @@ struct SpreadingBeam {
     Point origin{};
     Vector axisA{};
     Vector axisB{};
-    double cotangent = 1.0; ///< of the angle by which it spreads
-    double apertureRadius = 0.0;
+    double cotangent = 1.0;      ///< of the angle by which it spreads
+    double apertureRadius = 0.0; ///< half the width of the beam where it begins
 };
 
 /// An ellipse of four quarters, which need not match: the half-axes along A, along B and against both.

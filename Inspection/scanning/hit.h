@@ -8,6 +8,7 @@ namespace QELT::Inspection {
 
 /// What one beam met.
 struct Hit {
+    /// Whether and how the beam met the quad.
     enum State : int {
         Miss,
         Inside, ///< within a triangle of the quad

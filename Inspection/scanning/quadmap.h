@@ -11,6 +11,7 @@ namespace QELT::Inspection {
 
 /// What is known of one quad.
 struct Cell {
+    /// Whether there is a value.
     enum Kind : int { NoSurface, NoValue, Measured };
 
     Kind kind = NoSurface;
@@ -27,8 +28,10 @@ public:
 
     std::size_t getHeight() const { return height; }
 
+    /// The quad between nodes (u, v) and (u + 1, v + 1).
     Cell const& at(std::size_t u, std::size_t v) const { return cells[v * width + u]; }
 
+    /// The same, to be changed.
     Cell& at(std::size_t u, std::size_t v) { return cells[v * width + u]; }
 
     /// The measured values, row by row.

@@ -92,26 +92,54 @@ void requireBearableSize(View const& view, double step) {
     }
 }
 
-} // namespace
+/// Where the beams start, row after row.
+struct Lattice {
+    Frame frame;
+    Vector toProbePlane;
+    std::vector<double> columns;
+    std::vector<double> rows;
 
-std::vector<Beam> rasterBeams(Raster const& raster, Point const& low, Point const& high) {
+    std::uint64_t size() const { return std::uint64_t{columns.size()} * rows.size(); }
+
+    Beam beam(std::uint64_t number) const {
+        std::uint64_t const row = number / columns.size();
+        std::uint64_t const place = number % columns.size();
+        double const column = columns[row % 2 == 0 ? place : columns.size() - 1 - place];
+        Vector const position = toProbePlane + frame.along * rows[row] + frame.across * column;
+        return {Point(position.getdX(), position.getdY(), position.getdZ()), frame.forward};
+    }
+};
+
+Lattice latticeOf(Raster const& raster, Point const& low, Point const& high) {
     require(raster.step > 0.0, "a raster step of " + toShortText(raster.step, 6) + " is not above zero");
     require(raster.direction.lSqr() > 0.0 && std::isfinite(raster.direction.lSqr()),
             "the raster's direction has no usable length");
     Frame const frame = frameAlong(raster.direction);
     View const view = viewOfBox(frame, low, high);
     requireBearableSize(view, raster.step);
-    auto columns = centredPositions(view.across, raster.step);
-    auto const rows = centredPositions(view.along, raster.step);
-    Vector const toProbePlane = frame.forward * (view.forward.low - raster.standoff);
+    return {frame, frame.forward * (view.forward.low - raster.standoff),
+            centredPositions(view.across, raster.step), centredPositions(view.along, raster.step)};
+}
+
+} // namespace
+
+std::uint64_t rasterSize(Raster const& raster, Point const& low, Point const& high) {
+    return latticeOf(raster, low, high).size();
+}
+
+std::vector<Beam> rasterBeams(Raster const& raster, Point const& low, Point const& high) {
+    return rasterBeams(raster, low, high, {0, std::numeric_limits<std::uint64_t>::max()});
+}
+
+std::vector<Beam> rasterBeams(Raster const& raster, Point const& low, Point const& high,
+                              BeamRange const& range) {
+    Lattice const lattice = latticeOf(raster, low, high);
+    std::uint64_t const first = std::min(range.first, lattice.size());
+    std::uint64_t const count = std::min(range.count, lattice.size() - first);
     std::vector<Beam> beams;
-    beams.reserve(columns.size() * rows.size());
-    for (double const row : rows) {
-        for (double const column : columns) {
-            Vector const position = toProbePlane + frame.along * row + frame.across * column;
-            beams.push_back({Point(position.getdX(), position.getdY(), position.getdZ()), frame.forward});
-        }
-        std::reverse(columns.begin(), columns.end());
+    beams.reserve(count);
+    for (std::uint64_t number = first; number < first + count; ++number) {
+        beams.push_back(lattice.beam(number));
     }
     return beams;
 }

@@ -15,18 +15,36 @@ namespace QELT::Inspection {
 
 namespace {
 
-std::vector<Beam> beamsOver(ScanOptions const& options, Vector const& move, bool isEmpty, Point const& low,
-                            Point const& high) {
+/// What a raster is laid over.
+struct Extent {
+    bool isEmpty = true;
+    Point low;
+    Point high;
+};
+
+Extent extentOf(Grid const& grid) {
+    GridSummary const summary = gridSummaryOf(grid);
+    return {summary.validNodeCount == 0, summary.low, summary.high};
+}
+
+Extent extentOf(ScanPlane const& plane) {
+    return {plane.isEmpty, plane.low, plane.high};
+}
+
+void requireExtent(ScanOptions const& options, Extent const& extent) {
+    require(!extent.isEmpty, options.grids.front().file.string() +
+                                 (options.grids.size() == 1 ? "" : " and the other active grids") +
+                                 ": holds no valid node to lay a raster over");
+}
+
+std::vector<Beam> beamsOver(ScanOptions const& options, Vector const& move, Extent const& extent) {
     if (options.beams) {
         return readBeamFile(*options.beams, move,
                             options.frame ? std::optional(readFrame(*options.frame)) : std::nullopt);
     }
-    if (isEmpty) {
-        throw Failure(options.grids.front().file.string() +
-                      (options.grids.size() == 1 ? "" : " and the other active grids") +
-                      ": holds no valid node to lay a raster over");
-    }
-    return rasterBeams(*options.raster, low, high);
+    requireExtent(options, extent);
+    return options.range ? rasterBeams(*options.raster, extent.low, extent.high, *options.range)
+                         : rasterBeams(*options.raster, extent.low, extent.high);
 }
 
 /// The grids that are scanned, and what fires beams at the core's walk on them.
@@ -69,8 +87,7 @@ Scan scanGrid(ScanOptions const& options, Vector const& move, ProgressListener* 
     Grid grid;
     loadGrid(grid, options.grids.front().file);
     grid.setDoFlipNormals(options.doFlipNormals);
-    GridSummary const summary = gridSummaryOf(grid);
-    auto const beams = beamsOver(options, move, summary.validNodeCount == 0, summary.low, summary.high);
+    auto const beams = beamsOver(options, move, extentOf(grid));
     Scan scan{surfaceMapOf(grid)};
     Target const target{{&grid},
                         [&](std::vector<Beam> const& fired) { return fireBeams(grid, fired, listener); }};
@@ -80,7 +97,7 @@ Scan scanGrid(ScanOptions const& options, Vector const& move, ProgressListener* 
 
 Scan scanOnPlane(ScanOptions const& options, Vector const& move, ProgressListener* listener) {
     ScanPlane plane = loadScanPlane(options.grids, options.position, options.doFlipNormals);
-    auto const beams = beamsOver(options, move, plane.isEmpty, plane.low, plane.high);
+    auto const beams = beamsOver(options, move, extentOf(plane));
     Scan scan{std::move(plane.surface)};
     Target target{{}, [&](std::vector<Beam> const& fired) {
                       auto groups = loadGroups(options.grids, options.position, options.doFlipNormals);
@@ -109,6 +126,10 @@ void addSettings(Record& record, ScanOptions const& options) {
         record.setting("rasterStep", options.raster->step);
         record.setting("rasterStandoff", options.raster->standoff);
         record.setting("rasterDirection", options.raster->direction);
+        if (options.range) {
+            record.setting("firstBeam", options.range->first);
+            record.setting("beamCount", options.range->count);
+        }
     }
     record.setting("doFlipNormals", options.doFlipNormals);
     record.setting("search", options.search == BeamSearch::Sure ? "sure" : "walk");
@@ -132,11 +153,36 @@ void addFigures(Record& record, Scan const& scan) {
     }
 }
 
-} // namespace
-
-void addScanFiles(ScanOptions const& options, Record& record, Outputs& outputs) {
+void requireBeams(ScanOptions const& options) {
     require(!options.grids.empty(), "there is no grid to scan");
     require(options.beams || options.raster, "there are neither beams nor a raster to scan with");
+    require(!(options.beams && options.range), "a range of beams goes with a raster, not with a table");
+}
+
+Extent scannedExtent(ScanOptions const& options) {
+    if (options.isOnPlane) {
+        return extentOf(loadScanPlane(options.grids, options.position, options.doFlipNormals));
+    }
+    Grid grid;
+    loadGrid(grid, options.grids.front().file);
+    return extentOf(grid);
+}
+
+} // namespace
+
+std::uint64_t countBeams(ScanOptions const& options, ProgressListener* listener) {
+    requireBeams(options);
+    announce(listener, "Counting beams...");
+    if (options.beams) {
+        return readBeamFile(*options.beams).size();
+    }
+    Extent const extent = scannedExtent(options);
+    requireExtent(options, extent);
+    return rasterSize(*options.raster, extent.low, extent.high);
+}
+
+void addScanFiles(ScanOptions const& options, Record& record, Outputs& outputs) {
+    requireBeams(options);
     for (PlacedGrid const& grid : options.grids) {
         record.addInput(grid.file);
     }

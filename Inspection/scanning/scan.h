@@ -23,6 +23,7 @@ enum class BeamSearch : std::uint8_t {
     Walk, ///< by the core's walk from one beam's quad to the next, which can miss or end on another sheet
 };
 
+/// Which beams to fire at which grids, and what to write.
 struct ScanOptions {
     std::vector<PlacedGrid> grids; ///< at least one
     bool isOnPlane = false;     ///< whether the grids are asked as groups in a scan plane; else there is one
@@ -34,6 +35,7 @@ struct ScanOptions {
     BeamSearch search = BeamSearch::Sure;
     bool doCompare = false;                          ///< search both ways, to tell how the walk alone does
     std::optional<std::filesystem::path> frame = {}; ///< takes the table's beams to the part's coordinates
+    std::optional<BeamRange> range = {};             ///< fire these of the raster's beams alone
 };
 
 /// What was scanned and what came of it.
@@ -51,6 +53,10 @@ struct Scan {
 /// raster, the beams cannot be read, a raster is to be laid over nothing or is too fine, the scan plane is
 /// too large, or there is no memory for the search.
 QELT_INSPECTION_EXPORT Scan scan(ScanOptions const& options, ProgressListener* listener);
+
+/// How many beams the table or the raster of a scan has, whatever its range; so that they can be fired in
+/// parts. Fails as `scan` does before it fires.
+QELT_INSPECTION_EXPORT std::uint64_t countBeams(ScanOptions const& options, ProgressListener* listener);
 
 /// Tells what is read, how, and that the table is written, before a scan in a run that writes more.
 QELT_INSPECTION_EXPORT void addScanFiles(ScanOptions const& options, Record& record, Outputs& outputs);

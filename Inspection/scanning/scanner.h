@@ -11,6 +11,7 @@
 
 namespace QELT::Inspection {
 
+/// What a list of beams met.
 struct ScanResult {
     std::vector<Hit> hits; ///< one a beam, in the beams' order
     double seconds = 0.0;  ///< the time of the queries alone
@@ -36,6 +37,7 @@ QELT_INSPECTION_EXPORT ScanResult fireBeams(QELT::Geometry::ThreeDimensional::Qu
                                             std::vector<Beam> const& beams,
                                             ProgressListener* listener = nullptr);
 
+/// How many beams met what.
 struct ScanStatistics {
     std::size_t beamCount = 0;
     std::size_t hitCount = 0;
@@ -46,6 +48,7 @@ struct ScanStatistics {
     double beamsPerSecond = 0.0;   ///< 0 if the clock saw no time pass
 };
 
+/// Counts what beams met.
 QELT_INSPECTION_EXPORT ScanStatistics statisticsOf(ScanResult const& result);
 
 /// What the walk makes of the beams that the sure search answered.

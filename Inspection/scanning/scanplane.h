@@ -12,7 +12,9 @@
 /// Several grids side by side in one scan plane.
 namespace QELT::Inspection {
 
+/// Where a grid lies in the plane of several.
 using GridOffset = QELT::Geometry::TwoDimensional::Vector<int>;
+/// The core's groups of grids.
 using GridGroups = QELT::Geometry::ThreeDimensional::QuadMesh::RectMeshGroups;
 
 /// A grid's file and its place.

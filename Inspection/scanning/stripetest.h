@@ -13,6 +13,7 @@
 /// The grid's test of its own search with an array of beams.
 namespace QELT::Inspection {
 
+/// A row of parallel beams.
 struct StripeArray {
     unsigned long elementCount = 16; ///< at least 1
     double pitch = 1.0;              ///< between elements, in the part's unit
@@ -23,8 +24,10 @@ struct StripeArray {
 /// doesn't end without one.
 QELT_INSPECTION_EXPORT bool hasRoomFor(Grid const& grid, StripeArray const& array, std::uint32_t seed);
 
+/// A line over a grid, by the quads at its ends.
 using GridLine = std::pair<GridIndex, GridIndex>;
 
+/// What came of a test.
 struct StripeTestResult {
     unsigned long passCount = 0; ///< beams that met their quad
     unsigned long failureCount = 0;
@@ -43,6 +46,7 @@ QELT_INSPECTION_EXPORT StripeTestResult testStripes(Grid& grid, StripeArray cons
 /// diagonals. False if no beam of the line fails any more.
 QELT_INSPECTION_EXPORT bool failsOnDiagonalsOnly(Grid& grid, StripeArray const& array, GridLine const& line);
 
+/// How to test which grid.
 struct SelftestOptions {
     std::filesystem::path grid; ///< a .quads file
     unsigned long lineCount = 100;

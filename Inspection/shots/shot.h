@@ -23,8 +23,10 @@ struct ShotBlock {
     std::vector<std::uint64_t> lines; ///< of the table of shots, from 1
     std::vector<bool> isBad;          ///< a value is no number, which is allowed where bad lines are skipped
 
+    /// How many shots there are.
     std::size_t size() const { return beams.size(); }
 
+    /// Leaves no shot.
     void clear() {
         beams.clear();
         hasDirection.clear();

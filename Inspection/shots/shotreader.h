@@ -16,6 +16,7 @@
 /// What an instrument measured, shot by shot, with the beam that it was measured along.
 namespace QELT::Inspection {
 
+/// Where shots and poses are read, and how.
 struct ShotOptions {
     std::filesystem::path shots; ///< with the poses, or with the time of each shot if `poses` are apart
     std::optional<std::filesystem::path> poses; ///< with a time each
@@ -31,12 +32,14 @@ struct ShotOptions {
     bool doSkipBad = false;       ///< count bad lines in place of failing
 };
 
+/// A line that could not be used.
 struct BadShot {
     std::string file;
     std::uint64_t line = 0;
     std::string cause;
 };
 
+/// How many lines became shots, and why others did not.
 struct ShotCounts {
     static constexpr std::size_t maxNamed = 10;
 

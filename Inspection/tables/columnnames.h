@@ -8,6 +8,7 @@ namespace QELT::Inspection {
 
 /// What the user says of a table's columns.
 struct ColumnNaming {
+    /// What one column is.
     struct Entry {
         std::string name;   ///< ours, such as "ox"; "-" for a column that is not wanted
         std::string unit;   ///< in place of the file's, if it is not empty
@@ -30,6 +31,7 @@ struct NamedColumn {
     bool isText = false;
 };
 
+/// Which column is what.
 struct NamedColumns {
     std::vector<NamedColumn> columns; ///< those that have names, in the file's order
     std::vector<std::string>

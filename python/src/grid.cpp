@@ -274,9 +274,9 @@ void defineDeriving(py::class_<SharedGrid, GridHandle>& type) {
              "The nodes of a box of indices (u, v), both ends taken.");
     type.def("mirrored", &mirrored, py::arg("plane"), py::arg("axis") = "axis_u",
              py::arg("origin") = py::make_tuple(0, 0, 0),
-             "Reflected through 'plane_yz', 'plane_xz' or 'plane_xy' moved to `origin`, and reversed along "
-             "'axis_u' or "
-             "'axis_v', so that the outside stays outside.");
+             "Reflected through 'plane_yz', 'plane_xz' or 'plane_xy' moved to `origin`, with columns "
+             "('axis_u') or "
+             "rows ('axis_v') turned end for end, so that the outside stays outside.");
     type.def("transformed", &transformed, py::arg("matrix"), py::arg("translation") = py::make_tuple(0, 0, 0),
              py::arg("origin") = py::make_tuple(0, 0, 0),
              "Each point p at origin + matrix (p - origin) + translation.");

@@ -31,7 +31,7 @@ std::vector<std::string> linesBelow(std::string const& output, std::string const
 }
 
 std::vector<std::string> nextIn(Outcome const& outcome) {
-    return linesBelow(outcome.output, "What works next");
+    return linesBelow(outcome.output, "What to type next");
 }
 
 /// The words of a command line behind the program's name.
@@ -104,6 +104,22 @@ TEST(CheckCommand, LeadsFromAClosedPartToAFaceThatIsPrepared) {
             directory, {"prepare", "part_face.obj", "part.quads", "--quad-area", "0.25", "--mode", "pinned"});
         EXPECT_EQ(prepared.status, 0) << prepared.errors;
     }
+}
+
+TEST(PrepareCommand, LeadsFromAPartThatIsNearlyClosedToAFaceThatIsFit) {
+    ScratchDirectory const directory;
+    FaceMesh part = sphere(40, 60);
+    part.faces.resize(part.faces.size() - 60); // about half of what meets in one of the poles, or in both
+    writeFaces(part, directory / "part.obj");
+    Outcome const refused = run(directory, {"prepare", "part.obj", "part.quads", "--pixel", "0.5"});
+    ASSERT_EQ(refused.status, 3) << refused.output << refused.errors;
+    std::string const remedy = itemIn(refused.output, "  remedy");
+    ASSERT_TRUE(remedy.starts_with("cscan crop ")) << remedy;
+    Outcome const cropped = run(directory, wordsOf(remedy));
+    ASSERT_EQ(cropped.status, 0) << cropped.output << cropped.errors;
+    ASSERT_EQ(nextIn(cropped).size(), 1U) << cropped.output;
+    Outcome const prepared = run(directory, wordsOf(nextIn(cropped)[0]));
+    EXPECT_EQ(prepared.status, 0) << prepared.output << prepared.errors;
 }
 
 TEST(CheckCommand, LeadsFromATubeToItsSlit) {

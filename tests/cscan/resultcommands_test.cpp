@@ -1,5 +1,6 @@
 // The commands that work on measured C-scans, through the program.
 
+#include "Inspection/results/coverage.h"
 #include "Inspection/results/resultfile.h"
 #include "tests/cscan/program.h"
 #include "tests/inspection/sampleresults.h"
@@ -45,6 +46,43 @@ TEST(ResultCommands, TheProgramFindsIndicationsFromTheirPeaks) {
     EXPECT_NEAR(std::stod(fieldsOf(lines[2]).at(3)), 40.0 * std::pow(10.0, -0.3), 1e-6);
     EXPECT_EQ(linesOf(readText(directory / "poses.csv")).size(), 3U);
     EXPECT_GT(coloursOf(directory / "found.png"), 5U);
+}
+
+/// Of the plate every third row is measured.
+void writeLines(std::filesystem::path const& path, bool isFilled) {
+    writePlate(path);
+    Result result = readResult(path);
+    for (std::size_t pixel = 0; pixel < result.size(); ++pixel) {
+        if (pixel / result.width % 3 != 1 && result.hasSurface(pixel)) {
+            result.states[pixel] = PixelState::NotReached;
+            result.counts[pixel] = 0;
+            for (ValueMap& map : result.values) {
+                map.values[pixel] = NAN;
+            }
+        }
+    }
+    if (isFilled) {
+        fill(result, 10.0);
+    }
+    writeResult(path, result);
+}
+
+TEST(ResultCommands, WhatFallsToPiecesBetweenLinesOfShotsIsNotFit) {
+    ScratchDirectory const directory;
+    std::vector<std::string> const arguments{"--threshold", "60"};
+    auto const remedyOf = [&] {
+        Outcome const outcome = run(directory, indicationsOf(arguments));
+        EXPECT_EQ(outcome.status, 3) << outcome.errors;
+        EXPECT_GT(std::stoi(itemIn(outcome.output, "indications")), 1);
+        return itemIn(outcome.output, "  remedy");
+    };
+    writeLines(directory / "plate.h5", false);
+    EXPECT_TRUE(remedyOf().starts_with("scan with --fill"));
+    writeLines(directory / "plate.h5", true);
+    EXPECT_TRUE(remedyOf().starts_with("give --filled"));
+    Outcome const outcome = run(directory, indicationsOf({"--threshold", "60", "--filled"}));
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    EXPECT_EQ(itemIn(outcome.output, "indications"), "1");
 }
 
 TEST(ResultCommands, TheProgramTakesPercentAndLevelsToo) {

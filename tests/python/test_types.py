@@ -4,6 +4,8 @@ import pathlib
 import subprocess
 import sys
 
+import pytest
+
 import qelt
 
 PACKAGE = pathlib.Path(qelt.__file__).parent
@@ -16,8 +18,16 @@ def run_mypy(module, *arguments):
 def test_the_stubs_are_true(tmp_path):
     allowed = tmp_path / "allowed"
     # Classes that are never made by hand have Python's own __init__, which takes anything and refuses it.
-    allowed.write_text("qelt(\\._core)?\\.\\w+\\.__init__\n")
+    # What is written in Python has its types in itself.
+    allowed.write_text("qelt(\\._core)?\\.\\w+\\.__init__\nqelt\\.batch\\..*\n")
     outcome = run_mypy("mypy.stubtest", "qelt", "--allowlist", str(allowed), "--ignore-unused-allowlist")
+    assert outcome.returncode == 0, outcome.stdout + outcome.stderr
+
+
+def test_what_is_written_in_python_keeps_to_its_types(tmp_path):
+    pytest.importorskip("distributed", reason="python3-distributed is not installed")
+    options = ["--strict", "--allow-untyped-calls", "--cache-dir", str(tmp_path / "cache")]
+    outcome = run_mypy("mypy", *options, *map(str, sorted((PACKAGE / "batch").glob("*.py"))))
     assert outcome.returncode == 0, outcome.stdout + outcome.stderr
 
 

@@ -494,6 +494,17 @@ TEST(BoundaryExtension, ATallGridWithQuadsOnlyAboveItsWidthHasNoBoundary) {
     EXPECT_EQ(messageOf([&] { lower.extendBoundary(Basic, 1, 0); }), "nothing thrown");
 }
 
+TEST(BoundaryExtension, PassesBeyondAnyMemoryAreRefusedAndChangeNothing) {
+    RectMesh grid = flatGrid(3, 2);
+    PlainGrid const before = plainGridOf(grid);
+    for (unsigned long const passes : {0x7FFFFFFFUL, 0x80000000UL, 0xFFFFFFFFUL}) {
+        EXPECT_EQ(messageOf([&] { grid.extendBoundary(Basic, passes, 0); }),
+                  "Insufficient memory to initialise quad-mesh.");
+        EXPECT_TRUE(sameNodes(grid, before));
+        EXPECT_EQ(grid.getMeanQuadArea(), 1.0);
+    }
+}
+
 TEST(BoundaryExtension, TheSearchStaysWarmAndFindsInventedQuads) {
     RectMesh grid = flatGridWithRim(8, 8, 2);
     SpaceVector const down(0.0, 0.0, -1.0);
@@ -599,6 +610,32 @@ TEST_P(ExtensionDifferential, SameBitsAsThePlainVersionOverFamilies) {
         }
     }
     EXPECT_GT(compared, 300);
+}
+
+TEST_P(ExtensionDifferential, SameBitsOnSparseGridsOfAnyAspectOverManyPasses) {
+    std::mt19937 random(GetParam() + 30);
+    int compared = 0;
+    for (int i = 0; i < 120; ++i) {
+        std::uint32_t const extentU = 1U + random() % 14U;
+        std::uint32_t const extentV = 1U + random() % 14U;
+        RectMesh source = wavyGrid(extentU, extentV, 1.0);
+        std::uint32_t const gap = 2U + random() % 5U;
+        for (int v = 0; v <= static_cast<int>(extentV); ++v) {
+            for (int u = 0; u <= static_cast<int>(extentU); ++u) {
+                source.setPointFlags({u, v}, random() % gap == 0U ? char{0} : valid);
+            }
+        }
+        settle(source);
+        addRubbish(source, random());
+        if (!plainGridOf(source).getBoundaryEdge()) {
+            continue;
+        }
+        RectMesh grid;
+        std::uint32_t const passes = 1U + random() % 9U;
+        ASSERT_TRUE(extendsAsThePlainVersion(source, grid, plainAsStored, passes, random() % 3U)) << i;
+        ++compared;
+    }
+    EXPECT_GT(compared, 60);
 }
 
 TEST_P(ExtensionDifferential, SameBitsOnGridsThatShowOtherPoints) {

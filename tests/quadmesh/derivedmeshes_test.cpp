@@ -163,6 +163,21 @@ TEST(Flattened, GoesByTheStoredMeanArea) {
     EXPECT_EQ(result.getPoint({4, 3}), SpacePoint(6.0, 4.5, 0.0));
 }
 
+TEST(Flattened, AreasAreThoseOfItsQuadsForSidesOfAnySize) {
+    RectMesh grid = wavyGrid(70, 9, 3.0);
+    punchHole(grid, {0, 0}, {5, 3});
+    punchHole(grid, {40, 4}, {41, 9});
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    for (double const area : {1.0, 0.3, 7e-5, 0.0, -0.0, -1.0, 1e-75, 1e-86, 1e-91, 1e-300, 1e68, 1e73, 1e74,
+                              1e76, 1e77, 1e300, infinity, std::nan("")}) {
+        grid.meanQuadArea = area;
+        RectMesh result;
+        grid.getFlattened(result);
+        EXPECT_TRUE(sameStored(result, plainFlattened(plainGridOf(grid), area))) << area;
+        EXPECT_TRUE(sameAreas(result, plainGridOf(result).getAreas())) << area;
+    }
+}
+
 TEST(Flattened, DoesNotBuildSearchPoints) {
     RectMesh grid = flatGrid(12, 12);
     RectMesh fresh;

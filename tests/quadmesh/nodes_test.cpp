@@ -1,3 +1,4 @@
+#include "Geometry/quadmesh/internal/areastatistics.h"
 #include "Geometry/quadmesh/internal/nodes.h"
 #include "tests/support/gridfamilies.h"
 
@@ -10,6 +11,7 @@ namespace QELT::Testing {
 
 namespace {
 
+using Geometry::ThreeDimensional::QuadMesh::AreaStatistics;
 using Geometry::ThreeDimensional::QuadMesh::forEachNode;
 using Geometry::ThreeDimensional::QuadMesh::getHasFlag;
 using Geometry::ThreeDimensional::QuadMesh::makeNodes;
@@ -73,9 +75,14 @@ TEST(Nodes, OthersInPlaceOfAGridsClearItsAreasAndLeaveItsSettings) {
     EXPECT_FALSE(grid.getIsPointValid({0, 0}));
     EXPECT_EQ(grid.getOffset().getdU(), 4);
     EXPECT_EQ(grid.numberOfSearchPointsU, searchPointsU);
-    grid.setDerivedNodes(before);
+    AreaStatistics areas;
+    areas.add(4.0);
+    areas.add(2.0);
+    grid.setDerivedNodes(before, areas);
     EXPECT_EQ(grid.getExtents(), GridExtents(3, 2));
-    EXPECT_EQ(grid.getMeanQuadArea(), 1.0);
+    EXPECT_EQ(grid.getMeanQuadArea(), 3.0);
+    EXPECT_EQ(grid.getMinQuadArea(), 2.0);
+    EXPECT_EQ(grid.getMaxQuadArea(), 4.0);
     EXPECT_EQ(grid.numberOfSearchPointsU, 1U);
 }
 

@@ -18,6 +18,7 @@ namespace QELT::Testing {
 namespace {
 
 namespace Plain = PlainResampling;
+using Geometry::ThreeDimensional::QuadMesh::FlatTriangle;
 using Geometry::ThreeDimensional::QuadMesh::RectMesh;
 using Geometry::ThreeDimensional::QuadMesh::Resampler;
 using Geometry::ThreeDimensional::TriMesh::Triangle;
@@ -702,7 +703,7 @@ TEST(Resampling, GivesThePlainVersionsGridOnLongLinesOfTheLattice) {
         std::vector<Triangle*>::iterator last;
         mesh->getTriangles(list, first, last);
         for (auto triangle = first; triangle != last; ++triangle) {
-            resampler.rasterise(**triangle);
+            resampler.rasterise(FlatTriangle(*mesh, **triangle));
         }
         Plain::storeTriangles(expected, plainCopyOf(*mesh), 0.0625);
         EXPECT_TRUE(sameGrid(grid, expected));

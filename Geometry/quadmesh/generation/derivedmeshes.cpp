@@ -1,11 +1,13 @@
 #include "Geometry/foundations/affinemap.h"
 #include "Geometry/foundations/linearmap.h"
+#include "Geometry/quadmesh/internal/areastatistics.h"
 #include "Geometry/quadmesh/internal/nodes.h"
 #include "Geometry/quadmesh/internal/shownrow.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -19,6 +21,9 @@
 // result of a scaled grid stores the scale. A plain grid shows what it stores: its rows are read. Everything
 // is made aside and then taken over, so that the result may be the source and, where memory is short, stays
 // as it was. Whoever derives settles the areas anew; the search points only in the forms below that say so.
+//
+// Areas are measured row by row, as each is made, by the general form but for flattened grids, whose quads
+// are rectangles and take a product each.
 //
 // Normalising: both forms round to floats before they scale, one the shifted point, the other the box's
 // centre and each point's difference from it; the last bits hang on that. Which side of the box is the
@@ -88,51 +93,105 @@ struct Selection {
     }
 };
 
-/// Nodes taken from a grid, row by row: for each that is valid there `take` is called with the source's row
-/// of shown points, the node's place in the source, and the point of the result, and answers whether it is
-/// taken.
+/// Begins a node of the result: the one of the source, if that is valid and `take` answers with a point.
 template <class Take>
-Nodes makeDerived(Source const& source, GridExtents const& extents, Selection const& alongU,
-                  Selection const& alongV, Take take) {
-    std::int64_t const first = alongU.getFirstFrom(0);
-    std::int64_t const end =
-        std::min<std::int64_t>(toUInt32(extents.getdU()) + std::int64_t{1},
-                               alongU.getFirstFrom(source.nodes.extentU + std::int64_t{1}));
-    return makeNodes(extents, [&](std::uint32_t j, Point* points, char* flags) {
-        std::int64_t const v = alongV.getSourceOf(j);
-        if (!source.getHasRow(v)) {
+void constructTaken(char sourceFlags, Take take, Point* point, char* flags) {
+    if (getHasFlag(sourceFlags, RectMesh::Valid)) {
+        if (std::optional<Point> const taken = take()) {
+            std::construct_at(point, *taken);
+            *flags = sourceFlags;
             return;
         }
-        char const* const sourceFlags = source.nodes.flags[v].get();
-        visitShownRow(source.grid, source.nodes, static_cast<std::uint32_t>(v), [&](auto const& row) {
-            for (std::int64_t i = first; i < end; ++i) {
-                auto const u = static_cast<std::size_t>(alongU.getSourceOf(i));
-                if (getHasFlag(sourceFlags[u], RectMesh::Valid) && take(row, u, v, points[i])) {
-                    flags[i] = sourceFlags[u];
+    }
+    std::construct_at(point);
+    *flags = 0;
+}
+
+/// What comes out: nodes, and the areas of the quads that they store, measured while each row was at hand.
+struct Derived {
+    Nodes nodes;
+    AreaStatistics areas;
+};
+
+/// Measures quads between two rows.
+void addQuads(AreaStatistics& areas, StoredNodes const& low, StoredNodes const& high,
+              std::uint32_t quadCount) {
+    areas.addQuads(low, high, quadCount);
+}
+
+/// Nodes taken from a grid, row by row: for each that is valid there `take` is called with the source's row
+/// of shown points and the node's place in the source, and answers with the point of the result, or with
+/// nothing where the node is not taken. `measure` adds the areas between two rows.
+template <class Take, class Measure = decltype(addQuads)>
+Derived makeDerived(Source const& source, GridExtents const& extents, Selection const& alongU,
+                    Selection const& alongV, Take take, Measure measure = addQuads) {
+    Derived result;
+    std::size_t const nodesU = toUInt32(extents.getdU()) + std::size_t{1};
+    auto const nodesFrom = [&](std::int64_t lowest) {
+        return std::min(nodesU, static_cast<std::size_t>(alongU.getFirstFrom(lowest)));
+    };
+    std::size_t const first = nodesFrom(0);
+    std::size_t const end = std::max(first, nodesFrom(source.nodes.extentU + std::int64_t{1}));
+    StoredNodes rowBelow;
+    result.nodes = makeNodes(extents, [&](std::uint32_t j, Point* points, char* flags) {
+        std::int64_t const v = alongV.getSourceOf(j);
+        if (!source.getHasRow(v)) {
+            constructEmpty(points, flags, nodesU);
+        } else {
+            constructEmpty(points, flags, first);
+            constructEmpty(points + end, flags + end, nodesU - end);
+            char const* const sourceFlags = source.nodes.flags[v].get();
+            visitShownRow(source.grid, source.nodes, static_cast<std::uint32_t>(v), [&](auto const& row) {
+                for (std::size_t i = first; i < end; ++i) {
+                    auto const u = static_cast<std::size_t>(alongU.getSourceOf(static_cast<std::int64_t>(i)));
+                    constructTaken(
+                        sourceFlags[u], [&] { return take(row, u, v); }, points + i, flags + i);
                 }
-            }
-        });
+            });
+        }
+        if (j > 0) {
+            measure(result.areas, rowBelow, {points, flags}, toUInt32(extents.getdU()));
+        }
+        rowBelow = {points, flags};
     });
+    return result;
+}
+
+/// Adds the areas between two rows of a grid that lies in a plane along its axes, on finite points that do
+/// not go back. Of the general form, the two cross products are then the product of the quad's sides and its
+/// negative, exactly, since the sides are floats; their squares are far from the ends of doubles, so that
+/// their roots are the product again, and its halves add up to it.
+void addRectangles(AreaStatistics& areas, StoredNodes const& low, StoredNodes const& high,
+                   std::uint32_t quadCount) {
+    AreaStatistics sums = areas; // not where the flag bytes might lie too
+    bool isLeftValid = getHasFlag(low.flags[0] & high.flags[0], RectMesh::Valid);
+    for (std::size_t u = 0; u < quadCount; ++u) {
+        bool const isRightValid = getHasFlag(low.flags[u + 1] & high.flags[u + 1], RectMesh::Valid);
+        if (isLeftValid && isRightValid) {
+            Vector const width = low.points[u + 1] - low.points[u];
+            Vector const height = high.points[u] - low.points[u];
+            sums.add(width.getdX() * height.getdY());
+        }
+        isLeftValid = isRightValid;
+    }
+    areas = sums;
 }
 
 /// All nodes in their places, with the points that `toPoint` makes of what they show.
 template <class ToPoint>
-Nodes makeMoved(Source const& source, ToPoint toPoint) {
+Derived makeMoved(Source const& source, ToPoint toPoint) {
     return makeDerived(source, source.grid.getExtents(), {}, {},
-                       [&](auto const& row, std::size_t u, std::int64_t, Point& point) {
-                           point = toPoint(row[u]);
-                           return true;
+                       [&](auto const& row, std::size_t u, std::int64_t) -> std::optional<Point> {
+                           return toPoint(row[u]);
                        });
 }
 
 /// The selected nodes, with the points that they show.
-Nodes makeSelected(Source const& source, GridExtents const& extents, Selection const& alongU,
-                   Selection const& alongV) {
-    return makeDerived(source, extents, alongU, alongV,
-                       [](auto const& row, std::size_t u, std::int64_t, Point& point) {
-                           point = row[u];
-                           return true;
-                       });
+Derived makeSelected(Source const& source, GridExtents const& extents, Selection const& alongU,
+                     Selection const& alongV) {
+    return makeDerived(
+        source, extents, alongU, alongV,
+        [](auto const& row, std::size_t u, std::int64_t) -> std::optional<Point> { return row[u]; });
 }
 
 /// A box that many points are asked for. The answers are those of `BoundingBoxAA::getIsInside`, in which a
@@ -208,21 +267,32 @@ void reverseNodes(RectMesh const& grid, Nodes const& nodes, GridPoint const& fir
 
 } // namespace
 
-void RectMesh::setDerivedNodes(Nodes const& nodes) {
+void RectMesh::setDerivedNodes(Nodes const& nodes, AreaStatistics const& storedAreas) {
     setNodes(nodes);
     numberOfSearchPointsU = 1;
     numberOfSearchPointsV = 1;
-    getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
+    if (getIsPlain(*this)) {
+        maxQuadArea = storedAreas.getMax();
+        meanQuadArea = storedAreas.getMean();
+        minQuadArea = storedAreas.getMin();
+    } else {
+        getMaxMeanMinQuadSize(&maxQuadArea, &meanQuadArea, &minQuadArea);
+    }
 }
 
 void RectMesh::getFlattened(RectMesh& result) const {
     double const side = std::sqrt(meanQuadArea);
-    result.setDerivedNodes(makeDerived(Source{*this, getNodes()}, getExtents(), {}, {},
-                                       [side](auto const&, std::size_t u, std::int64_t v, Point& point) {
-                                           point = Point(static_cast<int>(u) * side,
-                                                         static_cast<int>(v) * side, 0.0);
-                                           return true;
-                                       }));
+    auto const place = [side](std::size_t u, std::int64_t v) {
+        return Point(static_cast<int>(u) * side, static_cast<int>(v) * side, 0.0);
+    };
+    auto const take = [place](auto const&, std::size_t u, std::int64_t v) -> std::optional<Point> {
+        return place(u, v);
+    };
+    Point const last = place(extents.u, extents.v);
+    bool const isFinite = std::isfinite(last.getX()) && std::isfinite(last.getY());
+    auto const [nodes, areas] = makeDerived(Source{*this, getNodes()}, getExtents(), {}, {}, take,
+                                            isFinite ? addRectangles : addQuads);
+    result.setDerivedNodes(nodes, areas);
 }
 
 void RectMesh::getNormalised(double size, RectMesh& result) const {
@@ -230,16 +300,18 @@ void RectMesh::getNormalised(double size, RectMesh& result) const {
     double const scale = size / getLargestSide(box.getd());
     Point const centre = box.getp() + 0.5 * box.getd();
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
-    result.setDerivedNodes(makeMoved(Source{*this, getNodes()},
-                                     [&](Point const& point) { return Point() + scale * (point - centre); }));
+    auto const [nodes, areas] = makeMoved(
+        Source{*this, getNodes()}, [&](Point const& point) { return Point() + scale * (point - centre); });
+    result.setDerivedNodes(nodes, areas);
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
 }
 
 void RectMesh::getNormalised(double scale, Vector const& shift, RectMesh& result) const {
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
-    result.setDerivedNodes(makeMoved(Source{*this, getNodes()}, [&](Point const& point) {
+    auto const [nodes, areas] = makeMoved(Source{*this, getNodes()}, [&](Point const& point) {
         return Point() + scale * ((point + shift) - Point());
-    }));
+    });
+    result.setDerivedNodes(nodes, areas);
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
 }
 
@@ -252,7 +324,9 @@ void RectMesh::getSubSampled(ResampleDataType type, unsigned long value, RectMes
     }
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
     std::string const name = fileName;
-    result.setDerivedNodes(makeSelected({*this, getNodes()}, {extents.u / k, extents.v / k}, {0, k}, {0, k}));
+    auto const [nodes, areas] =
+        makeSelected({*this, getNodes()}, {extents.u / k, extents.v / k}, {0, k}, {0, k});
+    result.setDerivedNodes(nodes, areas);
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
     result.setFileName(name);
 }
@@ -260,8 +334,9 @@ void RectMesh::getSubSampled(ResampleDataType type, unsigned long value, RectMes
 void RectMesh::getRestrictedToAABB(GridBox const& box, RectMesh& result) const {
     std::uint32_t const quadsPerPoint = quadsPerSearchPoint;
     GridPoint const& corner = box.getp();
-    result.setDerivedNodes(
-        makeSelected({*this, getNodes()}, toExtents(box.getd()), {corner.getU(), 1}, {corner.getV(), 1}));
+    auto const [nodes, areas] =
+        makeSelected({*this, getNodes()}, toExtents(box.getd()), {corner.getU(), 1}, {corner.getV(), 1});
+    result.setDerivedNodes(nodes, areas);
     result.calculateSearchPoints(quadsPerPoint, result.numberOfSearchPointsU, result.numberOfSearchPointsV);
 }
 
@@ -270,15 +345,13 @@ void RectMesh::getRestrictedToAABB(BoundingBoxAA const& box, RectMesh& result) c
     SpaceBox const inside(box);
     GridBox const indexBox = getIndexBox(source, inside);
     GridPoint const corner = indexBox.getp() - GridStep(1, 1);
-    result.setDerivedNodes(makeDerived(source, toExtents(indexBox.getd() + GridStep(2, 2)),
-                                       {corner.getU(), 1}, {corner.getV(), 1},
-                                       [&](auto const& row, std::size_t u, std::int64_t, Point& point) {
-                                           if (!inside.getIsInside(row[u])) {
-                                               return false;
-                                           }
-                                           point = row[u];
-                                           return true;
-                                       }));
+    auto const [nodes, areas] = makeDerived(
+        source, toExtents(indexBox.getd() + GridStep(2, 2)), {corner.getU(), 1}, {corner.getV(), 1},
+        [&](auto const& row, std::size_t u, std::int64_t) -> std::optional<Point> {
+            Point const point = row[u];
+            return inside.getIsInside(point) ? std::optional<Point>(point) : std::nullopt;
+        });
+    result.setDerivedNodes(nodes, areas);
 }
 
 void RectMesh::transform(Point const& origin, AffineMap const& map) {

@@ -22,13 +22,20 @@
 // inside both, and the later one's value stands: any tolerance above 0 would let triangles reach beyond the
 // outline and change the outer row of nodes, any below 0 would leave gaps along shared sides.
 //
-// Spans: along a line of the lattice the value of an edge function, as it is computed, never turns back,
-// since differences, products with a constant and their roundings keep order. So the nodes inside lie side by
-// side: the first of a long line is found by halving over the sides that bound it on the left, and the line
-// is left with the first node outside behind it. That needs numbers without NaN: where places are infinite,
-// undefined or near the end of the range, every node of the box is tested.
+// Lines: the value of a side at a place is a product that depends on the line less one that depends on the
+// column, and is below 0 where the one product is below the other. So in lines of up to 16 places the
+// products of the columns are formed once a triangle, and those of all its lines are compared with them,
+// without branches: whether a place is inside is as good as drawn by lot.
 //
-// Cost: the nodes plus the triangles, and in lines of up to 16 lattice points those left of a triangle.
+// Along a longer line the value of a side, as it is computed, never turns back, since differences, products
+// with a constant and their roundings keep order. So the nodes inside lie side by side: the first is found by
+// halving over the sides that bound it on the left, and the line is left with the first node outside behind
+// it. That needs numbers without NaN: where places are infinite, undefined or near the end of the range,
+// every node of the box is tested.
+//
+// Cost: the nodes plus the triangles, and in lines of up to 16 places all of the triangle's box. A coarse
+// grid is bound by the triangles: each waits for three vertices wherever they lie, which is why they are read
+// in blocks.
 //
 // Odd on purpose: the flat map counts from (0, 0), not from its box's corner. A map that is placed otherwise
 // is cut at the grid. A triangle turned over in the map holds no node, one without flat area holds those on
@@ -84,6 +91,20 @@ AreaRatio getAreaRatio(TriMesh::Mesh const& mesh, Triangles::iterator first, Tri
     return {sum / count, count};
 }
 
+/// Corners lie all over the memory. Many in a row are waited for together, beside the work on one triangle
+/// they are not.
+constexpr std::size_t trianglesAtATime = 32;
+
+/// Fills a block with the next triangles; the result is where those behind them start.
+Triangles::iterator gather(std::vector<FlatTriangle>& block, TriMesh::Mesh const& mesh,
+                           Triangles::iterator first, Triangles::iterator last) {
+    block.clear();
+    for (; first != last && block.size() < trianglesAtATime; ++first) {
+        block.emplace_back(mesh, **first);
+    }
+    return first;
+}
+
 } // namespace
 
 void RectMesh::construct(TriMesh::Mesh const& mesh, double quadArea) {
@@ -107,11 +128,16 @@ void RectMesh::construct(TriMesh::Mesh const& mesh, double quadArea, std::option
     Resampler const resampler(getNodes(), h);
     PercentageReporter progress(progressListener);
     std::uint64_t done = 0;
-    for (auto triangle = first; triangle != last; ++triangle) {
-        resampler.rasterise(**triangle);
-        ++done;
-        if (ratio.count != 0) {
-            progress.reportShare(done, ratio.count);
+    std::vector<FlatTriangle> block;
+    block.reserve(trianglesAtATime);
+    while (first != last) {
+        first = gather(block, mesh, first, last);
+        for (FlatTriangle const& triangle : block) {
+            resampler.rasterise(triangle);
+            ++done;
+            if (ratio.count != 0) {
+                progress.reportShare(done, ratio.count);
+            }
         }
     }
     resampler.markBoundary(getBoundaryEdge());

@@ -31,6 +31,11 @@ bool getIsMemoryAvailable(std::uint64_t nodesU, std::uint64_t nodesV) {
     throw std::runtime_error("Insufficient memory to initialise quad-mesh.");
 }
 
+template <class Node>
+NodeRow<Node> allocateNodes(std::size_t count) {
+    return NodeRow<Node>(static_cast<Node*>(::operator new(count * sizeof(Node))));
+}
+
 } // namespace
 
 Nodes makeRowTables(TwoDimensional::Vector<unsigned long> const& extents) {
@@ -45,26 +50,29 @@ Nodes makeRowTables(TwoDimensional::Vector<unsigned long> const& extents) {
         throwInsufficientMemory();
     }
     try {
-        nodes.points.reset(new std::unique_ptr<ThreeDimensional::Point[]>[nodesV]);
-        nodes.flags.reset(new std::unique_ptr<char[]>[nodesV]);
+        nodes.points.reset(new NodeRow<ThreeDimensional::Point>[nodesV]);
+        nodes.flags.reset(new NodeRow<char>[nodesV]);
     } catch (std::bad_alloc const&) {
         throwInsufficientMemory();
     }
     return nodes;
 }
 
-void makeRow(Nodes const& nodes, std::uint32_t v) {
+void allocateRow(Nodes const& nodes, std::uint32_t v) {
     std::size_t const nodesU = nodes.extentU + std::size_t{1};
     try {
-        nodes.points[v] = std::make_unique<ThreeDimensional::Point[]>(nodesU);
-        nodes.flags[v] = std::make_unique<char[]>(nodesU);
+        nodes.points[v] = allocateNodes<ThreeDimensional::Point>(nodesU);
+        nodes.flags[v] = allocateNodes<char>(nodesU);
     } catch (std::bad_alloc const&) {
         throwInsufficientMemory();
     }
 }
 
 Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents) {
-    return makeNodes(extents, [](std::uint32_t, ThreeDimensional::Point*, char*) {});
+    std::size_t const nodesU = toUInt32(extents.getdU()) + std::size_t{1};
+    return makeNodes(extents, [nodesU](std::uint32_t, ThreeDimensional::Point* points, char* flags) {
+        constructEmpty(points, flags, nodesU);
+    });
 }
 
 } // namespace QELT::Geometry::ThreeDimensional::QuadMesh

@@ -2,6 +2,8 @@
 
 #include "Geometry/quadmesh/rectmesh.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -12,8 +14,8 @@ namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 /// copies of a grid do, and a constant one may be written through. What is stored counts here, not what a
 /// derived grid shows. No range check, and nothing to ask for where the grid is empty.
 struct Nodes {
-    std::shared_ptr<std::unique_ptr<ThreeDimensional::Point[]>[]> points;
-    std::shared_ptr<std::unique_ptr<char[]>[]> flags;
+    std::shared_ptr<NodeRow<ThreeDimensional::Point>[]> points;
+    std::shared_ptr<NodeRow<char>[]> flags;
     std::uint32_t extentU = 0;
     std::uint32_t extentV = 0;
 
@@ -35,20 +37,35 @@ struct Nodes {
 /// \throws std::runtime_error "Insufficient memory to initialise quad-mesh.".
 [[nodiscard]] Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents);
 
-/// The tables of such nodes with no row in them yet, and row `v` put into its place.
+/// The tables of such nodes with no row in them yet, and memory for row `v` put into its place, in which no
+/// node has begun.
 [[nodiscard]] Nodes makeRowTables(TwoDimensional::Vector<unsigned long> const& extents);
-void makeRow(Nodes const& nodes, std::uint32_t v);
+void allocateRow(Nodes const& nodes, std::uint32_t v);
 
-/// The same, and calls `fill` with the number, the points and the flags of each row as soon as it is made:
-/// memory is the dearest part of a grid, and a row that was just made is still at hand.
-template <class Fill>
-[[nodiscard]] Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents, Fill fill) {
+/// Nodes that `construct` makes: it is called with the number, the points and the flags of each row in turn,
+/// and begins each node of it, the points in bare memory. A row is so written once and not twice: memory is
+/// the dearest part of a grid.
+template <class Construct>
+[[nodiscard]] Nodes makeNodes(TwoDimensional::Vector<unsigned long> const& extents, Construct construct) {
     Nodes const nodes = makeRowTables(extents);
     for (std::uint32_t v = 0; v <= nodes.extentV; ++v) {
-        makeRow(nodes, v);
-        fill(v, nodes.points[v].get(), nodes.flags[v].get());
+        allocateRow(nodes, v);
+        construct(v, nodes.points[v].get(), nodes.flags[v].get());
     }
     return nodes;
+}
+
+/// Begins nodes that are empty: not valid, with points of zeros.
+inline void constructEmpty(ThreeDimensional::Point* points, char* flags, std::size_t count) {
+    std::uninitialized_value_construct_n(points, count);
+    std::fill_n(flags, count, char{0});
+}
+
+/// Begins nodes as copies of others.
+inline void constructCopies(ThreeDimensional::Point const* sourcePoints, char const* sourceFlags,
+                            std::size_t count, ThreeDimensional::Point* points, char* flags) {
+    std::uninitialized_copy_n(sourcePoints, count, points);
+    std::copy_n(sourceFlags, count, flags);
 }
 
 constexpr bool getHasFlag(char flagByte, RectMesh::PointFlagID id) {

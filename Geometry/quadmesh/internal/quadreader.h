@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <typeinfo>
 
@@ -33,8 +32,8 @@ private:
 /// one as its `getPoint` shows it. It refers to the grid and its rows, which must not be replaced meanwhile.
 class QuadReader {
 public:
-    using PointRows = std::unique_ptr<Point[]> const*;
-    using FlagRows = std::unique_ptr<char[]> const*;
+    using PointRows = NodeRow<Point> const*;
+    using FlagRows = NodeRow<char> const*;
 
     /// The rows are those of the grid, null for a grid without nodes.
     QuadReader(RectMesh const& newGrid, PointRows newPointRows, FlagRows newFlagRows,

@@ -160,19 +160,24 @@ StartDescent::Look StartDescent::lookAt(QuadReader const& quads, std::span<GridP
         return look;
     }
     Candidate escape{samples.front(), escapeDistanceSqr};
+    GridPoint const* nearest = nullptr;
+    double nearestDistanceSqr = best.distanceSqr;
     for (GridPoint const& sample : samples) {
         if (!quads.getIsValid(sample)) {
             look.hasInvalidQuad = true;
             continue;
         }
-        Candidate const candidate{sample, quads.getPoint(sample).dSqr(target)};
-        if (&sample == &samples.front() || escape.distanceSqr > candidate.distanceSqr) {
-            escape = candidate;
+        double const distanceSqr = quads.getPoint(sample).dSqr(target);
+        if (canEscape && (&sample == &samples.front() || escape.distanceSqr > distanceSqr)) {
+            escape = {sample, distanceSqr};
         }
-        if (look.best.distanceSqr > candidate.distanceSqr) {
-            look.best = candidate;
-            look.isCloser = true;
-        }
+        bool const isNearer = nearestDistanceSqr > distanceSqr;
+        nearest = isNearer ? &sample : nearest;
+        nearestDistanceSqr = isNearer ? distanceSqr : nearestDistanceSqr;
+    }
+    if (nearest != nullptr) {
+        look.best = {*nearest, nearestDistanceSqr};
+        look.isCloser = true;
     }
     if (canEscape && !look.isCloser && look.best.distanceSqr > trustedDistanceSqr) {
         look.best = escape;

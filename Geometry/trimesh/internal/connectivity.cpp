@@ -34,11 +34,12 @@ Edge Connectivity::getArbitraryEdge(unsigned long v) const {
     if (triangle == nullptr) {
         return Edge(nullptr, Triangle::invalidEdgeIndex);
     }
-    // A vertex that the triangle does not have answers as if it were the last.
-    std::uint32_t k = 0;
-    while (k < 2 && triangle->vertexIndices[k] != toUInt32(v)) {
-        ++k;
-    }
+    // A vertex that the triangle does not have answers as if it were the last. Which it is depends on how the
+    // surface grew: a branch would be wrong as often as not.
+    auto const getIsOther = [&](std::size_t k) {
+        return triangle->vertexIndices[k] != toUInt32(v) ? 1U : 0U;
+    };
+    std::uint32_t const k = getIsOther(0) * (1U + getIsOther(1));
     return triangle->getEdge(k + 2);
 }
 

@@ -46,6 +46,11 @@ public:
     /// The first listed fan of the vertex, all of it; empty for a floating vertex.
     Fan getFan(unsigned long v) const { return Fan::whole(getArbitraryEdge(v)); }
 
+    /// Calls `visit` with the triangle of each edge of that fan, in an order that need not be the fan's: an
+    /// open one need not be rewound first.
+    template <class Visit>
+    void visitFan(unsigned long v, Visit visit) const;
+
     /// The directed edge a to b.
     std::optional<Edge> findEdge(unsigned long a, unsigned long b) const;
 
@@ -57,5 +62,26 @@ private:
     std::vector<Vertex> const& vertices;
     std::vector<std::vector<Triangle*>> const& vertexTriangles;
 };
+
+template <class Visit>
+void Connectivity::visitFan(unsigned long v, Visit visit) const {
+    Edge const start = getArbitraryEdge(v);
+    Triangle* triangle = start.triangle;
+    std::uint32_t side = start.triangleEdgeIndex;
+    while (triangle != nullptr) {
+        visit(triangle);
+        std::uint32_t const before = side == 0 ? 2 : side - 1; // `Edge::onext`
+        side = triangle->adjacentTriangleEdgeIndices[before];
+        triangle = triangle->adjacentTriangles[before];
+        if (triangle == start.triangle && side == start.triangleEdgeIndex) {
+            return;
+        }
+    }
+    // The fan is open: what is left of it lies in front of the start.
+    for (Edge edge = start; edge.triangle != nullptr && !edge.isBoundary();) {
+        edge = edge.oprev();
+        visit(edge.triangle);
+    }
+}
 
 } // namespace QELT::Geometry::ThreeDimensional::TriMesh

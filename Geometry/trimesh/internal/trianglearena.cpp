@@ -1,6 +1,7 @@
 #include "Geometry/trimesh/internal/trianglearena.h"
 
 #include <algorithm>
+#include <functional>
 #include <new>
 
 namespace QELT::Geometry::ThreeDimensional::TriMesh {
@@ -40,6 +41,17 @@ Triangle* TriangleArena::create(Mesh* mesh, std::array<std::uint32_t, 3> const& 
     Triangle* const triangle = new (run.triangles + run.size) Triangle(mesh, indices);
     ++run.size;
     return triangle;
+}
+
+std::vector<TriangleArena::Stretch> TriangleArena::getStretches() const {
+    std::vector<Stretch> stretches;
+    for (Run const& run : runs) {
+        if (run.startOfSurface < run.size) {
+            stretches.push_back({run.triangles + run.startOfSurface, run.size - run.startOfSurface});
+        }
+    }
+    std::ranges::sort(stretches, std::less<>(), &Stretch::first);
+    return stretches;
 }
 
 void TriangleArena::renumberVertices(std::vector<std::uint32_t> const& newIndex) {

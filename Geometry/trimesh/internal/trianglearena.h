@@ -36,6 +36,15 @@ public:
         }
     }
 
+    /// Triangles of the present surface that lie one behind the other.
+    struct Stretch {
+        Triangle* first;
+        std::size_t size;
+    };
+
+    /// All of them, in the order of their addresses.
+    std::vector<Stretch> getStretches() const;
+
     /// Gives the triangles of the present surface the new numbers of their vertices; an index beyond the list
     /// stays. Every triangle is there, whether `Mesh::getTriangles` sees it or not: navigation leads to all.
     void renumberVertices(std::vector<std::uint32_t> const& newIndex);

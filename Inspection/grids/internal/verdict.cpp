@@ -6,10 +6,6 @@ namespace QELT::Inspection {
 
 namespace {
 
-/// Half of it lies on the other side of a fold or a tube, and no mode helps.
-constexpr char cutOut[] =
-    "cut the face to inspect out of the part with 'cscan crop', or slit a tube with 'cscan cut'";
-
 std::string percent(double share, int decimals) {
     return toFixedText(100.0 * share, decimals) + " %";
 }
@@ -20,7 +16,8 @@ std::string remedyFor(std::vector<MapCandidate> const& maps, std::string const& 
 
 } // namespace
 
-std::vector<Shortcoming> shortcomingsOf(std::vector<MapCandidate> const& maps, std::size_t chosen) {
+std::vector<Shortcoming> shortcomingsOf(std::vector<MapCandidate> const& maps, std::size_t chosen,
+                                        CutOutRemedy const& cutOut) {
     MapCandidate const& map = maps.at(chosen);
     std::vector<Shortcoming> shortcomings;
     if (!map.isSolved()) {
@@ -31,12 +28,13 @@ std::vector<Shortcoming> shortcomingsOf(std::vector<MapCandidate> const& maps, s
     if (map.quality.turnedShare() > bearableTurnedShare) {
         shortcomings.push_back({percent(map.quality.turnedShare(), 2) +
                                     " of the triangles are turned over in the flat map and leave holes",
-                                remedyFor(maps, cutOut)});
+                                remedyFor(maps, cutOut())});
     }
     return shortcomings;
 }
 
-std::vector<Shortcoming> shortcomingsOf(QuadSizes const& sizes, NanNodes const& nodes) {
+std::vector<Shortcoming> shortcomingsOf(QuadSizes const& sizes, NanNodes const& nodes,
+                                        CutOutRemedy const& cutOut) {
     std::vector<Shortcoming> shortcomings;
     if (!nodes.places.empty()) {
         shortcomings.push_back({"there are nodes without a place (" + std::to_string(nodes.places.size()) +
@@ -48,7 +46,7 @@ std::vector<Shortcoming> shortcomingsOf(QuadSizes const& sizes, NanNodes const& 
         shortcomings.push_back({"only " + percent(sizes.alikeShare(), 1) +
                                     " of the quads are within a factor of " +
                                     toShortText(bearableAreaFactor, 2) + " of their median area",
-                                cutOut});
+                                cutOut()});
     }
     return shortcomings;
 }

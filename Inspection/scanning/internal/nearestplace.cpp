@@ -12,8 +12,8 @@
 // of a triangle is found by the region that the point lies in, a corner's, a side's or the inside's, as
 // Ericson tells it ("Real-Time Collision Detection", 2005). Triangles without area have places as lines have;
 // those with corners that are no numbers have none. Beside the rim of a surface the nearest place is on it,
-// though nothing lies before the probe: that is a miss, but for half a quad, as far as a pixel goes on around
-// its middle.
+// though nothing lies before the probe: that is a miss, but for half of the quad's diagonal, as far as a
+// pixel goes on around its middle, and for a third of the distance, by which a probe may be off its normal.
 
 namespace QELT::Inspection {
 

@@ -51,7 +51,10 @@ void addLengthOptions(CLI::App& command, RawMeasuring& raw) {
     auto* const speed = command.add_option("--speed", "Speed of sound in the part, metres a second");
     speed->check(reading(raw.depth.speed, positiveNumberIn))->type_name("M/S")->needs(depth);
     depth->type_name("NAME")->needs(speed);
-    command.add_option("--zero", "Time at which the surface answers, in the column's unit; 0 if not given")
+    command
+        .add_option(
+            "--zero",
+            "Time at which the surface answers, in the column's unit; if not given, that of --front, else 0")
         ->check(reading(raw.depth.zero, numberIn))
         ->type_name("T")
         ->needs(depth);

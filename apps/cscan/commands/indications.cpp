@@ -128,8 +128,8 @@ void printFirst(std::ostream& output, std::vector<Indication> const& found) {
     }
 }
 
-void printFoundIndications(std::ostream& output, DrawnIndicationsOptions const& options,
-                           FoundIndications const& found) {
+ExitStatus printFoundIndications(std::ostream& output, DrawnIndicationsOptions const& options,
+                                 FoundIndications const& found) {
     IndicationSearch const& search = found.search;
     printItem(output, "indications", std::to_string(search.indications.size()));
     if (search.tooSmall > 0) {
@@ -152,6 +152,18 @@ void printFoundIndications(std::ostream& output, DrawnIndicationsOptions const& 
     if (options.image) {
         printItem(output, "image", options.image->string());
     }
+    if (found.isFit()) {
+        return Success;
+    }
+    printItem(output, "verdict",
+              "NOT fit: the shots lie farther apart than the pixels are wide, so that what hangs together is "
+              "found once on each line of them");
+    printItem(output, "  remedy",
+              found.isFilled
+                  ? "give --filled, which takes the values that the result shows between the shots"
+                  : "scan with --fill as far as the shots lie apart and give --filled here; or make "
+                    "the grid of pixels as wide as that");
+    return NotFit;
 }
 
 } // namespace

@@ -115,7 +115,7 @@ void printNextCommands(std::ostream& output, std::vector<std::string> const& com
     if (commands.empty()) {
         return;
     }
-    output << "\nWhat works next\n";
+    output << "\nWhat to type next\n";
     for (std::string const& command : commands) {
         output << "  " << command << '\n';
     }

@@ -2,6 +2,7 @@
 
 #include "Inspection/maps/flattening.h"
 #include "Inspection/parts/partcheck.h"
+#include "Inspection/parts/partcrop.h"
 #include "Inspection/parts/tubecut.h"
 #include "tests/inspection/parts/partshapes.h"
 #include "tests/inspection/sampleparts.h"
@@ -9,7 +10,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <random>
+#include <sstream>
+#include <utility>
 
 namespace QELT::Inspection {
 namespace {
@@ -119,6 +123,109 @@ TEST(PartFaults, OfClosedPartsNameTheCommandThatCutsAFaceOut) {
     EXPECT_FALSE(ofBox[1].isInTheWay);
 }
 
+/// A sphere with a hole around its upper pole.
+FaceMesh nearlyClosedSphere() {
+    FaceMesh mesh = sphere(40, 60);
+    CropChoice belowPole;
+    belowPole.boxes = {{Point(-20.0, -20.0, -20.0), Point(20.0, 20.0, 9.0)}};
+    cropFaces(mesh, belowPole);
+    return mesh;
+}
+
+/// What is cut out by the axis that a command names.
+FaceMesh croppedAsTold(FaceMesh mesh, std::string const& command) {
+    std::array<double, 3> way{};
+    std::string const option = "--facing ";
+    EXPECT_NE(command.find(option), std::string::npos) << command;
+    std::istringstream numbers(command.substr(command.find(option) + option.size()));
+    char comma = ' ';
+    numbers >> way[0] >> comma >> way[1] >> comma >> way[2];
+    CropChoice choice;
+    choice.facing = CropFacing{Vector(way[0], way[1], way[2]), fullTurn / 6.0};
+    choice.islandShare = 0.01;
+    cropFaces(mesh, choice);
+    return mesh;
+}
+
+TEST(PartFaults, OfANearlyClosedPartNameACutThatOpensIt) {
+    auto const faults = faultsIn(nearlyClosedSphere());
+    auto const kinds = kindsIn(faults);
+    auto const found = std::find(kinds.begin(), kinds.end(), FaultKind::NearlyClosed);
+    ASSERT_NE(found, kinds.end());
+    PartFault const& fault = faults[static_cast<std::size_t>(found - kinds.begin())];
+    EXPECT_FALSE(fault.isInTheWay);
+    std::string const command = cutOutCommand(nearlyClosedSphere(), "p/wing.stl");
+    EXPECT_EQ(fault.remedy, "if cscan prepare refuses it: " + command);
+    auto const left = kindsIn(faultsIn(croppedAsTold(nearlyClosedSphere(), command)));
+    EXPECT_EQ(std::count(left.begin(), left.end(), FaultKind::NearlyClosed), 0);
+}
+
+/// Creases run around one point alone: a cut along them leaves the spike, or all but it, as its greatest face
+/// lies on the spike or not.
+TEST(PartFaults, ACutAlongCreasesIsNamedOnlyIfItOpensThePart) {
+    for (auto const& [point, height] : {std::pair{600U, 0.3}, std::pair{130U, 0.1}}) {
+        FaceMesh spiked = nearlyClosedSphere();
+        spiked.points[point] = spiked.points[point] + (spiked.points[point] - Point(0.0, 0.0, 0.0)) * height;
+        PartAnalysis const analysis = analysePart(spiked, 0.05);
+        ASSERT_GT(analysis.largestJump.angle, fullTurn / 12.0);
+        auto const faults = faultsOf(spiked, analysis, "p/wing.stl");
+        ASSERT_EQ(kindsIn(faults), (std::vector{FaultKind::NearlyClosed, FaultKind::Facets}));
+        EXPECT_EQ(faults[0].remedy.find("--grow"), std::string::npos) << faults[0].remedy;
+        EXPECT_EQ(faults[1].remedy.find("--grow"), std::string::npos) << faults[1].remedy;
+    }
+}
+
+/// A bent plate as a modeller exports it: long strips, and ends of two faces that are the largest of all.
+FaceMesh bentPlate() {
+    constexpr unsigned strips = 40;
+    FaceMesh mesh;
+    for (unsigned k = 0; k <= strips; ++k) {
+        double const angle = fullTurn / 3.6 * (k / double{strips} - 0.5);
+        for (double const radius : {75.0, 80.0}) {
+            for (double const y : {0.0, 120.0}) {
+                mesh.points.emplace_back(radius * std::sin(angle), y, radius * std::cos(angle));
+            }
+        }
+    }
+    for (unsigned a = 0; a < 4 * strips; a += 4) { // inner points a and a + 1, outer ones a + 2 and a + 3
+        addSquare(mesh, a + 2, a + 6, a + 7, a + 3);
+        addSquare(mesh, a, a + 1, a + 5, a + 4);
+        addSquare(mesh, a, a + 4, a + 6, a + 2);
+        addSquare(mesh, a + 1, a + 3, a + 7, a + 5);
+    }
+    addSquare(mesh, 0, 2, 3, 1);
+    addSquare(mesh, 4 * strips, 4 * strips + 1, 4 * strips + 3, 4 * strips + 2);
+    return mesh;
+}
+
+TEST(PartFaults, OfAThinPlateTheLargestSmoothSideIsCutOut) {
+    auto const faults = faultsIn(bentPlate());
+    ASSERT_EQ(faults.at(0).kind, FaultKind::Closed);
+    PartAnalysis const analysis = analysePart(bentPlate());
+    CropChoice choice;
+    choice.growth = CropGrowth{analysis.placeOnLargestPatch, patchCrease};
+    FaceMesh face = bentPlate();
+    EXPECT_EQ(cropFaces(face, choice).keptCount, 80U);
+    EXPECT_NEAR(analysePart(face).area, 80.0 * fullTurn / 3.6 * 120.0, 5.0);
+    EXPECT_NE(faults[0].remedy.find(" --grow "), std::string::npos) << faults[0].remedy;
+}
+
+/// What bends by more than the crease here and there is noise, and a cut along it would be full of holes.
+TEST(PartFaults, ANoisyPartIsNotCutAlongItsNoise) {
+    FaceMesh mesh = sphere(80, 120);
+    std::mt19937 random(7);
+    for (int i = 0; i < 60; ++i) {
+        Point& point = mesh.points[random() % 9600];
+        point = point + (point - Point(0.0, 0.0, 0.0)) * 0.05;
+    }
+    ASSERT_GT(analysePart(mesh).largestJump.angle, patchCrease);
+    EXPECT_EQ(faultsIn(mesh).at(0).remedy.find(" --grow "), std::string::npos);
+}
+
+TEST(PartFaults, NoCutIsNamedThatLeavesThePartAsItIs) {
+    EXPECT_EQ(cutOutCommand(flatSheet(20, 20), "p/wing.stl"), "");
+}
+
 TEST(PartFaults, OfACloudAreNoneButTheSurfaceThatIsMissing) {
     FaceMesh const cloud{flatSheet(3, 3).points, {}};
     ASSERT_EQ(kindsIn(faultsIn(cloud)), std::vector{FaultKind::NoFaces});
@@ -147,6 +254,7 @@ TEST(PartFaults, OfATubeNameACutThatWorks) {
     ASSERT_FALSE(faults.empty());
     ASSERT_EQ(faults[0].kind, FaultKind::Tube);
     EXPECT_EQ(faults[0].remedy, "cscan cut tube.obj tube_slit.obj --metric max --axis z --across x");
+    EXPECT_EQ(cutOutCommand(mesh, "tube.obj"), faults[0].remedy);
     auto const found = findTubeCut(mesh, Point(0.0, 0.0, 0.0), Point(0.0, 0.0, 19.0));
     ASSERT_TRUE(found.has_value());
     EXPECT_EQ(cut({directory / "tube.obj", directory / "slit.obj", *found}, nullptr).part.loops.size(), 1U);

@@ -133,6 +133,24 @@ TEST(Coverage, nothingReachedIsOnePatch) {
     EXPECT_EQ(0u, coverageOf(surfaceOn(0, 0, flat(1.0))).patchCount);
 }
 
+TEST(TornShare, isOneForLinesApartAndNothingOnceTheyAreFilled) {
+    Result result = linesApart();
+    EXPECT_EQ(1.0, tornShare(result, false));
+    EXPECT_EQ(1.0, tornShare(result, true));
+    fill(result, 1.5);
+    EXPECT_EQ(1.0, tornShare(result, false));
+    EXPECT_EQ(0.0, tornShare(result, true));
+}
+
+TEST(TornShare, countsThePixelsAroundAPatchAlone) {
+    Result const result = allBut(10, 10, 5, 4);
+    EXPECT_EQ(18.0 / (40.0 * 30.0 - 20.0), tornShare(result, true));
+}
+
+TEST(TornShare, isNothingWhereNothingWasMeasured) {
+    EXPECT_EQ(0.0, tornShare(surfaceOn(5, 4, flat(1.0)), false));
+}
+
 TEST(Fill, eachPixelTakesTheNearestThatWasReached) {
     Result result = surfaceOn(9, 1, flat(1.0));
     reach(result, 0, 0);

@@ -161,6 +161,19 @@ TEST_F(MeasuredScanTest, aGateThatNothingPassesIsToldOf) {
               scan.notes.at(0));
 }
 
+TEST_F(MeasuredScanTest, depthsAboveTheSurfaceAreToldOf) {
+    options.quantities.depth = DepthOptions{"tof", 2900.0, 5.0, {}};
+    MeasuredScan const scan = measuredScan(options, nullptr);
+
+    ASSERT_EQ(1u, scan.notes.size());
+    EXPECT_EQ("some depths are below 0: if times count from the surface already give --zero 0, else --zero "
+              "or --front "
+              "do not fit",
+              scan.notes.at(0));
+    options.quantities.depth->zero = 0.0;
+    EXPECT_TRUE(measuredScan(options, nullptr).notes.empty());
+}
+
 TEST_F(MeasuredScanTest, theResultMayBeNoInput) {
     options.result = options.shots.shots;
 

@@ -38,6 +38,33 @@ TEST(Raster, runsToAndFroSoThatNeighboursFollowEachOther) {
     }
 }
 
+TEST(Raster, firesTheSameBeamsInParts) {
+    Raster const raster{0.19, 3.0, Vector(0.3, -2.0, 0.5)};
+    auto const all = rasterBeams(raster, low, high);
+    ASSERT_EQ(rasterSize(raster, low, high), all.size());
+    for (std::uint64_t const count : {1U, 7U, 100U}) {
+        std::vector<Beam> joined;
+        for (std::uint64_t first = 0; first < all.size(); first += count) {
+            auto const part = rasterBeams(raster, low, high, {first, count});
+            ASSERT_EQ(part.size(), std::min<std::uint64_t>(count, all.size() - first));
+            joined.insert(joined.end(), part.begin(), part.end());
+        }
+        ASSERT_EQ(joined.size(), all.size());
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            EXPECT_EQ(joined[i].origin, all[i].origin) << i;
+            EXPECT_EQ((joined[i].direction - all[i].direction).lSqr(), 0.0) << i;
+        }
+    }
+}
+
+TEST(Raster, hasNoBeamsPastItsEnd) {
+    Raster const raster{1.0, 10.0, Vector(0.0, 0.0, -2.0)};
+    EXPECT_TRUE(rasterBeams(raster, low, high, {15, 1}).empty());
+    EXPECT_TRUE(rasterBeams(raster, low, high, {~std::uint64_t{0}, ~std::uint64_t{0}}).empty());
+    EXPECT_EQ(rasterBeams(raster, low, high, {14, ~std::uint64_t{0}}).size(), 1U);
+    EXPECT_TRUE(rasterBeams(raster, low, high, {3, 0}).empty());
+}
+
 TEST(Raster, startsTheStandoffBeforeTheBoxForAnObliqueDirection) {
     Vector const direction(1.0, 1.0, 1.0);
     auto const beams = rasterBeams({0.5, 7.0, direction}, low, high);

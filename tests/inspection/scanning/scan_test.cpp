@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 
 namespace QELT::Inspection {
 namespace {
@@ -120,6 +121,38 @@ TEST(Scan, asksGridsOnAPlaneAlike) {
     for (std::size_t i = 0; i < single.size(); ++i) {
         EXPECT_EQ(grouped[i].state, single[i].state) << i;
     }
+}
+
+TEST(Scan, writesTheSameTableInParts) {
+    ScratchDirectory const directory;
+    ScanOptions options = foldedOptions(directory);
+    for (bool const isOnPlane : {false, true}) {
+        options.isOnPlane = isOnPlane;
+        options.range.reset();
+        std::size_t const beamCount = scan(options, nullptr).result.hits.size();
+        ASSERT_EQ(countBeams(options, nullptr), beamCount);
+        std::string const whole = readText(options.hits);
+        std::size_t const headingLength = whole.find('\n') + 1;
+        std::string joined = whole.substr(0, headingLength);
+        std::size_t const inPart = beamCount / 3 + 1;
+        for (std::size_t first = 0; first < beamCount; first += inPart) {
+            options.range = BeamRange{first, inPart};
+            EXPECT_EQ(scan(options, nullptr).result.hits.size(), std::min(inPart, beamCount - first));
+            joined += readText(options.hits).substr(headingLength);
+        }
+        EXPECT_EQ(joined, whole);
+    }
+}
+
+TEST(Scan, countsTheBeamsOfATable) {
+    ScratchDirectory const directory;
+    ScanOptions options = planeOptions(directory);
+    options.beams = directory / "beams.csv";
+    std::ofstream(*options.beams) << "ox,oy,oz,dx,dy,dz\n1,1,9,0,0,-1\n\n2,1,9,0,0,-1\n";
+    EXPECT_EQ(countBeams(options, nullptr), 2U);
+    options.range = BeamRange{0, 1};
+    EXPECT_EQ(messageOf([&] { scan(options, nullptr); }),
+              "a range of beams goes with a raster, not with a table");
 }
 
 TEST(Scan, refusesFilesBeforeTheWork) {

@@ -1,11 +1,11 @@
 #include "Geometry/quadmesh/generation/internal/resampler.h"
 
 #include "Geometry/foundations/rounding.h"
-#include "Geometry/foundations/trianglemeasures.h"
 #include "Geometry/quadmesh/internal/boundarywalk.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -13,7 +13,6 @@ namespace QELT::Geometry::ThreeDimensional::QuadMesh {
 
 namespace {
 
-using FlatBox = TwoDimensional::BoundingBoxAA<double>;
 using FlatPoint = TwoDimensional::Point<double>;
 using FlatVector = TwoDimensional::Vector<double>;
 using GridPoint = TwoDimensional::Point<int>;
@@ -32,91 +31,52 @@ Run getClamped(Run const& run, std::int64_t lowest, std::int64_t highest) {
 /// Far from where products of two overflow.
 constexpr double tameLimit = 1e100;
 
-/// A triangle of the flat map and its place on the surface: its corners in the order in which the sides
-/// start.
-class FlatTriangle {
+/// Whether all numbers are finite and so small that no test of a side overflows.
+bool getIsTame(FlatTriangle const& triangle) {
+    auto const isSmall = [](double place) { return std::abs(place) <= tameLimit; };
+    return std::ranges::all_of(triangle.u, isSmall) && std::ranges::all_of(triangle.v, isSmall);
+}
+
+/// A triangle along one line of the lattice: what depends on v alone is known. The determinant of a side and
+/// the way to a place from where the side starts is a product for v less one for u.
+class Line {
 public:
-    explicit FlatTriangle(TriMesh::Triangle const& triangle) {
-        TriMesh::Edge edge = triangle.getEdge(0);
+    Line(FlatTriangle const& newTriangle, double v) : triangle(newTriangle) {
         for (std::size_t i = 0; i < 3; ++i) {
-            starts[i] = edge.vphiorg2();
-            points[i] = edge.vphiorg3();
-            edge = edge.rot();
+            products[i] = triangle.stepU[i] * (v - triangle.v[i]);
         }
+        productToThird = triangle.toThirdU * (v - triangle.v[0]);
+    }
+
+    /// Whether the place lies to the left of all sides or on them, exactly.
+    bool getIsInside(double u) const {
+        return !(getSide(0, u) < 0.0) && !(getSide(1, u) < 0.0) && !(getSide(2, u) < 0.0);
+    }
+
+    /// Whether it lies so of those sides that bound the triangle on the left.
+    bool getIsInsideOnTheLeft(double u) const {
         for (std::size_t i = 0; i < 3; ++i) {
-            steps[i] = starts[(i + 1) % 3] - starts[i];
-        }
-        toThird = starts[2] - starts[0];
-        determinant = steps[0].det(toThird);
-    }
-
-    FlatBox getBox() const {
-        FlatBox box(starts[0], FlatVector());
-        box.expand(FlatBox(starts[1], FlatVector()));
-        box.expand(FlatBox(starts[2], FlatVector()));
-        return box;
-    }
-
-    /// Whether all numbers are finite and so small that none of the tests below overflows.
-    bool getIsTame() const {
-        return std::all_of(starts.begin(), starts.end(), [](FlatPoint const& start) {
-            return std::abs(start.getU()) <= tameLimit && std::abs(start.getV()) <= tameLimit;
-        });
-    }
-
-    /// The triangle along one line of the lattice: what depends on v alone is known.
-    class Line {
-    public:
-        Line(FlatTriangle const& newTriangle, double v)
-            : triangle(newTriangle), offsetV(v - triangle.starts[0].getV()) {
-            for (std::size_t i = 0; i < 3; ++i) {
-                products[i] = triangle.steps[i].getdU() * (v - triangle.starts[i].getV());
+            if (triangle.stepV[i] < 0.0 && getSide(i, u) < 0.0) {
+                return false;
             }
         }
+        return true;
+    }
 
-        /// Whether the place lies to the left of all sides or on them, exactly.
-        bool getIsInside(double u) const {
-            return !(getSide(0, u) < 0.0) && !(getSide(1, u) < 0.0) && !(getSide(2, u) < 0.0);
-        }
-
-        /// Whether it lies so of those sides that bound the triangle on the left.
-        bool getIsInsideOnTheLeft(double u) const {
-            for (std::size_t i = 0; i < 3; ++i) {
-                if (triangle.steps[i].getdV() < 0.0 && getSide(i, u) < 0.0) {
-                    return false;
-                }
-            }
-            return true;
-        }
-
-        /// The place on the surface, by barycentric interpolation.
-        Point getPoint(double u) const {
-            double const offsetU = u - triangle.starts[0].getU();
-            double const beta = (offsetU * triangle.toThird.getdV() - triangle.toThird.getdU() * offsetV) /
-                                triangle.determinant;
-            double const gamma = getSide(0, u) / triangle.determinant;
-            double const alpha = 1.0 - beta - gamma;
-            return TriangleMeasures::bary(triangle.points[0], triangle.points[1], triangle.points[2], alpha,
-                                          beta, gamma);
-        }
-
-    private:
-        /// The determinant of side i and the way to the place from where it starts.
-        double getSide(std::size_t i, double u) const {
-            return products[i] - (u - triangle.starts[i].getU()) * triangle.steps[i].getdV();
-        }
-
-        FlatTriangle const& triangle;
-        double offsetV;
-        std::array<double, 3> products;
-    };
+    Point getPoint(double u) const {
+        return triangle.getPoint((u - triangle.u[0]) * triangle.toThirdV - productToThird, getSide(0, u));
+    }
 
 private:
-    std::array<FlatPoint, 3> starts;
-    std::array<FlatVector, 3> steps;
-    std::array<Point, 3> points;
-    FlatVector toThird;
-    double determinant;
+    friend class Columns;
+
+    double getSide(std::size_t i, double u) const {
+        return products[i] - (u - triangle.u[i]) * triangle.stepV[i];
+    }
+
+    FlatTriangle const& triangle;
+    std::array<double, 3> products;
+    double productToThird;
 };
 
 /// `std::floor` and `std::ceil` as 32-bit integers, cut at the ends of their range; NaN gives 0.
@@ -125,13 +85,23 @@ std::int32_t floorToInt32(double value) {
     return whole > value && whole > std::numeric_limits<std::int32_t>::min() ? whole - 1 : whole;
 }
 
+/// `std::ceil` without the call that it can be.
+double ceilOf(double value) {
+    constexpr double safeLimit = std::numeric_limits<std::int32_t>::max();
+    if (std::abs(value) < safeLimit) {
+        double const towardsZero = static_cast<std::int32_t>(value);
+        return towardsZero < value ? towardsZero + 1.0 : towardsZero;
+    }
+    return std::ceil(value);
+}
+
 /// The lattice points along one axis that may lie in a triangle: so many from `first` on, whose places are
 /// `start` plus multiples of the spacing.
 struct LatticeRun {
-    LatticeRun(double low, double extent, double h) {
-        first = floorToInt32(low / h);
+    LatticeRun(FlatExtent const& extent, double h) : spacing(h) {
+        first = floorToInt32(extent.low / h);
         start = first * h;
-        double const end = std::ceil((low + extent) / h) * h;
+        double const end = ceilOf((extent.low + extent.length) / h) * h;
         count = std::int64_t{roundToInt32((end - start) / h)} + 1;
     }
 
@@ -140,13 +110,55 @@ struct LatticeRun {
         return getClamped({0, count}, -std::int64_t{first}, std::int64_t{gridExtent} - first);
     }
 
+    double getPlace(std::int64_t i) const { return start + static_cast<double>(i) * spacing; }
+
+    double spacing;
     std::int32_t first;
     double start;
     std::int64_t count;
 };
 
-/// Rows up to this length are looked through from their start.
-constexpr std::int64_t longestScan = 16;
+/// Lines up to this length are looked at as a whole.
+constexpr std::int64_t maxColumns = 16;
+
+/// A triangle and a few columns of the lattice: what depends on u alone is known for all lines. Which places
+/// of a line are inside is told without a branch, since no processor could guess them.
+class Columns {
+public:
+    Columns(FlatTriangle const& newTriangle, LatticeRun const& places, Run const& run)
+        : triangle(newTriangle), count(static_cast<std::uint32_t>(run.last - run.first)) {
+        for (std::uint32_t c = 0; c < count; ++c) {
+            double const u = places.getPlace(run.first + c);
+            for (std::size_t i = 0; i < 3; ++i) {
+                products[i][c] = (u - triangle.u[i]) * triangle.stepV[i];
+            }
+            productsToThird[c] = (u - triangle.u[0]) * triangle.toThirdV;
+        }
+    }
+
+    /// The columns whose places on a line lie to the left of all sides or on them, as bits. A difference is
+    /// below 0 where the one product is below the other.
+    std::uint32_t getInside(Line const& line) const {
+        auto const isBelow = [&](std::size_t side, std::uint32_t c) {
+            return static_cast<std::uint32_t>(line.products[side] < products[side][c]);
+        };
+        std::uint32_t outside = 0;
+        for (std::uint32_t c = 0; c < count; ++c) {
+            outside |= (isBelow(0, c) | isBelow(1, c) | isBelow(2, c)) << c;
+        }
+        return ~outside & ((1U << count) - 1U);
+    }
+
+    Point getPoint(Line const& line, std::size_t c) const {
+        return triangle.getPoint(productsToThird[c] - line.productToThird, line.products[0] - products[0][c]);
+    }
+
+private:
+    FlatTriangle const& triangle;
+    std::uint32_t count;
+    std::array<std::array<double, maxColumns>, 3> products;
+    std::array<double, maxColumns> productsToThird;
+};
 
 /// The first number of a run, or its end, for which an answer holds that holds for all numbers after it too.
 template <class Holds>
@@ -179,35 +191,74 @@ bool getDoSegmentsMeet(FlatPoint const& p, FlatPoint const& q, FlatPoint const& 
 
 } // namespace
 
-void Resampler::rasterise(TriMesh::Triangle const& triangle) const {
-    double const h = spacing;
-    FlatTriangle const flat(triangle);
-    FlatBox const box = flat.getBox();
-    LatticeRun const alongU(box.getp().getU(), box.getd().getdU(), h);
-    LatticeRun const alongV(box.getp().getV(), box.getd().getdV(), h);
-    Run const insideU = alongU.getInside(nodes.extentU);
-    Run const insideV = alongV.getInside(nodes.extentV);
-    bool const isSpan = flat.getIsTame() && h > 0.0 && h <= tameLimit;
-    auto const getU = [&](std::int64_t i) { return alongU.start + static_cast<double>(i) * h; };
-    for (std::int64_t j = insideV.first; j < insideV.last; ++j) {
-        FlatTriangle::Line const line(flat, alongV.start + static_cast<double>(j) * h);
-        Point* const points = nodes.points[alongV.first + j].get();
-        char* const flags = nodes.flags[alongV.first + j].get();
-        bool const isLong = isSpan && insideU.last - insideU.first > longestScan;
-        std::int64_t i =
-            isLong ? getFirstThat(insideU, [&](std::int64_t k) { return line.getIsInsideOnTheLeft(getU(k)); })
-                   : insideU.first;
-        for (bool isBegun = false; i < insideU.last; ++i) {
-            double const u = getU(i);
+namespace {
+
+/// A row of a grid, to which places inside a triangle are stored.
+struct Row {
+    Row(Nodes const& nodes, std::int64_t v) : points(nodes.points[v].get()), flags(nodes.flags[v].get()) {}
+
+    void store(std::int64_t u, Point const& point) const {
+        points[u] = point;
+        flags[u] = withFlag(flags[u], RectMesh::Valid);
+    }
+
+    Point* points;
+    char* flags;
+};
+
+void rasteriseShortLines(Nodes const& nodes, FlatTriangle const& triangle, LatticeRun const& alongU,
+                         LatticeRun const& alongV) {
+    Run const run = alongU.getInside(nodes.extentU);
+    Run const lines = alongV.getInside(nodes.extentV);
+    Columns const columns(triangle, alongU, run);
+    for (std::int64_t j = lines.first; j < lines.last; ++j) {
+        Line const line(triangle, alongV.getPlace(j));
+        Row const row(nodes, alongV.first + j);
+        for (std::uint32_t inside = columns.getInside(line); inside != 0; inside &= inside - 1U) {
+            int const c = std::countr_zero(inside);
+            row.store(alongU.first + run.first + c, columns.getPoint(line, static_cast<std::size_t>(c)));
+        }
+    }
+}
+
+/// Each line from the first place inside to the last, where their order can be relied upon.
+void rasteriseLongLines(Nodes const& nodes, FlatTriangle const& triangle, LatticeRun const& alongU,
+                        LatticeRun const& alongV, bool isOrdered) {
+    Run const run = alongU.getInside(nodes.extentU);
+    Run const lines = alongV.getInside(nodes.extentV);
+    for (std::int64_t j = lines.first; j < lines.last; ++j) {
+        Line const line(triangle, alongV.getPlace(j));
+        Row const row(nodes, alongV.first + j);
+        auto const isOnTheLeft = [&](std::int64_t i) {
+            return line.getIsInsideOnTheLeft(alongU.getPlace(i));
+        };
+        std::int64_t i = isOrdered ? getFirstThat(run, isOnTheLeft) : run.first;
+        for (bool isBegun = false; i < run.last; ++i) {
+            double const u = alongU.getPlace(i);
             if (line.getIsInside(u)) {
-                std::int64_t const node = alongU.first + i;
-                points[node] = line.getPoint(u);
-                flags[node] = withFlag(flags[node], RectMesh::Valid);
-                isBegun = isSpan;
+                row.store(alongU.first + i, line.getPoint(u));
+                isBegun = isOrdered;
             } else if (isBegun) {
                 break;
             }
         }
+    }
+}
+
+} // namespace
+
+void Resampler::rasterise(FlatTriangle const& triangle) const {
+    LatticeRun const alongU(FlatExtent(triangle.u), spacing);
+    LatticeRun const alongV(FlatExtent(triangle.v), spacing);
+    Run const columns = alongU.getInside(nodes.extentU);
+    if (columns.first >= columns.last) {
+        return;
+    }
+    if (columns.last - columns.first <= maxColumns) {
+        rasteriseShortLines(nodes, triangle, alongU, alongV);
+    } else {
+        bool const isOrdered = getIsTame(triangle) && spacing > 0.0 && spacing <= tameLimit;
+        rasteriseLongLines(nodes, triangle, alongU, alongV, isOrdered);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Geometry/quadmesh/generation/internal/flattriangle.h"
 #include "Geometry/quadmesh/internal/nodes.h"
 #include "Geometry/trimesh/mesh.h"
 
@@ -12,7 +13,7 @@ public:
     Resampler(Nodes const& newNodes, double newSpacing) : nodes(newNodes), spacing(newSpacing) {}
 
     /// Stores the lattice points of a flat triangle. On a shared side the later triangle's value stands.
-    void rasterise(TriMesh::Triangle const& triangle) const;
+    void rasterise(FlatTriangle const& triangle) const;
 
     /// Marks the nodes of the boundary loop through `start`, an edge of the grid whose nodes these are.
     void markBoundary(Edge const& start) const;
