@@ -348,7 +348,7 @@ void RectMesh::getRestrictedToAABB(BoundingBoxAA const& box, RectMesh& result) c
     auto const [nodes, areas] = makeDerived(
         source, toExtents(indexBox.getd() + GridStep(2, 2)), {corner.getU(), 1}, {corner.getV(), 1},
         [&](auto const& row, std::size_t u, std::int64_t) -> std::optional<Point> {
-            Point const point = row[u];
+            Point const& point = row[u];
             return inside.getIsInside(point) ? std::optional<Point>(point) : std::nullopt;
         });
     result.setDerivedNodes(nodes, areas);
