@@ -124,8 +124,9 @@ function(qelt_unite target part)
     list(FILTER sources INCLUDE REGEX "\\.cpp$")
     foreach(source IN LISTS sources)
         get_filename_component(path ${source} ABSOLUTE)
-        if(NOT EXISTS ${path})
-            continue() # made by the build: compiles alone
+        get_source_file_property(isGenerated ${source} GENERATED)
+        if(isGenerated)
+            continue() # made by the build: compiles alone, whether or not it is there yet
         endif()
         qelt_read_names(${path})
         set(chosen "")
