@@ -259,7 +259,7 @@ def test_what_is_not_fit_says_why_and_what_to_do(tube, tmp_path):
     prepare = {"part": str(tube), "grid": "tube.quads", "resolution": {"pixel": 2}}
     steps = (batch.Step("prepare", prepare), batch.Step("selftest", {"grid": "tube.quads"}))
     outcome = work.run_piece(work.Piece("parts/a", steps, str(tmp_path), "."))
-    assert outcome.status == "unfit" and "of their median area" in outcome.reason and "cscan crop" in outcome.remedy
+    assert outcome.status == "unfit" and "of their median area" in outcome.reason and "cscan cut" in outcome.remedy
     kept = work.run_piece(work.Piece("parts/a", steps, str(tmp_path), "."))
     assert kept.was_kept and (kept.status, kept.reason) == (outcome.status, outcome.reason)
 
